@@ -1,0 +1,84 @@
+#pragma once
+
+#include <cctz/time_zone.h>
+
+#include <string>
+
+#include "timeseries/export.h"
+#include "timeseries/host.h"
+
+namespace nvx::TimeSeriesDatabase::Date {
+
+// Which interval bound a date moves to when it is not on one.
+enum class RoundType : int {
+  Up = 0,    // the next one
+  Down = 1,  // the one before
+};
+
+// An instant, and the time zone in which it is read as a calendar date.
+//
+// The instant never depends on the zone. The zone decides where an hour, a day or a month begins:
+// every calendar operation below goes from the instant to local civil time, computes there, and
+// goes back. On the way back two civil times are special. On 2021-03-28 the clocks of Europe/Paris
+// jump from 02:00 to 03:00; the skipped 02:30 stands for the first instant after the gap,
+// 03:00+02:00. On 2021-10-31 they fall from 03:00 to 02:00; the repeated 02:30 stands for its first
+// occurrence, 02:30+02:00. A day that begins in a gap therefore begins at 01:00.
+//
+//   Date::Date date;
+//   date.Initialize(1616893200, "Europe/Paris");  // 2021-03-28T03:00:00.000+02:00
+//   date.AddDays(1);                              // 2021-03-29T00:00:00.000+02:00
+//   Date::Date::RoundDownTimeToMonth(date);       // 2021-03-01T00:00:00.000+01:00
+//
+// The calendar operations change only `timestamp` and cannot fail.
+class NVX_TIMESERIES_EXPORT Date {
+ public:
+  long long timestamp = 0;   // seconds since 1970-01-01T00:00:00 UTC
+  cctz::time_zone timeZone;  // UTC by default
+
+  // Format strings of cctz. Dates are written with the first offset pattern, in their own zone, and
+  // read with the second, which accepts UTC only.
+  static const std::string DATE_TIME_PATTERN;
+  static const std::string DATE_TIME_PATTERN_WITH_UTC_OFFSET;
+  static const std::string DATE_TIME_PATTERN_FOR_UTC_DATE;
+
+  Date() = default;
+
+  // Reads `text`, written exactly as "2021-03-28T01:00:00.000+00:00", as an instant to be shown in
+  // the zone. InvalidArgument for an unknown zone (the date's zone is UTC then) or any other text
+  // (the date has the new zone then); `timestamp` is unchanged in both cases.
+  StatusCode Initialize(const std::string& text, const std::string& timeZoneName);
+
+  // Sets the instant and the zone. InvalidArgument for an unknown zone: `timestamp` is unchanged
+  // and the date's zone is UTC.
+  StatusCode Initialize(long long seconds, const std::string& timeZoneName);
+
+  // Whether the zoneinfo database knows the zone.
+  bool IsTimeZoneSupported(const std::string& timeZoneName) const;
+
+  // Moves to the start of the local day `days` days later.
+  void AddDays(unsigned int days);
+
+  // Moves to the start of the same day of the month `months` months later, or of that month's last
+  // day when it is shorter.
+  void AddMonths(unsigned int months);
+
+  // Whether hour and minute are those of the first instant of the local day.
+  static bool IsFirstHourOfDay(const Date& date);
+
+  // Round to the multiples of `minutes` of the local hour. A count that does not divide 60 is
+  // applied from the full hour on; 0 leaves the date unchanged.
+  static void RoundDownTimeToMinute(Date& date, unsigned int minutes);
+  static void RoundUpTimeToMinute(Date& date, unsigned int minutes);
+
+  // Round to the start of a local hour, day or month. A date that is on the bound stays, except
+  // that rounding down moves the second occurrence of a repeated bound to the first one, and
+  // rounding up takes the start of a month for a bound only at 00:00.
+  static void RoundDownTimeToHour(Date& date);
+  static void RoundUpTimeToHour(Date& date);
+  static void RoundDownTimeToDay(Date& date);
+  static void RoundUpTimeToDay(Date& date);
+  static void RoundDownTimeToMonth(Date& date);
+  static void RoundUpTimeToMonth(Date& date);
+};
+
+}  // namespace nvx::TimeSeriesDatabase::Date

@@ -1,0 +1,22 @@
+#pragma once
+
+// The library's one meeting point with the host platform. The headers named here are the
+// platform's; they keep default visibility so that the process has one logger, whatever the flags
+// of the module that includes them.
+
+#pragma GCC visibility push(default)
+#include <nvx/date_time_encoder.h>
+#include <nvx/file_system.h>
+#include <nvx/log_level.h>
+#include <nvx/redis_client_interface.h>
+#include <nvx/root_logger.h>
+#include <nvx/status_code.h>
+#pragma GCC visibility pop
+
+namespace nvx::TimeSeriesDatabase {
+
+using nv::kora::KoraLogLevel;
+using nv::kora::RedisClientInterface;
+using nv::kora::StatusCode;
+
+}  // namespace nvx::TimeSeriesDatabase

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <memory>
+#include <set>
+#include <string>
+
+#include "timeseries/database_interface.h"
+#include "timeseries/export.h"
+#include "timeseries/host.h"
+#include "timeseries/rrd_client.h"
+
+namespace nvx::TimeSeriesDatabase::Rrd {
+
+// A directory with one RRD file per data source. Nothing is cached: every call looks at the
+// directory anew.
+class NVX_TIMESERIES_EXPORT Database : public DatabaseInterface {
+ public:
+  // Copies the directory's path and checks nothing. The three services must outlive the database
+  // and every data source that it hands out.
+  Database(const std::string& databaseDirectory, Utilities::FileSystem& files,
+           RedisClientInterface& redis, RrdClient& rrd);
+  ~Database() override;
+
+  // Files whose names give no id are passed over. Failure when there are files and `zeltIds` is
+  // empty all the same; the code of the host, with `zeltIds` unchanged, when the directory cannot
+  // be read.
+  StatusCode ListDataSources(std::set<std::string>& zeltIds) const override;
+
+  // The following return InvalidArgument for an id that has no file name and the code of
+  // FileSystem::CheckFileExist when there is no such file. The file itself is not opened.
+  StatusCode HasDataSource(const std::string& zeltId) const override;
+  StatusCode GetDataSource(const std::string& zeltId,
+                           std::unique_ptr<DataSourceInterface>& dataSource) const override;
+  StatusCode GetNumericalDataSource(
+      const std::string& zeltId,
+      std::unique_ptr<NumericalDataSourceInterface>& dataSource) const override;
+
+  // The path of an id's file, whether it exists or not. InvalidArgument, with `path` unchanged, for
+  // an id that has no file name.
+  StatusCode GetPathToRrdFile(const std::string& zeltId, std::string& path) const;
+
+ private:
+  NVX_TIMESERIES_HIDDEN StatusCode FindRrdFile(const std::string& zeltId, std::string& path) const;
+  NVX_TIMESERIES_HIDDEN static StatusCode ProcessFileNames(const std::set<std::string>& fileNames,
+                                                           std::set<std::string>& zeltIds);
+  NVX_TIMESERIES_HIDDEN static void InsertZeltId(const std::string& fileName,
+                                                 std::set<std::string>& zeltIds);
+
+  std::string directory;
+  Utilities::FileSystem& fileSystem;
+  RedisClientInterface& redisClient;
+  RrdClient& rrdClient;
+};
+
+}  // namespace nvx::TimeSeriesDatabase::Rrd

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "timeseries/export.h"
+
+namespace nvx::TimeSeriesDatabase {
+
+class RrdClient;
+
+namespace Rrd {
+
+// The samples of one fetch, one per step. Made empty by the caller, filled by RrdClient::Fetch;
+// owns its buffer.
+class NVX_TIMESERIES_EXPORT FetchResult {
+ public:
+  FetchResult() = default;
+  FetchResult(const FetchResult&) = delete;
+  FetchResult& operator=(const FetchResult&) = delete;
+  virtual ~FetchResult();
+
+  // Times of the first and the last sample, in seconds since the epoch.
+  virtual long long GetStartTime() const;
+  virtual long long GetEndTime() const;
+
+  // Seconds from one sample to the next.
+  virtual unsigned long long GetStep() const;
+
+  virtual unsigned int GetSampleCount() const;
+
+  // The samples; NaN where one is missing. Null while the result is empty; valid as long as it
+  // lives.
+  virtual const double* GetData() const;
+
+ private:
+  friend class nvx::TimeSeriesDatabase::RrdClient;
+
+  long long startTime = 0;
+  long long endTime = 0;
+  unsigned long long step = 0;
+  unsigned int sampleCount = 0;
+  double* data = nullptr;
+};
+
+}  // namespace Rrd
+}  // namespace nvx::TimeSeriesDatabase

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <vector>
+
+#include "timeseries/data_functions.h"
+#include "timeseries/export.h"
+#include "timeseries/host.h"
+#include "timeseries/numerical_data_point.h"
+#include "timeseries/rrd/interval_iterator.h"
+
+namespace nvx::TimeSeriesDatabase::Rrd {
+
+// Applies a data function to every interval of an iterator.
+class NVX_TIMESERIES_EXPORT IntervalProcessor {
+ public:
+  // Both arguments stay the caller's and must outlive the processor.
+  IntervalProcessor(const DataFunction& dataFunction, IntervalIterator& intervalIterator);
+
+  // Appends a point per interval. Stops at the first failure of the iterator or the data function
+  // and returns its code; the points of the intervals before stay in `points`.
+  StatusCode Process(std::vector<NumericalDataPoint>& points);
+
+ private:
+  NVX_TIMESERIES_HIDDEN StatusCode ComputePoint(NumericalDataPoint& point) const;
+
+  const DataFunction& function;
+  IntervalIterator& iterator;
+};
+
+}  // namespace nvx::TimeSeriesDatabase::Rrd

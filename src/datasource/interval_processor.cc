@@ -1,0 +1,57 @@
+#include "timeseries/rrd/interval_processor.h"
+
+#include <string>
+
+#include "foundation/log.h"
+#include "time/civil.h"
+
+namespace nvx::TimeSeriesDatabase::Rrd {
+namespace {
+
+const std::string COMPONENT_NAME = "TimeSeriesDatabase::Rrd::IntervalProcessor";
+
+}  // namespace
+
+IntervalProcessor::IntervalProcessor(const DataFunction& dataFunction,
+                                     IntervalIterator& intervalIterator)
+    : function(dataFunction), iterator(intervalIterator) {}
+
+StatusCode IntervalProcessor::Process(std::vector<NumericalDataPoint>& points) {
+  StatusCode rc = iterator.Initialize();
+  if (rc != StatusCode::Success && rc != StatusCode::EndOfIteration) {
+    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to initialize iterator", "Process");
+    return rc;
+  }
+  do {
+    NumericalDataPoint point;
+    rc = ComputePoint(point);
+    if (rc != StatusCode::Success) {
+      return rc;
+    }
+    points.push_back(point);
+    rc = iterator.GoToNextInterval();
+  } while (rc == StatusCode::Success);
+
+  if (rc != StatusCode::EndOfIteration) {
+    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to determine next interval", "Process");
+    return rc;
+  }
+  return StatusCode::Success;
+}
+
+StatusCode IntervalProcessor::ComputePoint(NumericalDataPoint& point) const {
+  const double* first = nullptr;
+  const double* last = nullptr;
+  iterator.GetCurrentInterval(first, last, point.date);
+  const StatusCode rc = function(first, last, point.value, point.quality);
+  NVX_LOG(KoraLogLevel::Trace, "[%lu][%s][trace] %s: Timestamp [%lld] dataPoint.value [%f]",
+          "Process", point.date.timestamp, point.value);
+  if (rc != StatusCode::Success) {
+    NVX_LOG(KoraLogLevel::Error,
+            "[%lu][%s] %s: Failed to compute data function for date [%s], UTC timestamp [%lld]",
+            "Process", Date::ToText(point.date).c_str(), point.date.timestamp);
+  }
+  return rc;
+}
+
+}  // namespace nvx::TimeSeriesDatabase::Rrd

@@ -1,0 +1,22 @@
+#pragma once
+
+namespace nv::kora {
+
+// The outcome of an operation of the platform. 0 is success; the numbers are part of the platform's
+// interface and never change.
+enum class StatusCode : int {
+  Success = 0,
+  Failure = 1,
+  NotFound = 2,  // no file at a path, no field in a hash
+  NothingToDo = 8,
+  IoError = 9,
+  EndOfIteration = 19,
+  NullPointer = 21,
+  InvalidArgument = 28,
+  CannotOpen = 42,
+  OutOfMemory = 48,
+  OutOfRange = 71,
+  PartialData = 79,
+};
+
+}  // namespace nv::kora

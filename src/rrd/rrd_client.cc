@@ -1,0 +1,279 @@
+#include "timeseries/rrd_client.h"
+
+#include <rrd.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "foundation/log.h"
+#include "rrd/number_text.h"
+#include "timeseries/rrd/constants.h"
+
+namespace nvx::TimeSeriesDatabase {
+
+namespace Rrd {
+
+const std::string LAST_KEYWORD = "LAST";
+const std::string DATA_SOURCE_FILE_EXTENSION = "rrd";
+
+}  // namespace Rrd
+
+namespace {
+
+static_assert(sizeof(std::time_t) == 8, "the RRD library is called with a time_t of 64 bits");
+
+const std::string COMPONENT_NAME = "TimeSeriesDatabase::RrdClient";
+const std::string STEP_KEYWORD = "step";
+const std::string DS_DEFINITION_PREFIX = "DS:element:GAUGE:";
+const std::string MIGRATION_DS_DEFINITION_PREFIX = "DS:element=element[1]:GAUGE:";
+const std::string RRA_DEFINITION_PREFIX = "RRA:LAST:0.99999:1:";
+
+constexpr char FETCH_ERROR_FORMAT[] =
+    "[%lu][%s] %s: error [%s],Time window start time = [%lld], end time = [%lld], file path = [%s]";
+
+// Beyond it, and for a span that ends before it starts, the RRD library computes the size of its
+// buffer modulo 2^64 and may write outside it.
+constexpr long long FARTHEST_TIME = 1LL << 58;
+
+using Utilities::FileSystem;
+
+bool IsSpanSafe(long long start, long long end) {
+  return -FARTHEST_TIME <= start && start <= end && end <= FARTHEST_TIME;
+}
+
+// The data source names of a successful fetch.
+class NameList {
+ public:
+  NameList(char** fetchedNames, unsigned long fetchedCount)
+      : names(fetchedNames), count(fetchedCount) {}
+  NameList(const NameList&) = delete;
+  NameList& operator=(const NameList&) = delete;
+
+  ~NameList() {
+    if (names == nullptr) {
+      return;
+    }
+    for (unsigned long i = 0; i < count; ++i) {
+      std::free(names[i]);
+    }
+    std::free(names);
+  }
+
+ private:
+  char** names;
+  unsigned long count;
+};
+
+// The definitions of a file's one data source and its one archive.
+struct Definitions {
+  Definitions(const std::string& dataSourcePrefix, long long step, double minimum, double maximum,
+              unsigned int rowCount)
+      : dataSource(dataSourcePrefix), archive(RRA_DEFINITION_PREFIX) {
+    const auto heartbeat = static_cast<long long>(2 * static_cast<unsigned long long>(step));
+    AppendNumber(dataSource, heartbeat);
+    dataSource += ':';
+    AppendNumber(dataSource, minimum);
+    dataSource += ':';
+    AppendNumber(dataSource, maximum);
+    AppendNumber(archive, static_cast<long long>(rowCount));
+  }
+
+  std::string dataSource;
+  std::string archive;
+};
+
+void LogCreateError(const char* operation, const std::string& path,
+                    const Definitions& definitions) {
+  NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: error [%s], file path [%s], arguments [%s %s]",
+          operation, rrd_get_error(), path.c_str(), definitions.dataSource.c_str(),
+          definitions.archive.c_str());
+}
+
+void LogCreateSuccess(const char* operation, const std::string& path,
+                      const Definitions& definitions) {
+  NVX_LOG(KoraLogLevel::Information, "[%lu][%s] %s: Create rrd file [%s] with arguments [%s %s]",
+          operation, path.c_str(), definitions.dataSource.c_str(), definitions.archive.c_str());
+}
+
+std::string MakeSampleText(long long time, double value) {
+  std::string text;
+  AppendNumber(text, time);
+  text += ':';
+  AppendNumber(text, value);
+  return text;
+}
+
+}  // namespace
+
+RrdClient::~RrdClient() = default;
+
+StatusCode RrdClient::GetFirstTimestamp(const std::string& path, int rraIndex,
+                                        long long& timestamp) const {
+  const StatusCode found = FileSystem::CheckFileExist(path);
+  if (found != StatusCode::Success) {
+    return found;
+  }
+  timestamp = rrd_first_r(path.c_str(), rraIndex);
+  if (timestamp == -1) {
+    NVX_LOG(KoraLogLevel::Error,
+            "[%lu][%s] %s: Failed to get first timestamp from [%s]. rrd error :[%s]",
+            "GetFirstTimestamp", path.c_str(), rrd_get_error());
+    rrd_clear_error();
+    return StatusCode::Failure;
+  }
+  NVX_LOG(KoraLogLevel::Information, "[%lu][%s] %s: First timestamp [%lld] for [%s]",
+          "GetFirstTimestamp", timestamp, path.c_str());
+  return StatusCode::Success;
+}
+
+StatusCode RrdClient::GetLastTimestamp(const std::string& path, long long& timestamp) const {
+  const StatusCode found = FileSystem::CheckFileExist(path);
+  if (found != StatusCode::Success) {
+    return found;
+  }
+  timestamp = rrd_last_r(path.c_str());
+  if (timestamp == -1) {
+    NVX_LOG(KoraLogLevel::Error,
+            "[%lu][%s] %s: Failed to get last timestamp from [%s]. rrd error :[%s]",
+            "GetLastTimestamp", path.c_str(), rrd_get_error());
+    rrd_clear_error();
+    return StatusCode::Failure;
+  }
+  return StatusCode::Success;
+}
+
+StatusCode RrdClient::GetInterval(const std::string& path, unsigned long& interval) const {
+  const StatusCode found = FileSystem::CheckFileExist(path);
+  if (found != StatusCode::Success) {
+    return found;
+  }
+  rrd_info_t* const information = rrd_info_r(path.c_str());
+  if (information == nullptr) {
+    NVX_LOG(KoraLogLevel::Error,
+            "[%lu][%s] %s: Failed to read information from[%s]. rrd error :[%s]", "GetInterval",
+            path.c_str(), rrd_get_error());
+    rrd_clear_error();
+    return StatusCode::Failure;
+  }
+
+  const rrd_info_t* entry = information;
+  while (entry != nullptr && (entry->key != STEP_KEYWORD || entry->type != RD_I_CNT)) {
+    entry = entry->next;
+  }
+  if (entry != nullptr) {
+    interval = entry->value.u_cnt;
+  } else {
+    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to find keyword [%s] in [%s]", "GetInterval",
+            STEP_KEYWORD.c_str(), path.c_str());
+  }
+  rrd_info_free(information);
+  return entry != nullptr ? StatusCode::Success : StatusCode::Failure;
+}
+
+StatusCode RrdClient::Fetch(const std::string& path, long long start, long long end,
+                            Rrd::FetchResult& result) const {
+  if (!IsSpanSafe(start, end)) {
+    NVX_LOG(KoraLogLevel::Error, FETCH_ERROR_FORMAT, "Fetch", "time window out of range", start,
+            end, path.c_str());
+    return StatusCode::Failure;
+  }
+  // The RRD library answers with the rows after the first bound, so the row of `start` comes first.
+  std::time_t s = static_cast<std::time_t>(start - 1);
+  std::time_t e = static_cast<std::time_t>(end - 1);
+  NVX_LOG(KoraLogLevel::Trace, "[%lu][%s][trace] %s: user time window [%lld, %lld]", "Fetch",
+          static_cast<long long>(s), static_cast<long long>(e));
+
+  unsigned long step = 0;
+  unsigned long dataSourceCount = 0;
+  char** names = nullptr;
+  rrd_value_t* data = nullptr;
+  if (rrd_fetch_r(path.c_str(), Rrd::LAST_KEYWORD.c_str(), &s, &e, &step, &dataSourceCount, &names,
+                  &data) == -1) {
+    NVX_LOG(KoraLogLevel::Error, FETCH_ERROR_FORMAT, "Fetch", rrd_get_error(),
+            static_cast<long long>(s), static_cast<long long>(e), path.c_str());
+    rrd_clear_error();
+    return StatusCode::Failure;
+  }
+  const NameList nameList(names, dataSourceCount);
+  if (data == nullptr) {
+    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: error pointer is null", "Fetch");
+    return StatusCode::NullPointer;
+  }
+  NVX_LOG(KoraLogLevel::Trace, "[%lu][%s][trace] %s: rrd time window [%lld, %lld]", "Fetch",
+          static_cast<long long>(s), static_cast<long long>(e));
+  const auto signedStep = static_cast<long long>(step);
+  if (signedStep <= 0 || signedStep > FARTHEST_TIME) {
+    std::free(data);
+    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: error step = %lu", "Fetch", step);
+    return StatusCode::Failure;
+  }
+
+  std::free(result.data);
+  result.startTime = s + signedStep;
+  result.endTime = e;
+  result.step = step;
+  result.sampleCount =
+      static_cast<unsigned int>(e / signedStep + 1 - (s + signedStep) / signedStep);
+  result.data = data;
+  return StatusCode::Success;
+}
+
+StatusCode RrdClient::Create(const std::string& path, long long step, long long startTime,
+                             double minimum, double maximum, unsigned int rowCount) const {
+  const Definitions definitions(DS_DEFINITION_PREFIX, step, minimum, maximum, rowCount);
+  const char* arguments[] = {definitions.dataSource.c_str(), definitions.archive.c_str()};
+  if (rrd_create_r(path.c_str(), static_cast<unsigned long>(step),
+                   static_cast<std::time_t>(startTime), 2, arguments) == -1) {
+    LogCreateError("Create", path, definitions);
+    rrd_clear_error();
+    return StatusCode::Failure;
+  }
+  LogCreateSuccess("Create", path, definitions);
+  return StatusCode::Success;
+}
+
+StatusCode RrdClient::Update(const std::string& path,
+                             const std::map<long long, double>& samples) const {
+  std::vector<std::string> texts;
+  texts.reserve(samples.size());
+  for (const auto& [time, value] : samples) {
+    texts.push_back(MakeSampleText(time, value));
+  }
+  std::vector<const char*> arguments;
+  arguments.reserve(texts.size());
+  for (const std::string& text : texts) {
+    arguments.push_back(text.c_str());
+  }
+
+  if (rrd_update_r(path.c_str(), nullptr, static_cast<int>(arguments.size()), arguments.data()) ==
+      -1) {
+    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: error [%s], file path [%s], arguments [%s %s]",
+            "Update", rrd_get_error(), path.c_str(), arguments.empty() ? "" : arguments[0],
+            arguments.size() < 2 ? "" : arguments[1]);
+    rrd_clear_error();
+    return StatusCode::Failure;
+  }
+  NVX_LOG(KoraLogLevel::Information, "[%lu][%s] %s: Update rrd file [%s] with %u samples", "Update",
+          path.c_str(), static_cast<unsigned int>(arguments.size()));
+  return StatusCode::Success;
+}
+
+StatusCode RrdClient::Migrate(const std::string& path, long long step, long long startTime,
+                              double minimum, double maximum, unsigned int rowCount) const {
+  const Definitions definitions(MIGRATION_DS_DEFINITION_PREFIX, step, minimum, maximum, rowCount);
+  const char* arguments[] = {definitions.dataSource.c_str(), definitions.archive.c_str()};
+  const char* sources[] = {path.c_str(), nullptr};
+  constexpr int MAY_OVERWRITE = 0;
+  if (rrd_create_r2(path.c_str(), static_cast<unsigned long>(step),
+                    static_cast<std::time_t>(startTime), MAY_OVERWRITE, sources, nullptr, 2,
+                    arguments) == -1) {
+    LogCreateError("Migrate", path, definitions);
+    return StatusCode::Failure;
+  }
+  LogCreateSuccess("Migrate", path, definitions);
+  return StatusCode::Success;
+}
+
+}  // namespace nvx::TimeSeriesDatabase

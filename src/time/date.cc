@@ -1,0 +1,70 @@
+#include "timeseries/date/date.h"
+
+#include "foundation/log.h"
+#include "time/civil.h"
+
+namespace nvx::TimeSeriesDatabase::Date {
+namespace {
+
+const std::string COMPONENT_NAME = "TimeSeriesDatabase::Date::Date";
+
+bool LoadTimeZone(const char* operation, const std::string& name, cctz::time_zone& timeZone) {
+  const bool isLoaded = cctz::load_time_zone(name, &timeZone);
+  if (!isLoaded) {
+    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Unsupported time zone [%s]", operation,
+            name.c_str());
+  }
+  return isLoaded;
+}
+
+}  // namespace
+
+const std::string Date::DATE_TIME_PATTERN = "%Y-%m-%d%ET%H:%M:%S.000";
+const std::string Date::DATE_TIME_PATTERN_WITH_UTC_OFFSET = DATE_TIME_PATTERN + "%Ez";
+const std::string Date::DATE_TIME_PATTERN_FOR_UTC_DATE = DATE_TIME_PATTERN + "+00:00";
+
+StatusCode Date::Initialize(const std::string& text, const std::string& timeZoneName) {
+  if (!LoadTimeZone("Initialize", timeZoneName, timeZone)) {
+    return StatusCode::InvalidArgument;
+  }
+  cctz::time_point<cctz::seconds> instant;
+  cctz::detail::femtoseconds fraction;
+  if (!cctz::detail::parse(DATE_TIME_PATTERN_FOR_UTC_DATE, text, cctz::utc_time_zone(), &instant,
+                           &fraction)) {
+    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Unable to parse date [%s]", "Initialize",
+            text.c_str());
+    return StatusCode::InvalidArgument;
+  }
+  timestamp = instant.time_since_epoch().count();
+  return StatusCode::Success;
+}
+
+StatusCode Date::Initialize(long long seconds, const std::string& timeZoneName) {
+  if (!LoadTimeZone("Initialize", timeZoneName, timeZone)) {
+    return StatusCode::InvalidArgument;
+  }
+  timestamp = seconds;
+  return StatusCode::Success;
+}
+
+bool Date::IsTimeZoneSupported(const std::string& timeZoneName) const {
+  cctz::time_zone loaded;
+  return LoadTimeZone("IsTimeZoneSupported", timeZoneName, loaded);
+}
+
+void Date::AddDays(unsigned int days) {
+  timestamp = ToTimestamp(cctz::civil_second(cctz::civil_day(ToLocal(*this)) + days), timeZone);
+}
+
+void Date::AddMonths(unsigned int months) {
+  const cctz::civil_second local = ToLocal(*this);
+  const cctz::civil_month target = cctz::civil_month(local) + months;
+  cctz::civil_day day = cctz::civil_day(target) + (local.day() - 1);
+  if (cctz::civil_month(day) != target) {
+    NVX_LOG(KoraLogLevel::Information, "[%lu][%s] %s: Months overflow [%u]", "AddMonths", months);
+    day = cctz::civil_day(target + 1) - 1;
+  }
+  timestamp = ToTimestamp(cctz::civil_second(day), timeZone);
+}
+
+}  // namespace nvx::TimeSeriesDatabase::Date
