@@ -3,7 +3,6 @@
 #include <string>
 
 #include "foundation/log.h"
-#include "time/civil.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 namespace {
@@ -49,7 +48,7 @@ StatusCode IntervalProcessor::ComputePoint(NumericalDataPoint& point) const {
   if (rc != StatusCode::Success) {
     NVX_LOG(KoraLogLevel::Error,
             "[%lu][%s] %s: Failed to compute data function for date [%s], UTC timestamp [%lld]",
-            "Process", Date::ToText(point.date).c_str(), point.date.timestamp);
+            "Process", point.date.ToText().c_str(), point.date.timestamp);
   }
   return rc;
 }

@@ -2,8 +2,6 @@
 
 #include <cctz/civil_time.h>
 
-#include <string>
-
 #include "timeseries/date/date.h"
 
 namespace nvx::TimeSeriesDatabase::Date {
@@ -17,8 +15,5 @@ long long ToTimestamp(const cctz::civil_second& local, const cctz::time_zone& ti
 
 // `timestamp` moved by `seconds`, at most to the first or last second that 64 bits hold.
 long long AddSeconds(long long timestamp, long long seconds);
-
-// The date in its text form, "2021-03-28T03:00:00.000+02:00".
-std::string ToText(const Date& date);
 
 }  // namespace nvx::TimeSeriesDatabase::Date

@@ -17,11 +17,24 @@ bool LoadTimeZone(const char* operation, const std::string& name, cctz::time_zon
   return isLoaded;
 }
 
+// cctz learned "%ET", the letter between date and time, only after the release that Debian ships.
+std::string WithoutLetterSpecifier(std::string pattern) {
+  const std::string specifier = "%ET";
+  return pattern.replace(pattern.find(specifier), specifier.size(), "T");
+}
+
 }  // namespace
 
 const std::string Date::DATE_TIME_PATTERN = "%Y-%m-%d%ET%H:%M:%S.000";
 const std::string Date::DATE_TIME_PATTERN_WITH_UTC_OFFSET = DATE_TIME_PATTERN + "%Ez";
 const std::string Date::DATE_TIME_PATTERN_FOR_UTC_DATE = DATE_TIME_PATTERN + "+00:00";
+
+namespace {
+
+const std::string TEXT_FORMAT = WithoutLetterSpecifier(Date::DATE_TIME_PATTERN_WITH_UTC_OFFSET);
+const std::string UTC_FORMAT = WithoutLetterSpecifier(Date::DATE_TIME_PATTERN_FOR_UTC_DATE);
+
+}  // namespace
 
 StatusCode Date::Initialize(const std::string& text, const std::string& timeZoneName) {
   if (!LoadTimeZone("Initialize", timeZoneName, timeZone)) {
@@ -29,8 +42,7 @@ StatusCode Date::Initialize(const std::string& text, const std::string& timeZone
   }
   cctz::time_point<cctz::seconds> instant;
   cctz::detail::femtoseconds fraction;
-  if (!cctz::detail::parse(DATE_TIME_PATTERN_FOR_UTC_DATE, text, cctz::utc_time_zone(), &instant,
-                           &fraction)) {
+  if (!cctz::detail::parse(UTC_FORMAT, text, cctz::utc_time_zone(), &instant, &fraction)) {
     NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Unable to parse date [%s]", "Initialize",
             text.c_str());
     return StatusCode::InvalidArgument;
@@ -50,6 +62,11 @@ StatusCode Date::Initialize(long long seconds, const std::string& timeZoneName) 
 bool Date::IsTimeZoneSupported(const std::string& timeZoneName) const {
   cctz::time_zone loaded;
   return LoadTimeZone("IsTimeZoneSupported", timeZoneName, loaded);
+}
+
+std::string Date::ToText() const {
+  const cctz::time_point<cctz::seconds> instant{cctz::seconds(timestamp)};
+  return cctz::format(TEXT_FORMAT, instant, timeZone);
 }
 
 void Date::AddDays(unsigned int days) {

@@ -1,7 +1,6 @@
 #include "timeseries/time_window.h"
 
 #include "foundation/log.h"
-#include "time/civil.h"
 
 namespace nvx::TimeSeriesDatabase {
 namespace {
@@ -29,7 +28,7 @@ StatusCode TimeWindow::IsValid() const {
 }
 
 std::string TimeWindowToString(const TimeWindow& window) {
-  return ToText(window.start) + " - " + ToText(window.end);
+  return window.start.ToText() + " - " + window.end.ToText();
 }
 
 }  // namespace nvx::TimeSeriesDatabase

@@ -35,8 +35,8 @@ class NVX_TIMESERIES_EXPORT Date {
   long long timestamp = 0;   // seconds since 1970-01-01T00:00:00 UTC
   cctz::time_zone timeZone;  // UTC by default
 
-  // Format strings of cctz. Dates are written with the first offset pattern, in their own zone, and
-  // read with the second, which accepts UTC only.
+  // Format strings of cctz: the stem, that of a date's text form, and that of Initialize, which
+  // reads UTC only. A cctz that does not know "%ET" (up to 2.3) needs a "T" in its place.
   static const std::string DATE_TIME_PATTERN;
   static const std::string DATE_TIME_PATTERN_WITH_UTC_OFFSET;
   static const std::string DATE_TIME_PATTERN_FOR_UTC_DATE;
@@ -54,6 +54,9 @@ class NVX_TIMESERIES_EXPORT Date {
 
   // Whether the zoneinfo database knows the zone.
   bool IsTimeZoneSupported(const std::string& timeZoneName) const;
+
+  // The text form, in the date's own zone: "2021-03-28T03:00:00.000+02:00".
+  std::string ToText() const;
 
   // Moves to the start of the local day `days` days later.
   void AddDays(unsigned int days);
