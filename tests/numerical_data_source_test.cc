@@ -1,0 +1,327 @@
+#include "timeseries/rrd/numerical_data_source.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "nvx/workstation/in_memory_redis_client.h"
+#include "support/log_capture.h"
+#include "support/run_program.h"
+#include "support/temporary_directory.h"
+
+using namespace nvx::TimeSeriesDatabase;
+
+namespace {
+
+constexpr long long HOUR = 3600;
+constexpr long long START = 1700006400;  // a full hour
+const std::string COMPONENT = "[TimeSeriesDatabase::Rrd::NumericalDataSource] ";
+const std::string TRACE = "[TimeSeriesDatabase::Rrd::NumericalDataSource][trace] ";
+
+TimeWindow Window(long long start, long long end, const std::string& zone = "UTC") {
+  TimeWindow window;
+  EXPECT_EQ(window.start.Initialize(start, zone), StatusCode::Success);
+  EXPECT_EQ(window.end.Initialize(end, zone), StatusCode::Success);
+  return window;
+}
+
+// Answers metadata with fixed values and delivers no samples.
+class FixedRrdClient : public RrdClient {
+ public:
+  StatusCode GetFirstTimestamp(const std::string&, int, long long& timestamp) const override {
+    timestamp = 42;
+    return code;
+  }
+  StatusCode GetInterval(const std::string&, unsigned long& interval) const override {
+    interval = 300;
+    return code;
+  }
+  StatusCode Fetch(const std::string&, long long, long long, Rrd::FetchResult&) const override {
+    return code;
+  }
+
+  StatusCode code = StatusCode::Success;
+};
+
+TEST(NumericalDataSource, MetadataComesFromTheStoreOrElseTheFile) {
+  const std::string missTimestamp = "6" + COMPONENT +
+                                    "GetFirstTimestamp: Fail to get first timestamp from redis, "
+                                    "trying with rrd";
+  const std::string missInterval =
+      "6" + COMPONENT + "GetInterval: Fail to get interval from redis, trying with rrd";
+  const std::string failTimestamp =
+      "6" + COMPONENT + "GetFirstTimestamp: Fail to get first timestamp for [a.rrd]";
+  const std::string failInterval =
+      "6" + COMPONENT + "GetInterval: Fail to get interval for [a.rrd]";
+  const auto exception = [](const char* operation, const char* function, const std::string& value) {
+    return "3" + COMPONENT + operation + ": Exception raised by std::" + function + ", value='" +
+           value + "', exception='" + function + "'";
+  };
+  struct Case {
+    const char* stored;  // null: not in the store
+    StatusCode fileCode;
+    StatusCode code;
+    long long timestamp;
+    unsigned long interval;
+    std::vector<std::string> timestampLines, intervalLines;
+  };
+  const StatusCode ok = StatusCode::Success;
+  const Case cases[] = {
+      {"1700000000", ok, ok, 1700000000, 1700000000, {}, {}},
+      {" +60xyz", ok, ok, 60, 60, {}, {}},
+      {"abc",
+       ok,
+       StatusCode::Failure,
+       7,
+       7,
+       {exception("GetFirstTimestamp", "stol", "abc"), failTimestamp},
+       {exception("GetInterval", "stoul", "abc"), failInterval}},
+      {"99999999999999999999",
+       ok,
+       StatusCode::Failure,
+       7,
+       7,
+       {exception("GetFirstTimestamp", "stol", "99999999999999999999"), failTimestamp},
+       {exception("GetInterval", "stoul", "99999999999999999999"), failInterval}},
+      {"",
+       ok,
+       StatusCode::Failure,
+       7,
+       7,
+       {exception("GetFirstTimestamp", "stol", ""), failTimestamp},
+       {exception("GetInterval", "stoul", ""), failInterval}},
+      {nullptr, ok, ok, 42, 300, {missTimestamp}, {missInterval}},
+      {nullptr,
+       StatusCode::IoError,
+       StatusCode::IoError,
+       42,
+       300,
+       {missTimestamp, failTimestamp},
+       {missInterval, failInterval}},
+  };
+  for (const Case& expected : cases) {
+    SCOPED_TRACE(expected.stored == nullptr ? "not stored" : expected.stored);
+    nvx::Workstation::InMemoryRedisClient redis;
+    FixedRrdClient rrd;
+    rrd.code = expected.fileCode;
+    if (expected.stored != nullptr) {
+      redis.HashSet("a.rrd", "firstTimeStamp", expected.stored);
+      redis.HashSet("a.rrd", "interval", expected.stored);
+    }
+    const Rrd::NumericalDataSource source("a.rrd", redis, rrd);
+    LogCapture log(6);
+    long long timestamp = 7;
+    EXPECT_EQ(source.GetFirstTimestamp(timestamp), expected.code);
+    EXPECT_EQ(timestamp, expected.timestamp);
+    EXPECT_EQ(log.Take(), expected.timestampLines);
+    unsigned long interval = 7;
+    EXPECT_EQ(source.GetInterval(interval), expected.code);
+    EXPECT_EQ(interval, expected.interval);
+    EXPECT_EQ(log.Take(), expected.intervalLines);
+  }
+}
+
+TEST(NumericalDataSource, TheIntervalIsTheQueryIntervalOfThatLength) {
+  nvx::Workstation::InMemoryRedisClient redis;
+  FixedRrdClient rrd;
+  const Rrd::NumericalDataSource source("a.rrd", redis, rrd);
+  LogCapture log(3);
+  QueryInterval interval = QueryInterval::Month;
+  EXPECT_EQ(source.GetInterval(interval), StatusCode::Success);
+  EXPECT_EQ(interval, QueryInterval::FiveMinutes);
+  redis.HashSet("a.rrd", "interval", "61");
+  EXPECT_EQ(source.GetInterval(interval), StatusCode::InvalidArgument);
+  EXPECT_EQ(log.Take().size(), 1u);
+
+  redis.HashSet("a.rrd", "interval", "x");
+  nvx::Log::RootLogger::GetInstance().SetLevel(nv::kora::KoraLogLevel::Information);
+  EXPECT_EQ(source.GetInterval(interval), StatusCode::Failure);
+  EXPECT_EQ(log.Take().back(),
+            "6" + COMPONENT + "GetInterval: Fail to convert sampling rate for [a.rrd]");
+  EXPECT_EQ(interval, QueryInterval::FiveMinutes);
+}
+
+// Three hours and more of one-minute samples: a counter that grows by 1 a minute, sample 90
+// missing.
+class Query : public testing::Test {
+ protected:
+  Query() {
+    std::map<long long, double> samples;
+    for (int i = 0; i <= 200; ++i) {
+      samples[START + i * 60] = i == 90 ? std::nan("") : i;
+    }
+    EXPECT_EQ(rrd.Create(path, 60, START - 60, NAN, NAN, 1000), StatusCode::Success);
+    EXPECT_EQ(rrd.Update(path, samples), StatusCode::Success);
+  }
+
+  const TemporaryDirectory directory;
+  const std::string path = directory.GetPath("a.rrd");
+  nvx::Workstation::InMemoryRedisClient redis;
+  RrdClient rrd;
+  Rrd::NumericalDataSource source{path, redis, rrd};
+  std::vector<NumericalDataPoint> points;
+};
+
+TEST_F(Query, AveragesAndDeltasPerHour) {
+  const TimeWindow window = Window(START, START + 3 * HOUR);
+  EXPECT_EQ(source.FetchAverage(window, QueryInterval::Hour, points), StatusCode::Success);
+  EXPECT_EQ(source.FetchDelta(window, QueryInterval::Hour, points), StatusCode::Success);
+  ASSERT_EQ(points.size(), 6u);
+  // The bounds belong to both hours: 61 samples each, 60 in the second.
+  const double values[] = {30, (61 * 90 - 90) / 60.0, 150, 60, 60, 60};
+  for (std::size_t i = 0; i < 6; ++i) {
+    EXPECT_EQ(points[i].date.timestamp, START + static_cast<long long>(i % 3) * HOUR);
+    EXPECT_DOUBLE_EQ(points[i].value, values[i]);
+    EXPECT_EQ(points[i].quality, i != 1);
+  }
+}
+
+TEST_F(Query, TheFullPeriodIsOneDelta) {
+  LogCapture log(7);
+  const TimeWindow window = Window(START, START + 90 * 60, "Asia/Kolkata");
+  EXPECT_EQ(source.FetchAverage(window, QueryInterval::FullPeriod, points), StatusCode::Success);
+  ASSERT_EQ(points.size(), 1u);
+  EXPECT_EQ(points[0].value, 89);
+  EXPECT_FALSE(points[0].quality);  // the last sample is missing
+  EXPECT_EQ(points[0].date.timestamp, START);
+  EXPECT_EQ(points[0].date.timeZone.name(), "Asia/Kolkata");
+  EXPECT_EQ(log.Take().back(), "7" + TRACE + "ComputeDelta: time-window='" +
+                                   TimeWindowToString(window) + "', NumberOfPoints=91");
+}
+
+TEST_F(Query, AStartOffTheStepsGivesBadPoints) {
+  points.resize(1);
+  points[0].quality = true;
+  LogCapture log(7);
+  const TimeWindow window = Window(START + 30, START + 30 + HOUR);
+  EXPECT_EQ(source.FetchAverage(window, QueryInterval::Hour, points), StatusCode::PartialData);
+  ASSERT_EQ(points.size(), 2u);
+  EXPECT_EQ(points[1].value, 31);
+  EXPECT_FALSE(points[0].quality || points[1].quality);
+  const std::vector<std::string> lines = log.Take();
+  EXPECT_EQ(lines.back(), "7" + TRACE +
+                              "FetchAndProcess: time window start time 1700006430 different from "
+                              "fetched data start time 1700006460");
+  EXPECT_EQ(lines[2], "7" + TRACE + "ProcessByInterval: timeWindow=[" + TimeWindowToString(window) +
+                          "], interval=10, expectedNumberOfPoints=1");
+  EXPECT_EQ(source.FetchDelta(window, QueryInterval::FullPeriod, points), StatusCode::PartialData);
+}
+
+TEST_F(Query, FailuresLeaveThePointsBeforeThem) {
+  const std::string fetchFailed = "FetchAndProcess: Failed to fetch from RRD for time-window [";
+  TimeWindow mixed = Window(START, START + HOUR);
+  mixed.end.Initialize(START + HOUR, "Europe/Paris");
+  struct Case {
+    TimeWindow window;
+    QueryInterval interval;
+    bool isFileThere;
+    StatusCode code;
+    std::size_t points;
+    std::string line;  // the last one
+  };
+  const std::string capacity =
+      "ProcessByInterval: Cannot calculate data point capacity for "
+      "time-window [";
+  const Case cases[] = {
+      {Window(START, START + HOUR), QueryInterval::Hour, false, StatusCode::Failure, 0,
+       fetchFailed},
+      {Window(START + HOUR, START), QueryInterval::FullPeriod, true, StatusCode::Failure, 0,
+       fetchFailed},
+      {mixed, QueryInterval::Hour, true, StatusCode::InvalidArgument, 0, capacity},
+      {Window(START, START + HOUR), QueryInterval(14), true, StatusCode::InvalidArgument, 0,
+       capacity},
+      {Window(START, START + HOUR + 60), QueryInterval::Hour, true, StatusCode::OutOfRange, 1, ""},
+  };
+  for (const Case& expected : cases) {
+    Rrd::NumericalDataSource asked(expected.isFileThere ? path : path + "x", redis, rrd);
+    LogCapture log(3);
+    std::vector<NumericalDataPoint> answer(2);
+    EXPECT_EQ(asked.FetchAverage(expected.window, expected.interval, answer), expected.code);
+    EXPECT_EQ(answer.size(), 2 + expected.points);
+    if (!expected.line.empty()) {
+      const std::string line = log.Take().back();
+      EXPECT_EQ(line.find("3" + COMPONENT + expected.line + TimeWindowToString(expected.window)),
+                0u)
+          << line;
+    }
+  }
+}
+
+TEST_F(Query, AnEmptyFetchIsAFailure) {
+  FixedRrdClient empty;
+  Rrd::NumericalDataSource asked(path, redis, empty);
+  LogCapture log(3);
+  const TimeWindow window = Window(START, START + HOUR);
+  EXPECT_EQ(asked.FetchDelta(window, QueryInterval::FullPeriod, points), StatusCode::Failure);
+  EXPECT_EQ(log.Take(),
+            std::vector<std::string>{"3" + COMPONENT + "ComputeDelta: fetched result is empty"});
+  EXPECT_TRUE(points.empty());
+}
+
+TEST_F(Query, NoWindowReachesBeyondTheSamples) {
+  LogCapture log(2);
+  for (const long long start : {-7 * HOUR, -30LL, 59LL, START - 1, START + 199 * 60 + 30}) {
+    for (const long long length : {60LL, 61LL, HOUR, 5 * HOUR, 100 * HOUR}) {
+      for (unsigned char interval = 0; interval < 14; ++interval) {
+        source.FetchAverage(Window(start, start + length), QueryInterval(interval), points);
+        source.FetchDelta(Window(start, start + length), QueryInterval(interval), points);
+      }
+    }
+  }
+}
+
+TEST_F(Query, FilesOfTheRrdtoolCommandAreRead) {
+  const std::string other = directory.GetPath("other.rrd");
+  const std::string start = std::to_string(START - 300);
+  std::vector<std::string> update = {"rrdtool", "update", other};
+  for (int i = 0; i <= 24; ++i) {
+    update.push_back(std::to_string(START + i * 300) + ":" + std::to_string(i * i));
+  }
+  ASSERT_EQ(RunProgram({"rrdtool", "create", other, "--step", "300", "--start", start,
+                        "DS:x:GAUGE:600:U:U", "RRA:AVERAGE:0.5:12:100", "RRA:LAST:0.5:1:100"})
+                .status,
+            0);
+  ASSERT_EQ(RunProgram(update).status, 0);
+  Rrd::NumericalDataSource asked(other, redis, rrd);
+  EXPECT_EQ(asked.FetchDelta(Window(START, START + 2 * HOUR), QueryInterval::Hour, points),
+            StatusCode::Success);
+  ASSERT_EQ(points.size(), 2u);
+  EXPECT_EQ(points[0].value, 144);
+  EXPECT_EQ(points[1].value, 576 - 144);
+}
+
+TEST_F(Query, ThreadsWithObjectsOfTheirOwnDoNotMeet) {
+  LogCapture log(3);
+  std::vector<std::thread> threads;
+  std::vector<int> wrong(4);
+  for (std::size_t number = 0; number < wrong.size(); ++number) {
+    threads.emplace_back([&, number] {
+      const RrdClient ownRrd;
+      const std::string ownPath = directory.GetPath(std::to_string(number) + ".rrd");
+      const double value = static_cast<double>(number) + 1;
+      ownRrd.Create(ownPath, 60, START - 60, NAN, NAN, 1000);
+      for (int i = 0; i < 50; ++i) {
+        ownRrd.Update(ownPath, {{START + 60 * i, value * i}});
+        RrdClient client;
+        Rrd::NumericalDataSource own(ownPath, redis, client);
+        Rrd::NumericalDataSource missing(ownPath + "x", redis, client);
+        std::vector<NumericalDataPoint> answer;
+        own.FetchDelta(Window(START, START + HOUR, "Europe/Paris"), QueryInterval::Hour, answer);
+        missing.FetchDelta(Window(START, START + HOUR), QueryInterval::Hour, answer);
+        const bool isRight = answer.size() == 1 && (i == 0 || answer[0].value == value * i);
+        wrong[number] += isRight ? 0 : 1;
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(wrong, std::vector<int>(4));
+  EXPECT_EQ(log.Take().size(), 4u * 50 * 2);
+}
+
+}  // namespace

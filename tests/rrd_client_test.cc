@@ -1,0 +1,149 @@
+// RrdClient on real files, held against the rrdtool command.
+
+#include "timeseries/rrd_client.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "support/run_program.h"
+#include "support/temporary_directory.h"
+
+using namespace nvx::TimeSeriesDatabase;
+
+namespace {
+
+constexpr long long START = 1700000040;  // a multiple of 60
+
+std::map<long long, double> Fetch(const RrdClient& client, const std::string& path, long long start,
+                                  long long end) {
+  std::map<long long, double> samples;
+  Rrd::FetchResult result;
+  EXPECT_EQ(client.Fetch(path, start, end, result), StatusCode::Success);
+  for (unsigned int i = 0; i < result.GetSampleCount(); ++i) {
+    const long long time = result.GetStartTime() + i * static_cast<long long>(result.GetStep());
+    samples[time] = result.GetData()[i];
+  }
+  return samples;
+}
+
+// The rows that "rrdtool fetch" prints for the same bounds.
+std::map<long long, double> RrdtoolFetch(const std::string& path, long long start, long long end) {
+  const ProgramResult fetched =
+      RunProgram({"rrdtool", "fetch", path, "LAST", "-s", std::to_string(start - 1), "-e",
+                  std::to_string(end - 1)});
+  EXPECT_EQ(fetched.status, 0) << fetched.error;
+  std::map<long long, double> samples;
+  std::istringstream lines(fetched.output);
+  std::string line;
+  while (std::getline(lines, line)) {
+    const std::size_t colon = line.find(": ");
+    if (colon != std::string::npos) {
+      samples[std::stoll(line)] = std::strtod(line.c_str() + colon + 2, nullptr);
+    }
+  }
+  return samples;
+}
+
+void ExpectSame(const std::map<long long, double>& actual,
+                const std::map<long long, double>& expected) {
+  ASSERT_EQ(actual.size(), expected.size());
+  for (const auto& [time, value] : expected) {
+    ASSERT_EQ(actual.count(time), 1u) << time;
+    EXPECT_TRUE(std::isnan(value) ? std::isnan(actual.at(time))
+                                  : std::abs(actual.at(time) - value) <= std::abs(value) * 1e-9)
+        << time << ": " << actual.at(time) << " instead of " << value;
+  }
+}
+
+std::map<long long, double> Ramp(int count) {
+  std::map<long long, double> samples;
+  for (int i = 0; i < count; ++i) {
+    samples[START + i * 60] = i == 10 ? NAN : i / 8.0;
+  }
+  return samples;
+}
+
+class RrdFile : public testing::Test {
+ protected:
+  RrdFile() {
+    EXPECT_EQ(client.Create(path, 60, START - 60, NAN, NAN, 100), StatusCode::Success);
+    EXPECT_EQ(client.Update(path, Ramp(90)), StatusCode::Success);
+  }
+
+  const TemporaryDirectory directory;
+  const std::string path = directory.GetPath("a.rrd");
+  const RrdClient client;
+};
+
+TEST_F(RrdFile, HoldsWhatWasStored) {
+  const std::map<long long, double> all = Fetch(client, path, START, START + 89 * 60);
+  ExpectSame(all, Ramp(90));
+  ExpectSame(RrdtoolFetch(path, START, START + 89 * 60), all);
+  ExpectSame(Fetch(client, path, START + 300, START + 300), {{START + 300, 5 / 8.0}});
+  ExpectSame(Fetch(client, path, START + 30, START + 90),
+             {{START + 60, 1 / 8.0}, {START + 120, 2 / 8.0}});
+
+  unsigned long interval = 0;
+  long long first = 0;
+  long long last = 0;
+  EXPECT_EQ(client.GetInterval(path, interval), StatusCode::Success);
+  EXPECT_EQ(client.GetFirstTimestamp(path, 0, first), StatusCode::Success);
+  EXPECT_EQ(client.GetLastTimestamp(path, last), StatusCode::Success);
+  EXPECT_EQ(interval, 60u);
+  EXPECT_EQ(last, START + 89 * 60);
+  EXPECT_EQ(first, last - 99 * 60);
+}
+
+TEST_F(RrdFile, HasTheLayoutThatQueriesRelyOn) {
+  ASSERT_EQ(client.Create(path, 300, START, -40.5, 125, 2016), StatusCode::Success);
+  const std::string info = RunProgram({"rrdtool", "info", path}).output;
+  for (const char* const line :
+       {"step = 300\n", "last_update = 1700000040\n", "ds[element].type = \"GAUGE\"\n",
+        "ds[element].minimal_heartbeat = 600\n", "ds[element].min = -4.0500000000e+01\n",
+        "ds[element].max = 1.2500000000e+02\n", "rra[0].cf = \"LAST\"\n", "rra[0].rows = 2016\n",
+        "rra[0].pdp_per_row = 1\n", "rra[0].xff = 9.9999000000e-01\n"}) {
+    EXPECT_NE(info.find(line), std::string::npos) << line << "is missing in\n" << info;
+  }
+  EXPECT_EQ(info.find("rra[1]"), std::string::npos);
+}
+
+TEST_F(RrdFile, MigratesWithoutLosingASample) {
+  const long long end = START + 89 * 60;
+  const std::map<long long, double> before = Fetch(client, path, START, end);
+  ASSERT_EQ(client.Migrate(path, 60, end, 0, 1000, 500), StatusCode::Success);
+  ExpectSame(Fetch(client, path, START, end), before);
+  EXPECT_EQ(client.Update(path, {{end + 60, 7}, {end + 120, 1001}}), StatusCode::Success);
+  ExpectSame(Fetch(client, path, end + 60, end + 120), {{end + 60, 7}, {end + 120, NAN}});
+}
+
+TEST_F(RrdFile, StaysAsItWasWhenACallFails) {
+  const long long end = START + 89 * 60;
+  EXPECT_EQ(client.Update(path, {{end, 1}, {end + 60, 2}}), StatusCode::Failure);
+  EXPECT_EQ(client.Migrate(path, 60, end, 5, 5, 100), StatusCode::Failure);
+  EXPECT_EQ(client.Create(path, -60, end, 0, 1, 100), StatusCode::Failure);
+  ExpectSame(Fetch(client, path, START, end), Ramp(90));
+}
+
+TEST_F(RrdFile, IsWrittenAlikeUnderACommaLocale) {
+  ASSERT_EQ(setenv("LOCPATH", LOCALES, 1), 0);
+  ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
+  char text[16];
+  std::snprintf(text, sizeof text, "%.1f", 0.5);
+  ASSERT_STREQ(text, "0,5");
+
+  const std::string other = directory.GetPath("b.rrd");
+  EXPECT_EQ(client.Create(other, 60, START - 60, -0.5, 1e6, 100), StatusCode::Success);
+  EXPECT_EQ(client.Update(other, Ramp(90)), StatusCode::Success);
+  EXPECT_EQ(client.Migrate(other, 60, START + 89 * 60, -0.25, 1e6, 100), StatusCode::Success);
+  std::setlocale(LC_ALL, "C");
+  ExpectSame(Fetch(client, other, START, START + 89 * 60), Ramp(90));
+}
+
+}  // namespace
