@@ -1,0 +1,53 @@
+// The shared library exports the public interface, each name of which stands in exports.txt, and
+// nothing else.
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <string>
+
+#include "support/run_program.h"
+
+namespace {
+
+// The name of one line of nm, "ADDRESS TYPE NAME(ARGUMENTS)".
+std::string ToName(const std::string& line) {
+  std::string name = line.substr(line.find(' ') + 3);
+  const bool isCall = name.rfind("nvx::TimeSeriesDatabase::", 0) == 0;
+  name.erase(isCall ? std::min(name.find('('), name.size()) : name.size());
+  return name.substr(0, name.find("[abi:"));
+}
+
+TEST(Exports, AreThePublicInterface) {
+  const ProgramResult listed =
+      RunProgram({"nm", "--dynamic", "--demangle", "--defined-only", LIBRARY});
+  ASSERT_EQ(listed.status, 0) << listed.error;
+  std::set<std::string> exported;
+  std::istringstream lines(listed.output);
+  for (std::string line; std::getline(lines, line);) {
+    exported.insert(ToName(line));
+  }
+
+  exported.erase("nvx::Log::RootLogger::GetInstance()");  // only where it is not inlined
+
+  std::set<std::string> expected;
+  std::ifstream file(TEST_DATA "/exports.txt");
+  for (std::string line; std::getline(file, line);) {
+    expected.insert(line);
+  }
+  for (const std::string& name : exported) {
+    EXPECT_EQ(expected.count(name), 1u) << "exported: " << name;
+  }
+  for (const std::string& name : expected) {
+    EXPECT_EQ(exported.count(name), 1u) << "not exported: " << name;
+  }
+}
+
+TEST(Exports, TheLibraryIsFoundByItsName) {
+  const std::string header = RunProgram({"readelf", "--dynamic", LIBRARY}).output;
+  EXPECT_NE(header.find("Library soname: [libnvx-timeseries-database.so.0]"), std::string::npos);
+}
+
+}  // namespace

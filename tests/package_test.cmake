@@ -1,0 +1,33 @@
+# Installs the library, builds the program in package/ against it with CMake and with pkg-config, and
+# runs both. BUILD_DIR and SOURCE_DIR name the directories of this project.
+set(work "${BUILD_DIR}/package-test")
+file(REMOVE_RECURSE "${work}")
+file(MAKE_DIRECTORY "${work}/data")
+
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output
+                  OUTPUT_STRIP_TRAILING_WHITESPACE)
+  if(NOT status EQUAL 0)
+    message(FATAL_ERROR "${ARGN}: ${status}\n${output}")
+  endif()
+  set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${work}/prefix")
+run(${CMAKE_COMMAND} -S "${SOURCE_DIR}/tests/package" -B "${work}/build" -G Ninja
+    "-DCMAKE_PREFIX_PATH=${work}/prefix")
+run(${CMAKE_COMMAND} --build "${work}/build")
+run("${work}/build/package-user" "${work}/data")
+if(NOT output MATCHES "2023-11-15T01:00:00.000\\+01:00 20.53 good\n.* 22.50 good")
+  message(FATAL_ERROR "unexpected: ${output}")
+endif()
+
+file(GLOB_RECURSE package_file "${work}/prefix/*/nvx-timeseries-database.pc")
+get_filename_component(package_dir "${package_file}" DIRECTORY)
+get_filename_component(library_dir "${package_dir}" DIRECTORY)
+set(ENV{PKG_CONFIG_PATH} "${package_dir}")
+run(pkg-config --define-variable=prefix=${work}/prefix --cflags --libs nvx-timeseries-database)
+separate_arguments(flags UNIX_COMMAND "${output}")
+run(c++ -std=c++17 "${SOURCE_DIR}/tests/package/main.cc" -o "${work}/pkgconfig-user" ${flags}
+    "-Wl,-rpath,${library_dir}")
+run("${work}/pkgconfig-user" "${work}/data")
