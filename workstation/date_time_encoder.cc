@@ -1,7 +1,6 @@
 #include "nvx/date_time_encoder.h"
 
-#include <time.h>
-
+#include <ctime>
 #include <string_view>
 
 namespace nvx::DateTime {
@@ -107,7 +106,7 @@ bool Encoder::FromString(const std::string& text, std::tm& utc, unsigned short& 
     return false;
   }
 
-  const time_t instant = static_cast<time_t>(seconds - offsetSeconds);
+  const auto instant = static_cast<std::time_t>(seconds - offsetSeconds);
   gmtime_r(&instant, &utc);
   milliseconds = static_cast<unsigned short>(fraction);
   return true;
@@ -115,7 +114,7 @@ bool Encoder::FromString(const std::string& text, std::tm& utc, unsigned short& 
 
 bool Encoder::ToGmTime(std::tm& utc, long long& seconds) {
   std::tm normal = utc;
-  const time_t instant = timegm(&normal);
+  const std::time_t instant = timegm(&normal);
   if (!IsSame(normal, utc)) {
     return false;
   }

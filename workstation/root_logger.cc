@@ -2,9 +2,9 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <utility>
-#include <vector>
 
 namespace nvx::Log {
 namespace {
@@ -35,19 +35,6 @@ void WriteToStandardError(KoraLogLevel level, const std::string& line) {
                line.c_str());
 }
 
-std::string Format(const char* format, std::va_list arguments) {
-  std::va_list again;
-  va_copy(again, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, again);
-  va_end(again);
-  if (length < 0) {
-    return format;
-  }
-  std::vector<char> text(static_cast<std::size_t>(length) + 1);
-  std::vsnprintf(text.data(), text.size(), format, arguments);
-  return std::string(text.data(), text.size() - 1);
-}
-
 }  // namespace
 
 RootLogger::RootLogger() : level(KoraLogLevel::Error), destination(WriteToStandardError) {}
@@ -62,8 +49,14 @@ void RootLogger::SetDestination(Destination newDestination) {
 void RootLogger::Print(KoraLogLevel lineLevel, const char* format, ...) const {
   std::va_list arguments;
   va_start(arguments, format);
-  const std::string line = Format(format, arguments);
+  char* text = nullptr;
+  const int length = vasprintf(&text, format, arguments);
   va_end(arguments);
+  if (length < 0) {
+    return;
+  }
+  const std::string line(text, static_cast<std::size_t>(length));
+  std::free(text);
 
   const std::lock_guard<std::mutex> lock(mutex);
   destination(lineLevel, line);

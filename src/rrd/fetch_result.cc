@@ -16,4 +16,13 @@ unsigned int FetchResult::GetSampleCount() const { return sampleCount; }
 
 const double* FetchResult::GetData() const { return data; }
 
+void FetchResult::Fill(long long rrdStart, long long rrdEnd, long long rrdStep, double* rrdData) {
+  startTime = rrdStart + rrdStep;
+  endTime = rrdEnd;
+  step = static_cast<unsigned long long>(rrdStep);
+  sampleCount = static_cast<unsigned int>(rrdEnd / rrdStep + 1 - startTime / rrdStep);
+  std::free(data);
+  data = rrdData;
+}
+
 }  // namespace nvx::TimeSeriesDatabase::Rrd

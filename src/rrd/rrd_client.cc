@@ -180,8 +180,8 @@ StatusCode RrdClient::Fetch(const std::string& path, long long start, long long 
     return StatusCode::Failure;
   }
   // The RRD library answers with the rows after the first bound, so the row of `start` comes first.
-  std::time_t s = static_cast<std::time_t>(start - 1);
-  std::time_t e = static_cast<std::time_t>(end - 1);
+  auto s = static_cast<std::time_t>(start - 1);
+  auto e = static_cast<std::time_t>(end - 1);
   NVX_LOG(KoraLogLevel::Trace, "[%lu][%s][trace] %s: user time window [%lld, %lld]", "Fetch",
           static_cast<long long>(s), static_cast<long long>(e));
 
@@ -210,13 +210,7 @@ StatusCode RrdClient::Fetch(const std::string& path, long long start, long long 
     return StatusCode::Failure;
   }
 
-  std::free(result.data);
-  result.startTime = s + signedStep;
-  result.endTime = e;
-  result.step = step;
-  result.sampleCount =
-      static_cast<unsigned int>(e / signedStep + 1 - (s + signedStep) / signedStep);
-  result.data = data;
+  result.Fill(s, e, signedStep, data);
   return StatusCode::Success;
 }
 

@@ -33,6 +33,10 @@ class NVX_TIMESERIES_EXPORT FetchResult {
  private:
   friend class nvx::TimeSeriesDatabase::RrdClient;
 
+  // Takes the rows after `rrdStart` up to `rrdEnd`, and the buffer that they are in.
+  NVX_TIMESERIES_HIDDEN void Fill(long long rrdStart, long long rrdEnd, long long rrdStep,
+                                  double* rrdData);
+
   long long startTime = 0;
   long long endTime = 0;
   unsigned long long step = 0;
