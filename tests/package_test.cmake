@@ -1,5 +1,5 @@
 # Installs the library, builds the program in package/ against it with CMake and with pkg-config, and
-# runs both. BUILD_DIR and SOURCE_DIR name the directories of this project.
+# runs both; then builds and installs the library on another host platform. BUILD_DIR and SOURCE_DIR name the directories of this project.
 set(work "${BUILD_DIR}/package-test")
 file(REMOVE_RECURSE "${work}")
 file(MAKE_DIRECTORY "${work}/data")
@@ -26,8 +26,17 @@ file(GLOB_RECURSE package_file "${work}/prefix/*/nvx-timeseries-database.pc")
 get_filename_component(package_dir "${package_file}" DIRECTORY)
 get_filename_component(library_dir "${package_dir}" DIRECTORY)
 set(ENV{PKG_CONFIG_PATH} "${package_dir}")
-run(pkg-config --define-variable=prefix=${work}/prefix --cflags --libs nvx-timeseries-database)
+run(pkg-config --cflags --libs nvx-timeseries-database)
 separate_arguments(flags UNIX_COMMAND "${output}")
 run(c++ -std=c++17 "${SOURCE_DIR}/tests/package/main.cc" -o "${work}/pkgconfig-user" ${flags}
     "-Wl,-rpath,${library_dir}")
 run("${work}/pkgconfig-user" "${work}/data")
+
+run(${CMAKE_COMMAND} -S "${SOURCE_DIR}" -B "${work}/other" -G Ninja
+    "-DNVX_HOST_PLATFORM=${SOURCE_DIR}/tests/package/other_platform")
+run(${CMAKE_COMMAND} --build "${work}/other")
+run(${CMAKE_COMMAND} --install "${work}/other" --prefix "${work}/other-prefix")
+file(GLOB_RECURSE libraries RELATIVE "${work}/other-prefix" "${work}/other-prefix/*.so.0")
+if(NOT libraries MATCHES "^[^;]*/libnvx-timeseries-database.so.0$")
+  message(FATAL_ERROR "installed: ${libraries}")
+endif()

@@ -46,6 +46,7 @@ int Answer(const std::string& call) {
 
 }  // namespace
 
+#pragma GCC visibility push(default)
 extern "C" {
 char* rrd_get_error() {
   static char text[] = "broken";
@@ -127,6 +128,7 @@ int rrd_update_r(const char* path, const char* pattern, int count, const char** 
   return Answer(std::string("update ") + path + " " + std::to_string(count) + Join(texts, count));
 }
 }
+#pragma GCC visibility pop
 
 namespace {
 

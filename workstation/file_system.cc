@@ -29,9 +29,8 @@ StatusCode FileSystem::GetFileList(const std::string& directory, const std::stri
   std::set<std::string> found;
   while (entry != std::filesystem::directory_iterator()) {
     const std::filesystem::path& path = entry->path();
-    std::error_code ignored;
     if (path.extension() == FILENAME_EXTENSION_SEPARATOR + extension &&
-        !entry->is_directory(ignored)) {
+        CheckFileExist(path.string()) == StatusCode::Success) {
       found.insert(path.filename().string());
     }
     entry.increment(error);

@@ -1,8 +1,8 @@
 #pragma once
 
 // The library's one meeting point with the host platform. The headers named here are the
-// platform's; they keep default visibility so that the process has one logger, whatever the flags
-// of the module that includes them.
+// platform's. They keep default visibility, which the inline instance of the logger needs to be the
+// only one of the process.
 
 #pragma GCC visibility push(default)
 #include <nvx/date_time_encoder.h>

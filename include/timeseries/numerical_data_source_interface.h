@@ -27,9 +27,9 @@ class NVX_TIMESERIES_EXPORT NumericalDataSourceInterface : public DataSourceInte
   // The window should be aligned to the interval (TimeWindowHelper::AdjustTimeWindow) and to the
   // file's step. If the first sample is not that of the window's start, all elements of `points`,
   // earlier ones too, are marked bad and PartialData is returned. OutOfRange when the window does
-  // not end with an interval: the complete ones are in `points`. InvalidArgument for a window or
-  // interval that is not valid, other codes as the reading of the file gives them; `points` is
-  // unchanged then.
+  // not end with an interval: the complete ones are in `points`. InvalidArgument for an interval or
+  // zones that are not valid, of which FullPeriod looks at none; other codes, also for a window
+  // that ends before it starts, as the reading of the file gives them. `points` is unchanged then.
   virtual StatusCode FetchAverage(const TimeWindow& window, QueryInterval interval,
                                   std::vector<NumericalDataPoint>& points) = 0;
   virtual StatusCode FetchDelta(const TimeWindow& window, QueryInterval interval,

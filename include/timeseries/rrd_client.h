@@ -30,8 +30,9 @@ class NVX_TIMESERIES_EXPORT RrdClient {
   virtual StatusCode GetInterval(const std::string& path, unsigned long& interval) const;
 
   // The samples from `start` to `end`, both included; a bound between two steps counts as the
-  // later one. A buffer that `result` holds is released. NullPointer when the RRD library
-  // delivers no buffer; `result` is unchanged on every failure.
+  // later one (before 1970 the RRD library's steps lie elsewhere). A buffer that `result` holds is
+  // released. NullPointer when the RRD library delivers no buffer; `result` is unchanged on every
+  // failure.
   virtual StatusCode Fetch(const std::string& path, long long start, long long end,
                            Rrd::FetchResult& result) const;
 

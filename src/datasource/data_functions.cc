@@ -2,13 +2,20 @@
 
 #include <cstddef>
 #include <limits>
+#include <string>
 
 namespace nvx::TimeSeriesDatabase::DataFunctions {
 namespace {
 
+// The name of this family in log lines, of which it writes none.
+[[maybe_unused]] const std::string COMPONENT_NAME = "TimeSeriesDatabase::DataFunctions";
+
 constexpr double MISSING = std::numeric_limits<double>::quiet_NaN();
 
 bool IsValid(double sample) { return sample == sample; }
+
+// A computed value; one that infinities made NaN has the bits of every other missing one.
+double ToValue(double computed) { return IsValid(computed) ? computed : MISSING; }
 
 StatusCode SetMissing(double& value, bool& valid) {
   value = MISSING;
@@ -41,7 +48,7 @@ StatusCode ComputeAverageIgnoringNan(const double* first, const double* last, do
   if (validCount == 0) {
     return SetMissing(value, valid);
   }
-  value = sum / static_cast<double>(validCount);
+  value = ToValue(sum / static_cast<double>(validCount));
   valid = validCount == count;
   return StatusCode::Success;
 }
@@ -56,7 +63,7 @@ StatusCode ComputeDelta(const double* first, const double* last, double& value, 
   if (firstValid == nullptr || lastValid == nullptr || firstValid == lastValid) {
     return SetMissing(value, valid);
   }
-  value = *lastValid - *firstValid;
+  value = ToValue(*lastValid - *firstValid);
   valid = firstValid == first && lastValid == last;
   return StatusCode::Success;
 }

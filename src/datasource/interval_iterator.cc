@@ -11,13 +11,13 @@ namespace {
 
 const std::string COMPONENT_NAME = "TimeSeriesDatabase::Rrd::IntervalIterator";
 
-// The number of the step that an instant lies in, rounded down before 1970 too, so that positions
-// keep their order across the epoch.
-long long StepNumber(long long timestamp, unsigned long long step) {
+// The number of the step that an instant lies in, modulo 2^64. It is rounded down before 1970 too,
+// so that positions keep their order across the epoch.
+unsigned long long StepNumber(long long timestamp, unsigned long long step) {
   if (timestamp >= 0) {
-    return static_cast<long long>(static_cast<unsigned long long>(timestamp) / step);
+    return static_cast<unsigned long long>(timestamp) / step;
   }
-  return -1 - static_cast<long long>(static_cast<unsigned long long>(-1 - timestamp) / step);
+  return ~(static_cast<unsigned long long>(-1 - timestamp) / step);
 }
 
 }  // namespace
@@ -65,9 +65,10 @@ StatusCode IntervalIterator::ComputeCurrentIterator() {
   }
 
   nextStart = candidate;
-  const long long distance =
+  const auto remaining = static_cast<unsigned long long>(lastSample - currentFirst);
+  const unsigned long long distance =
       StepNumber(nextStart.timestamp, step) - StepNumber(currentStart.timestamp, step);
-  currentLast = currentFirst + std::min<long long>(distance, lastSample - currentFirst);
+  currentLast = currentFirst + std::min(distance, remaining);
   return StatusCode::Success;
 }
 

@@ -145,7 +145,7 @@ StatusCode NumericalDataSource::ProcessByInterval(QueryInterval interval, const 
           "ProcessByInterval", TimeWindowToString(window).c_str(),
           static_cast<unsigned int>(interval), expected);
 
-  points.reserve(points.size() + expected);
+  points.reserve(expected);
   IntervalIterator iterator(window, result.GetData(), result.GetStep(), interval,
                             result.GetSampleCount());
   return IntervalProcessor(function, iterator).Process(points);

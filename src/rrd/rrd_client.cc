@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -33,11 +34,16 @@ const std::string RRA_DEFINITION_PREFIX = "RRA:LAST:0.99999:1:";
 constexpr char FETCH_ERROR_FORMAT[] =
     "[%lu][%s] %s: error [%s],Time window start time = [%lld], end time = [%lld], file path = [%s]";
 
-// Beyond it, and for a span that ends before it starts, the RRD library computes the size of its
-// buffer modulo 2^64 and may write outside it.
-constexpr long long FARTHEST_TIME = 1LL << 58;
+// A time that no file reaches, 35,000 years from the epoch. Far beyond it, and for a span that ends
+// before it starts, the RRD library computes the size of its buffer modulo 2^64 and may write
+// outside it; up to here the sizes fit, whatever the number of data sources.
+constexpr long long FARTHEST_TIME = 1LL << 40;
 
 using Utilities::FileSystem;
+
+std::time_t SecondBefore(long long time) {
+  return static_cast<std::time_t>(static_cast<unsigned long long>(time) - 1);
+}
 
 bool IsSpanSafe(long long start, long long end) {
   return -FARTHEST_TIME <= start && start <= end && end <= FARTHEST_TIME;
@@ -149,7 +155,8 @@ StatusCode RrdClient::GetInterval(const std::string& path, unsigned long& interv
   if (found != StatusCode::Success) {
     return found;
   }
-  rrd_info_t* const information = rrd_info_r(path.c_str());
+  const std::unique_ptr<rrd_info_t, decltype(&rrd_info_free)> information(rrd_info_r(path.c_str()),
+                                                                          rrd_info_free);
   if (information == nullptr) {
     NVX_LOG(KoraLogLevel::Error,
             "[%lu][%s] %s: Failed to read information from[%s]. rrd error :[%s]", "GetInterval",
@@ -158,32 +165,31 @@ StatusCode RrdClient::GetInterval(const std::string& path, unsigned long& interv
     return StatusCode::Failure;
   }
 
-  const rrd_info_t* entry = information;
+  const rrd_info_t* entry = information.get();
   while (entry != nullptr && (entry->key != STEP_KEYWORD || entry->type != RD_I_CNT)) {
     entry = entry->next;
   }
-  if (entry != nullptr) {
-    interval = entry->value.u_cnt;
-  } else {
+  if (entry == nullptr) {
     NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to find keyword [%s] in [%s]", "GetInterval",
             STEP_KEYWORD.c_str(), path.c_str());
+    return StatusCode::Failure;
   }
-  rrd_info_free(information);
-  return entry != nullptr ? StatusCode::Success : StatusCode::Failure;
+  interval = entry->value.u_cnt;
+  return StatusCode::Success;
 }
 
 StatusCode RrdClient::Fetch(const std::string& path, long long start, long long end,
                             Rrd::FetchResult& result) const {
-  if (!IsSpanSafe(start, end)) {
-    NVX_LOG(KoraLogLevel::Error, FETCH_ERROR_FORMAT, "Fetch", "time window out of range", start,
-            end, path.c_str());
-    return StatusCode::Failure;
-  }
   // The RRD library answers with the rows after the first bound, so the row of `start` comes first.
-  auto s = static_cast<std::time_t>(start - 1);
-  auto e = static_cast<std::time_t>(end - 1);
+  std::time_t s = SecondBefore(start);
+  std::time_t e = SecondBefore(end);
   NVX_LOG(KoraLogLevel::Trace, "[%lu][%s][trace] %s: user time window [%lld, %lld]", "Fetch",
           static_cast<long long>(s), static_cast<long long>(e));
+  if (!IsSpanSafe(start, end)) {
+    NVX_LOG(KoraLogLevel::Error, FETCH_ERROR_FORMAT, "Fetch", "time window out of range",
+            static_cast<long long>(s), static_cast<long long>(e), path.c_str());
+    return StatusCode::Failure;
+  }
 
   unsigned long step = 0;
   unsigned long dataSourceCount = 0;
@@ -197,6 +203,7 @@ StatusCode RrdClient::Fetch(const std::string& path, long long start, long long 
     return StatusCode::Failure;
   }
   const NameList nameList(names, dataSourceCount);
+  std::unique_ptr<double, decltype(&std::free)> samples(data, std::free);
   if (data == nullptr) {
     NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: error pointer is null", "Fetch");
     return StatusCode::NullPointer;
@@ -205,12 +212,12 @@ StatusCode RrdClient::Fetch(const std::string& path, long long start, long long 
           static_cast<long long>(s), static_cast<long long>(e));
   const auto signedStep = static_cast<long long>(step);
   if (signedStep <= 0 || signedStep > FARTHEST_TIME) {
-    std::free(data);
+    samples.reset();
     NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: error step = %lu", "Fetch", step);
     return StatusCode::Failure;
   }
 
-  result.Fill(s, e, signedStep, data);
+  result.Fill(s, e, signedStep, samples.release());
   return StatusCode::Success;
 }
 

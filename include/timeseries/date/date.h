@@ -74,8 +74,8 @@ class NVX_TIMESERIES_EXPORT Date {
   static void RoundUpTimeToMinute(Date& date, unsigned int minutes);
 
   // Round to the start of a local hour, day or month. A date that is on the bound stays, except
-  // that rounding down moves the second occurrence of a repeated bound to the first one, and
-  // rounding up takes the start of a month for a bound only at 00:00.
+  // that rounding down moves the second occurrence of a repeated bound to the first one, and that
+  // rounding up takes an hour's start for a bound only at minute 0, a month's only at 00:00.
   static void RoundDownTimeToHour(Date& date);
   static void RoundUpTimeToHour(Date& date);
   static void RoundDownTimeToDay(Date& date);

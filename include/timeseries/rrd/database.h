@@ -39,12 +39,14 @@ class NVX_TIMESERIES_EXPORT Database : public DatabaseInterface {
   // an id that has no file name.
   StatusCode GetPathToRrdFile(const std::string& zeltId, std::string& path) const;
 
+  // Adds the ids of bare file names to `zeltIds`; a name that gives none is passed over. Failure
+  // when there are names and `zeltIds` is empty all the same.
+  static StatusCode ProcessFileNames(const std::set<std::string>& fileNames,
+                                     std::set<std::string>& zeltIds);
+  static void InsertZeltId(const std::string& fileName, std::set<std::string>& zeltIds);
+
  private:
   NVX_TIMESERIES_HIDDEN StatusCode FindRrdFile(const std::string& zeltId, std::string& path) const;
-  NVX_TIMESERIES_HIDDEN static StatusCode ProcessFileNames(const std::set<std::string>& fileNames,
-                                                           std::set<std::string>& zeltIds);
-  NVX_TIMESERIES_HIDDEN static void InsertZeltId(const std::string& fileName,
-                                                 std::set<std::string>& zeltIds);
 
   std::string directory;
   Utilities::FileSystem& fileSystem;

@@ -13,9 +13,10 @@ NVX_TIMESERIES_EXPORT StatusCode FindZeltScope(const std::string& key, std::stri
 
 // The mapping between Zelt ids, "topo:ZoneList", and bare file names, "topo_ZoneList.rrd". The
 // first
-// ";" of an id is "__" in its file name. The two directions are inverse for an id that starts with
-// its scope, unless the first part of its name begins with "_", contains "__" or ends with "_"
-// before a ";".
+// ";" of an id is "__" in its file name. The two directions are inverse for an id that is its
+// scope,
+// ":" and a name, unless the name's part before its first ";" begins with "_", contains "__" or
+// ends with "_" there.
 class NVX_TIMESERIES_EXPORT FileHelper {
  public:
   // Whether the id contains ":"; its scope is not looked at.

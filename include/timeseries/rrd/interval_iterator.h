@@ -26,16 +26,18 @@ class NVX_TIMESERIES_EXPORT IntervalIterator {
   StatusCode Initialize();
 
   // Makes the next interval current. EndOfIteration when the current one ends with the window;
-  // OutOfRange when the next one would end after it. The samples are unchanged then.
+  // OutOfRange when the next one would end after it, or never, as FullPeriod. There is no current
+  // interval then.
   StatusCode GoToNextInterval();
+
+  // Makes the interval from the current start current, for the two above.
+  StatusCode ComputeCurrentIterator();
 
   // The samples of the current interval, both ends included, and its start. Without any sample in
   // the buffer both pointers are null.
   void GetCurrentInterval(const double*& first, const double*& last, Date::Date& date) const;
 
  private:
-  NVX_TIMESERIES_HIDDEN StatusCode ComputeCurrentIterator();
-
   TimeWindow window;
   const double* currentFirst;
   const double* currentLast;

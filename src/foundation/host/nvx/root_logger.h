@@ -10,8 +10,9 @@
 
 namespace nvx::Log {
 
-// The one logger of the process. Every member may be called from any thread.
-class RootLogger {
+// The one logger of the process. Every member may be called from any thread. Its visibility is part
+// of that: hidden in one module, the instance would be another one there.
+class __attribute__((visibility("default"))) RootLogger {
  public:
   // Receives one finished line, without a line break. Called by one thread at a time; it must not
   // log itself.

@@ -1,0 +1,17 @@
+#pragma once
+
+namespace nv::kora {
+enum class StatusCode {
+  Success = 0,
+  Failure = 1,
+  NothingToDo = 8,
+  IoError = 9,
+  EndOfIteration = 19,
+  NullPointer = 21,
+  InvalidArgument = 28,
+  CannotOpen = 42,
+  OutOfMemory = 48,
+  OutOfRange = 71,
+  PartialData = 79,
+};
+}
