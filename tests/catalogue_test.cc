@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <fstream>
 #include <memory>
 #include <set>
@@ -8,13 +6,13 @@
 
 #include "nvx/workstation/in_memory_redis_client.h"
 #include "support/log_capture.h"
+#include "support/table.h"
 #include "support/temporary_directory.h"
 #include "timeseries/rrd/database.h"
 #include "timeseries/rrd/file_helper.h"
 
 using namespace nvx::TimeSeriesDatabase;
 using Ids = std::set<std::string>;
-using Lines = std::vector<std::string>;
 
 namespace {
 
@@ -30,56 +28,21 @@ std::string NoId(const std::string& fileName) {
          fileName + "]";
 }
 
-TEST(FindZeltScope, TheFirstScopeOfTheTableWins) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"local_modbus:x", "local_modbus"},
-      {"modbus:x", "modbus"},
-      {"topo:diag1", "diag"},
-      {"xtopo:a", "topo"},
-      {"vrk_system:", "vrk_system"},
-      {"zigbee:health", "health"},
-      {"edge_application:fw_up", "edge_application"},
-      {"io_block;historization", "historization"},
-      {"security:event", "event"},
-      {"local_device:1", "local_device"},
-  };
-  for (const auto& [key, expected] : cases) {
+TEST(FileHelper, IdsScopesAndFileNames) {
+  for (const auto& row : ReadTable("zelt_ids.txt")) {
     std::string scope;
-    EXPECT_EQ(Rrd::FindZeltScope(key, scope), StatusCode::Success);
-    EXPECT_EQ(scope, expected);
-  }
-}
-
-TEST(FileHelper, IdsAndFileNames) {
-  struct Case {
-    const char* id;
-    const char* fileName;
-    const char* back;  // null: the name maps to no id
-  };
-  const Case cases[] = {
-      {"topo:ZoneList", "topo_ZoneList.rrd", "topo:ZoneList"},
-      {"modbus:a;b;c", "modbus_a__b;c.rrd", "modbus:a;b;c"},
-      {"local_modbus:x", "local_modbus_x.rrd", "local_modbus:x"},
-      {"xtopo:a", "topo_a.rrd", "topo:a"},
-      {"topo:diag1", "diag_diag1.rrd", "diag:diag1"},
-      {"topo:a__b", "topo_a__b.rrd", "topo:a;b"},
-      {"topo:a:b_c", "topo_a:b_c.rrd", "topo:a:b_c"},
-      {"topo:", "topo_.rrd", "topo:"},
-      {"topo:_x", "topo__x.rrd", nullptr},
-  };
-  for (const Case& expected : cases) {
+    EXPECT_EQ(Rrd::FindZeltScope(row[0], scope), StatusCode::Success);
+    EXPECT_EQ(scope, row[1]);
     std::string fileName;
-    EXPECT_EQ(Rrd::FileHelper::ComputeFileNameFromZeltId(expected.id, fileName),
-              StatusCode::Success);
-    EXPECT_EQ(fileName, expected.fileName);
-    std::string id;
+    EXPECT_EQ(Rrd::FileHelper::ComputeFileNameFromZeltId(row[0], fileName), StatusCode::Success);
+    EXPECT_EQ(fileName, row[2]);
     LogCapture log(3);
+    std::string id;
     const StatusCode rc = Rrd::FileHelper::ComputeZeltIdFromFileName(fileName, id);
-    if (expected.back != nullptr) {
-      EXPECT_EQ(rc, StatusCode::Success);
-      EXPECT_EQ(id, expected.back);
+    if (rc == StatusCode::Success) {
+      EXPECT_EQ(id, row[3]);
     } else {
-      EXPECT_EQ(rc, StatusCode::InvalidArgument);
+      EXPECT_EQ(row[3], "none");
       EXPECT_EQ(log.Take(),
                 Lines{"3" + HELPER + " ComputeZeltIdFromFileName: Malformed file name [" +
                       fileName + "]"});

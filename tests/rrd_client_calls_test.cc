@@ -7,7 +7,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -136,15 +136,41 @@ const std::string PATH = "/dev/null";
 const std::string COMPONENT = "[TimeSeriesDatabase::RrdClient]";
 const RrdClient client;
 
-struct Call {
-  std::string name;
-  std::function<StatusCode()> call;
-  StandIn answers;
-  StatusCode code;
-  std::string line;  // behind component and operation
-  bool isCleared;
-  std::string expectedCall;
-};
+const std::string CREATED = "DS:element:GAUGE:600:-40.500000:nan RRA:LAST:0.99999:1:2016";
+const std::string MIGRATED =
+    "DS:element=element[1]:GAUGE:600:-40.500000:nan RRA:LAST:0.99999:1:2016";
+const std::string SAMPLES = "1700000000:2.000000 1700000060:1.500000";
+
+// Runs the operation that a row of the tables below names, and holds what it leaves on failure.
+StatusCode Perform(const std::string& name) {
+  long long timestamp = 7;
+  unsigned long interval = 7;
+  StatusCode rc = StatusCode::Success;
+  if (name == "GetInterval") {
+    rc = client.GetInterval(PATH, interval);
+    EXPECT_EQ(interval, 7u);
+  } else if (name == "GetLastTimestamp" || name == "GetFirstTimestamp") {
+    rc = name == "GetLastTimestamp" ? client.GetLastTimestamp(PATH, timestamp)
+                                    : client.GetFirstTimestamp(PATH, 3, timestamp);
+    EXPECT_EQ(timestamp, rrd.result);
+  } else if (name == "Create") {
+    rc = client.Create(PATH, 300, 1700000000, -40.5, NAN, 2016);
+  } else if (name == "Migrate") {
+    rc = client.Migrate(PATH, 300, 1700000000, -40.5, NAN, 2016);
+  } else if (name == "Update") {
+    rc = client.Update(PATH, {{1700000060, 1.5}, {1700000000, 2}});
+  } else if (name == "Update of one") {
+    rc = client.Update(PATH, {{-5, -INFINITY}});
+  } else if (name == "Update of none") {
+    rc = client.Update(PATH, {});
+  } else {
+    Rrd::FetchResult result;
+    rc = client.Fetch(PATH, 600, 1200, result);
+    EXPECT_EQ(result.GetData(), nullptr);
+    EXPECT_EQ(result.GetStartTime(), 0);
+  }
+  return rc;
+}
 
 StandIn Returning(long result) {
   StandIn answers;
@@ -161,138 +187,70 @@ StandIn Fetching(time_t start, time_t end, unsigned long step, unsigned long row
   return answers;
 }
 
-StatusCode Fetch(long long start, long long end) {
-  Rrd::FetchResult result;
-  const StatusCode rc = client.Fetch(PATH, start, end, result);
-  EXPECT_EQ(result.GetData(), nullptr) << "changed on failure";
-  EXPECT_EQ(result.GetStartTime(), 0);
-  return rc;
-}
-
-StatusCode Interval() {
-  unsigned long interval = 7;
-  const StatusCode rc = client.GetInterval(PATH, interval);
-  EXPECT_EQ(interval, 7u) << "changed on failure";
-  return rc;
-}
-
-StatusCode First() {
-  long long timestamp = 7;
-  const StatusCode rc = client.GetFirstTimestamp(PATH, 3, timestamp);
-  EXPECT_EQ(timestamp, -1);
-  return rc;
-}
-
-StatusCode Last() {
-  long long timestamp = 7;
-  const StatusCode rc = client.GetLastTimestamp(PATH, timestamp);
-  EXPECT_EQ(timestamp, -1);
-  return rc;
-}
-
-const std::string DEFINITIONS = "DS:element:GAUGE:600:-40.500000:nan RRA:LAST:0.99999:1:2016";
-const std::string MIGRATED =
-    "DS:element=element[1]:GAUGE:600:-40.500000:nan RRA:LAST:0.99999:1:2016";
-
-StatusCode Create() { return client.Create(PATH, 300, 1700000000, -40.5, NAN, 2016); }
-StatusCode Migrate() { return client.Migrate(PATH, 300, 1700000000, -40.5, NAN, 2016); }
-
-const std::vector<Call> FAILURES = {
-    {"GetInterval",
-     Interval,
-     {},
-     StatusCode::Failure,
-     "Failed to read information from[/dev/null]. rrd error :[broken]",
-     true,
-     "info /dev/null"},
-    {"GetLastTimestamp", Last, Returning(-1), StatusCode::Failure,
-     "Failed to get last timestamp from [/dev/null]. rrd error :[broken]", true, "last /dev/null"},
-    {"GetFirstTimestamp", First, Returning(-1), StatusCode::Failure,
-     "Failed to get first timestamp from [/dev/null]. rrd error :[broken]", true,
-     "first /dev/null 3"},
-    {"Fetch", [] { return Fetch(600, 1200); }, Returning(-1), StatusCode::Failure,
-     "error [broken],Time window start time = [599], end time = [1199], file path = [/dev/null]",
-     true, "fetch /dev/null LAST 599 1199 0"},
-    {"Fetch", [] { return Fetch(600, 1200); }, Fetching(540, 1200, 60, 0), StatusCode::NullPointer,
-     "error pointer is null", false, "fetch /dev/null LAST 599 1199 0"},
-    {"Fetch", [] { return Fetch(600, 1200); }, Fetching(540, 1200, 0, 3), StatusCode::Failure,
-     "error step = 0", false, "fetch /dev/null LAST 599 1199 0"},
-    {"Create", Create, Returning(-1), StatusCode::Failure,
-     "error [broken], file path [/dev/null], arguments [" + DEFINITIONS + "]", true,
-     "create /dev/null 300 1700000000 " + DEFINITIONS},
-    {"Migrate", Migrate, Returning(-1), StatusCode::Failure,
-     "error [broken], file path [/dev/null], arguments [" + MIGRATED + "]", false,
-     "create2 /dev/null 300 1700000000 " + MIGRATED},
-    {"Update",
-     [] {
-       return client.Update(PATH, {{1700000060, 1.5}, {1700000000, 2}});
-     },
-     Returning(-1), StatusCode::Failure,
-     "error [broken], file path [/dev/null], arguments [1700000000:2.000000 1700000060:1.500000]",
-     true, "update /dev/null 2 1700000000:2.000000 1700000060:1.500000"},
-    {"Update",
-     [] {
-       return client.Update(PATH, {{-5, -INFINITY}});
-     },
-     Returning(-1), StatusCode::Failure,
-     "error [broken], file path [/dev/null], arguments [-5:-inf ]", true,
-     "update /dev/null 1 -5:-inf"},
-    {"Update", [] { return client.Update(PATH, {}); }, Returning(-1), StatusCode::Failure,
-     "error [broken], file path [/dev/null], arguments [ ]", true, "update /dev/null 0"},
-};
-
 TEST(RrdClientCalls, FailuresAreReportedAtTheLevelOfErrors) {
-  for (const Call& failure : FAILURES) {
+  struct Case {
+    std::string name;
+    StandIn answers;
+    int code;
+    bool isCleared;
+    std::string line;  // behind component and operation
+    std::string call;
+  };
+  const std::string fetch = "fetch /dev/null LAST 599 1199 0";
+  const std::string error = "error [broken], file path [/dev/null], arguments [";
+  const std::string failed = "Failed to ";
+  const std::string path = "[/dev/null]. rrd error :[broken]";
+  const StandIn minusOne = Returning(-1);
+  const Case cases[] = {
+      {"GetInterval", {}, 1, true, failed + "read information from" + path, "info /dev/null"},
+      {"GetLastTimestamp", minusOne, 1, true, failed + "get last timestamp from " + path,
+       "last /dev/null"},
+      {"GetFirstTimestamp", minusOne, 1, true, failed + "get first timestamp from " + path,
+       "first /dev/null 3"},
+      {"Fetch", minusOne, 1, true,
+       "error [broken],Time window start time = [599], end time = [1199], file path = [/dev/null]",
+       fetch},
+      {"Fetch", Fetching(540, 1200, 60, 0), 21, false, "error pointer is null", fetch},
+      {"Fetch", Fetching(540, 1200, 0, 3), 1, false, "error step = 0", fetch},
+      {"Fetch", Fetching(540, 1200, 1UL << 50, 3), 1, false, "error step = 1125899906842624",
+       fetch},
+      {"Create", minusOne, 1, true, error + CREATED + "]",
+       "create /dev/null 300 1700000000 " + CREATED},
+      {"Migrate", minusOne, 1, false, error + MIGRATED + "]",
+       "create2 /dev/null 300 1700000000 " + MIGRATED},
+      {"Update", minusOne, 1, true, error + SAMPLES + "]", "update /dev/null 2 " + SAMPLES},
+      {"Update of one", minusOne, 1, true, error + "-5:-inf ]", "update /dev/null 1 -5:-inf"},
+      {"Update of none", minusOne, 1, true, error + " ]", "update /dev/null 0"},
+  };
+  for (const Case& expected : cases) {
     for (const int level : {2, 3}) {
-      SCOPED_TRACE(failure.name + ": " + failure.line + " at level " + std::to_string(level));
-      rrd = failure.answers;
+      SCOPED_TRACE(expected.name + ": " + expected.line + " at level " + std::to_string(level));
+      rrd = expected.answers;
       LogCapture log(level);
-      EXPECT_EQ(failure.call(), failure.code);
-      const bool isWritten = level == 3;
-      const bool isQuoted = isWritten && failure.line.find("broken") != std::string::npos;
-      EXPECT_EQ(rrd.errorsRead, isQuoted ? 1 : 0);
-      EXPECT_EQ(rrd.errorsCleared, failure.isCleared ? 1 : 0);
-      EXPECT_EQ(rrd.calls, std::vector<std::string>{failure.expectedCall});
-      const std::string line = "3" + COMPONENT + " " + failure.name + ": " + failure.line;
-      EXPECT_EQ(log.Take(),
-                isWritten ? std::vector<std::string>{line} : std::vector<std::string>{});
+      EXPECT_EQ(static_cast<int>(Perform(expected.name)), expected.code);
+      const bool isQuoted = expected.line.find("broken") != std::string::npos;
+      EXPECT_EQ(rrd.errorsRead, level == 3 && isQuoted ? 1 : 0);
+      EXPECT_EQ(rrd.errorsCleared, expected.isCleared ? 1 : 0);
+      EXPECT_EQ(rrd.calls, Lines{expected.call});
+      const std::string operation = expected.name.substr(0, expected.name.find(' '));
+      const std::string line = "3" + COMPONENT + " " + operation + ": " + expected.line;
+      EXPECT_EQ(log.Take(), level == 3 ? Lines{line} : Lines{});
     }
   }
 }
 
 TEST(RrdClientCalls, SuccessesAreReportedAtTheLevelOfInformation) {
-  const std::vector<Call> successes = {
-      {"Create",
-       Create,
-       {},
-       StatusCode::Success,
-       "Create rrd file [/dev/null] with arguments [" + DEFINITIONS + "]",
-       false,
-       ""},
-      {"Migrate", Migrate, Returning(1), StatusCode::Success,
-       "Create rrd file [/dev/null] with arguments [" + MIGRATED + "]", false, ""},
-      {"Update",
-       [] {
-         return client.Update(PATH, {{1, 1}, {2, NAN}, {3, 3}});
-       },
-       {},
-       StatusCode::Success,
-       "Update rrd file [/dev/null] with 3 samples",
-       false,
-       ""},
-      {"GetFirstTimestamp",
-       [] {
-         long long timestamp = 0;
-         return client.GetFirstTimestamp(PATH, 0, timestamp);
-       },
-       Returning(600), StatusCode::Success, "First timestamp [600] for [/dev/null]", false, ""},
+  const std::pair<const char*, std::string> cases[] = {
+      {"Create", "Create rrd file [/dev/null] with arguments [" + CREATED + "]"},
+      {"Migrate", "Create rrd file [/dev/null] with arguments [" + MIGRATED + "]"},
+      {"Update", "Update rrd file [/dev/null] with 2 samples"},
+      {"GetFirstTimestamp", "First timestamp [600] for [/dev/null]"},
   };
-  for (const Call& success : successes) {
-    rrd = success.answers;
+  for (const auto& [name, line] : cases) {
+    rrd = Returning(600);
     LogCapture log(6);
-    EXPECT_EQ(success.call(), success.code);
-    EXPECT_EQ(log.Take(),
-              std::vector<std::string>{"6" + COMPONENT + " " + success.name + ": " + success.line});
+    EXPECT_EQ(Perform(name), StatusCode::Success);
+    EXPECT_EQ(log.Take(), Lines{"6" + COMPONENT + " " + name + ": " + line});
     EXPECT_EQ(rrd.errorsRead + rrd.errorsCleared, 0);
   }
 }
@@ -320,8 +278,7 @@ TEST(RrdClientCalls, IntervalIsTheFirstCountNamedStep) {
     EXPECT_EQ(interval, expected.interval);
     EXPECT_EQ(rrd.listsFreed, 1);
     EXPECT_EQ(rrd.errorsCleared, 0);
-    EXPECT_EQ(log.Take(),
-              isFound ? std::vector<std::string>{} : std::vector<std::string>{notFound});
+    EXPECT_EQ(log.Take(), isFound ? Lines{} : Lines{notFound});
   }
 }
 
@@ -347,22 +304,30 @@ TEST(RrdClientCalls, FetchCountsTheRowsAfterTheFirstBound) {
     EXPECT_EQ(result.GetSampleCount(), expected.count);
     EXPECT_NE(result.GetData(), nullptr);
     const std::string trace = "7" + COMPONENT + "[trace] Fetch: ";
-    EXPECT_EQ(log.Take(),
-              (std::vector<std::string>{trace + "user time window [599, 1199]",
-                                        trace + "rrd time window [" + std::to_string(rrd.start) +
-                                            ", " + std::to_string(rrd.end) + "]"}));
+    EXPECT_EQ(log.Take(), (Lines{trace + "user time window [599, 1199]",
+                                 trace + "rrd time window [" + std::to_string(rrd.start) + ", " +
+                                     std::to_string(rrd.end) + "]"}));
   }
 }
 
 TEST(RrdClientCalls, ASpanThatTheRrdLibraryMiscountsIsRefused) {
+  using Limits = std::numeric_limits<long long>;
+  constexpr long long farthest = 1LL << 40;
+  Rrd::FetchResult result;
+  rrd = Fetching(540, 1200, 60, 12);
+  ASSERT_EQ(client.Fetch(PATH, -farthest, farthest, result), StatusCode::Success);
+  rrd.calls.clear();
   for (const auto& [start, end] : {std::pair<long long, long long>{24, 8},
-                                   {std::numeric_limits<long long>::min(), 0},
-                                   {0, std::numeric_limits<long long>::max()}}) {
-    rrd = {};
-    LogCapture log(2);
-    EXPECT_EQ(Fetch(start, end), StatusCode::Failure);
-    EXPECT_TRUE(rrd.calls.empty());
+                                   {Limits::min(), 0},
+                                   {-farthest - 1, 0},
+                                   {0, farthest + 1},
+                                   {0, Limits::max()}}) {
+    LogCapture log(3);
+    EXPECT_EQ(client.Fetch(PATH, start, end, result), StatusCode::Failure);
+    EXPECT_EQ(log.Take().size(), 1u);
   }
+  EXPECT_TRUE(rrd.calls.empty());
+  EXPECT_EQ(result.GetSampleCount(), 11u);
 }
 
 TEST(RrdClientCalls, AMissingFileIsReportedByTheHostAlone) {

@@ -1,20 +1,26 @@
 #pragma once
 
+#include <pthread.h>
+
 #include <string>
 #include <vector>
 
 #include "timeseries/host.h"
 
-// Collects the lines of the log while it lives, without their thread number: "[Component]
-// Operation: text" behind the digit of the level, "3".
+using Lines = std::vector<std::string>;
+
+// Collects the lines of the log while it lives: the digit of the level and the line without the
+// calling thread's number, "3[Component] Operation: text".
 class LogCapture {
  public:
   explicit LogCapture(int level = 7) {
     auto& logger = nvx::Log::RootLogger::GetInstance();
     logger.SetLevel(static_cast<nv::kora::KoraLogLevel>(level));
     logger.SetDestination([this](nv::kora::KoraLogLevel lineLevel, const std::string& line) {
+      const std::string thread = "[" + std::to_string(pthread_self()) + "]";
+      const bool isOwn = line.compare(0, thread.size(), thread) == 0;
       lines.push_back(std::to_string(static_cast<int>(lineLevel)) +
-                      line.substr(line.find(']') + 1));
+                      (isOwn ? line.substr(thread.size()) : " wrong thread: " + line));
     });
   }
   LogCapture(const LogCapture&) = delete;
@@ -27,12 +33,12 @@ class LogCapture {
   }
 
   // The lines so far, which are forgotten.
-  std::vector<std::string> Take() {
-    std::vector<std::string> taken;
+  Lines Take() {
+    Lines taken;
     taken.swap(lines);
     return taken;
   }
 
  private:
-  std::vector<std::string> lines;
+  Lines lines;
 };
