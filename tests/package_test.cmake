@@ -1,5 +1,6 @@
-# Installs the library, builds the program in package/ against it with CMake and with pkg-config, and
-# runs both; then builds and installs the library on another host platform. BUILD_DIR and SOURCE_DIR name the directories of this project.
+# Installs the library, builds the program in docs/example against it with CMake and with pkg-config, and
+# runs both; then builds and installs the library on another host platform,
+# that in docs/host-platform. BUILD_DIR and SOURCE_DIR name the directories of this project.
 set(work "${BUILD_DIR}/package-test")
 file(REMOVE_RECURSE "${work}")
 file(MAKE_DIRECTORY "${work}/data")
@@ -14,7 +15,7 @@ function(run)
 endfunction()
 
 run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${work}/prefix")
-run(${CMAKE_COMMAND} -S "${SOURCE_DIR}/tests/package" -B "${work}/build" -G Ninja
+run(${CMAKE_COMMAND} -S "${SOURCE_DIR}/docs/example" -B "${work}/build" -G Ninja
     "-DCMAKE_PREFIX_PATH=${work}/prefix")
 run(${CMAKE_COMMAND} --build "${work}/build")
 run("${work}/build/package-user" "${work}/data")
@@ -28,12 +29,12 @@ get_filename_component(library_dir "${package_dir}" DIRECTORY)
 set(ENV{PKG_CONFIG_PATH} "${package_dir}")
 run(pkg-config --cflags --libs nvx-timeseries-database)
 separate_arguments(flags UNIX_COMMAND "${output}")
-run(c++ -std=c++17 "${SOURCE_DIR}/tests/package/main.cc" -o "${work}/pkgconfig-user" ${flags}
+run(c++ -std=c++17 "${SOURCE_DIR}/docs/example/main.cc" -o "${work}/pkgconfig-user" ${flags}
     "-Wl,-rpath,${library_dir}")
 run("${work}/pkgconfig-user" "${work}/data")
 
 run(${CMAKE_COMMAND} -S "${SOURCE_DIR}" -B "${work}/other" -G Ninja
-    "-DNVX_HOST_PLATFORM=${SOURCE_DIR}/tests/package/other_platform")
+    "-DNVX_HOST_PLATFORM=${SOURCE_DIR}/docs/host-platform")
 run(${CMAKE_COMMAND} --build "${work}/other")
 run(${CMAKE_COMMAND} --install "${work}/other" --prefix "${work}/other-prefix")
 file(GLOB_RECURSE libraries RELATIVE "${work}/other-prefix" "${work}/other-prefix/*.so.0")
