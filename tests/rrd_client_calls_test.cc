@@ -1,17 +1,15 @@
 // What RrdClient makes of every answer of the RRD library. The functions below take the place of
 // the library's own in this program, so that it can give answers that no real file produces.
 
-#include <gtest/gtest.h>
 #include <rrd.h>
 
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <string>
-#include <vector>
 
 #include "support/log_capture.h"
+#include "support/table.h"
 #include "timeseries/rrd_client.h"
 
 using namespace nvx::TimeSeriesDatabase;
@@ -25,23 +23,27 @@ struct StandIn {
   time_t end = 0;
   unsigned long step = 0;
   unsigned long rows = 0;  // 0: no buffer
-  std::vector<std::string> calls;
+  Lines calls;
   int errorsRead = 0;
   int errorsCleared = 0;
   int listsFreed = 0;
 } rrd;
 
-std::string Join(const char** texts, int count) {
-  std::string all;
-  for (int i = 0; i < count; ++i) {
-    all += std::string(" ") + texts[i];
-  }
-  return all;
+template <typename... Parts>
+int Answer(const Parts&... parts) {
+  std::ostringstream call;
+  const char* separator = "";
+  ((call << separator << parts, separator = " "), ...);
+  rrd.calls.push_back(call.str());
+  return static_cast<int>(rrd.result);
 }
 
-int Answer(const std::string& call) {
-  rrd.calls.push_back(call);
-  return static_cast<int>(rrd.result);
+std::string Join(int count, const char** texts) {
+  std::string all;
+  for (int i = 0; i < count; ++i) {
+    all += (i == 0 ? "" : " ") + std::string(texts[i]);
+  }
+  return all;
 }
 
 }  // namespace
@@ -56,22 +58,20 @@ char* rrd_get_error() {
 
 void rrd_clear_error() { ++rrd.errorsCleared; }
 
-time_t rrd_first_r(const char* path, const int archive) {
-  return Answer(std::string("first ") + path + " " + std::to_string(archive));
-}
+time_t rrd_first_r(const char* path, const int archive) { return Answer("first", path, archive); }
 
-time_t rrd_last_r(const char* path) { return Answer(std::string("last ") + path); }
+time_t rrd_last_r(const char* path) { return Answer("last", path); }
 
 rrd_info_t* rrd_info_r(const char* path) {
-  Answer(std::string("info ") + path);
+  Answer("info", path);
   rrd_info_t* list = nullptr;
-  for (auto entry = rrd.information.rbegin(); entry != rrd.information.rend(); ++entry) {
-    auto* node = static_cast<rrd_info_t*>(std::calloc(1, sizeof(rrd_info_t)));
-    node->key = strdup(entry->first.c_str());
-    node->type = entry->second;
-    node->value.u_cnt = static_cast<unsigned long>(rrd.information.rend() - entry) * 100;
-    node->next = list;
-    list = node;
+  for (std::size_t i = rrd.information.size(); i > 0; --i) {
+    auto* entry = static_cast<rrd_info_t*>(std::calloc(1, sizeof(rrd_info_t)));
+    entry->key = strdup(rrd.information[i - 1].first.c_str());
+    entry->type = rrd.information[i - 1].second;
+    entry->value.u_cnt = i * 100;
+    entry->next = list;
+    list = entry;
   }
   return list;
 }
@@ -88,11 +88,8 @@ void rrd_info_free(rrd_info_t* list) {
 
 int rrd_fetch_r(const char* path, const char* function, time_t* start, time_t* end,
                 unsigned long* step, unsigned long* count, char*** names, rrd_value_t** data) {
-  const int answer =
-      Answer(std::string("fetch ") + path + " " + function + " " + std::to_string(*start) + " " +
-             std::to_string(*end) + " " + std::to_string(*step));
-  if (answer == -1) {
-    return answer;
+  if (Answer("fetch", path, function, *start, *end, *step) == -1) {
+    return -1;
   }
   *start = rrd.start;
   *end = rrd.end;
@@ -101,31 +98,24 @@ int rrd_fetch_r(const char* path, const char* function, time_t* start, time_t* e
   *names = static_cast<char**>(std::calloc(2, sizeof(char*)));
   (*names)[0] = strdup("element");
   (*names)[1] = strdup("other");
-  if (rrd.rows != 0) {
-    *data = static_cast<double*>(std::calloc(rrd.rows, sizeof(double)));
-  }
-  return answer;
+  *data = rrd.rows == 0 ? nullptr : static_cast<double*>(std::calloc(rrd.rows, sizeof(double)));
+  return 0;
 }
 
 int rrd_create_r(const char* path, unsigned long step, time_t start, int count,
                  const char** texts) {
-  return Answer(std::string("create ") + path + " " + std::to_string(step) + " " +
-                std::to_string(start) + Join(texts, count));
+  return Answer("create", path, step, start, Join(count, texts));
 }
 
 int rrd_create_r2(const char* path, unsigned long step, time_t start, int noOverwrite,
                   const char** sources, const char* pattern, int count, const char** texts) {
-  EXPECT_EQ(noOverwrite, 0);
-  EXPECT_STREQ(sources[0], path);
-  EXPECT_EQ(sources[1], nullptr);
-  EXPECT_EQ(pattern, nullptr);
-  return Answer(std::string("create2 ") + path + " " + std::to_string(step) + " " +
-                std::to_string(start) + Join(texts, count));
+  EXPECT_TRUE(sources[1] == nullptr && pattern == nullptr);
+  return Answer("create2", path, step, start, noOverwrite, sources[0], Join(count, texts));
 }
 
 int rrd_update_r(const char* path, const char* pattern, int count, const char** texts) {
   EXPECT_EQ(pattern, nullptr);
-  return Answer(std::string("update ") + path + " " + std::to_string(count) + Join(texts, count));
+  return count == 0 ? Answer("update", path) : Answer("update", path, Join(count, texts));
 }
 }
 #pragma GCC visibility pop
@@ -136,48 +126,6 @@ const std::string PATH = "/dev/null";
 const std::string COMPONENT = "[TimeSeriesDatabase::RrdClient]";
 const RrdClient client;
 
-const std::string CREATED = "DS:element:GAUGE:600:-40.500000:nan RRA:LAST:0.99999:1:2016";
-const std::string MIGRATED =
-    "DS:element=element[1]:GAUGE:600:-40.500000:nan RRA:LAST:0.99999:1:2016";
-const std::string SAMPLES = "1700000000:2.000000 1700000060:1.500000";
-
-// Runs the operation that a row of the tables below names, and holds what it leaves on failure.
-StatusCode Perform(const std::string& name) {
-  long long timestamp = 7;
-  unsigned long interval = 7;
-  StatusCode rc = StatusCode::Success;
-  if (name == "GetInterval") {
-    rc = client.GetInterval(PATH, interval);
-    EXPECT_EQ(interval, 7u);
-  } else if (name == "GetLastTimestamp" || name == "GetFirstTimestamp") {
-    rc = name == "GetLastTimestamp" ? client.GetLastTimestamp(PATH, timestamp)
-                                    : client.GetFirstTimestamp(PATH, 3, timestamp);
-    EXPECT_EQ(timestamp, rrd.result);
-  } else if (name == "Create") {
-    rc = client.Create(PATH, 300, 1700000000, -40.5, NAN, 2016);
-  } else if (name == "Migrate") {
-    rc = client.Migrate(PATH, 300, 1700000000, -40.5, NAN, 2016);
-  } else if (name == "Update") {
-    rc = client.Update(PATH, {{1700000060, 1.5}, {1700000000, 2}});
-  } else if (name == "Update of one") {
-    rc = client.Update(PATH, {{-5, -INFINITY}});
-  } else if (name == "Update of none") {
-    rc = client.Update(PATH, {});
-  } else {
-    Rrd::FetchResult result;
-    rc = client.Fetch(PATH, 600, 1200, result);
-    EXPECT_EQ(result.GetData(), nullptr);
-    EXPECT_EQ(result.GetStartTime(), 0);
-  }
-  return rc;
-}
-
-StandIn Returning(long result) {
-  StandIn answers;
-  answers.result = result;
-  return answers;
-}
-
 StandIn Fetching(time_t start, time_t end, unsigned long step, unsigned long rows) {
   StandIn answers;
   answers.start = start;
@@ -187,71 +135,62 @@ StandIn Fetching(time_t start, time_t end, unsigned long step, unsigned long row
   return answers;
 }
 
-TEST(RrdClientCalls, FailuresAreReportedAtTheLevelOfErrors) {
-  struct Case {
-    std::string name;
-    StandIn answers;
-    int code;
-    bool isCleared;
-    std::string line;  // behind component and operation
-    std::string call;
-  };
-  const std::string fetch = "fetch /dev/null LAST 599 1199 0";
-  const std::string error = "error [broken], file path [/dev/null], arguments [";
-  const std::string failed = "Failed to ";
-  const std::string path = "[/dev/null]. rrd error :[broken]";
-  const StandIn minusOne = Returning(-1);
-  const Case cases[] = {
-      {"GetInterval", {}, 1, true, failed + "read information from" + path, "info /dev/null"},
-      {"GetLastTimestamp", minusOne, 1, true, failed + "get last timestamp from " + path,
-       "last /dev/null"},
-      {"GetFirstTimestamp", minusOne, 1, true, failed + "get first timestamp from " + path,
-       "first /dev/null 3"},
-      {"Fetch", minusOne, 1, true,
-       "error [broken],Time window start time = [599], end time = [1199], file path = [/dev/null]",
-       fetch},
-      {"Fetch", Fetching(540, 1200, 60, 0), 21, false, "error pointer is null", fetch},
-      {"Fetch", Fetching(540, 1200, 0, 3), 1, false, "error step = 0", fetch},
-      {"Fetch", Fetching(540, 1200, 1UL << 50, 3), 1, false, "error step = 1125899906842624",
-       fetch},
-      {"Create", minusOne, 1, true, error + CREATED + "]",
-       "create /dev/null 300 1700000000 " + CREATED},
-      {"Migrate", minusOne, 1, false, error + MIGRATED + "]",
-       "create2 /dev/null 300 1700000000 " + MIGRATED},
-      {"Update", minusOne, 1, true, error + SAMPLES + "]", "update /dev/null 2 " + SAMPLES},
-      {"Update of one", minusOne, 1, true, error + "-5:-inf ]", "update /dev/null 1 -5:-inf"},
-      {"Update of none", minusOne, 1, true, error + " ]", "update /dev/null 0"},
-  };
-  for (const Case& expected : cases) {
-    for (const int level : {2, 3}) {
-      SCOPED_TRACE(expected.name + ": " + expected.line + " at level " + std::to_string(level));
-      rrd = expected.answers;
-      LogCapture log(level);
-      EXPECT_EQ(static_cast<int>(Perform(expected.name)), expected.code);
-      const bool isQuoted = expected.line.find("broken") != std::string::npos;
-      EXPECT_EQ(rrd.errorsRead, level == 3 && isQuoted ? 1 : 0);
-      EXPECT_EQ(rrd.errorsCleared, expected.isCleared ? 1 : 0);
-      EXPECT_EQ(rrd.calls, Lines{expected.call});
-      const std::string operation = expected.name.substr(0, expected.name.find(' '));
-      const std::string line = "3" + COMPONENT + " " + operation + ": " + expected.line;
-      EXPECT_EQ(log.Take(), level == 3 ? Lines{line} : Lines{});
-    }
+StandIn ReadAnswers(const std::string& text) {
+  StandIn answers;
+  std::istringstream numbers(text);
+  if (text.find(' ') == std::string::npos) {
+    numbers >> answers.result;
+  } else {
+    numbers >> answers.start >> answers.end >> answers.step >> answers.rows;
   }
+  return answers;
 }
 
-TEST(RrdClientCalls, SuccessesAreReportedAtTheLevelOfInformation) {
-  const std::pair<const char*, std::string> cases[] = {
-      {"Create", "Create rrd file [/dev/null] with arguments [" + CREATED + "]"},
-      {"Migrate", "Create rrd file [/dev/null] with arguments [" + MIGRATED + "]"},
-      {"Update", "Update rrd file [/dev/null] with 2 samples"},
-      {"GetFirstTimestamp", "First timestamp [600] for [/dev/null]"},
-  };
-  for (const auto& [name, line] : cases) {
-    rrd = Returning(600);
-    LogCapture log(6);
-    EXPECT_EQ(Perform(name), StatusCode::Success);
-    EXPECT_EQ(log.Take(), Lines{"6" + COMPONENT + " " + name + ": " + line});
-    EXPECT_EQ(rrd.errorsRead + rrd.errorsCleared, 0);
+// Performs an operation of the table and holds what it must leave as it was.
+StatusCode Perform(const std::string& name) {
+  const std::map<long long, double> samples = {{1700000060, 1.5}, {1700000000, 2}};
+  if (name == "GetInterval") {
+    unsigned long interval = 7;
+    const StatusCode rc = client.GetInterval(PATH, interval);
+    EXPECT_EQ(interval, 7u);
+    return rc;
+  }
+  if (name == "GetLastTimestamp" || name == "GetFirstTimestamp") {
+    long long timestamp = 7;
+    const StatusCode rc = name == "GetLastTimestamp" ? client.GetLastTimestamp(PATH, timestamp)
+                                                     : client.GetFirstTimestamp(PATH, 3, timestamp);
+    EXPECT_EQ(timestamp, rrd.result);
+    return rc;
+  }
+  if (name == "Fetch") {
+    Rrd::FetchResult result;
+    const StatusCode rc = client.Fetch(PATH, 600, 1200, result);
+    EXPECT_TRUE(result.GetData() == nullptr && result.GetStartTime() == 0);
+    return rc;
+  }
+  return name == "Create"          ? client.Create(PATH, 300, 1700000000, -40.5, NAN, 2016)
+         : name == "Migrate"       ? client.Migrate(PATH, 300, 1700000000, -40.5, NAN, 2016)
+         : name == "Update"        ? client.Update(PATH, samples)
+         : name == "Update of one" ? client.Update(PATH, {{-5, -INFINITY}})
+                                   : client.Update(PATH, {});
+}
+
+TEST(RrdClientCalls, EveryAnswerIsReportedAtItsLevelAndNotBelow) {
+  for (const auto& row : ReadTable("rrd_calls.txt")) {
+    const int lineLevel = std::stoi(row[4]);
+    for (const int level : {lineLevel - 1, lineLevel}) {
+      SCOPED_TRACE(row[0] + ": " + row[1] + " at level " + std::to_string(level));
+      rrd = ReadAnswers(row[1]);
+      LogCapture log(level);
+      EXPECT_EQ(static_cast<int>(Perform(row[0])), std::stoi(row[2]));
+      EXPECT_EQ(rrd.calls, Lines{row[6]});
+      EXPECT_EQ(rrd.errorsCleared, row[3] == "cleared" ? 1 : 0);
+      const bool isQuoted = level == lineLevel && row[5].find("broken") != std::string::npos;
+      EXPECT_EQ(rrd.errorsRead, isQuoted ? 1 : 0);
+      const std::string operation = row[0].substr(0, row[0].find(' '));
+      const std::string line = row[4] + COMPONENT + " " + operation + ": " + row[5];
+      EXPECT_EQ(log.Take(), level == lineLevel ? Lines{line} : Lines{});
+    }
   }
 }
 
