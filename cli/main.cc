@@ -1,1 +1,101 @@
-int main() {}
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <exception>
+#include <iostream>
+#include <map>
+#include <string>
+
+#include "commands.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+constexpr char DESCRIPTION[] =
+    "Store time series in RRD files and query them per calendar interval.";
+constexpr char FOOTER[] =
+    "ID is a scope, ':' and a name, such as topo:Boiler.\n"
+    "Exit status: 0 done, 1 failed, 2 wrong usage, 3 partial data.";
+
+const std::map<std::string, KoraLogLevel> LOG_LEVELS = {
+    {"none", KoraLogLevel::None},
+    {"error", KoraLogLevel::Error},
+    {"info", KoraLogLevel::Information},
+    {"trace", KoraLogLevel::Trace},
+};
+
+// A data file must never be opened as one of the standard streams, whose output would spoil it.
+// What a closed stream gets instead still fails when it is used.
+void OccupyStandardStreams() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) == -1) {
+      open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+  }
+}
+
+void AddGlobalOptions(CLI::App& app, Context& context) {
+  app.add_option("-d,--directory", context.directory, "Database directory (default: .)")
+      ->envname("NVX_TIMESERIES_DATABASE")
+      ->type_name("DIR")
+      ->check([](const std::string& text) { return text.empty() ? "empty directory" : ""; });
+  app.add_option_function<std::string>(
+         "--log-level",
+         [](const std::string& name) {
+           Log::RootLogger::GetInstance().SetLevel(LOG_LEVELS.at(name));
+         },
+         "none, error (default), info or trace; lines go to standard error")
+      ->type_name("LEVEL")
+      ->check([](const std::string& text) {
+        return LOG_LEVELS.count(text) == 0 ? "unknown log level " + text : "";
+      });
+  app.set_version_flag("--version", "nvx-timeseries " NVX_TIMESERIES_VERSION);
+}
+
+void AddCommands(CLI::App& app, Context& context) { AddListCommand(app, context); }
+
+int Run(int argc, const char* const* argv) {
+  Context context;
+  CLI::App app(DESCRIPTION, "nvx-timeseries");
+  app.footer(FOOTER);
+  app.require_subcommand(1);
+  app.fallthrough();  // inherited by the commands: global options may follow the command
+  app.failure_message([](const CLI::App*, const CLI::Error& error) {
+    return "nvx-timeseries: " + std::string(error.what()) + " (see --help)\n";
+  });
+  AddGlobalOptions(app, context);
+  AddCommands(app, context);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? EXIT_DONE : EXIT_WRONG_USAGE;
+  } catch (const CommandError& error) {
+    PrintMessage(error.GetText());
+    return EXIT_FAILED;
+  } catch (const std::exception& exception) {
+    PrintMessage(exception.what());
+    return EXIT_FAILED;
+  }
+  return context.exitStatus;
+}
+
+// Output that was lost is a failure, whatever the command thought.
+int FlushOutput(int exitStatus) {
+  if (std::cout.flush()) {
+    return exitStatus;
+  }
+  PrintMessage(CommandError("standard output", "cannot be written", StatusCode::IoError).GetText());
+  return EXIT_FAILED;
+}
+
+}  // namespace
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
+
+int main(int argc, char** argv) {
+  namespace CommandLine = nvx::TimeSeriesDatabase::CommandLine;
+  CommandLine::OccupyStandardStreams();
+  std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is an error of the output like any other
+  std::ios::sync_with_stdio(false);
+  return CommandLine::FlushOutput(CommandLine::Run(argc, argv));
+}

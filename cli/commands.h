@@ -1,0 +1,14 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "context.h"
+
+// Each adds one command to the program. The command runs while the arguments are parsed, after the
+// global options are set, and ends with CommandError when it fails; what is wrong with its usage
+// it reports as CLI::ParseError.
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+void AddListCommand(CLI::App& app, Context& context);
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
