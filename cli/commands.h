@@ -9,6 +9,11 @@
 // it reports as CLI::ParseError.
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
+void AddCreateCommand(CLI::App& app, Context& context);
+void AddMigrateCommand(CLI::App& app, Context& context);
+void AddUpdateCommand(CLI::App& app, Context& context);
 void AddListCommand(CLI::App& app, Context& context);
+void AddInfoCommand(CLI::App& app, Context& context);
+void AddQueryCommand(CLI::App& app, Context& context);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -53,7 +53,14 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
   app.set_version_flag("--version", "nvx-timeseries " NVX_TIMESERIES_VERSION);
 }
 
-void AddCommands(CLI::App& app, Context& context) { AddListCommand(app, context); }
+void AddCommands(CLI::App& app, Context& context) {
+  AddCreateCommand(app, context);
+  AddMigrateCommand(app, context);
+  AddUpdateCommand(app, context);
+  AddListCommand(app, context);
+  AddInfoCommand(app, context);
+  AddQueryCommand(app, context);
+}
 
 int Run(int argc, const char* const* argv) {
   Context context;

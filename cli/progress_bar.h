@@ -1,0 +1,20 @@
+#pragma once
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// A bar on standard error that is gone when the work is; nothing where that is no terminal.
+class ProgressBar {
+ public:
+  ProgressBar() = default;
+  ProgressBar(const ProgressBar&) = delete;
+  ProgressBar& operator=(const ProgressBar&) = delete;
+  ~ProgressBar();
+
+  // Shows the done part, from 0 to 1.
+  void Show(double part);
+
+ private:
+  bool isShown = false;
+};
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cctz/time_zone.h>
+
+#include <optional>
+#include <string>
+
+#include "timeseries/date/date.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+constexpr char TIME_HELP[] =
+    "TIME is seconds since the epoch or ISO 8601, such as 2021-03-28, 2021-03-28T01:00 or\n"
+    "2021-03-28T01:00:30+02:00; without Z or an offset it is local time in the zone.";
+
+// Throws CommandError for a zone that the zoneinfo database does not know.
+cctz::time_zone LoadZone(const std::string& name);
+
+// Reads a TIME as seconds since the epoch. A local time that the clocks skip is the first instant
+// after the gap, one that they repeat is its first occurrence. Nothing for any other text and for
+// an instant outside the years 1 to 9999.
+std::optional<long long> ParseTime(const std::string& text, const cctz::time_zone& zone);
+
+// The same; throws CommandError instead.
+long long ReadTime(const std::string& text, const cctz::time_zone& zone);
+
+// "2021-03-28T03:00:00.000+02:00".
+std::string FormatDate(const Date::Date& date);
+std::string FormatUtc(long long timestamp);
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
