@@ -20,7 +20,7 @@ void Refuse(const FileDefinition& definition, const std::string& problem) {
 
 void AddDefinitionOptions(CLI::App& command, FileDefinition& definition,
                           const std::string& startHelp, const std::string& forceHelp) {
-  command.add_option("ID", definition.zeltId, "Data source")->required();
+  command.add_option("ID", definition.zeltId, "Data source")->required()->type_name("");
   command.add_option("--step", definition.step, "Seconds from one sample to the next")
       ->required()
       ->type_name("S");

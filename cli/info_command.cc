@@ -69,8 +69,8 @@ void AddInfoCommand(CLI::App& app, Context& context) {
   CLI::App* const command =
       app.add_subcommand("info", "Print path, step and times of a data source");
   const auto options = std::make_shared<InfoOptions>();
-  command->add_option("ID", options->zeltId, "Data source")->required();
-  command->add_option("--format", options->format, "text (default) or json")
+  command->add_option("ID", options->zeltId, "Data source")->required()->type_name("");
+  command->add_option("--format", options->format, "Form of the output (default: text)")
       ->type_name("FORMAT")
       ->check(CLI::IsMember({"text", "json"}));
   command->callback([options, &context] {

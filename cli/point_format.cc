@@ -5,8 +5,6 @@
 #include <nlohmann/json.hpp>
 #include <string_view>
 
-#include "time_text.h"
-
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
@@ -33,7 +31,7 @@ const char* GetQualityText(const NumericalDataPoint& point) {
 void PrintCsv(const std::vector<NumericalDataPoint>& points, std::ostream& output) {
   output << "date,timestamp,value,quality\n";
   for (const NumericalDataPoint& point : points) {
-    output << FormatDate(point.date) << ',' << point.date.timestamp << ','
+    output << point.date.ToText() << ',' << point.date.timestamp << ','
            << ShortestText(point.value).Get() << ',' << GetQualityText(point) << '\n';
   }
 }
@@ -42,7 +40,7 @@ void PrintJson(const std::vector<NumericalDataPoint>& points, std::ostream& outp
   output << '[';
   const char* separator = "\n  ";
   for (const NumericalDataPoint& point : points) {
-    nlohmann::ordered_json object = {{"date", FormatDate(point.date)},
+    nlohmann::ordered_json object = {{"date", point.date.ToText()},
                                      {"timestamp", point.date.timestamp},
                                      {"value", point.value},  // null when it is not finite
                                      {"quality", GetQualityText(point)}};

@@ -5,7 +5,6 @@
 #include <limits>
 
 #include "point_format.h"
-#include "time_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -67,7 +66,7 @@ struct Widths {
 Widths Measure(const std::vector<NumericalDataPoint>& points, std::size_t terminalColumns) {
   Widths widths;
   for (const NumericalDataPoint& point : points) {
-    widths.date = std::max(widths.date, FormatDate(point.date).size());
+    widths.date = std::max(widths.date, point.date.ToText().size());
     widths.value = std::max(widths.value, FormatValue(point.value).size());
   }
   const std::size_t taken = widths.date + 2 + widths.value + 2 + QUALITY_WIDTH + 2;
@@ -91,7 +90,7 @@ void PrintTable(const std::vector<NumericalDataPoint>& points, unsigned int term
   printCells("date", "value");
   output << "quality\n";
   for (const NumericalDataPoint& point : points) {
-    printCells(FormatDate(point.date), FormatValue(point.value));
+    printCells(point.date.ToText(), FormatValue(point.value));
     const std::string bar = bars.Make(point.value);
     if (bar.empty()) {
       output << GetQualityText(point) << '\n';

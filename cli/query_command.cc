@@ -143,7 +143,7 @@ void AddQueryCommand(CLI::App& app, Context& context) {
   CLI::App* const command =
       app.add_subcommand("query", "Print one value per complete interval of a window");
   const auto options = std::make_shared<QueryOptions>();
-  command->add_option("ID", options->zeltId, "Data source")->required();
+  command->add_option("ID", options->zeltId, "Data source")->required()->type_name("");
   command->add_option("--interval", options->interval, "Length of the intervals")
       ->required()
       ->type_name("INTERVAL");
@@ -157,10 +157,10 @@ void AddQueryCommand(CLI::App& app, Context& context) {
       ->type_name("ZONE");
   command
       ->add_option("--function", options->function,
-                   "average (default) or delta, what the value grew by; always delta for all")
+                   "Default: average. A delta is what the value grew by; all is always one")
       ->type_name("FUNCTION")
       ->check(CLI::IsMember({"average", "delta"}));
-  command->add_option("--format", options->format, "table (default), csv or json")
+  command->add_option("--format", options->format, "Form of the output (default: table)")
       ->type_name("FORMAT")
       ->check(CLI::IsMember({"table", "csv", "json"}));
   command->add_flag("--no-adjust", options->isUnadjusted,

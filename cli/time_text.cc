@@ -3,6 +3,7 @@
 #include <charconv>
 
 #include "command_error.h"
+#include "timeseries/date/date.h"
 #include "timeseries/time_helper.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -10,10 +11,6 @@ namespace {
 
 constexpr long long EARLIEST_TIME = -62135596800;  // 0001-01-01T00:00:00Z
 constexpr long long LATEST_TIME = 253402300799;    // 9999-12-31T23:59:59Z
-
-cctz::time_point<cctz::seconds> ToTimePoint(long long timestamp) {
-  return cctz::time_point<cctz::seconds>(cctz::seconds(timestamp));
-}
 
 bool HasOffset(const std::string& text) {
   const std::size_t clock = text.find('T');
@@ -35,7 +32,8 @@ std::optional<long long> ParseIso8601(const std::string& text, const cctz::time_
   if (HasOffset(text)) {
     return seconds;
   }
-  const cctz::civil_second local = cctz::convert(ToTimePoint(seconds), cctz::utc_time_zone());
+  const cctz::time_point<cctz::seconds> read{cctz::seconds(seconds)};
+  const cctz::civil_second local = cctz::convert(read, cctz::utc_time_zone());
   return cctz::convert(local, zone).time_since_epoch().count();
 }
 
@@ -64,15 +62,10 @@ long long ReadTime(const std::string& text, const cctz::time_zone& zone) {
   return *seconds;
 }
 
-std::string FormatDate(const Date::Date& date) {
-  return cctz::format(Date::Date::DATE_TIME_PATTERN_WITH_UTC_OFFSET, ToTimePoint(date.timestamp),
-                      date.timeZone);
-}
-
 std::string FormatUtc(long long timestamp) {
   Date::Date date;
   date.timestamp = timestamp;
-  return FormatDate(date);
+  return date.ToText();
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

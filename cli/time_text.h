@@ -5,8 +5,6 @@
 #include <optional>
 #include <string>
 
-#include "timeseries/date/date.h"
-
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 constexpr char TIME_HELP[] =
@@ -24,8 +22,7 @@ std::optional<long long> ParseTime(const std::string& text, const cctz::time_zon
 // The same; throws CommandError instead.
 long long ReadTime(const std::string& text, const cctz::time_zone& zone);
 
-// "2021-03-28T03:00:00.000+02:00".
-std::string FormatDate(const Date::Date& date);
+// The text form of an instant in UTC: "2021-03-28T01:00:00.000+00:00".
 std::string FormatUtc(long long timestamp);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

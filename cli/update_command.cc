@@ -21,6 +21,10 @@ struct UpdateOptions {
   std::string zoneName = "UTC";
 };
 
+constexpr char CSV_HELP[] =
+    "FILE has a header line, then lines of a time, a comma, and the values of the columns. "
+    "Samples\n"
+    "are stored in batches of 10000; an error leaves nothing of its batch in the file.";
 constexpr char STANDARD_INPUT[] = "-";
 
 void StoreArguments(const std::vector<std::string>& samples, const cctz::time_zone& zone,
@@ -101,17 +105,14 @@ void AddUpdateCommand(CLI::App& app, Context& context) {
   CLI::App* const command = app.add_subcommand(
       "update", "Store samples, later than those of the file, with six digits after the point");
   const auto options = std::make_shared<UpdateOptions>();
-  command->add_option("ID", options->zeltId, "Data source")->required();
+  command->add_option("ID", options->zeltId, "Data source")->required()->type_name("");
   CLI::Option* const samples =
       command
           ->add_option("SAMPLES", options->samples,
                        "The samples, each TIME:VALUE; nan or no value is a missing sample")
           ->type_name("");
   CLI::Option* const csv =
-      command
-          ->add_option("--csv", options->csvPath,
-                       "Read them from a file, or '-' for standard input: a header line, then "
-                       "lines whose first field is the time")
+      command->add_option("--csv", options->csvPath, "File of them, or '-' for standard input")
           ->type_name("FILE")
           ->excludes(samples);
   command->add_option("--column", options->column, "Column of the value (default: the second)")
@@ -119,7 +120,7 @@ void AddUpdateCommand(CLI::App& app, Context& context) {
       ->needs(csv);
   command->add_option("--zone", options->zoneName, "Time zone of TIME (default: UTC)")
       ->type_name("ZONE");
-  command->footer(TIME_HELP);
+  command->footer(std::string(CSV_HELP) + "\n" + TIME_HELP);
   command->callback([options, &context] { Update(*options, context); });
 }
 
