@@ -64,7 +64,11 @@ std::optional<long long> ReadStart(const FileDefinition& definition) {
   if (!definition.startText) {
     return std::nullopt;
   }
-  return ReadTime(*definition.startText, zone);
+  const long long start = ReadTime(*definition.startText, zone);
+  if (start < 0) {  // to the RRD library, -1 is the present time and a time before it an age
+    Refuse(definition, "start must not be before 1970");
+  }
+  return start;
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

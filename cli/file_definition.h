@@ -25,7 +25,7 @@ void AddDefinitionOptions(CLI::App& command, FileDefinition& definition,
 // Throws CommandError for a definition of which no file can be made.
 void CheckDefinition(const FileDefinition& definition);
 
-// The start that was given, if any.
+// The start that was given, if any. Throws CommandError for one that no file can have.
 std::optional<long long> ReadStart(const FileDefinition& definition);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -129,7 +129,10 @@ void Run(const QueryOptions& options, Context& context) {
             .GetText());
     context.exitStatus = EXIT_PARTIAL_DATA;
   } else {
-    Require(status, query.zeltId, "no answer for " + TimeWindowToString(query.window));
+    Require(status, query.zeltId,
+            (status == StatusCode::OutOfRange ? "no interval ends with the window "
+                                              : "no answer for ") +
+                TimeWindowToString(query.window));
   }
   if (isAverage && query.interval == QueryInterval::FullPeriod) {
     PrintMessage(query.zeltId + ": warning: the value of FullPeriod is the delta, no average");

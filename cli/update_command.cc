@@ -27,6 +27,10 @@ constexpr char CSV_HELP[] =
     "are stored in batches of 10000; an error leaves nothing of its batch in the file.";
 constexpr char STANDARD_INPUT[] = "-";
 
+std::string CountSamples(unsigned long long count) {
+  return std::to_string(count) + (count == 1 ? " sample" : " samples");
+}
+
 void StoreArguments(const std::vector<std::string>& samples, const cctz::time_zone& zone,
                     SampleWriter& writer) {
   for (const std::string& text : samples) {
@@ -61,8 +65,7 @@ void StoreCsv(std::istream& input, double size, const std::string& name,
     StoreLines(reader, input, size, writer);
   } catch (CommandError& error) {
     if (writer.GetStoredCount() > 0) {
-      error.AddNote("; the " + std::to_string(writer.GetStoredCount()) +
-                    " samples before this batch are stored");
+      error.AddNote("; " + CountSamples(writer.GetStoredCount()) + " before this batch stored");
     }
     throw;
   }
@@ -96,7 +99,7 @@ void Update(const UpdateOptions& options, Context& context) {
   } else {
     StoreArguments(options.samples, zone, writer);
   }
-  std::cout << options.zeltId << ": " << writer.GetStoredCount() << " samples stored\n";
+  std::cout << options.zeltId << ": " << CountSamples(writer.GetStoredCount()) << " stored\n";
 }
 
 }  // namespace
