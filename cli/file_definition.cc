@@ -65,8 +65,8 @@ std::optional<long long> ReadStart(const FileDefinition& definition) {
     return std::nullopt;
   }
   const long long start = ReadTime(*definition.startText, zone);
-  if (start < 0) {  // to the RRD library, -1 is the present time and a time before it an age
-    Refuse(definition, "start must not be before 1970");
+  if (start < 1) {  // 0 and -1 stand for the present time in the RRD library
+    Refuse(definition, "start must be later than " + FormatUtc(0));
   }
   return start;
 }

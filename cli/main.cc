@@ -39,6 +39,7 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
   app.add_option("-d,--directory", context.directory, "Database directory (default: .)")
       ->envname("NVX_TIMESERIES_DATABASE")
       ->type_name("DIR")
+      ->take_last()
       ->check([](const std::string& text) { return text.empty() ? "empty directory" : ""; });
   app.add_option_function<std::string>(
          "--log-level",
@@ -47,6 +48,7 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
          },
          "none, error (default), info or trace; lines go to standard error")
       ->type_name("LEVEL")
+      ->take_last()
       ->check([](const std::string& text) {
         return LOG_LEVELS.count(text) == 0 ? "unknown log level " + text : "";
       });

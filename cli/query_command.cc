@@ -123,10 +123,10 @@ void Run(const QueryOptions& options, Context& context) {
       isAverage ? query.dataSource->FetchAverage(query.window, query.interval, points)
                 : query.dataSource->FetchDelta(query.window, query.interval, points);
   if (status == StatusCode::PartialData) {
-    PrintMessage(
-        CommandError(query.zeltId,
-                     "the window does not start on a step of the file, so no point is good", status)
-            .GetText());
+    PrintMessage(CommandError(query.zeltId,
+                              "no sample of the file starts the window, so no point is good",
+                              status)
+                     .GetText());
     context.exitStatus = EXIT_PARTIAL_DATA;
   } else {
     Require(status, query.zeltId,
