@@ -17,9 +17,7 @@ class Usage : public testing::Test {
     commandLine.WriteFile("topo_empty.rrd", "");
   }
 
-  ProgramResult Run(const std::string& command) const {
-    return commandLine.Run(SplitWords(command));
-  }
+  ProgramResult Run(const std::string& command) const { return commandLine.Run(command); }
 
   std::vector<std::string> ListFiles() const {
     std::vector<std::string> names;
@@ -36,11 +34,8 @@ class Usage : public testing::Test {
 TEST_F(Usage, AnswersBadInputWithOneLine) {
   const std::string create = "create topo:new --step ";
   const std::string day = "query topo:m --interval 1d ";
-  const struct {
-    std::string command;
-    std::string start;  // of the line
-    std::string end;
-  } cases[] = {
+  const std::string cases[][3] = {
+      // command, start of the line and its end
       {"list -d /dev/null/x", "/dev/null/x: the directory cannot be read", "NotFound, 2"},
       {"info topo:x", "topo:x: no such data source", "NotFound, 2"},
       {"migrate topo:x --step 1 --rows 1", "topo:x: no such data source", "NotFound, 2"},
@@ -92,12 +87,12 @@ TEST_F(Usage, AnswersBadInputWithOneLine) {
   };
   const std::vector<std::string> files = ListFiles();
   const std::string content = commandLine.ReadFile("topo_m.rrd");
-  for (const auto& test : cases) {
-    const ProgramResult result = Run(test.command);
-    const std::string start = "nvx-timeseries: " + test.start;
-    const std::string end = " (" + test.end + ")\n";
-    EXPECT_EQ(result.status, 1) << test.command;
-    EXPECT_EQ(result.output, "") << test.command;
+  for (const auto& [command, subject, status] : cases) {
+    const ProgramResult result = Run(command);
+    const std::string start = "nvx-timeseries: " + subject;
+    const std::string end = " (" + status + ")\n";
+    EXPECT_EQ(result.status, 1) << command;
+    EXPECT_EQ(result.output, "") << command;
     EXPECT_EQ(result.error.find('\n') + 1, result.error.size()) << result.error;
     EXPECT_EQ(result.error.substr(0, start.size()), start);
     EXPECT_EQ(result.error.substr(std::max(result.error.size(), end.size()) - end.size()), end);

@@ -19,7 +19,7 @@ std::string MakeCsv(long long count) {
 class Writing : public testing::Test {
  protected:
   ProgramResult Run(const std::string& command, const std::string& input = "") const {
-    return commandLine.Run(SplitWords(command), input);
+    return commandLine.Run(command, input);
   }
 
   void Create(const std::string& options = "--rows 50000") const {
@@ -77,10 +77,7 @@ TEST_F(Writing, TakesManyBatches) {
 TEST_F(Writing, StoresNothingOfABatchWithABadLine) {
   Create();
   const std::string empty = commandLine.ReadFile("topo_m.rrd");
-  const struct {
-    const char* csv;
-    const char* problem;
-  } cases[] = {
+  const std::string cases[][2] = {
       {"", "no header line"},
       {"time\n1600000080\n", "line 1: the header has no value column"},
       {"time,v\n1600000080,1\n1600000140\n", "line 3: 1 fields instead of 2"},
@@ -94,13 +91,13 @@ TEST_F(Writing, StoresNothingOfABatchWithABadLine) {
       {"time,v\n1600000080000,1\n", "line 2: '1600000080000' is not a time of the years 1 to 9999"},
       {"time,v\n1600000080,1\n2020-09-13T12:28,2\n", "line 3: its time occurs twice"},
   };
-  for (const auto& test : cases) {
-    const ProgramResult result = Run("update topo:m --csv -", test.csv);
-    EXPECT_EQ(result.status, 1) << test.csv;
-    EXPECT_EQ(result.error, std::string("nvx-timeseries: standard input: ") + test.problem +
-                                " (InvalidArgument, 28)\n");
+  for (const auto& [csv, problem] : cases) {
+    const ProgramResult result = Run("update topo:m --csv -", csv);
+    EXPECT_EQ(result.status, 1) << csv;
+    EXPECT_EQ(result.error,
+              "nvx-timeseries: standard input: " + problem + " (InvalidArgument, 28)\n");
     EXPECT_EQ(result.output, "");
-    EXPECT_EQ(commandLine.ReadFile("topo_m.rrd"), empty) << test.csv;
+    EXPECT_EQ(commandLine.ReadFile("topo_m.rrd"), empty) << csv;
   }
   EXPECT_EQ(Run("update topo:m --csv /dev/zero").error,
             "nvx-timeseries: /dev/zero: line 1: the line is too long (InvalidArgument, 28)\n");
@@ -147,22 +144,18 @@ TEST_F(Writing, ReplacesAFileOnlyWhenForced) {
 }
 
 TEST_F(Writing, WarnsOfIdsThatAreListedOtherwise) {
-  const struct {
-    const char* zeltId;
-    const char* warning;
-  } cases[] = {
+  const std::string cases[][2] = {
       {"topo:a;b", ""},
       {"topo:a__b", "topo_a__b.rrd is listed as topo:a;b"},
       {"topo:_x", "topo__x.rrd cannot be listed"},
       {"topo:diag1", "diag_diag1.rrd is listed as diag:diag1"},
   };
   for (const auto& [zeltId, warning] : cases) {
-    const ProgramResult result =
-        Run(std::string("create ") + zeltId + " --step 60 --rows 1 --force");
+    const ProgramResult result = Run("create " + zeltId + " --step 60 --rows 1 --force");
     EXPECT_EQ(result.status, 0) << zeltId;
-    EXPECT_EQ(result.error, *warning == '\0' ? ""
-                                             : std::string("nvx-timeseries: ") + zeltId +
-                                                   ": warning: its file " + warning + "\n");
+    EXPECT_EQ(result.error, warning.empty() ? ""
+                                            : "nvx-timeseries: " + zeltId + ": warning: its file " +
+                                                  warning + "\n");
   }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -18,6 +19,14 @@ class CommandLine {
     return RunProgram(arguments, input, variables);
   }
 
+  // None of the words of the command holds a blank.
+  ProgramResult Run(const std::string& command, const std::string& input = "",
+                    const std::vector<std::string>& variables = {}) const {
+    std::istringstream stream(command);
+    return Run(std::vector<std::string>(std::istream_iterator<std::string>(stream), {}), input,
+               variables);
+  }
+
   std::string GetPath(const std::string& name) const { return directory.GetPath(name); }
 
   std::string ReadFile(const std::string& name) const {
@@ -33,13 +42,3 @@ class CommandLine {
  private:
   TemporaryDirectory directory;
 };
-
-// The words of a command; none of them holds a blank.
-inline std::vector<std::string> SplitWords(const std::string& command) {
-  std::istringstream stream(command);
-  std::vector<std::string> words;
-  for (std::string word; stream >> word;) {
-    words.push_back(word);
-  }
-  return words;
-}
