@@ -23,7 +23,7 @@ std::string Context::GetPath(const std::string& zeltId) {
 }
 
 std::string Context::GetPathOfExisting(const std::string& zeltId) {
-  const std::string path = GetPath(zeltId);
+  std::string path = GetPath(zeltId);
   Require(Utilities::FileSystem::CheckFileExist(path), zeltId, NO_SUCH_DATA_SOURCE);
   return path;
 }

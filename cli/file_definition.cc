@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "command_error.h"
-#include "limits.h"
+#include "maximum_count.h"
 #include "time_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {

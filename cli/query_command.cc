@@ -1,10 +1,9 @@
-#include <algorithm>
 #include <iostream>
 #include <memory>
 
 #include "commands.h"
 #include "interval_text.h"
-#include "limits.h"
+#include "maximum_count.h"
 #include "point_format.h"
 #include "terminal.h"
 #include "time_text.h"

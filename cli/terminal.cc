@@ -14,6 +14,7 @@ unsigned int GetTerminalColumns() {
   if (isatty(STDOUT_FILENO) != 0 && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0) {
     return size.ws_col;
   }
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): the program has one thread
   const char* const variable = std::getenv("COLUMNS");
   const std::string_view text = variable == nullptr ? "" : variable;
   unsigned int columns = 0;

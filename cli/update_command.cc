@@ -22,9 +22,9 @@ struct UpdateOptions {
 };
 
 constexpr char CSV_HELP[] =
-    "FILE has a header line, then lines of a time, a comma, and the values of the columns. "
-    "Samples\n"
-    "are stored in batches of 10000; an error leaves nothing of its batch in the file.";
+    "FILE has a header line, then lines of a time, a comma, and the values of the columns. They "
+    "are\n"
+    "stored in batches of 10000; a line that cannot be read keeps its whole batch out of the file.";
 constexpr char STANDARD_INPUT[] = "-";
 
 std::string CountSamples(unsigned long long count) {

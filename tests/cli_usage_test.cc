@@ -125,7 +125,7 @@ TEST_F(Usage, HelpsEverywhere) {
 }
 
 TEST_F(Usage, TakesTheDirectoryFromTheEnvironment) {
-  const auto list = [this](const std::string& variable) {
+  const auto list = [](const std::string& variable) {
     return RunProgram({NVX_TIMESERIES, "list"}, "", {"NVX_TIMESERIES_DATABASE=" + variable});
   };
   EXPECT_EQ(list(commandLine.GetPath("")).output, "topo:cut\ntopo:empty\ntopo:m\ntopo:text\n");
