@@ -47,8 +47,8 @@ class Bars {
     }
     const double span = highest / 2 - lowest / 2;  // halves, lest it overflows
     const double part = span > 0 ? (value / 2 - lowest / 2) / span : 1;
-    return std::string(
-        1 + static_cast<std::size_t>(std::lround(part * static_cast<double>(longest - 1))), '#');
+    const auto marks = std::lround(part * static_cast<double>(longest - 1));
+    return std::string().append(1 + static_cast<std::size_t>(marks), '#');
   }
 
  private:
