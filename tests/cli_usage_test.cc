@@ -1,6 +1,6 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "support/command_line.h"
@@ -158,15 +158,6 @@ TEST_F(Usage, SaysThatOutputIsLost) {
               "nvx-timeseries: standard output: cannot be written (IoError, 9)")
         << command;
   }
-}
-
-// The descriptor of a closed stream is free for the next file that is opened.
-TEST_F(Usage, SpoilsNoFileWhenStreamsAreClosed) {
-  const std::string before = commandLine.ReadFile("topo_text.rrd");
-  RunProgram({"sh", "-c",
-              std::string(NVX_TIMESERIES) + " --log-level trace -d " + commandLine.GetPath("") +
-                  " update topo:text 1700000000:1 <&- >&- 2>&-"});
-  EXPECT_EQ(commandLine.ReadFile("topo_text.rrd"), before);
 }
 
 }  // namespace
