@@ -1,7 +1,5 @@
 #include "sample_writer.h"
 
-#include <algorithm>
-
 #include "command_error.h"
 #include "time_text.h"
 
@@ -30,10 +28,10 @@ void SampleWriter::StoreBatch() {
   Require(rrdClient.GetLastTimestamp(path, last), name, path + " cannot be read");
   // The RRD library itself would store what stands before the sample that it refuses.
   const long long earliest = batch.begin()->first;
-  if (earliest <= last || earliest < 0) {  // it would take a negative time for an age
+  if (earliest <= last) {
     throw CommandError(name,
                        "the sample of " + FormatUtc(earliest) + " is not later than " +
-                           FormatUtc(std::max(last, -1LL)) + ", the last update",
+                           FormatUtc(last) + ", the last update",
                        StatusCode::InvalidArgument);
   }
   Require(rrdClient.Update(path, batch), name, path + " cannot be updated");

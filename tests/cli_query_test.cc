@@ -248,6 +248,7 @@ TEST_F(Minutes, AreAskedForInLocalTime) {
       {"Europe/Paris --from 2021-10-31T02:30:30+01:00 --to 1635644000",
        "2021-10-31T02:31:00.000+01:00"},
       {"Asia/Kolkata --from 2021-10-31T01:30Z --to 1635644000", "2021-10-31T07:00:00.000+05:30"},
+      {"UTC --from 2021-10-31T01:30-01:00 --to 1635649000", "2021-10-31T02:30:00.000+00:00"},
       {"Asia/Kolkata --from -60 --to 0", "1970-01-01T05:29:00.000+05:30"},
   };
   for (const auto& [options, start] : cases) {

@@ -12,6 +12,7 @@ class Usage : public testing::Test {
   void SetUp() override {
     ASSERT_EQ(Run("create topo:m --step 60 --rows 100 --start 2020-09-13").status, 0);
     ASSERT_EQ(Run("update topo:m 2020-09-13T00:01:1").status, 0);
+    ASSERT_EQ(Run("create topo:d --step 86400 --rows 10").status, 0);
     commandLine.WriteFile("topo_text.rrd", "no round robin");
     commandLine.WriteFile("topo_cut.rrd", commandLine.ReadFile("topo_m.rrd").substr(0, 700));
     commandLine.WriteFile("topo_empty.rrd", "");
@@ -83,6 +84,7 @@ TEST_F(Usage, AnswersBadInputWithOneLine) {
        "topo:m: the window is too long; the file covers 2020-09-12T22:22:00.000+00:00 - "
        "2020-09-13T00:01:00.000+00:00",
        "OutOfRange, 71"},
+      {"query topo:d --interval 1m --from 1900-01-01", "topo:d: the window", "OutOfRange, 71"},
       {"query topo:m --interval 1d --from 0001-01-01", "topo:m: the window", "OutOfRange, 71"},
   };
   const std::vector<std::string> files = ListFiles();
@@ -128,7 +130,8 @@ TEST_F(Usage, TakesTheDirectoryFromTheEnvironment) {
   const auto list = [](const std::string& variable) {
     return RunProgram({NVX_TIMESERIES, "list"}, "", {"NVX_TIMESERIES_DATABASE=" + variable});
   };
-  EXPECT_EQ(list(commandLine.GetPath("")).output, "topo:cut\ntopo:empty\ntopo:m\ntopo:text\n");
+  EXPECT_EQ(list(commandLine.GetPath("")).output,
+            "topo:cut\ntopo:d\ntopo:empty\ntopo:m\ntopo:text\n");
   EXPECT_EQ(list("/dev/null/x").status, 1);
   const TemporaryDirectory other;
   EXPECT_EQ(RunProgram({NVX_TIMESERIES, "list", "-d", other.GetPath()}).output, "");
