@@ -12,7 +12,7 @@ class Usage : public testing::Test {
   void SetUp() override {
     ASSERT_EQ(Run("create topo:m --step 60 --rows 100 --start 2020-09-13").status, 0);
     ASSERT_EQ(Run("update topo:m 2020-09-13T00:01:1").status, 0);
-    ASSERT_EQ(Run("create topo:d --step 86400 --rows 10").status, 0);
+    ASSERT_EQ(Run("create topo:d --step 86400 --rows 99999").status, 0);
     commandLine.WriteFile("topo_text.rrd", "no round robin");
     commandLine.WriteFile("topo_cut.rrd", commandLine.ReadFile("topo_m.rrd").substr(0, 700));
     commandLine.WriteFile("topo_empty.rrd", "");
