@@ -89,28 +89,19 @@ TEST(NumericalDataSource, MetadataComesFromTheStoreOrElseTheFile) {
     EXPECT_EQ(log.Take(),
               MetadataLines(row[5], "GetInterval", "interval", "stoul", row[0], isFailure));
 
+    QueryInterval queryInterval = QueryInterval::Month;
+    EXPECT_EQ(source.GetInterval(queryInterval),
+              row[6] == "Month" && !isFailure ? StatusCode::InvalidArgument : code);
+    EXPECT_EQ(QueryIntervalToString(queryInterval), row[6]);
+    const Lines lines = log.Take();
+    EXPECT_EQ(!lines.empty() && lines.back() == "6" + COMPONENT + "GetInterval: Fail to convert " +
+                                                    "sampling rate for [a.rrd]",
+              isFailure);
     EXPECT_EQ(source.GetLastTimestamp(timestamp), rrd.code);
     EXPECT_EQ(timestamp, 43);
     EXPECT_EQ(source.Reserved(), StatusCode::Success);
     EXPECT_TRUE(log.Take().empty());
   }
-}
-
-TEST(NumericalDataSource, TheIntervalIsTheQueryIntervalOfThatLength) {
-  nvx::Workstation::InMemoryRedisClient redis;
-  FixedRrdClient rrd;
-  const Rrd::NumericalDataSource source("a.rrd", redis, rrd);
-  LogCapture log(6);
-  QueryInterval interval = QueryInterval::Month;
-  EXPECT_EQ(source.GetInterval(interval), StatusCode::Success);
-  EXPECT_EQ(interval, QueryInterval::FiveMinutes);
-  redis.HashSet("a.rrd", "interval", "61");
-  EXPECT_EQ(source.GetInterval(interval), StatusCode::InvalidArgument);
-  redis.HashSet("a.rrd", "interval", "x");
-  EXPECT_EQ(source.GetInterval(interval), StatusCode::Failure);
-  EXPECT_EQ(log.Take().back(),
-            "6" + COMPONENT + "GetInterval: Fail to convert sampling rate for [a.rrd]");
-  EXPECT_EQ(interval, QueryInterval::FiveMinutes);
 }
 
 // Three hours and more of one-minute samples: a counter that grows by 1 a minute, sample 90
@@ -183,39 +174,32 @@ TEST_F(Query, FailuresLeaveThePointsBeforeThem) {
   const std::string fetch = "FetchAndProcess: Failed to fetch from RRD for time-window [";
   const std::string capacity =
       "ProcessByInterval: Cannot calculate data point capacity for time-window [";
-  const TimeWindow hour = Window(START, START + HOUR);
-  struct Case {
-    TimeWindow window;
-    QueryInterval interval;
-    std::string file;
-    StatusCode code;
-    std::size_t points;
-    std::string line;  // the last one
-  };
-  const Case cases[] = {
-      {hour, QueryInterval::Hour, "none.rrd", StatusCode::Failure, 0, fetch},
-      {Window(START + HOUR, START), QueryInterval::FullPeriod, "a.rrd", StatusCode::Failure, 0,
-       fetch},
-      {Window(START, START + HOUR, "UTC", "Europe/Paris"), QueryInterval::Hour, "a.rrd",
-       StatusCode::InvalidArgument, 0, capacity},
-      {hour, QueryInterval(14), "a.rrd", StatusCode::InvalidArgument, 0, capacity},
-      {Window(START, START + HOUR + 60), QueryInterval::Hour, "a.rrd", StatusCode::OutOfRange, 1,
-       ""},
-  };
-  for (const Case& expected : cases) {
-    Rrd::NumericalDataSource asked(directory.GetPath(expected.file), redis, rrd);
+  const auto expect = [&](const std::string& file, const TimeWindow& window, QueryInterval interval,
+                          StatusCode code, const std::string& line) {
+    Rrd::NumericalDataSource asked(directory.GetPath(file), redis, rrd);
     LogCapture log(3);
     std::vector<NumericalDataPoint> answer(2);
-    EXPECT_EQ(asked.FetchAverage(expected.window, expected.interval, answer), expected.code);
-    EXPECT_EQ(answer.size(), 2 + expected.points);
-    const std::string start = "3" + COMPONENT + expected.line + TimeWindowToString(expected.window);
-    EXPECT_TRUE(expected.line.empty() || log.Take().back().rfind(start, 0) == 0) << start;
-  }
+    EXPECT_EQ(asked.FetchAverage(window, interval, answer), code);
+    EXPECT_EQ(answer.size(), code == StatusCode::OutOfRange ? 3u : 2u);
+    EXPECT_EQ(log.Take().back().find("3" + line), 0u) << line;
+  };
+  const QueryInterval hour = QueryInterval::Hour;
+  const TimeWindow one = Window(START, START + HOUR);
+  const TimeWindow mixed = Window(START, START + HOUR, "UTC", "Europe/Paris");
+  const TimeWindow reversed = Window(START + HOUR, START);
+  expect("none.rrd", one, hour, StatusCode::Failure, COMPONENT + fetch + TimeWindowToString(one));
+  expect("a.rrd", reversed, QueryInterval::FullPeriod, StatusCode::Failure,
+         COMPONENT + fetch + TimeWindowToString(reversed));
+  expect("a.rrd", mixed, hour, StatusCode::InvalidArgument,
+         COMPONENT + capacity + TimeWindowToString(mixed) + "] and interval=10");
+  expect("a.rrd", one, QueryInterval(14), StatusCode::InvalidArgument,
+         COMPONENT + capacity + TimeWindowToString(one) + "] and interval=14");
+  expect("a.rrd", Window(START, START + HOUR + 60), hour, StatusCode::OutOfRange, "");
 
   FixedRrdClient empty;
   Rrd::NumericalDataSource asked(path, redis, empty);
   LogCapture log(3);
-  EXPECT_EQ(asked.FetchDelta(hour, QueryInterval::FullPeriod, points), StatusCode::Failure);
+  EXPECT_EQ(asked.FetchDelta(one, QueryInterval::FullPeriod, points), StatusCode::Failure);
   EXPECT_EQ(log.Take(), Lines{"3" + COMPONENT + "ComputeDelta: fetched result is empty"});
   EXPECT_TRUE(points.empty());
 }
