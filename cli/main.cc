@@ -68,7 +68,7 @@ int Run(int argc, const char* const* argv) {
   Context context;
   CLI::App app(DESCRIPTION, "nvx-timeseries");
   app.footer(FOOTER);
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);  // an unknown command is named as such, a missing one below
   app.fallthrough();  // inherited by the commands: global options may follow the command
   app.failure_message([](const CLI::App*, const CLI::Error& error) {
     return "nvx-timeseries: " + std::string(error.what()) + " (see --help)\n";
@@ -77,6 +77,9 @@ int Run(int argc, const char* const* argv) {
   AddCommands(app, context);
   try {
     app.parse(argc, argv);
+    if (app.get_subcommands().empty()) {
+      throw CLI::RequiredError("A command");
+    }
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? EXIT_DONE : EXIT_WRONG_USAGE;
   } catch (const CommandError& error) {
