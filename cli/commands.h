@@ -15,5 +15,6 @@ void AddUpdateCommand(CLI::App& app, Context& context);
 void AddListCommand(CLI::App& app, Context& context);
 void AddInfoCommand(CLI::App& app, Context& context);
 void AddQueryCommand(CLI::App& app, Context& context);
+void AddConvertCommand(CLI::App& app, Context& context);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -62,6 +62,7 @@ void AddCommands(CLI::App& app, Context& context) {
   AddListCommand(app, context);
   AddInfoCommand(app, context);
   AddQueryCommand(app, context);
+  AddConvertCommand(app, context);
 }
 
 int Run(int argc, const char* const* argv) {

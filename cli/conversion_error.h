@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cerrno>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+#include "timeseries/host.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// Why a file was not converted.
+class ConversionError : public std::runtime_error {
+ public:
+  ConversionError(const std::string& reason, StatusCode errorStatus)
+      : std::runtime_error(reason), status(errorStatus) {}
+
+  StatusCode GetStatus() const { return status; }
+
+ private:
+  StatusCode status;
+};
+
+// Throws IoError for the failed system call that `problem` tells of, with the text of errno.
+inline void RequireCall(bool isDone, const std::string& problem) {
+  if (!isDone) {
+    const std::string reason = std::generic_category().message(errno);
+    throw ConversionError(problem + ": " + reason, StatusCode::IoError);
+  }
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

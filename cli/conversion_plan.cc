@@ -1,0 +1,66 @@
+#include "conversion_plan.h"
+
+#include <filesystem>
+#include <system_error>
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+namespace fs = std::filesystem;
+
+class Planner {
+ public:
+  explicit Planner(ConversionSummary& conversionSummary) : summary(conversionSummary) {}
+
+  void AddPath(const std::string& shownPath) {
+    std::error_code error;
+    const fs::path path = fs::canonical(shownPath, error);
+    if (error) {
+      summary.AddFailed(shownPath, {error.message(), StatusCode::CannotOpen});
+    } else if (fs::is_directory(path, error)) {
+      AddTree(path, shownPath);
+    } else if (fs::is_regular_file(path, error)) {
+      plan[path.parent_path()].emplace(path.filename(), shownPath);
+    } else {
+      summary.AddNotConvertible(shownPath, {"is no regular file", StatusCode::InvalidArgument});
+    }
+  }
+
+  ConversionPlan TakePlan() { return std::move(plan); }
+
+ private:
+  void AddTree(const fs::path& directory, const fs::path& shownPath) {
+    PlannedFiles& files = plan[directory];
+    std::error_code error;
+    fs::directory_iterator entry(directory, error);
+    while (!error && entry != fs::directory_iterator()) {
+      const fs::path name = entry->path().filename();
+      const fs::file_type type = entry->symlink_status(error).type();
+      if (type == fs::file_type::directory) {
+        AddTree(entry->path(), shownPath / name);
+      } else if (type == fs::file_type::regular && name.extension() == RRD_EXTENSION) {
+        files.emplace(name, shownPath / name);
+      }
+      entry.increment(error);
+    }
+    if (error) {
+      summary.AddFailed(shownPath, {error.message(), StatusCode::CannotOpen});
+    }
+  }
+
+  ConversionSummary& summary;
+  ConversionPlan plan;
+};
+
+}  // namespace
+
+ConversionPlan MakeConversionPlan(const std::vector<std::string>& paths,
+                                  ConversionSummary& summary) {
+  Planner planner(summary);
+  for (const std::string& path : paths) {
+    planner.AddPath(path);
+  }
+  return planner.TakePlan();
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,189 @@
+#include "in_place_conversion.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "conversion_plan.h"
+#include "file_replacement.h"
+#include "logged_sanitizer.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool IsSameFile(const struct stat& lhs, const struct stat& rhs) {
+  return lhs.st_dev == rhs.st_dev && lhs.st_ino == rhs.st_ino;
+}
+
+bool IsUnchanged(const struct stat& before, const struct stat& now) {
+  return IsSameFile(before, now) && before.st_size == now.st_size &&
+         before.st_mtim.tv_sec == now.st_mtim.tv_sec &&
+         before.st_mtim.tv_nsec == now.st_mtim.tv_nsec;
+}
+
+struct stat ReadAttributes(const std::string& path) {
+  struct stat status {};
+  RequireCall(lstat(path.c_str(), &status) == 0, "it cannot be examined");
+  return status;
+}
+
+void RequireArgument(bool isRight, const std::string& problem) {
+  if (!isRight) {
+    throw ConversionError(problem, StatusCode::InvalidArgument);
+  }
+}
+
+// Whether there is a backup already, made by a run that was killed before it replaced the file.
+bool HasBackup(const std::string& backupPath, const struct stat& original) {
+  struct stat backup {};
+  if (lstat(backupPath.c_str(), &backup) != 0) {
+    RequireCall(errno == ENOENT, "its backup cannot be made");
+    return false;
+  }
+  RequireArgument(IsSameFile(backup, original), "its backup " + backupPath + " exists");
+  return true;
+}
+
+// Finds what would keep the file from being replaced, as far as that shows before it is tried.
+void RequireReplaceable(const std::string& path, const struct stat& original, bool hasBackup) {
+  const std::string directory = fs::path(path).parent_path();
+  RequireCall(faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0, "it is not writable");
+  RequireCall(faccessat(AT_FDCWD, directory.c_str(), W_OK | X_OK, AT_EACCESS) == 0,
+              "its directory is not writable");
+  RequireArgument(geteuid() == 0 || geteuid() == original.st_uid,
+                  "it belongs to another user, whom the new file could not be given to");
+  const nlink_t nameCount = hasBackup ? 2 : 1;
+  RequireArgument(original.st_nlink <= nameCount,
+                  "it has another name (hard link), which would keep the old file");
+}
+
+void CopyToBackup(const std::string& path, const std::string& backupPath,
+                  const struct stat& original) {
+  FileReplacement backup(backupPath);
+  std::error_code error;
+  fs::copy_file(path, backup.GetTemporaryPath(), fs::copy_options::overwrite_existing, error);
+  if (error) {
+    throw ConversionError("its backup cannot be written: " + error.message(), StatusCode::IoError);
+  }
+  backup.SetOwnerAndMode(original);
+  backup.SetTimes(original);
+  backup.Sync();
+  backup.PutInPlace();
+}
+
+// The file keeps its path meanwhile. Some file systems have no hard links.
+void KeepBackup(const std::string& path, const std::string& backupPath,
+                const struct stat& original) {
+  if (link(path.c_str(), backupPath.c_str()) == 0) {
+    return;
+  }
+  RequireCall(errno == EPERM || errno == EOPNOTSUPP || errno == EMLINK,
+              "its backup cannot be made");
+  CopyToBackup(path, backupPath, original);
+}
+
+class InPlaceConversion {
+ public:
+  explicit InPlaceConversion(const InPlaceOptions& inPlaceOptions)
+      : options(inPlaceOptions), summary(inPlaceOptions.isDryRun) {}
+
+  ConversionSummary Run(const std::vector<std::string>& paths) {
+    for (const auto& [directory, files] : MakeConversionPlan(paths, summary)) {
+      ConvertDirectory(directory, files);
+    }
+    return std::move(summary);
+  }
+
+ private:
+  void ConvertDirectory(const std::string& directory, const PlannedFiles& files) {
+    if (options.isDryRun) {
+      ConvertFiles(directory, files);
+      return;
+    }
+    try {
+      LockedDirectory lock(directory);
+      ConvertFiles(directory, files);
+      lock.Sync();
+    } catch (const ConversionError& error) {
+      summary.AddFailed(directory, error);
+    }
+  }
+
+  void ConvertFiles(const std::string& directory, const PlannedFiles& files) {
+    for (const auto& [name, shownPath] : files) {
+      ConvertFile(fs::path(directory) / name, shownPath);
+    }
+  }
+
+  void ConvertFile(const std::string& path, const std::string& shownPath) {
+    try {
+      const struct stat original = ReadAttributes(path);
+      if (IsToBeConverted(path, shownPath)) {
+        Replace(path, original);
+        summary.AddConverted(shownPath);
+      }
+    } catch (const ConversionError& error) {
+      summary.AddFailed(shownPath, error);
+    }
+  }
+
+  bool IsToBeConverted(const std::string& path, const std::string& shownPath) {
+    try {
+      sanitizer.Check(path);
+      return true;
+    } catch (const ConversionError& error) {
+      if (error.GetStatus() == StatusCode::NothingToDo) {
+        summary.AddAlreadyConverted(shownPath);
+      } else if (error.GetStatus() == StatusCode::InvalidArgument) {
+        summary.AddNotConvertible(shownPath, error);
+      } else {
+        throw;
+      }
+      return false;
+    }
+  }
+
+  void Replace(const std::string& path, const struct stat& original) {
+    const std::string backupPath = path + options.backupSuffix;
+    const bool isBackupWanted = !options.backupSuffix.empty();
+    const bool hasBackup = isBackupWanted && HasBackup(backupPath, original);
+    RequireReplaceable(path, original, hasBackup);
+    if (options.isDryRun) {
+      return;
+    }
+    FileReplacement replacement(path);
+    sanitizer.Convert(path, replacement.GetTemporaryPath());
+    replacement.SetOwnerAndMode(original);
+    replacement.SetTimes(original);
+    if (isBackupWanted && !hasBackup) {
+      KeepBackup(path, backupPath, original);
+    }
+    try {
+      RequireArgument(IsUnchanged(original, ReadAttributes(path)),
+                      "it changed while it was converted");
+      replacement.PutInPlace();
+    } catch (const ConversionError&) {
+      if (isBackupWanted && !hasBackup) {
+        unlink(backupPath.c_str());
+      }
+      throw;
+    }
+  }
+
+  const InPlaceOptions& options;
+  LoggedSanitizer sanitizer;
+  ConversionSummary summary;
+};
+
+}  // namespace
+
+ConversionSummary ConvertInPlace(const std::vector<std::string>& paths,
+                                 const InPlaceOptions& options) {
+  return InPlaceConversion(options).Run(paths);
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
