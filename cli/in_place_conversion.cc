@@ -9,6 +9,7 @@
 #include "conversion_plan.h"
 #include "file_replacement.h"
 #include "logged_sanitizer.h"
+#include "progress_bar.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -92,7 +93,11 @@ class InPlaceConversion {
       : options(inPlaceOptions), summary(inPlaceOptions.isDryRun) {}
 
   ConversionSummary Run(const std::vector<std::string>& paths) {
-    for (const auto& [directory, files] : MakeConversionPlan(paths, summary)) {
+    const ConversionPlan plan = MakeConversionPlan(paths, summary);
+    for (const auto& [directory, files] : plan) {
+      fileCount += files.size();
+    }
+    for (const auto& [directory, files] : plan) {
       ConvertDirectory(directory, files);
     }
     return std::move(summary);
@@ -116,6 +121,9 @@ class InPlaceConversion {
   void ConvertFiles(const std::string& directory, const PlannedFiles& files) {
     for (const auto& [name, shownPath] : files) {
       ConvertFile(fs::path(directory) / name, shownPath);
+      ++doneCount;
+      progress.Show(static_cast<double>(doneCount) / static_cast<double>(fileCount),
+                    std::to_string(doneCount) + "/" + std::to_string(fileCount) + " files");
     }
   }
 
@@ -177,6 +185,9 @@ class InPlaceConversion {
   const InPlaceOptions& options;
   LoggedSanitizer sanitizer;
   ConversionSummary summary;
+  ProgressBar progress;
+  std::size_t fileCount = 0;
+  std::size_t doneCount = 0;
 };
 
 }  // namespace

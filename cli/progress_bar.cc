@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <iostream>
-#include <string>
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -14,7 +13,7 @@ ProgressBar::~ProgressBar() {
   }
 }
 
-void ProgressBar::Show(double part) {
+void ProgressBar::Show(double part, const std::string& note) {
   if (isatty(STDERR_FILENO) == 0) {
     return;
   }
@@ -22,7 +21,7 @@ void ProgressBar::Show(double part) {
   const auto done = static_cast<std::size_t>(WIDTH * std::clamp(part, 0.0, 1.0));
   std::string bar(static_cast<std::size_t>(WIDTH), ' ');
   std::fill_n(bar.begin(), done, '#');
-  std::cerr << "\r[" << bar << "] " << 100 * done / bar.size() << " %" << std::flush;
+  std::cerr << "\r[" << bar << "] " << 100 * done / bar.size() << " % " << note << std::flush;
   isShown = true;
 }
 

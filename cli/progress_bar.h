@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 // A bar on standard error that is gone when the work is; nothing where that is no terminal.
@@ -10,8 +12,8 @@ class ProgressBar {
   ProgressBar& operator=(const ProgressBar&) = delete;
   ~ProgressBar();
 
-  // Shows the done part, from 0 to 1.
-  void Show(double part);
+  // Shows the done part, from 0 to 1, and a note behind it.
+  void Show(double part, const std::string& note = "");
 
  private:
   bool isShown = false;
