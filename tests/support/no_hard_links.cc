@@ -1,0 +1,10 @@
+// To be loaded into a program by LD_PRELOAD: a file system without hard links.
+
+#include <unistd.h>
+
+#include <cerrno>
+
+int link(const char* /*from*/, const char* /*to*/) noexcept {
+  errno = EPERM;
+  return -1;
+}
