@@ -23,7 +23,7 @@ inline void Put32(std::string& bytes, std::size_t offset, std::uint32_t number) 
   }
 }
 
-// The first 120 bytes of a file with these counts.
+// The first 120 bytes of a file with these counts. The fourth is free.
 inline std::string MakeStatHead(std::uint32_t dsCount, std::uint32_t rraCount) {
   std::string head(120, '\0');
   head.replace(0, 8,
@@ -57,6 +57,7 @@ struct LegacyFile {
     for (std::size_t rra = 0; rra < rraCount; ++rra) {
       Put32(legacy, 120 + 120 * dsCount + 112 * rra + 20, rowCounts[rra]);
     }
+    Put32(legacy, liveHead, 0x80000000 | dsCount);  // a time after 2038
     const std::string zero(4, '\0');
     converted = legacy.substr(0, liveHead + 4) + zero + legacy.substr(liveHead + 4, 4) + zero +
                 legacy.substr(liveHead + 8);
