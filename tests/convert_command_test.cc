@@ -284,7 +284,7 @@ TEST_F(ConvertCommandTest, ShowsItsProgressOnATerminal) {
 
 TEST_F(ConvertCommandTest, LeavesEveryPathOldOrNewWhenKilledAndTheNextRunCleansUp) {
   constexpr int FILE_COUNT = 24;
-  constexpr int KILL_COUNT = 40;
+  constexpr int KILL_COUNT = 25;
   const std::string arguments = "--in-place --backup .old @";
   const auto getName = [](int i) {
     return std::to_string(i % 3) + "/" + std::to_string(i) + ".rrd";
