@@ -53,7 +53,7 @@ void ConvertTo(const std::string& destination, const std::string& source,
   }
   LockedDirectory lock(fs::path(target).parent_path());
   FileReplacement replacement(target);
-  sanitizer.Convert(source, replacement.GetTemporaryPath());
+  sanitizer.Convert(source, replacement);
   if (exists) {
     replacement.SetOwnerAndMode(old);
   } else {

@@ -55,7 +55,9 @@ LockedDirectory::LockedDirectory(const std::string& directoryPath)
 
 LockedDirectory::~LockedDirectory() { close(fd); }
 
-void LockedDirectory::Sync() { RequireCall(fsync(fd) == 0, "the directory cannot be synced"); }
+void LockedDirectory::Sync() const {
+  RequireCall(fsync(fd) == 0, "the directory cannot be synced");
+}
 
 FileReplacement::FileReplacement(const std::string& targetPath) : target(targetPath) {
   temporaryPath =
@@ -71,22 +73,22 @@ FileReplacement::~FileReplacement() {
   close(fd);
 }
 
-void FileReplacement::SetMode(mode_t mode) {
+void FileReplacement::SetMode(mode_t mode) const {
   constexpr mode_t ALL_BITS = 07777;
   RequireCall(fchmod(fd, mode & ALL_BITS) == 0, "its mode cannot be set");
 }
 
-void FileReplacement::SetOwnerAndMode(const struct stat& other) {
+void FileReplacement::SetOwnerAndMode(const struct stat& other) const {
   RequireCall(fchown(fd, other.st_uid, other.st_gid) == 0, "its owner cannot be kept");
   SetMode(other.st_mode);  // after the owner, whose change clears bits
 }
 
-void FileReplacement::SetTimes(const struct stat& other) {
+void FileReplacement::SetTimes(const struct stat& other) const {
   const struct timespec times[] = {other.st_atim, other.st_mtim};
   RequireCall(futimens(fd, times) == 0, "its modification time cannot be kept");
 }
 
-void FileReplacement::Sync() { RequireCall(fsync(fd) == 0, "it cannot be synced"); }
+void FileReplacement::Sync() const { RequireCall(fsync(fd) == 0, "it cannot be synced"); }
 
 void FileReplacement::PutInPlace() {
   RequireCall(rename(temporaryPath.c_str(), target.c_str()) == 0, "it cannot be replaced");

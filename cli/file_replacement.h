@@ -18,7 +18,7 @@ class LockedDirectory {
   ~LockedDirectory();
 
   // Makes the replacements survive a loss of power.
-  void Sync();
+  void Sync() const;
 
  private:
   int fd = -1;
@@ -36,13 +36,13 @@ class FileReplacement {
   // Removes the temporary file unless it was put in place.
   ~FileReplacement();
 
-  const std::string& GetTemporaryPath() const { return temporaryPath; }
-
   // Of the temporary file.
-  void SetMode(mode_t mode);
-  void SetOwnerAndMode(const struct stat& other);
-  void SetTimes(const struct stat& other);
-  void Sync();
+  const std::string& GetTemporaryPath() const { return temporaryPath; }
+  int GetDescriptor() const { return fd; }
+  void SetMode(mode_t mode) const;
+  void SetOwnerAndMode(const struct stat& other) const;
+  void SetTimes(const struct stat& other) const;
+  void Sync() const;
 
   void PutInPlace();
 

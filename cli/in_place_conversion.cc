@@ -164,7 +164,7 @@ class InPlaceConversion {
       return;
     }
     FileReplacement replacement(path);
-    sanitizer.Convert(path, replacement.GetTemporaryPath());
+    sanitizer.Convert(path, replacement);
     replacement.SetOwnerAndMode(original);
     replacement.SetTimes(original);
     if (isBackupWanted && !hasBackup) {

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "conversion_error.h"
+#include "early_writeback.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -43,8 +44,9 @@ LoggedSanitizer::~LoggedSanitizer() {
 
 void LoggedSanitizer::Check(const std::string& source) { Require(sanitizer.Check(source)); }
 
-void LoggedSanitizer::Convert(const std::string& source, const std::string& destination) {
-  Require(sanitizer.Convert(source, destination));
+void LoggedSanitizer::Convert(const std::string& source, const FileReplacement& replacement) {
+  const EarlyWriteback writeback(replacement.GetDescriptor());
+  Require(sanitizer.Convert(source, replacement.GetTemporaryPath()));
 }
 
 void LoggedSanitizer::Require(StatusCode status) const {

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "file_replacement.h"
 #include "timeseries/host.h"
 #include "timeseries/rrd/tool/sanitizer.h"
 
@@ -18,7 +19,7 @@ class LoggedSanitizer {
 
   // Throw ConversionError for every status but Success.
   void Check(const std::string& source);
-  void Convert(const std::string& source, const std::string& destination);
+  void Convert(const std::string& source, const FileReplacement& replacement);
 
  private:
   void Require(StatusCode status) const;

@@ -28,6 +28,11 @@ struct Free {
 template <typename Type>
 using Buffer = std::unique_ptr<Type, Free>;
 
+// What went wrong in the last call of the system.
+const char* ErrorText() {
+  return std::strerror(errno);  // NOLINT(concurrency-mt-unsafe): of the thread, in glibc and musl
+}
+
 // Whether exactly `size` bytes were read. A short read is no error of the system and has errno 0.
 bool ReadAt(int fd, void* buffer, std::uint32_t size, std::uint32_t offset) {
   errno = 0;
@@ -107,13 +112,13 @@ StatusCode HeaderConverter::OpenFile() {
   sourceFd = open64(sourcePath.c_str(), O_RDONLY);
   if (sourceFd < 0) {
     NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Cannot open '%s': %s", "OpenFile",
-            sourcePath.c_str(), std::strerror(errno));
+            sourcePath.c_str(), ErrorText());
     return StatusCode::CannotOpen;
   }
   const off64_t end = lseek64(sourceFd, 0, SEEK_END);
   if (end < 0) {
     NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Cannot seek to end of '%s': %s", "OpenFile",
-            sourcePath.c_str(), std::strerror(errno));
+            sourcePath.c_str(), ErrorText());
     return StatusCode::InvalidArgument;
   }
   fileSize = static_cast<std::uint32_t>(end);
@@ -127,7 +132,7 @@ StatusCode HeaderConverter::GetRrdFileLayout() {
   stat_head_t head;
   if (!ReadAt(sourceFd, &head, sizeof head, 0)) {
     NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to read stat_head: %s", "GetRrdFileLayout",
-            std::strerror(errno));
+            ErrorText());
     return StatusCode::InvalidArgument;
   }
   if (std::memcmp(head.cookie, "RRD", 3) != 0) {
@@ -169,7 +174,7 @@ StatusCode HeaderConverter::ComputeDataSize() {
   const Buffer<rra_def_t> buffer(static_cast<rra_def_t*>(std::malloc(justifiedSize)));
   if (buffer == nullptr && justifiedSize != 0) {
     NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Out of memory for rraDef: %s", "ComputeDataSize",
-            std::strerror(errno));
+            ErrorText());
     return StatusCode::OutOfMemory;
   }
   return ReadRraDefAndComputeDataSize(buffer.get(), static_cast<int>(size),
@@ -183,7 +188,7 @@ StatusCode HeaderConverter::ReadRraDefAndComputeDataSize(rra_def_t* buffer, int 
   const bool isInFile = std::uint64_t{start} + byteCount <= fileSize;
   if (!isInFile || !ReadAt(sourceFd, buffer, byteCount, start)) {
     NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to read rraDef: %s",
-            "ReadRraDefAndComputeDataSize", std::strerror(errno));
+            "ReadRraDefAndComputeDataSize", ErrorText());
     return StatusCode::InvalidArgument;
   }
   std::uint64_t rowCount = 0;
@@ -231,7 +236,7 @@ StatusCode HeaderConverter::BuildNewHeader() {
   newHeader = static_cast<unsigned char*>(std::calloc(1, newHeaderSize));
   if (newHeader == nullptr) {
     NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Out of memory for header: %s", "BuildNewHeader",
-            std::strerror(errno));
+            ErrorText());
     return StatusCode::OutOfMemory;
   }
   return ConvertHeader32();
@@ -241,12 +246,12 @@ StatusCode HeaderConverter::ConvertHeader32() {
   const Buffer<unsigned char> legacy(static_cast<unsigned char*>(std::calloc(1, legacyHeaderSize)));
   if (legacy == nullptr) {
     NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Out of memory for header 32bits: %s",
-            "ConvertHeader32", std::strerror(errno));
+            "ConvertHeader32", ErrorText());
     return StatusCode::OutOfMemory;
   }
   if (!ReadAt(sourceFd, legacy.get(), legacyHeaderSize, 0)) {
     NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to read legacy header: %s",
-            "ConvertHeader32", std::strerror(errno));
+            "ConvertHeader32", ErrorText());
     return StatusCode::InvalidArgument;
   }
 
@@ -275,7 +280,7 @@ StatusCode HeaderConverter::CreateNewRrdFile() {
   destinationFd = open64(destinationPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
   if (destinationFd < 0) {
     NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Cannot open %s: %s", "CreateNewRrdFile",
-            destinationPath.c_str(), std::strerror(errno));
+            destinationPath.c_str(), ErrorText());
     return StatusCode::IoError;
   }
   return StatusCode::Success;
@@ -305,7 +310,7 @@ StatusCode HeaderConverter::CopyData() const {
   }
   if (fsync(destinationFd) < 0) {
     NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to sync output file %s: %s", "CopyData",
-            destinationPath.c_str(), std::strerror(errno));
+            destinationPath.c_str(), ErrorText());
     return StatusCode::IoError;
   }
   return StatusCode::Success;
@@ -315,7 +320,7 @@ StatusCode HeaderConverter::Write(const void* data, unsigned int size) const {
   errno = 0;
   if (write(destinationFd, data, size) != static_cast<ssize_t>(size)) {
     NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Cannot write in %s: %s", "Write",
-            destinationPath.c_str(), std::strerror(errno));
+            destinationPath.c_str(), ErrorText());
     return StatusCode::IoError;
   }
   return StatusCode::Success;
