@@ -70,7 +70,7 @@ int Run(int argc, const char* const* argv) {
   CLI::App app(DESCRIPTION, "nvx-timeseries");
   app.footer(FOOTER);
   app.require_subcommand(0, 1);  // an unknown command is named as such, a missing one below
-  app.fallthrough();  // inherited by the commands: global options may follow the command
+  app.fallthrough();             // inherited by the commands: global options may follow the command
   app.failure_message([](const CLI::App*, const CLI::Error& error) {
     return "nvx-timeseries: " + std::string(error.what()) + " (see --help)\n";
   });

@@ -122,7 +122,7 @@ int rrd_update_r(const char* path, const char* pattern, int count, const char** 
 
 namespace {
 
-const std::string PATH = "/dev/null";
+const std::string PATH = "/proc/version";  // a file that nothing can replace
 const std::string COMPONENT = "[TimeSeriesDatabase::RrdClient]";
 const RrdClient client;
 
@@ -196,7 +196,7 @@ TEST(RrdClientCalls, EveryAnswerIsReportedAtItsLevelAndNotBelow) {
 
 TEST(RrdClientCalls, IntervalIsTheFirstCountNamedStep) {
   const std::string notFound =
-      "3" + COMPONENT + " GetInterval: Failed to find keyword [step] in [/dev/null]";
+      "3" + COMPONENT + " GetInterval: Failed to find keyword [step] in [/proc/version]";
   struct Case {
     std::vector<std::pair<std::string, rrd_info_type_t>> information;
     unsigned long interval;  // 0: not found
@@ -274,7 +274,7 @@ TEST(RrdClientCalls, AMissingFileIsReportedByTheHostAlone) {
   LogCapture log;
   long long timestamp = 7;
   unsigned long interval = 7;
-  const std::string missing = "/dev/null/none";
+  const std::string missing = "/proc/version/none";
   EXPECT_EQ(client.GetFirstTimestamp(missing, 0, timestamp), StatusCode::NotFound);
   EXPECT_EQ(client.GetLastTimestamp(missing, timestamp), StatusCode::NotFound);
   EXPECT_EQ(client.GetInterval(missing, interval), StatusCode::NotFound);

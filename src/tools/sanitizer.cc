@@ -1,8 +1,16 @@
 #include "timeseries/rrd/tool/sanitizer.h"
 
+#include <string>
+
 #include "timeseries/rrd/tool/header_converter.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
+namespace {
+
+// The name of this class in log lines, of which it writes none.
+[[maybe_unused]] const std::string COMPONENT_NAME = "TimeSeriesDatabase::Rrd::Tool::Sanitizer";
+
+}  // namespace
 
 Sanitizer::~Sanitizer() = default;
 
