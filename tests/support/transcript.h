@@ -1,0 +1,58 @@
+#pragma once
+
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "support/run_program.h"
+
+// A command of a transcript and what it answers.
+struct Step {
+  int line = 0;  // of the command
+  std::string command;
+  std::string answer;
+};
+
+// Reads the form that tests/data/README.md describes.
+inline std::vector<Step> ReadTranscript(const std::string& path) {
+  std::vector<Step> steps;
+  std::ifstream file(path);
+  int number = 0;
+  std::string blankLines;  // they belong to an answer only when it goes on behind them
+  for (std::string line; std::getline(file, line);) {
+    ++number;
+    const std::string mark = line.substr(0, 2);
+    if (mark == "$ ") {
+      steps.push_back({number, line.substr(2), ""});
+    } else if (line.empty()) {
+      blankLines += '\n';
+      continue;
+    } else if (mark != "# ") {
+      if (steps.empty()) {
+        throw std::runtime_error(path + ": an answer without a command");
+      }
+      mark == "> " ? steps.back().command += '\n' + line.substr(2)
+                   : steps.back().answer += blankLines + line + '\n';
+    }
+    blankLines.clear();
+  }
+  if (steps.empty()) {
+    throw std::runtime_error(path + ": no commands");
+  }
+  return steps;
+}
+
+// The answer as a transcript has it.
+inline std::string Show(const ProgramResult& result) {
+  std::string answer = result.output;
+  bool startsLine = true;
+  for (const char character : result.error) {
+    answer += (startsLine ? "! " : "") + std::string(1, character);
+    startsLine = character == '\n';
+  }
+  if (result.status != 0) {
+    answer += "? " + std::to_string(result.status) + '\n';
+  }
+  return answer;
+}
