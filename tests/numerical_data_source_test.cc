@@ -9,7 +9,6 @@
 #include "nvx/workstation/in_memory_redis_client.h"
 #include "support/dates.h"
 #include "support/log_capture.h"
-#include "support/run_program.h"
 #include "support/table.h"
 #include "support/temporary_directory.h"
 
@@ -217,26 +216,6 @@ TEST_F(Query, NoWindowReachesBeyondTheSamples) {
       }
     }
   }
-}
-
-TEST_F(Query, FilesOfTheRrdtoolCommandAreRead) {
-  const std::string other = directory.GetPath("other.rrd");
-  const std::string start = std::to_string(START - 300);
-  std::vector<std::string> update = {"rrdtool", "update", other};
-  for (int i = 0; i <= 24; ++i) {
-    update.push_back(std::to_string(START + i * 300) + ":" + std::to_string(i * i));
-  }
-  ASSERT_EQ(RunProgram({"rrdtool", "create", other, "--step", "300", "--start", start,
-                        "DS:x:GAUGE:600:U:U", "RRA:AVERAGE:0.5:12:100", "RRA:LAST:0.5:1:100"})
-                .status,
-            0);
-  ASSERT_EQ(RunProgram(update).status, 0);
-  Rrd::NumericalDataSource asked(other, redis, rrd);
-  EXPECT_EQ(asked.FetchDelta(Window(START, START + 2 * HOUR), QueryInterval::Hour, points),
-            StatusCode::Success);
-  ASSERT_EQ(points.size(), 2u);
-  EXPECT_EQ(points[0].value, 144);
-  EXPECT_EQ(points[1].value, 576 - 144);
 }
 
 TEST_F(Query, ThreadsWithObjectsOfTheirOwnDoNotMeet) {
