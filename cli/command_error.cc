@@ -56,10 +56,13 @@ void Require(StatusCode status, const std::string& subject, const std::string& p
   }
 }
 
+std::string WithoutControls(std::string text) {
+  std::replace_if(text.begin(), text.end(), IsControl, '?');
+  return text;
+}
+
 void PrintMessage(const std::string& text) {
-  std::string line = text;
-  std::replace_if(line.begin(), line.end(), IsControl, '?');
-  std::cerr << "nvx-timeseries: " << line << '\n';
+  std::cerr << "nvx-timeseries: " << WithoutControls(text) << '\n';
 }
 
 std::string DescribeStatus(StatusCode status) {

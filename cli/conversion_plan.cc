@@ -30,21 +30,28 @@ class Planner {
 
  private:
   void AddTree(const fs::path& directory, const fs::path& shownPath) {
-    PlannedFiles& files = plan[directory];
     std::error_code error;
     fs::directory_iterator entry(directory, error);
     while (!error && entry != fs::directory_iterator()) {
-      const fs::path name = entry->path().filename();
-      const fs::file_type type = entry->symlink_status(error).type();
-      if (type == fs::file_type::directory) {
-        AddTree(entry->path(), shownPath / name);
-      } else if (type == fs::file_type::regular && name.extension() == RRD_EXTENSION) {
-        files.emplace(name, shownPath / name);
-      }
+      AddEntry(*entry, directory, shownPath);
       entry.increment(error);
     }
     if (error) {
       summary.AddFailed(shownPath, {error.message(), StatusCode::CannotOpen});
+    }
+  }
+
+  void AddEntry(const fs::directory_entry& entry, const fs::path& directory,
+                const fs::path& shownDirectory) {
+    const fs::path name = entry.path().filename();
+    std::error_code error;
+    const fs::file_type type = entry.symlink_status(error).type();
+    if (error && type != fs::file_type::not_found) {
+      summary.AddFailed(shownDirectory / name, {error.message(), StatusCode::CannotOpen});
+    } else if (type == fs::file_type::directory) {
+      AddTree(entry.path(), shownDirectory / name);
+    } else if (type == fs::file_type::regular && name.extension() == RRD_EXTENSION) {
+      plan[directory].emplace(name, shownDirectory / name);
     }
   }
 

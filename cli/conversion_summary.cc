@@ -20,7 +20,7 @@ void ConversionSummary::PrintText() const {
   PrintReasons(failed);
   if (isDryRun) {
     for (const std::string& path : converted) {
-      std::cout << "would convert " << path << '\n';
+      std::cout << "would convert " << WithoutControls(path) << '\n';
     }
   }
   std::cout << (isDryRun ? "would be converted " : "converted          ") << converted.size()

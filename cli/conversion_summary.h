@@ -18,6 +18,7 @@ class ConversionSummary {
   void AddNotConvertible(const std::string& path, const ConversionError& error);
   void AddFailed(const std::string& path, const ConversionError& error);
 
+  std::size_t CountConverted() const { return converted.size(); }
   bool AreAllConverted() const { return notConvertible.empty() && failed.empty(); }
 
   // The reasons of all problems on standard error and the numbers of files on standard output.

@@ -33,7 +33,11 @@ std::string Resolve(const std::string& destination) {
   if (fs::is_symlink(destination, error)) {
     throw ConversionError("it is a symbolic link to nothing", StatusCode::InvalidArgument);
   }
-  return fs::absolute(destination);
+  const fs::path absolute = fs::absolute(destination, error);
+  if (error) {
+    throw ConversionError("it is no path", StatusCode::InvalidArgument);
+  }
+  return absolute;
 }
 
 mode_t GetModeOfNewFiles() {
@@ -64,6 +68,10 @@ void ConvertTo(const std::string& destination, const std::string& source,
 }
 
 void CheckSource(const std::string& source, LoggedSanitizer& sanitizer) {
+  struct stat status {};
+  if (stat(source.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+    throw CommandError(source, "is no regular file", StatusCode::InvalidArgument);
+  }
   try {
     sanitizer.Check(source);
   } catch (const ConversionError& error) {

@@ -3,12 +3,22 @@
 #include <fcntl.h>
 
 #include <chrono>
+#include <system_error>
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-EarlyWriteback::EarlyWriteback(int fd) : thread([this, fd] { Run(fd); }) {}
+EarlyWriteback::EarlyWriteback(int fd) {
+  try {
+    thread = std::thread([this, fd] { Run(fd); });
+  } catch (const std::system_error&) {
+    // A machine that has no thread to spare syncs all of the file at its end.
+  }
+}
 
 EarlyWriteback::~EarlyWriteback() {
+  if (!thread.joinable()) {
+    return;
+  }
   {
     const std::lock_guard<std::mutex> lock(mutex);
     isEnded = true;

@@ -22,7 +22,7 @@ class EarlyWriteback {
   std::mutex mutex;
   std::condition_variable condition;
   bool isEnded = false;
-  std::thread thread;  // the last, as it uses the others
+  std::thread thread;
 };
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

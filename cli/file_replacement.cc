@@ -11,6 +11,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "command_error.h"
 #include "conversion_error.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -48,7 +49,12 @@ void RemoveTemporaryFiles(const std::string& directory) {
 LockedDirectory::LockedDirectory(const std::string& directoryPath)
     : fd(open(directoryPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
   RequireCall(fd >= 0, "the directory cannot be opened");
-  if (flock(fd, LOCK_EX) == 0) {
+  int locked = flock(fd, LOCK_EX | LOCK_NB);
+  if (locked != 0 && errno == EWOULDBLOCK) {
+    PrintMessage(directoryPath + ": waiting for another conversion");
+    locked = flock(fd, LOCK_EX);
+  }
+  if (locked == 0) {
     RemoveTemporaryFiles(directoryPath);
   }
 }
@@ -56,7 +62,8 @@ LockedDirectory::LockedDirectory(const std::string& directoryPath)
 LockedDirectory::~LockedDirectory() { close(fd); }
 
 void LockedDirectory::Sync() const {
-  RequireCall(fsync(fd) == 0, "the directory cannot be synced");
+  // Some file systems have nothing to sync in a directory.
+  RequireCall(fsync(fd) == 0 || errno == EINVAL, "the directory cannot be synced");
 }
 
 FileReplacement::FileReplacement(const std::string& targetPath) : target(targetPath) {

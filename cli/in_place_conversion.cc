@@ -4,7 +4,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
 
 #include "conversion_plan.h"
 #include "file_replacement.h"
@@ -38,26 +42,46 @@ void RequireArgument(bool isRight, const std::string& problem) {
   }
 }
 
-// Whether there is a backup already, made by a run that was killed before it replaced the file.
-bool HasBackup(const std::string& backupPath, const struct stat& original) {
+bool HaveSameContent(const std::string& lhsPath, const std::string& rhsPath) {
+  std::ifstream lhs(lhsPath, std::ios::binary);
+  std::ifstream rhs(rhsPath, std::ios::binary);
+  using Bytes = std::istreambuf_iterator<char>;
+  return lhs && rhs && std::equal(Bytes(lhs), Bytes(), Bytes(rhs), Bytes());
+}
+
+enum class Backup { None, Link, Copy };
+
+// The backup that a run left which was killed before it replaced the file.
+Backup FindBackup(const std::string& path, const std::string& backupPath,
+                  const struct stat& original) {
   struct stat backup {};
   if (lstat(backupPath.c_str(), &backup) != 0) {
     RequireCall(errno == ENOENT, "its backup cannot be made");
-    return false;
+    return Backup::None;
   }
-  RequireArgument(IsSameFile(backup, original), "its backup " + backupPath + " exists");
-  return true;
+  if (IsSameFile(backup, original)) {
+    return Backup::Link;
+  }
+  RequireArgument(S_ISREG(backup.st_mode) && HaveSameContent(path, backupPath),
+                  "its backup " + backupPath + " exists");
+  return Backup::Copy;
+}
+
+bool IsOwnGroup(gid_t group) {
+  std::vector<gid_t> groups(static_cast<std::size_t>(std::max(getgroups(0, nullptr), 0)));
+  getgroups(static_cast<int>(groups.size()), groups.data());
+  return group == getegid() || std::find(groups.begin(), groups.end(), group) != groups.end();
 }
 
 // Finds what would keep the file from being replaced, as far as that shows before it is tried.
-void RequireReplaceable(const std::string& path, const struct stat& original, bool hasBackup) {
+void RequireReplaceable(const std::string& path, const struct stat& original, Backup backup) {
   const std::string directory = fs::path(path).parent_path();
   RequireCall(faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0, "it is not writable");
-  RequireCall(faccessat(AT_FDCWD, directory.c_str(), W_OK | X_OK, AT_EACCESS) == 0,
+  RequireCall(faccessat(AT_FDCWD, directory.c_str(), R_OK | W_OK | X_OK, AT_EACCESS) == 0,
               "its directory is not writable");
-  RequireArgument(geteuid() == 0 || geteuid() == original.st_uid,
-                  "it belongs to another user, whom the new file could not be given to");
-  const nlink_t nameCount = hasBackup ? 2 : 1;
+  RequireArgument(geteuid() == 0 || (geteuid() == original.st_uid && IsOwnGroup(original.st_gid)),
+                  "the new file could not be given to its owner and group");
+  const nlink_t nameCount = backup == Backup::Link ? 2 : 1;
   RequireArgument(original.st_nlink <= nameCount,
                   "it has another name (hard link), which would keep the old file");
 }
@@ -109,12 +133,27 @@ class InPlaceConversion {
       ConvertFiles(directory, files);
       return;
     }
+    const std::size_t before = summary.CountConverted();
+    std::optional<LockedDirectory> lock;
     try {
-      LockedDirectory lock(directory);
-      ConvertFiles(directory, files);
+      lock.emplace(directory);
+    } catch (const ConversionError& error) {
+      for (const auto& [name, shownPath] : files) {
+        summary.AddFailed(shownPath, error);
+      }
+      return;
+    }
+    ConvertFiles(directory, files);
+    if (summary.CountConverted() != before) {
+      SyncDirectory(*lock, files);
+    }
+  }
+
+  void SyncDirectory(const LockedDirectory& lock, const PlannedFiles& files) {
+    try {
       lock.Sync();
     } catch (const ConversionError& error) {
-      summary.AddFailed(directory, error);
+      summary.AddFailed(fs::path(files.begin()->second).parent_path(), error);
     }
   }
 
@@ -136,6 +175,8 @@ class InPlaceConversion {
       }
     } catch (const ConversionError& error) {
       summary.AddFailed(shownPath, error);
+    } catch (const std::exception& exception) {
+      summary.AddFailed(shownPath, {exception.what(), StatusCode::Failure});
     }
   }
 
@@ -158,8 +199,8 @@ class InPlaceConversion {
   void Replace(const std::string& path, const struct stat& original) {
     const std::string backupPath = path + options.backupSuffix;
     const bool isBackupWanted = !options.backupSuffix.empty();
-    const bool hasBackup = isBackupWanted && HasBackup(backupPath, original);
-    RequireReplaceable(path, original, hasBackup);
+    const Backup found = isBackupWanted ? FindBackup(path, backupPath, original) : Backup::None;
+    RequireReplaceable(path, original, found);
     if (options.isDryRun) {
       return;
     }
@@ -167,7 +208,8 @@ class InPlaceConversion {
     sanitizer.Convert(path, replacement);
     replacement.SetOwnerAndMode(original);
     replacement.SetTimes(original);
-    if (isBackupWanted && !hasBackup) {
+    const bool isBackupNew = isBackupWanted && found == Backup::None;
+    if (isBackupNew) {
       KeepBackup(path, backupPath, original);
     }
     try {
@@ -175,7 +217,7 @@ class InPlaceConversion {
                       "it changed while it was converted");
       replacement.PutInPlace();
     } catch (const ConversionError&) {
-      if (isBackupWanted && !hasBackup) {
+      if (isBackupNew) {
         unlink(backupPath.c_str());
       }
       throw;

@@ -1,11 +1,13 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <iostream>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "commands.h"
 
@@ -65,6 +67,21 @@ void AddCommands(CLI::App& app, Context& context) {
   AddConvertCommand(app, context);
 }
 
+// CLI11 takes an argument in brackets for a list of values. A path of convert may look like that;
+// behind "./" it is the same path and taken as it is. The last argument comes first, as CLI11
+// wants.
+std::vector<std::string> ReadArguments(int argc, const char* const* argv) {
+  std::vector<std::string> arguments(argv + 1, argv + argc);
+  auto argument = std::find(arguments.begin(), arguments.end(), "convert");
+  for (; argument != arguments.end(); ++argument) {
+    if (!argument->empty() && argument->front() == '[' && argument->back() == ']') {
+      argument->insert(0, "./");
+    }
+  }
+  std::reverse(arguments.begin(), arguments.end());
+  return arguments;
+}
+
 int Run(int argc, const char* const* argv) {
   Context context;
   CLI::App app(DESCRIPTION, "nvx-timeseries");
@@ -77,7 +94,7 @@ int Run(int argc, const char* const* argv) {
   AddGlobalOptions(app, context);
   AddCommands(app, context);
   try {
-    app.parse(argc, argv);
+    app.parse(ReadArguments(argc, argv));
     if (app.get_subcommands().empty()) {
       throw CLI::RequiredError("A command");
     }

@@ -185,7 +185,7 @@ StatusCode HeaderConverter::ReadRraDefAndComputeDataSize(rra_def_t* buffer, int 
   const auto byteCount = static_cast<std::uint32_t>(size);
   const auto start = static_cast<std::uint32_t>(offset);
   errno = 0;
-  const bool isInFile = std::uint64_t{start} + byteCount <= fileSize;
+  const bool isInFile = byteCount == 0 || std::uint64_t{start} + byteCount <= fileSize;
   if (!isInFile || !ReadAt(sourceFd, buffer, byteCount, start)) {
     NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to read rraDef: %s",
             "ReadRraDefAndComputeDataSize", ErrorText());
