@@ -3,6 +3,7 @@
 #include <limits>
 
 namespace nvx::TimeSeriesDatabase::Date {
+
 cctz::civil_second ToLocal(const Date& date) {
   return date.timeZone.lookup(cctz::time_point<cctz::seconds>(cctz::seconds(date.timestamp))).cs;
 }
