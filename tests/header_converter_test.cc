@@ -14,11 +14,9 @@
 #include "support/resource_limit.h"
 #include "support/table.h"
 #include "support/temporary_directory.h"
-#include "timeseries/rrd/tool/header_converter.h"
 #include "timeseries/rrd/tool/sanitizer.h"
 
 namespace fs = std::filesystem;
-using nv::kora::StatusCode;
 using nvx::TimeSeriesDatabase::Rrd::Tool::Sanitizer;
 
 namespace {
@@ -106,6 +104,7 @@ TEST_F(SanitizerTest, ConvertsEveryShapeInPiecesOf64KiB) {
   }
 }
 
+// Makes the changes of the table of refused files.
 std::string Change(std::string bytes, const std::string& changes) {
   std::istringstream words(changes);
   for (std::string word; words >> word;) {
