@@ -126,16 +126,16 @@ TEST(Date, AShorterMonthIsLogged) {
 }
 
 TEST(TimeRoundHelper, RoundsToTheBoundsOfEachInterval) {
-  const auto rows = ReadTable("interval_bounds.txt");
+  const auto rows = ReadTable("intervals.txt");
   ASSERT_EQ(rows.size(), 14u);
   for (std::size_t number = 0; number < rows.size(); ++number) {
     const QueryInterval interval{static_cast<unsigned char>(number)};
     Date::Date date = At("2021-06-15T10:37:45+02:00");
     Date::TimeRoundHelper::RoundBound(interval, RoundType::Down, date);
-    EXPECT_EQ(ToShortText(date), rows[number][0]) << number;
+    EXPECT_EQ(ToShortText(date), rows[number][2]) << number;
     date = At("2021-06-15T10:37:45+02:00");
     Date::TimeRoundHelper::RoundBound(interval, RoundType::Up, date);
-    EXPECT_EQ(ToShortText(date), rows[number][1]) << number;
+    EXPECT_EQ(ToShortText(date), rows[number][3]) << number;
   }
 }
 
