@@ -1,4 +1,4 @@
-// The command line, run as it is typed: each file of tests/data/cli is a session in a shell.
+// The command line, run as it is typed: each file of tests/data/cli is a transcript.
 
 #include <gtest/gtest.h>
 
