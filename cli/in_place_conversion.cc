@@ -5,10 +5,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <optional>
+#include <vector>
 
 #include "conversion_plan.h"
 #include "file_replacement.h"

@@ -210,10 +210,14 @@ StatusCode RrdClient::Fetch(const std::string& path, long long start, long long 
   }
   NVX_LOG(KoraLogLevel::Trace, "[%lu][%s][trace] %s: rrd time window [%lld, %lld]", "Fetch",
           static_cast<long long>(s), static_cast<long long>(e));
-  const auto signedStep = static_cast<long long>(step);
-  if (signedStep <= 0 || signedStep > FARTHEST_TIME) {
+  if (step == 0) {
     samples.reset();
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: error step = %lu", "Fetch", step);
+    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: error step = 0", "Fetch");
+    return StatusCode::Failure;
+  }
+  const auto signedStep = static_cast<long long>(step);
+  if (signedStep < 0 || signedStep > FARTHEST_TIME) {
+    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: step out of range [%lu]", "Fetch", step);
     return StatusCode::Failure;
   }
 
