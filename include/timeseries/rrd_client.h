@@ -6,6 +6,7 @@
 #include "timeseries/export.h"
 #include "timeseries/host.h"
 #include "timeseries/rrd/fetch_result.h"
+#include "timeseries/rrd/file_description.h"
 
 namespace nvx::TimeSeriesDatabase {
 
@@ -51,6 +52,10 @@ class NVX_TIMESERIES_EXPORT RrdClient {
   // to `startTime`, and puts it in place of the old one, which stays as it was on failure.
   virtual StatusCode Migrate(const std::string& path, long long step, long long startTime,
                              double minimum, double maximum, unsigned int rowCount) const;
+
+  // What the file consists of. A missing file gives the code of FileSystem::CheckFileExist;
+  // `description` is unchanged on every failure.
+  StatusCode Describe(const std::string& path, Rrd::FileDescription& description) const;
 };
 
 }  // namespace nvx::TimeSeriesDatabase

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "foundation/log.h"
+#include "rrd/file_information.h"
 #include "rrd/number_text.h"
 #include "timeseries/rrd/constants.h"
 
@@ -90,6 +91,20 @@ struct Definitions {
   std::string archive;
 };
 
+using Information = std::unique_ptr<rrd_info_t, decltype(&rrd_info_free)>;
+
+// Null, after a line in the log, when the file cannot be read.
+Information ReadInformation(const char* operation, const std::string& path) {
+  Information information(rrd_info_r(path.c_str()), rrd_info_free);
+  if (information == nullptr) {
+    NVX_LOG(KoraLogLevel::Error,
+            "[%lu][%s] %s: Failed to read information from[%s]. rrd error :[%s]", operation,
+            path.c_str(), rrd_get_error());
+    rrd_clear_error();
+  }
+  return information;
+}
+
 void LogCreateError(const char* operation, const std::string& path,
                     const Definitions& definitions) {
   NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: error [%s], file path [%s], arguments [%s %s]",
@@ -155,13 +170,8 @@ StatusCode RrdClient::GetInterval(const std::string& path, unsigned long& interv
   if (found != StatusCode::Success) {
     return found;
   }
-  const std::unique_ptr<rrd_info_t, decltype(&rrd_info_free)> information(rrd_info_r(path.c_str()),
-                                                                          rrd_info_free);
+  const Information information = ReadInformation("GetInterval", path);
   if (information == nullptr) {
-    NVX_LOG(KoraLogLevel::Error,
-            "[%lu][%s] %s: Failed to read information from[%s]. rrd error :[%s]", "GetInterval",
-            path.c_str(), rrd_get_error());
-    rrd_clear_error();
     return StatusCode::Failure;
   }
 
@@ -278,6 +288,19 @@ StatusCode RrdClient::Migrate(const std::string& path, long long step, long long
     return StatusCode::Failure;
   }
   LogCreateSuccess("Migrate", path, definitions);
+  return StatusCode::Success;
+}
+
+StatusCode RrdClient::Describe(const std::string& path, Rrd::FileDescription& description) const {
+  const StatusCode found = FileSystem::CheckFileExist(path);
+  if (found != StatusCode::Success) {
+    return found;
+  }
+  const Information information = ReadInformation("Describe", path);
+  if (information == nullptr) {
+    return StatusCode::Failure;
+  }
+  description = Rrd::ReadFileInformation(information.get());
   return StatusCode::Success;
 }
 

@@ -1,0 +1,97 @@
+#include "rrd/file_information.h"
+
+#include <string_view>
+
+#include "timeseries/rrd/constants.h"
+
+namespace nvx::TimeSeriesDatabase::Rrd {
+namespace {
+
+constexpr std::string_view DATA_SOURCE_PREFIX = "ds[";
+constexpr std::string_view ARCHIVE_PREFIX = "rra[";
+
+bool HasPrefix(std::string_view key, std::string_view prefix) {
+  return key.substr(0, prefix.size()) == prefix;
+}
+
+// The last part of a key such as "ds[element].type".
+std::string_view GetAttribute(std::string_view key) { return key.substr(key.rfind("].") + 2); }
+
+std::string_view GetName(std::string_view key) {
+  const std::string_view rest = key.substr(DATA_SOURCE_PREFIX.size());
+  return rest.substr(0, rest.rfind("]."));
+}
+
+// The index is the first entry of each data source.
+void ReadDataSource(const rrd_info_t& entry, std::vector<DataSourceDescription>& dataSources) {
+  const std::string_view attribute = GetAttribute(entry.key);
+  if (attribute == "index") {
+    dataSources.emplace_back().name = GetName(entry.key);
+  } else if (attribute == "type") {
+    dataSources.back().type = entry.value.u_str;
+  } else if (attribute == "minimal_heartbeat") {
+    dataSources.back().heartbeat = entry.value.u_cnt;
+  } else if (attribute == "min") {
+    dataSources.back().minimum = entry.value.u_val;
+  } else if (attribute == "max") {
+    dataSources.back().maximum = entry.value.u_val;
+  } else if (attribute == "last_ds") {
+    dataSources.back().lastReading = entry.value.u_str;
+  }
+}
+
+// The consolidation function is the first entry of each archive.
+void ReadArchive(const rrd_info_t& entry, std::vector<ArchiveDescription>& archives) {
+  const std::string_view attribute = GetAttribute(entry.key);
+  if (attribute == "cf") {
+    archives.emplace_back().consolidation = entry.value.u_str;
+  } else if (attribute == "rows") {
+    archives.back().rowCount = entry.value.u_cnt;
+  } else if (attribute == "pdp_per_row") {
+    archives.back().stepsPerRow = entry.value.u_cnt;
+  }
+}
+
+void ReadEntry(const rrd_info_t& entry, FileDescription& description) {
+  const std::string_view key = entry.key;
+  if (HasPrefix(key, DATA_SOURCE_PREFIX)) {
+    ReadDataSource(entry, description.dataSources);
+  } else if (HasPrefix(key, ARCHIVE_PREFIX)) {
+    ReadArchive(entry, description.archives);
+  } else if (key == "rrd_version") {
+    description.version = entry.value.u_str;
+  } else if (key == "step") {
+    description.step = entry.value.u_cnt;
+  } else if (key == "last_update") {
+    description.lastUpdate = static_cast<long long>(entry.value.u_cnt);
+  }
+}
+
+// A file that was checked before has rows of at least a second and no more of them than its times
+// allow.
+void ComputeTimes(const FileDescription& description, ArchiveDescription& archive) {
+  const auto rowLength = static_cast<long long>(archive.stepsPerRow * description.step);
+  archive.lastTime = description.lastUpdate - description.lastUpdate % rowLength;
+  archive.firstTime = archive.lastTime - static_cast<long long>(archive.rowCount - 1) * rowLength;
+}
+
+}  // namespace
+
+FileDescription ReadFileInformation(const rrd_info_t* information) {
+  FileDescription description;
+  for (const rrd_info_t* entry = information; entry != nullptr; entry = entry->next) {
+    ReadEntry(*entry, description);
+  }
+  for (ArchiveDescription& archive : description.archives) {
+    ComputeTimes(description, archive);
+  }
+  return description;
+}
+
+bool FileDescription::HasShapeOfCreate() const {
+  return dataSources.size() == 1 && dataSources[0].name == "element" &&
+         dataSources[0].type == "GAUGE" && archives.size() == 1 &&
+         archives[0].consolidation == LAST_KEYWORD && archives[0].stepsPerRow == 1;
+}
+
+}  // namespace nvx::TimeSeriesDatabase::Rrd
