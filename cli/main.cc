@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "commands.h"
+#include "command/commands.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "command/context.h"
+
+// Each adds one command to the program. The command runs while the arguments are parsed, after the
+// global options are set, and ends with CommandError when it fails; what is wrong with its usage
+// it reports as CLI::ParseError.
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+void AddCreateCommand(CLI::App& app, Context& context);
+void AddMigrateCommand(CLI::App& app, Context& context);
+void AddUpdateCommand(CLI::App& app, Context& context);
+void AddListCommand(CLI::App& app, Context& context);
+void AddInfoCommand(CLI::App& app, Context& context);
+void AddQueryCommand(CLI::App& app, Context& context);
+void AddConvertCommand(CLI::App& app, Context& context);
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

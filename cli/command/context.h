@@ -1,0 +1,36 @@
+#pragma once
+
+#include <nvx/workstation/in_memory_redis_client.h>
+
+#include <memory>
+#include <string>
+
+#include "error/command_error.h"
+#include "timeseries/host.h"
+#include "timeseries/numerical_data_source_interface.h"
+#include "timeseries/rrd/database.h"
+#include "timeseries/rrd_client.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// What the commands share: the database directory, the services under it, and the exit status.
+// Every operation throws CommandError.
+struct Context {
+  std::string directory = ".";
+  ExitStatus exitStatus = EXIT_DONE;
+  Utilities::FileSystem fileSystem;
+  Workstation::InMemoryRedisClient store;
+  RrdClient rrdClient;
+
+  Rrd::Database MakeDatabase() { return {directory, fileSystem, store, rrdClient}; }
+
+  // The path of an id's file, whether it exists or not; it lies in the directory itself.
+  std::string GetPath(const std::string& zeltId);
+
+  // The path of an id's file, which exists.
+  std::string GetPathOfExisting(const std::string& zeltId);
+
+  std::unique_ptr<NumericalDataSourceInterface> Open(const std::string& zeltId);
+};
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,158 @@
+#include <sys/stat.h>
+
+#include <csignal>
+#include <filesystem>
+#include <memory>
+
+#include "command/commands.h"
+#include "files/conversion/conversion_error.h"
+#include "files/conversion/conversion_plan.h"
+#include "files/conversion/in_place_conversion.h"
+#include "files/conversion/logged_sanitizer.h"
+#include "files/file_replacement.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct ConvertOptions {
+  std::vector<std::string> paths;
+  bool isInPlace = false;
+  InPlaceOptions inPlace;
+  std::string format = "text";
+};
+
+// The path that a new file at `destination` has: through symbolic links, and with a directory.
+std::string Resolve(const std::string& destination) {
+  std::error_code error;
+  const fs::path path = fs::canonical(destination, error);
+  if (!error) {
+    return path;
+  }
+  if (fs::is_symlink(destination, error)) {
+    throw ConversionError("it is a symbolic link to nothing", StatusCode::InvalidArgument);
+  }
+  const fs::path absolute = fs::absolute(destination, error);
+  if (error) {
+    throw ConversionError("it is no path", StatusCode::InvalidArgument);
+  }
+  return absolute;
+}
+
+mode_t GetModeOfNewFiles() {
+  constexpr mode_t READ_WRITE = 0666;
+  const mode_t mask = umask(0);
+  umask(mask);
+  return READ_WRITE & ~mask;
+}
+
+void ConvertTo(const std::string& destination, const std::string& source,
+               LoggedSanitizer& sanitizer) {
+  const std::string target = Resolve(destination);
+  struct stat old {};
+  const bool exists = stat(target.c_str(), &old) == 0;
+  if (exists && !S_ISREG(old.st_mode)) {
+    throw ConversionError("it is no regular file", StatusCode::InvalidArgument);
+  }
+  LockedDirectory lock(fs::path(target).parent_path());
+  FileReplacement replacement(target);
+  sanitizer.Convert(source, replacement);
+  if (exists) {
+    replacement.SetOwnerAndMode(old);
+  } else {
+    replacement.SetMode(GetModeOfNewFiles());
+  }
+  replacement.PutInPlace();
+  lock.Sync();
+}
+
+void CheckSource(const std::string& source, LoggedSanitizer& sanitizer) {
+  struct stat status {};
+  if (stat(source.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+    throw CommandError(source, "is no regular file", StatusCode::InvalidArgument);
+  }
+  try {
+    sanitizer.Check(source);
+  } catch (const ConversionError& error) {
+    const bool isNew = error.GetStatus() == StatusCode::NothingToDo;
+    throw CommandError(source,
+                       isNew ? "is in the new layout already, nothing written" : error.what(),
+                       error.GetStatus());
+  }
+}
+
+void ConvertFile(const std::string& source, const std::string& destination) {
+  LoggedSanitizer sanitizer;
+  CheckSource(source, sanitizer);
+  std::error_code error;
+  if (fs::equivalent(source, destination, error)) {
+    throw CommandError(destination, "is the source itself; use --in-place",
+                       StatusCode::InvalidArgument);
+  }
+  try {
+    ConvertTo(destination, source, sanitizer);
+  } catch (const ConversionError& conversionError) {
+    throw CommandError(destination, conversionError.what(), conversionError.GetStatus());
+  }
+}
+
+void ConvertFiles(const ConvertOptions& options, Context& context) {
+  const ConversionSummary summary = ConvertInPlace(options.paths, options.inPlace);
+  options.format == "json" ? summary.PrintJson() : summary.PrintText();
+  if (!summary.AreAllConverted()) {
+    context.exitStatus = EXIT_FAILED;
+  }
+}
+
+void Convert(const ConvertOptions& options, Context& context) {
+  std::signal(SIGXFSZ, SIG_IGN);  // a file too large is an error of its write like any other
+  if (options.isInPlace) {
+    ConvertFiles(options, context);
+  } else if (options.paths.size() == 2) {
+    ConvertFile(options.paths.front(), options.paths.back());
+  } else {
+    throw CLI::ValidationError("convert", "takes SOURCE and DESTINATION, or --in-place and paths");
+  }
+}
+
+// A backup must lie beside its file, and a later run must not take it for a file to convert.
+std::string CheckSuffix(const std::string& suffix) {
+  const bool isExtension = fs::path("name" + suffix).extension() == RRD_EXTENSION;
+  return suffix.empty() || suffix.find('/') != std::string::npos || isExtension
+             ? "not a suffix for backups: '" + suffix + "'"
+             : "";
+}
+
+}  // namespace
+
+void AddConvertCommand(CLI::App& app, Context& context) {
+  CLI::App* const command = app.add_subcommand(
+      "convert", "Convert RRD files of a 32-bit time_t (32-bit ARM) to a 64-bit time_t");
+  const auto options = std::make_shared<ConvertOptions>();
+  command
+      ->add_option("PATHS", options->paths,
+                   "SOURCE and DESTINATION, or with --in-place any number of files and of "
+                   "directories, whose trees are searched for *.rrd files")
+      ->required()
+      ->type_name("PATH");
+  CLI::Option* const inPlace =
+      command->add_flag("--in-place", options->isInPlace, "Replace the files themselves");
+  command
+      ->add_option("--backup", options->inPlace.backupSuffix,
+                   "Keep each old file under its name with SUFFIX appended")
+      ->type_name("SUFFIX")
+      ->check(CheckSuffix)
+      ->needs(inPlace);
+  command->add_flag("--dry-run", options->inPlace.isDryRun, "Only tell what would be done")
+      ->needs(inPlace);
+  command->add_option("--format", options->format, "Summary as text (default) or json")
+      ->type_name("FORMAT")
+      ->check(CLI::IsMember({"text", "json"}))
+      ->needs(inPlace);
+  command->footer(
+      "With --in-place the exit status is 0 when every file is in the new layout afterwards.");
+  command->callback([options, &context] { Convert(*options, context); });
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

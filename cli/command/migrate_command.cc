@@ -1,0 +1,42 @@
+#include <memory>
+
+#include "command/commands.h"
+#include "input/file_definition.h"
+#include "input/time_text.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+void Migrate(const FileDefinition& definition, Context& context) {
+  const std::string path = context.GetPathOfExisting(definition.zeltId);
+  CheckDefinition(definition);
+  const std::optional<long long> givenStart = ReadStart(definition);
+  long long last = 0;
+  Require(context.rrdClient.GetLastTimestamp(path, last), definition.zeltId,
+          path + " cannot be read");
+  const long long start = givenStart.value_or(last);
+  if (start < last && !definition.isForced) {
+    throw CommandError(
+        definition.zeltId,
+        "the samples from then to " + FormatUtc(last) + " would be lost; --force drops them",
+        StatusCode::InvalidArgument);
+  }
+  Require(
+      context.rrdClient.Migrate(path, definition.step, start, definition.minimum,
+                                definition.maximum, static_cast<unsigned int>(definition.rowCount)),
+      definition.zeltId, path + " cannot be migrated");
+}
+
+}  // namespace
+
+void AddMigrateCommand(CLI::App& app, Context& context) {
+  CLI::App* const command = app.add_subcommand(
+      "migrate", "Re-create the file of a data source from itself; of fewer rows the newest stay");
+  const auto definition = std::make_shared<FileDefinition>();
+  AddDefinitionOptions(*command, *definition,
+                       "Only later samples can be stored (default: the last update)",
+                       "Drop samples later than the start");
+  command->callback([definition, &context] { Migrate(*definition, context); });
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

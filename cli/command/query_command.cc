@@ -1,0 +1,174 @@
+#include <iostream>
+#include <memory>
+
+#include "command/commands.h"
+#include "input/interval_text.h"
+#include "input/maximum_count.h"
+#include "input/time_text.h"
+#include "output/point_format.h"
+#include "output/terminal.h"
+#include "timeseries/time_helper.h"
+#include "timeseries/time_window.h"
+#include "timeseries/time_window_helper.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+struct QueryOptions {
+  std::string zeltId;
+  std::string interval;
+  std::optional<std::string> from;
+  std::optional<std::string> to;
+  std::string zoneName = "UTC";
+  std::string function = "average";
+  std::string format = "table";
+  bool isUnadjusted = false;
+};
+
+struct Query {
+  std::string zeltId;
+  std::unique_ptr<NumericalDataSourceInterface> dataSource;
+  QueryInterval interval = QueryInterval::FullPeriod;
+  TimeWindow window;
+};
+
+long long GetFirst(const Query& query) {
+  long long first = 0;
+  Require(query.dataSource->GetFirstTimestamp(first), query.zeltId,
+          "its first timestamp cannot be read");
+  return first;
+}
+
+long long GetLast(const Query& query) {
+  long long last = 0;
+  Require(query.dataSource->GetLastTimestamp(last), query.zeltId,
+          "its last timestamp cannot be read");
+  return last;
+}
+
+Query MakeQuery(const QueryOptions& options, Context& context) {
+  Query query;
+  query.zeltId = options.zeltId;
+  query.interval = ReadInterval(options.interval);
+  const cctz::time_zone zone = LoadZone(options.zoneName);
+  query.window.start.timeZone = zone;
+  query.window.end.timeZone = zone;
+  query.dataSource = context.Open(options.zeltId);
+  query.window.start.timestamp = options.from ? ReadTime(*options.from, zone) : GetFirst(query);
+  query.window.end.timestamp = options.to ? ReadTime(*options.to, zone) : GetLast(query);
+  if (query.window.start.timestamp >= query.window.end.timestamp) {
+    throw CommandError(options.zeltId, "from is not before to: " + TimeWindowToString(query.window),
+                       StatusCode::InvalidArgument);
+  }
+  return query;
+}
+
+void AdjustWindow(Query& query) {
+  Require(TimeWindowHelper::AdjustTimeWindow(
+              query.interval, TimeWindowHelper::DEFAULT_ROUNDING_STRATEGY, query.window),
+          query.zeltId,
+          std::string("no complete ") + QueryIntervalToString(query.interval) + " in " +
+              TimeWindowToString(query.window));
+}
+
+// A window may have as many samples as the file, or MAXIMUM_COUNT.
+void RequireBoundedMemory(const Query& query) {
+  unsigned long step = 0;
+  Require(query.dataSource->GetInterval(step), query.zeltId, "its step cannot be read");
+  const auto signedStep = static_cast<long long>(step);
+  if (signedStep <= 0) {
+    throw CommandError(query.zeltId, "its step is not positive", StatusCode::Failure);
+  }
+  const long long span = query.window.end.timestamp - query.window.start.timestamp;
+  Date::Date next = query.window.end;
+  if (query.interval != QueryInterval::FullPeriod) {
+    TimeHelper::ComputeNextDate(query.interval, query.window.start, next);
+  }
+  const long long pointCount = span / (next.timestamp - query.window.start.timestamp);
+  const long long sampleCount = span / signedStep;
+  if (sampleCount <= MAXIMUM_COUNT && pointCount <= MAXIMUM_COUNT) {
+    return;
+  }
+  const long long first = GetFirst(query);
+  const long long last = GetLast(query);
+  if (pointCount > MAXIMUM_COUNT || sampleCount > (last - first) / signedStep) {
+    throw CommandError(
+        query.zeltId,
+        "the window is too long; the file covers " + FormatUtc(first) + " - " + FormatUtc(last),
+        StatusCode::OutOfRange);
+  }
+}
+
+void Print(const std::vector<NumericalDataPoint>& points, const std::string& format) {
+  if (format == "csv") {
+    PrintCsv(points, std::cout);
+  } else if (format == "json") {
+    PrintJson(points, std::cout);
+  } else {
+    PrintTable(points, GetTerminalColumns(), std::cout);
+  }
+}
+
+void Run(const QueryOptions& options, Context& context) {
+  Query query = MakeQuery(options, context);
+  if (!options.isUnadjusted) {
+    AdjustWindow(query);
+  }
+  RequireBoundedMemory(query);
+
+  std::vector<NumericalDataPoint> points;
+  const bool isAverage = options.function == "average";
+  const StatusCode status =
+      isAverage ? query.dataSource->FetchAverage(query.window, query.interval, points)
+                : query.dataSource->FetchDelta(query.window, query.interval, points);
+  if (status == StatusCode::PartialData) {
+    PrintMessage(CommandError(query.zeltId,
+                              "no sample of the file starts the window, so no point is good",
+                              status)
+                     .GetText());
+    context.exitStatus = EXIT_PARTIAL_DATA;
+  } else {
+    Require(status, query.zeltId,
+            (status == StatusCode::OutOfRange ? "no interval ends with the window "
+                                              : "no answer for ") +
+                TimeWindowToString(query.window));
+  }
+  if (isAverage && query.interval == QueryInterval::FullPeriod) {
+    PrintMessage(query.zeltId + ": warning: the value of FullPeriod is the delta, no average");
+  }
+  Print(points, options.format);
+}
+
+}  // namespace
+
+void AddQueryCommand(CLI::App& app, Context& context) {
+  CLI::App* const command =
+      app.add_subcommand("query", "Print one value per complete interval of a window");
+  const auto options = std::make_shared<QueryOptions>();
+  command->add_option("ID", options->zeltId, "Data source")->required()->type_name("");
+  command->add_option("--interval", options->interval, "Length of the intervals")
+      ->required()
+      ->type_name("INTERVAL");
+  command->add_option("--from", options->from, "Start (default: the file's first timestamp)")
+      ->type_name("TIME");
+  command->add_option("--to", options->to, "End (default: the file's last update)")
+      ->type_name("TIME");
+  command
+      ->add_option("--zone", options->zoneName,
+                   "Time zone of TIME, of days and of months (default: UTC)")
+      ->type_name("ZONE");
+  command
+      ->add_option("--function", options->function,
+                   "Default: average. A delta is what the value grew by; all is always one")
+      ->type_name("FUNCTION")
+      ->check(CLI::IsMember({"average", "delta"}));
+  command->add_option("--format", options->format, "Form of the output (default: table)")
+      ->type_name("FORMAT")
+      ->check(CLI::IsMember({"table", "csv", "json"}));
+  command->add_flag("--no-adjust", options->isUnadjusted,
+                    "Take the window as it is, not only its complete intervals");
+  command->footer(std::string(INTERVAL_HELP) + "\n" + TIME_HELP);
+  command->callback([options, &context] { Run(*options, context); });
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,58 @@
+#include "files/conversion/conversion_summary.h"
+
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+#include "error/command_error.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+void ConversionSummary::AddNotConvertible(const std::string& path, const ConversionError& error) {
+  notConvertible.push_back({path, error.what(), error.GetStatus()});
+}
+
+void ConversionSummary::AddFailed(const std::string& path, const ConversionError& error) {
+  failed.push_back({path, error.what(), error.GetStatus()});
+}
+
+void ConversionSummary::PrintText() const {
+  PrintReasons(notConvertible);
+  PrintReasons(failed);
+  if (isDryRun) {
+    for (const std::string& path : converted) {
+      std::cout << "would convert " << WithoutControls(path) << '\n';
+    }
+  }
+  std::cout << (isDryRun ? "would be converted " : "converted          ") << converted.size()
+            << "\nalready converted  " << alreadyConverted.size()  //
+            << "\nnot convertible    " << notConvertible.size()    //
+            << (isDryRun ? "\nwould fail         " : "\nfailed             ") << failed.size()
+            << '\n';
+}
+
+void ConversionSummary::PrintJson() const {
+  const auto list = [](const std::vector<Problem>& problems) {
+    auto array = nlohmann::ordered_json::array();
+    for (const Problem& problem : problems) {
+      array.push_back({{"path", problem.path},
+                       {"reason", problem.reason},
+                       {"status", static_cast<int>(problem.status)}});
+    }
+    return array;
+  };
+  const nlohmann::ordered_json object = {{"dryRun", isDryRun},
+                                         {"converted", converted},
+                                         {"alreadyConverted", alreadyConverted},
+                                         {"notConvertible", list(notConvertible)},
+                                         {"failed", list(failed)}};
+  constexpr int INDENT = 2;
+  std::cout << object.dump(INDENT, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+}
+
+void ConversionSummary::PrintReasons(const std::vector<Problem>& problems) {
+  for (const Problem& problem : problems) {
+    PrintMessage(CommandError(problem.path, problem.reason, problem.status).GetText());
+  }
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

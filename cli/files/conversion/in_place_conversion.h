@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "files/conversion/conversion_summary.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+struct InPlaceOptions {
+  std::string backupSuffix;  // of what keeps the old file; empty for none
+  bool isDryRun = false;
+};
+
+// Converts files and the *.rrd files of directory trees, each in one instant: its path names the
+// whole old file or the whole new one, whenever the process or the machine ends. What fails for one
+// file does not stop the others.
+ConversionSummary ConvertInPlace(const std::vector<std::string>& paths,
+                                 const InPlaceOptions& options);
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,36 @@
+#include "input/sample_text.h"
+
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+#include "error/command_error.h"
+#include "input/time_text.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+std::optional<double> ParseValue(const std::string& text) {
+  if (text.empty()) {
+    return std::numeric_limits<double>::quiet_NaN();
+  }
+  double value = 0;
+  const char* const end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, value);
+  const bool isValue = rest == end && error == std::errc() && !std::isinf(value);
+  return isValue ? std::optional(value) : std::nullopt;
+}
+
+std::pair<long long, double> ReadSample(const std::string& text, const cctz::time_zone& zone) {
+  const std::size_t colon = text.rfind(':');
+  if (colon == std::string::npos || ParseTime(text, zone)) {
+    throw CommandError(text, "not TIME:VALUE, with the seconds of the time where it is in doubt",
+                       StatusCode::InvalidArgument);
+  }
+  const std::optional<double> value = ParseValue(text.substr(colon + 1));
+  if (!value) {
+    throw CommandError(text, "the value is no number", StatusCode::InvalidArgument);
+  }
+  return {ReadTime(text.substr(0, colon), zone), *value};
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

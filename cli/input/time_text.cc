@@ -1,0 +1,71 @@
+#include "input/time_text.h"
+
+#include <charconv>
+
+#include "error/command_error.h"
+#include "timeseries/date/date.h"
+#include "timeseries/time_helper.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+constexpr long long EARLIEST_TIME = -62135596800;  // 0001-01-01T00:00:00Z
+constexpr long long LATEST_TIME = 253402300799;    // 9999-12-31T23:59:59Z
+
+bool HasOffset(const std::string& text) {
+  const std::size_t clock = text.find('T');
+  return clock != std::string::npos && text.find_first_of("Z+-", clock) != std::string::npos;
+}
+
+std::optional<long long> ParseSeconds(const std::string& text) {
+  long long seconds = 0;
+  const char* const end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, seconds);
+  return rest == end && error == std::errc() ? std::optional(seconds) : std::nullopt;
+}
+
+std::optional<long long> ParseIso8601(const std::string& text, const cctz::time_zone& zone) {
+  long long seconds = 0;
+  if (!TimeHelper::ConvertStringDateToUnixTime(text, seconds)) {
+    return std::nullopt;
+  }
+  if (HasOffset(text)) {
+    return seconds;
+  }
+  const cctz::time_point<cctz::seconds> read{cctz::seconds(seconds)};
+  const cctz::civil_second local = cctz::convert(read, cctz::utc_time_zone());
+  return cctz::convert(local, zone).time_since_epoch().count();
+}
+
+}  // namespace
+
+cctz::time_zone LoadZone(const std::string& name) {
+  Date::Date date;
+  Require(date.Initialize(0, name), name, "unknown time zone");
+  return date.timeZone;
+}
+
+std::optional<long long> ParseTime(const std::string& text, const cctz::time_zone& zone) {
+  std::optional<long long> seconds = ParseSeconds(text);
+  if (!seconds) {
+    seconds = ParseIso8601(text, zone);
+  }
+  const bool isInRange = seconds && EARLIEST_TIME <= *seconds && *seconds <= LATEST_TIME;
+  return isInRange ? seconds : std::nullopt;
+}
+
+long long ReadTime(const std::string& text, const cctz::time_zone& zone) {
+  const std::optional<long long> seconds = ParseTime(text, zone);
+  if (!seconds) {
+    throw CommandError(text, "not a time of the years 1 to 9999", StatusCode::InvalidArgument);
+  }
+  return *seconds;
+}
+
+std::string FormatUtc(long long timestamp) {
+  Date::Date date;
+  date.timestamp = timestamp;
+  return date.ToText();
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
