@@ -30,8 +30,7 @@ StatusCode Database::ListDataSources(std::set<std::string>& zeltIds) const {
   std::set<std::string> fileNames;
   const StatusCode rc = fileSystem.GetFileList(directory, DATA_SOURCE_FILE_EXTENSION, fileNames);
   if (rc != StatusCode::Success) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to get file list in [%s]", "ListDataSources",
-            directory.c_str());
+    NVX_ERROR("Failed to get file list in [%s]", directory.c_str());
     return rc;
   }
   return ProcessFileNames(fileNames, zeltIds);
@@ -87,8 +86,7 @@ StatusCode Database::ProcessFileNames(const std::set<std::string>& fileNames,
 void Database::InsertZeltId(const std::string& fileName, std::set<std::string>& zeltIds) {
   std::string zeltId;
   if (FileHelper::ComputeZeltIdFromFileName(fileName, zeltId) != StatusCode::Success) {
-    NVX_LOG(KoraLogLevel::Trace, "[%lu][%s][trace] %s: Failed to retrieve zelt id from file [%s]",
-            "InsertZeltId", fileName.c_str());
+    NVX_TRACE("Failed to retrieve zelt id from file [%s]", fileName.c_str());
     return;
   }
   zeltIds.insert(zeltId);

@@ -41,8 +41,7 @@ StatusCode FindZeltScope(const std::string& key, std::string& scope) {
       return StatusCode::Success;
     }
   }
-  NVX_LOG(KoraLogLevel::Trace, "[%lu][%s][trace] %s: No zelt scope found in key [%s]",
-          "FindZeltScope", key.c_str());
+  NVX_TRACE("No zelt scope found in key [%s]", key.c_str());
   return StatusCode::InvalidArgument;
 }
 
@@ -58,14 +57,12 @@ StatusCode FileHelper::ComputeFileNameFromZeltId(const std::string& zeltId, std:
   }
   const std::size_t colon = zeltId.find(COLON, scope.size());
   if (colon == std::string::npos) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Malformed zelt id [%s]",
-            "ComputeFileNameFromZeltId", zeltId.c_str());
+    NVX_ERROR("Malformed zelt id [%s]", zeltId.c_str());
     return StatusCode::InvalidArgument;
   }
   std::string name = scope + UNDERSCORE + zeltId.substr(colon + COLON.size());
   if (ReplaceFirst(SEMICOLON, DOUBLE_UNDERSCORE, 0, name)) {
-    NVX_LOG(KoraLogLevel::Trace, "[%lu][%s][trace] %s: File name successfuly computed",
-            "ComputeFileNameFromZeltId");
+    NVX_TRACE("File name successfuly computed");
   }
   fileName =
       name + Utilities::FileSystem::FILENAME_EXTENSION_SEPARATOR + DATA_SOURCE_FILE_EXTENSION;
@@ -81,8 +78,7 @@ StatusCode FileHelper::ComputeZeltIdFromFileName(const std::string& fileName, st
   zeltId = fileName.substr(0, fileName.size() - SuffixSize());
   ReplaceFirst(DOUBLE_UNDERSCORE, SEMICOLON, 0, zeltId);
   if (!ReplaceFirst(UNDERSCORE, COLON, scope.size(), zeltId)) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Malformed file name [%s]",
-            "ComputeZeltIdFromFileName", fileName.c_str());
+    NVX_ERROR("Malformed file name [%s]", fileName.c_str());
     return StatusCode::InvalidArgument;
   }
   return StatusCode::Success;

@@ -49,14 +49,11 @@ StatusCode IntervalIterator::ComputeCurrentIterator() {
   TimeHelper::ComputeNextDate(interval, currentStart, candidate);
   if (window.end.timestamp < candidate.timestamp) {
     if (currentStart.timestamp == window.end.timestamp) {
-      NVX_LOG(KoraLogLevel::Trace, "[%lu][%s][trace] %s: Reach last interval of time-window [%s]",
-              "ComputeCurrentIterator", TimeWindowToString(window).c_str());
+      NVX_TRACE("Reach last interval of time-window [%s]", TimeWindowToString(window).c_str());
       return StatusCode::EndOfIteration;
     }
-    NVX_LOG(
-        KoraLogLevel::Error,
-        "[%lu][%s] %s: End date of interval [%lld] is superior to end date of time-window [%lld]",
-        "ComputeCurrentIterator", candidate.timestamp, window.end.timestamp);
+    NVX_ERROR("End date of interval [%lld] is superior to end date of time-window [%lld]",
+              candidate.timestamp, window.end.timestamp);
     return StatusCode::OutOfRange;
   }
   if (candidate.timestamp <= currentStart.timestamp) {

@@ -18,7 +18,7 @@ IntervalProcessor::IntervalProcessor(const DataFunction& dataFunction,
 StatusCode IntervalProcessor::Process(std::vector<NumericalDataPoint>& points) {
   StatusCode rc = iterator.Initialize();
   if (rc != StatusCode::Success && rc != StatusCode::EndOfIteration) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to initialize iterator", "Process");
+    NVX_ERROR("Failed to initialize iterator");
     return rc;
   }
   do {
@@ -32,7 +32,7 @@ StatusCode IntervalProcessor::Process(std::vector<NumericalDataPoint>& points) {
   } while (rc == StatusCode::Success);
 
   if (rc != StatusCode::EndOfIteration) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to determine next interval", "Process");
+    NVX_ERROR("Failed to determine next interval");
     return rc;
   }
   return StatusCode::Success;
@@ -43,12 +43,11 @@ StatusCode IntervalProcessor::ComputePoint(NumericalDataPoint& point) const {
   const double* last = nullptr;
   iterator.GetCurrentInterval(first, last, point.date);
   const StatusCode rc = function(first, last, point.value, point.quality);
-  NVX_LOG(KoraLogLevel::Trace, "[%lu][%s][trace] %s: Timestamp [%lld] dataPoint.value [%f]",
-          "Process", point.date.timestamp, point.value);
+  NVX_TRACE_IN("Process", "Timestamp [%lld] dataPoint.value [%f]", point.date.timestamp,
+               point.value);
   if (rc != StatusCode::Success) {
-    NVX_LOG(KoraLogLevel::Error,
-            "[%lu][%s] %s: Failed to compute data function for date [%s], UTC timestamp [%lld]",
-            "Process", point.date.ToText().c_str(), point.date.timestamp);
+    NVX_ERROR_IN("Process", "Failed to compute data function for date [%s], UTC timestamp [%lld]",
+                 point.date.ToText().c_str(), point.date.timestamp);
   }
   return rc;
 }

@@ -32,20 +32,16 @@ StatusCode NumericalDataSource::GetFirstTimestamp(long long& firstTimestamp) con
     try {
       firstTimestamp = std::stol(value);
     } catch (const std::exception& exception) {
-      NVX_LOG(KoraLogLevel::Error,
-              "[%lu][%s] %s: Exception raised by std::stol, value='%s', exception='%s'",
-              "GetFirstTimestamp", value.c_str(), exception.what());
+      NVX_ERROR("Exception raised by std::stol, value='%s', exception='%s'", value.c_str(),
+                exception.what());
       rc = StatusCode::Failure;
     }
   } else {
-    NVX_LOG(KoraLogLevel::Information,
-            "[%lu][%s] %s: Fail to get first timestamp from redis, trying with rrd",
-            "GetFirstTimestamp");
+    NVX_INFO("Fail to get first timestamp from redis, trying with rrd");
     rc = rrdClient.GetFirstTimestamp(filePath, FIRST_ARCHIVE, firstTimestamp);
   }
   if (rc != StatusCode::Success) {
-    NVX_LOG(KoraLogLevel::Information, "[%lu][%s] %s: Fail to get first timestamp for [%s]",
-            "GetFirstTimestamp", filePath.c_str());
+    NVX_INFO("Fail to get first timestamp for [%s]", filePath.c_str());
   }
   return rc;
 }
@@ -61,19 +57,16 @@ StatusCode NumericalDataSource::GetInterval(unsigned long& seconds) const {
     try {
       seconds = std::stoul(value);
     } catch (const std::exception& exception) {
-      NVX_LOG(KoraLogLevel::Error,
-              "[%lu][%s] %s: Exception raised by std::stoul, value='%s', exception='%s'",
-              "GetInterval", value.c_str(), exception.what());
+      NVX_ERROR("Exception raised by std::stoul, value='%s', exception='%s'", value.c_str(),
+                exception.what());
       rc = StatusCode::Failure;
     }
   } else {
-    NVX_LOG(KoraLogLevel::Information,
-            "[%lu][%s] %s: Fail to get interval from redis, trying with rrd", "GetInterval");
+    NVX_INFO("Fail to get interval from redis, trying with rrd");
     rc = rrdClient.GetInterval(filePath, seconds);
   }
   if (rc != StatusCode::Success) {
-    NVX_LOG(KoraLogLevel::Information, "[%lu][%s] %s: Fail to get interval for [%s]", "GetInterval",
-            filePath.c_str());
+    NVX_INFO("Fail to get interval for [%s]", filePath.c_str());
   }
   return rc;
 }
@@ -82,8 +75,7 @@ StatusCode NumericalDataSource::GetInterval(QueryInterval& interval) const {
   unsigned long seconds = 0;
   const StatusCode rc = NumericalDataSource::GetInterval(seconds);
   if (rc != StatusCode::Success) {
-    NVX_LOG(KoraLogLevel::Information, "[%lu][%s] %s: Fail to convert sampling rate for [%s]",
-            "GetInterval", filePath.c_str());
+    NVX_INFO("Fail to convert sampling rate for [%s]", filePath.c_str());
     return rc;
   }
   return TimeHelper::ConvertSamplingRateToQueryInterval(seconds, interval);
@@ -107,8 +99,7 @@ StatusCode NumericalDataSource::FetchAndProcess(QueryInterval interval, const Ti
   FetchResult result;
   StatusCode rc = rrdClient.Fetch(filePath, window.start.timestamp, window.end.timestamp, result);
   if (rc != StatusCode::Success) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to fetch from RRD for time-window [%s]",
-            "FetchAndProcess", TimeWindowToString(window).c_str());
+    NVX_ERROR("Failed to fetch from RRD for time-window [%s]", TimeWindowToString(window).c_str());
     return rc;
   }
 
@@ -116,10 +107,8 @@ StatusCode NumericalDataSource::FetchAndProcess(QueryInterval interval, const Ti
            ? ComputeDelta(window, result, points)
            : ProcessByInterval(interval, window, function, result, points);
   if (rc == StatusCode::Success && result.GetStartTime() != window.start.timestamp) {
-    NVX_LOG(KoraLogLevel::Trace,
-            "[%lu][%s][trace] %s: time window start time %lld different from fetched data start "
-            "time %lld",
-            "FetchAndProcess", window.start.timestamp, result.GetStartTime());
+    NVX_TRACE("time window start time %lld different from fetched data start time %lld",
+              window.start.timestamp, result.GetStartTime());
     SetQualitiesToBad(points);
     rc = StatusCode::PartialData;
   }
@@ -133,17 +122,12 @@ StatusCode NumericalDataSource::ProcessByInterval(QueryInterval interval, const 
   unsigned int expected = 0;
   const StatusCode rc = TimeWindowHelper::CalculateDataPointsCapacity(window, interval, expected);
   if (rc != StatusCode::Success) {
-    NVX_LOG(KoraLogLevel::Error,
-            "[%lu][%s] %s: Cannot calculate data point capacity for time-window [%s] and "
-            "interval=%u",
-            "ProcessByInterval", TimeWindowToString(window).c_str(),
-            static_cast<unsigned int>(interval));
+    NVX_ERROR("Cannot calculate data point capacity for time-window [%s] and interval=%u",
+              TimeWindowToString(window).c_str(), static_cast<unsigned int>(interval));
     return rc;
   }
-  NVX_LOG(KoraLogLevel::Trace,
-          "[%lu][%s][trace] %s: timeWindow=[%s], interval=%u, expectedNumberOfPoints=%u",
-          "ProcessByInterval", TimeWindowToString(window).c_str(),
-          static_cast<unsigned int>(interval), expected);
+  NVX_TRACE("timeWindow=[%s], interval=%u, expectedNumberOfPoints=%u",
+            TimeWindowToString(window).c_str(), static_cast<unsigned int>(interval), expected);
 
   points.reserve(expected);
   IntervalIterator iterator(window, result.GetData(), result.GetStep(), interval,
@@ -153,10 +137,10 @@ StatusCode NumericalDataSource::ProcessByInterval(QueryInterval interval, const 
 
 StatusCode NumericalDataSource::ComputeDelta(const TimeWindow& window, const FetchResult& result,
                                              std::vector<NumericalDataPoint>& points) {
-  NVX_LOG(KoraLogLevel::Trace, "[%lu][%s][trace] %s: time-window='%s', NumberOfPoints=%u",
-          "ComputeDelta", TimeWindowToString(window).c_str(), result.GetSampleCount());
+  NVX_TRACE("time-window='%s', NumberOfPoints=%u", TimeWindowToString(window).c_str(),
+            result.GetSampleCount());
   if (result.GetData() == nullptr || result.GetSampleCount() == 0) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: fetched result is empty", "ComputeDelta");
+    NVX_ERROR("fetched result is empty");
     return StatusCode::Failure;
   }
 
@@ -165,7 +149,7 @@ StatusCode NumericalDataSource::ComputeDelta(const TimeWindow& window, const Fet
   const double* const first = result.GetData();
   const double* const last = first + (result.GetSampleCount() - 1);
   if (DataFunctions::ComputeDelta(first, last, point.value, point.quality) != StatusCode::Success) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: fetched result not consistent", "ComputeDelta");
+    NVX_ERROR("fetched result not consistent");
     return StatusCode::Failure;
   }
   points.push_back(point);

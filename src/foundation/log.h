@@ -2,17 +2,56 @@
 
 #include <pthread.h>
 
+#include <cstddef>
+#include <string>
+
 #include "timeseries/host.h"
 
-// Writes one line of the log at `level` for the COMPONENT_NAME of the source file. `format` begins
-// with "[%lu][%s]", the thread and the component, which are supplied here. The arguments are
-// evaluated only when the line is written, so they may be costly but must have no effect that is
-// needed at every level.
-#define NVX_LOG(level, format, ...)                                                         \
-  do {                                                                                      \
-    if (nvx::Log::RootLogger::GetInstance().GetLevel() >= (level)) {                        \
-      nvx::Log::RootLogger::GetInstance().Print(level, format,                              \
-                                                static_cast<unsigned long>(pthread_self()), \
-                                                COMPONENT_NAME.c_str(), __VA_ARGS__);       \
-    }                                                                                       \
+// One line of the log, for the COMPONENT_NAME of the source file and the operation that writes it:
+// in Fetch,
+//
+//   NVX_ERROR("step out of range [%lu]", step);
+//
+// writes "[thread][component] Fetch: step out of range [0]". The message is a literal, checked
+// against its values by the compiler. The values are evaluated only when the line is written, so
+// they may be costly but must have no effect that is needed at every level.
+#define NVX_ERROR(...) NVX_ERROR_IN(__func__, __VA_ARGS__)
+#define NVX_INFO(...) NVX_INFO_IN(__func__, __VA_ARGS__)
+#define NVX_TRACE(...) NVX_TRACE_IN(__func__, __VA_ARGS__)
+
+// The same under the name of another operation.
+#define NVX_ERROR_IN(operation, ...) NVX_LOG(Error, "[%lu][%s] %s: ", operation, __VA_ARGS__)
+#define NVX_INFO_IN(operation, ...) NVX_LOG(Information, "[%lu][%s] %s: ", operation, __VA_ARGS__)
+#define NVX_TRACE_IN(operation, ...) NVX_LOG(Trace, "[%lu][%s][trace] %s: ", operation, __VA_ARGS__)
+
+#define NVX_ERROR_WITHOUT_OPERATION(...) NVX_LOG(Error, "[%lu][%s] ", nullptr, __VA_ARGS__)
+
+#define NVX_LOG(level, prefix, operation, ...)                                           \
+  do {                                                                                   \
+    using nvx::TimeSeriesDatabase::KoraLogLevel;                                         \
+    static_cast<void>(sizeof(nvx::TimeSeriesDatabase::CheckMessage(__VA_ARGS__)));       \
+    if (nvx::Log::RootLogger::GetInstance().GetLevel() >= KoraLogLevel::level) {         \
+      nvx::TimeSeriesDatabase::WriteLine(KoraLogLevel::level, COMPONENT_NAME, operation, \
+                                         prefix __VA_ARGS__);                            \
+    }                                                                                    \
   } while (false)
+
+namespace nvx::TimeSeriesDatabase {
+
+// Never called: carries the compiler's check.
+int CheckMessage(const char* message, ...) __attribute__((format(printf, 1, 2)));
+
+template <typename... Values>
+void WriteLine(KoraLogLevel level, const std::string& component, std::nullptr_t, const char* format,
+               Values... values) {
+  Log::RootLogger::GetInstance().Print(level, format, static_cast<unsigned long>(pthread_self()),
+                                       component.c_str(), values...);
+}
+
+template <typename... Values>
+void WriteLine(KoraLogLevel level, const std::string& component, const char* operation,
+               const char* format, Values... values) {
+  WriteLine(level, component, nullptr, format, operation, values...);
+}
+
+}  // namespace nvx::TimeSeriesDatabase

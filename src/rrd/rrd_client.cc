@@ -32,9 +32,6 @@ const std::string DS_DEFINITION_PREFIX = "DS:element:GAUGE:";
 const std::string MIGRATION_DS_DEFINITION_PREFIX = "DS:element=element[1]:GAUGE:";
 const std::string RRA_DEFINITION_PREFIX = "RRA:LAST:0.99999:1:";
 
-constexpr char FETCH_ERROR_FORMAT[] =
-    "[%lu][%s] %s: error [%s],Time window start time = [%lld], end time = [%lld], file path = [%s]";
-
 // A time that no file reaches, 35,000 years from the epoch. Far beyond it, and for a span that ends
 // before it starts, the RRD library computes the size of its buffer modulo 2^64 and may write
 // outside it; up to here the sizes fit, whatever the number of data sources.
@@ -97,9 +94,8 @@ using Information = std::unique_ptr<rrd_info_t, decltype(&rrd_info_free)>;
 Information ReadInformation(const char* operation, const std::string& path) {
   Information information(rrd_info_r(path.c_str()), rrd_info_free);
   if (information == nullptr) {
-    NVX_LOG(KoraLogLevel::Error,
-            "[%lu][%s] %s: Failed to read information from[%s]. rrd error :[%s]", operation,
-            path.c_str(), rrd_get_error());
+    NVX_ERROR_IN(operation, "Failed to read information from[%s]. rrd error :[%s]", path.c_str(),
+                 rrd_get_error());
     rrd_clear_error();
   }
   return information;
@@ -107,15 +103,23 @@ Information ReadInformation(const char* operation, const std::string& path) {
 
 void LogCreateError(const char* operation, const std::string& path,
                     const Definitions& definitions) {
-  NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: error [%s], file path [%s], arguments [%s %s]",
-          operation, rrd_get_error(), path.c_str(), definitions.dataSource.c_str(),
-          definitions.archive.c_str());
+  NVX_ERROR_IN(operation, "error [%s], file path [%s], arguments [%s %s]", rrd_get_error(),
+               path.c_str(), definitions.dataSource.c_str(), definitions.archive.c_str());
 }
 
 void LogCreateSuccess(const char* operation, const std::string& path,
                       const Definitions& definitions) {
-  NVX_LOG(KoraLogLevel::Information, "[%lu][%s] %s: Create rrd file [%s] with arguments [%s %s]",
-          operation, path.c_str(), definitions.dataSource.c_str(), definitions.archive.c_str());
+  NVX_INFO_IN(operation, "Create rrd file [%s] with arguments [%s %s]", path.c_str(),
+              definitions.dataSource.c_str(), definitions.archive.c_str());
+}
+
+// `reason` is the RRD library's own when it is null.
+void LogFetchError(const char* reason, std::time_t start, std::time_t end,
+                   const std::string& path) {
+  NVX_ERROR_IN("Fetch",
+               "error [%s],Time window start time = [%lld], end time = [%lld], file path = [%s]",
+               reason == nullptr ? rrd_get_error() : reason, static_cast<long long>(start),
+               static_cast<long long>(end), path.c_str());
 }
 
 std::string MakeSampleText(long long time, double value) {
@@ -138,14 +142,12 @@ StatusCode RrdClient::GetFirstTimestamp(const std::string& path, int rraIndex,
   }
   timestamp = rrd_first_r(path.c_str(), rraIndex);
   if (timestamp == -1) {
-    NVX_LOG(KoraLogLevel::Error,
-            "[%lu][%s] %s: Failed to get first timestamp from [%s]. rrd error :[%s]",
-            "GetFirstTimestamp", path.c_str(), rrd_get_error());
+    NVX_ERROR("Failed to get first timestamp from [%s]. rrd error :[%s]", path.c_str(),
+              rrd_get_error());
     rrd_clear_error();
     return StatusCode::Failure;
   }
-  NVX_LOG(KoraLogLevel::Information, "[%lu][%s] %s: First timestamp [%lld] for [%s]",
-          "GetFirstTimestamp", timestamp, path.c_str());
+  NVX_INFO("First timestamp [%lld] for [%s]", timestamp, path.c_str());
   return StatusCode::Success;
 }
 
@@ -156,9 +158,8 @@ StatusCode RrdClient::GetLastTimestamp(const std::string& path, long long& times
   }
   timestamp = rrd_last_r(path.c_str());
   if (timestamp == -1) {
-    NVX_LOG(KoraLogLevel::Error,
-            "[%lu][%s] %s: Failed to get last timestamp from [%s]. rrd error :[%s]",
-            "GetLastTimestamp", path.c_str(), rrd_get_error());
+    NVX_ERROR("Failed to get last timestamp from [%s]. rrd error :[%s]", path.c_str(),
+              rrd_get_error());
     rrd_clear_error();
     return StatusCode::Failure;
   }
@@ -180,8 +181,7 @@ StatusCode RrdClient::GetInterval(const std::string& path, unsigned long& interv
     entry = entry->next;
   }
   if (entry == nullptr) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to find keyword [%s] in [%s]", "GetInterval",
-            STEP_KEYWORD.c_str(), path.c_str());
+    NVX_ERROR("Failed to find keyword [%s] in [%s]", STEP_KEYWORD.c_str(), path.c_str());
     return StatusCode::Failure;
   }
   interval = entry->value.u_cnt;
@@ -193,11 +193,9 @@ StatusCode RrdClient::Fetch(const std::string& path, long long start, long long 
   // The RRD library answers with the rows after the first bound, so the row of `start` comes first.
   std::time_t s = SecondBefore(start);
   std::time_t e = SecondBefore(end);
-  NVX_LOG(KoraLogLevel::Trace, "[%lu][%s][trace] %s: user time window [%lld, %lld]", "Fetch",
-          static_cast<long long>(s), static_cast<long long>(e));
+  NVX_TRACE("user time window [%lld, %lld]", static_cast<long long>(s), static_cast<long long>(e));
   if (!IsSpanSafe(start, end)) {
-    NVX_LOG(KoraLogLevel::Error, FETCH_ERROR_FORMAT, "Fetch", "time window out of range",
-            static_cast<long long>(s), static_cast<long long>(e), path.c_str());
+    LogFetchError("time window out of range", s, e, path);
     return StatusCode::Failure;
   }
 
@@ -207,27 +205,25 @@ StatusCode RrdClient::Fetch(const std::string& path, long long start, long long 
   rrd_value_t* data = nullptr;
   if (rrd_fetch_r(path.c_str(), Rrd::LAST_KEYWORD.c_str(), &s, &e, &step, &dataSourceCount, &names,
                   &data) == -1) {
-    NVX_LOG(KoraLogLevel::Error, FETCH_ERROR_FORMAT, "Fetch", rrd_get_error(),
-            static_cast<long long>(s), static_cast<long long>(e), path.c_str());
+    LogFetchError(nullptr, s, e, path);
     rrd_clear_error();
     return StatusCode::Failure;
   }
   const NameList nameList(names, dataSourceCount);
   std::unique_ptr<double, decltype(&std::free)> samples(data, std::free);
   if (data == nullptr) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: error pointer is null", "Fetch");
+    NVX_ERROR("error pointer is null");
     return StatusCode::NullPointer;
   }
-  NVX_LOG(KoraLogLevel::Trace, "[%lu][%s][trace] %s: rrd time window [%lld, %lld]", "Fetch",
-          static_cast<long long>(s), static_cast<long long>(e));
+  NVX_TRACE("rrd time window [%lld, %lld]", static_cast<long long>(s), static_cast<long long>(e));
   if (step == 0) {
     samples.reset();
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: error step = 0", "Fetch");
+    NVX_ERROR("error step = 0");
     return StatusCode::Failure;
   }
   const auto signedStep = static_cast<long long>(step);
   if (signedStep < 0 || signedStep > FARTHEST_TIME) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: step out of range [%lu]", "Fetch", step);
+    NVX_ERROR("step out of range [%lu]", step);
     return StatusCode::Failure;
   }
 
@@ -264,14 +260,13 @@ StatusCode RrdClient::Update(const std::string& path,
 
   if (rrd_update_r(path.c_str(), nullptr, static_cast<int>(arguments.size()), arguments.data()) ==
       -1) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: error [%s], file path [%s], arguments [%s %s]",
-            "Update", rrd_get_error(), path.c_str(), arguments.empty() ? "" : arguments[0],
-            arguments.size() < 2 ? "" : arguments[1]);
+    NVX_ERROR("error [%s], file path [%s], arguments [%s %s]", rrd_get_error(), path.c_str(),
+              arguments.empty() ? "" : arguments[0], arguments.size() < 2 ? "" : arguments[1]);
     rrd_clear_error();
     return StatusCode::Failure;
   }
-  NVX_LOG(KoraLogLevel::Information, "[%lu][%s] %s: Update rrd file [%s] with %u samples", "Update",
-          path.c_str(), static_cast<unsigned int>(arguments.size()));
+  NVX_INFO("Update rrd file [%s] with %u samples", path.c_str(),
+           static_cast<unsigned int>(arguments.size()));
   return StatusCode::Success;
 }
 

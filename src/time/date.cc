@@ -11,8 +11,7 @@ const std::string COMPONENT_NAME = "TimeSeriesDatabase::Date::Date";
 bool LoadTimeZone(const char* operation, const std::string& name, cctz::time_zone& timeZone) {
   const bool isLoaded = cctz::load_time_zone(name, &timeZone);
   if (!isLoaded) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Unsupported time zone [%s]", operation,
-            name.c_str());
+    NVX_ERROR_IN(operation, "Unsupported time zone [%s]", name.c_str());
   }
   return isLoaded;
 }
@@ -43,8 +42,7 @@ StatusCode Date::Initialize(const std::string& text, const std::string& timeZone
   cctz::time_point<cctz::seconds> instant;
   cctz::detail::femtoseconds fraction;
   if (!cctz::detail::parse(UTC_FORMAT, text, cctz::utc_time_zone(), &instant, &fraction)) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Unable to parse date [%s]", "Initialize",
-            text.c_str());
+    NVX_ERROR("Unable to parse date [%s]", text.c_str());
     return StatusCode::InvalidArgument;
   }
   timestamp = instant.time_since_epoch().count();
@@ -78,7 +76,7 @@ void Date::AddMonths(unsigned int months) {
   const cctz::civil_month target = cctz::civil_month(local) + months;
   cctz::civil_day day = cctz::civil_day(target) + (local.day() - 1);
   if (cctz::civil_month(day) != target) {
-    NVX_LOG(KoraLogLevel::Information, "[%lu][%s] %s: Months overflow [%u]", "AddMonths", months);
+    NVX_INFO("Months overflow [%u]", months);
     day = cctz::civil_day(target + 1) - 1;
   }
   timestamp = ToTimestamp(cctz::civil_second(day), timeZone);

@@ -22,7 +22,7 @@ StatusCode ConvertSamplingRateToQueryInterval(unsigned long samplingRate, QueryI
       return StatusCode::Success;
     }
   }
-  NVX_LOG(KoraLogLevel::Error, "[%lu][%s] Invalid sampling rate [%lu]", samplingRate);
+  NVX_ERROR_WITHOUT_OPERATION("Invalid sampling rate [%lu]", samplingRate);
   return StatusCode::InvalidArgument;
 }
 
@@ -38,7 +38,7 @@ void ComputeNextDate(QueryInterval interval, const Date::Date& from, Date::Date&
     next = from;
     next.AddMonths(1);
   } else {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s", "QueryInterval not implemented");
+    NVX_ERROR_WITHOUT_OPERATION("%s", "QueryInterval not implemented");
   }
 }
 

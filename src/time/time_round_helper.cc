@@ -11,8 +11,7 @@ namespace {
 const std::string COMPONENT_NAME = "Date::TimeRoundHelper";
 
 void LogUnsupported(const char* operation, QueryInterval interval) {
-  NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Unsupported interval [%u]", operation,
-          static_cast<unsigned int>(interval));
+  NVX_ERROR_IN(operation, "Unsupported interval [%u]", static_cast<unsigned int>(interval));
 }
 
 // The minutes of an interval shorter than an hour; 0 for any other value.
@@ -66,7 +65,7 @@ void RoundBound(QueryInterval interval, RoundType type, Date& date) {
     case RoundType::Down:
       return RoundDownTime(interval, date);
   }
-  NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Round type does not exist", "RoundBound");
+  NVX_ERROR("Round type does not exist");
 }
 
 }  // namespace nvx::TimeSeriesDatabase::Date::TimeRoundHelper

@@ -38,10 +38,8 @@ StatusCode AdjustTimeWindow(QueryInterval interval, const RoundingStrategy& stra
   Date::TimeRoundHelper::RoundBound(interval, strategy.endRoundType, rounded.end);
   rc = rounded.IsValid();
   if (rc != StatusCode::Success) {
-    NVX_LOG(KoraLogLevel::Information,
-            "[%lu][%s] %s: There is no complete intervals in the time window [%s], interval = [%s]",
-            "AdjustTimeWindow", TimeWindowToString(window).c_str(),
-            QueryIntervalToString(interval));
+    NVX_INFO("There is no complete intervals in the time window [%s], interval = [%s]",
+             TimeWindowToString(window).c_str(), QueryIntervalToString(interval));
     return rc;
   }
   window = rounded;
@@ -52,8 +50,7 @@ StatusCode CalculateDataPointsCapacity(const TimeWindow& window, QueryInterval i
                                        unsigned int& capacity) {
   const StatusCode rc = window.IsValid();
   if (rc != StatusCode::Success) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Time window is invalid",
-            "CalculateDataPointsCapacity");
+    NVX_ERROR("Time window is invalid");
     return rc;
   }
   const long long fixedSeconds = FixedSeconds(interval);
@@ -67,8 +64,7 @@ StatusCode CalculateDataPointsCapacity(const TimeWindow& window, QueryInterval i
   } else if (interval == QueryInterval::FullPeriod) {
     capacity = 1;
   } else {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Query interval is not handled",
-            "CalculateDataPointsCapacity");
+    NVX_ERROR("Query interval is not handled");
     return StatusCode::InvalidArgument;
   }
   return StatusCode::Success;

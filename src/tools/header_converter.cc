@@ -72,8 +72,7 @@ HeaderConverter::~HeaderConverter() {
 }
 
 StatusCode HeaderConverter::Convert() {
-  NVX_LOG(KoraLogLevel::Trace, "[%lu][%s][trace] %s: Converting RRD file '%s' to '%s'", "Convert",
-          sourcePath.c_str(), destinationPath.c_str());
+  NVX_TRACE("Converting RRD file '%s' to '%s'", sourcePath.c_str(), destinationPath.c_str());
   StatusCode rc = Check();
   if (rc == StatusCode::Success) {
     rc = BuildNewHeader();
@@ -88,8 +87,7 @@ StatusCode HeaderConverter::Convert() {
     rc = CopyData();
   }
   if (rc == StatusCode::Success) {
-    NVX_LOG(KoraLogLevel::Trace, "[%lu][%s][trace] %s: '%s' successfully converted to '%s'",
-            "Convert", sourcePath.c_str(), destinationPath.c_str());
+    NVX_TRACE("'%s' successfully converted to '%s'", sourcePath.c_str(), destinationPath.c_str());
   }
   return rc;
 }
@@ -111,19 +109,16 @@ StatusCode HeaderConverter::Check() {
 StatusCode HeaderConverter::OpenFile() {
   sourceFd = open64(sourcePath.c_str(), O_RDONLY);
   if (sourceFd < 0) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Cannot open '%s': %s", "OpenFile",
-            sourcePath.c_str(), ErrorText());
+    NVX_ERROR("Cannot open '%s': %s", sourcePath.c_str(), ErrorText());
     return StatusCode::CannotOpen;
   }
   const off64_t end = lseek64(sourceFd, 0, SEEK_END);
   if (end < 0) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Cannot seek to end of '%s': %s", "OpenFile",
-            sourcePath.c_str(), ErrorText());
+    NVX_ERROR("Cannot seek to end of '%s': %s", sourcePath.c_str(), ErrorText());
     return StatusCode::InvalidArgument;
   }
   fileSize = static_cast<std::uint32_t>(end);
-  NVX_LOG(KoraLogLevel::Trace, "[%lu][%s][trace] %s: File size of '%s' is %zu bytes", "OpenFile",
-          sourcePath.c_str(), std::size_t{fileSize});
+  NVX_TRACE("File size of '%s' is %zu bytes", sourcePath.c_str(), std::size_t{fileSize});
   lseek64(sourceFd, 0, SEEK_SET);
   return StatusCode::Success;
 }
@@ -131,17 +126,15 @@ StatusCode HeaderConverter::OpenFile() {
 StatusCode HeaderConverter::GetRrdFileLayout() {
   stat_head_t head;
   if (!ReadAt(sourceFd, &head, sizeof head, 0)) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to read stat_head: %s", "GetRrdFileLayout",
-            ErrorText());
+    NVX_ERROR("Failed to read stat_head: %s", ErrorText());
     return StatusCode::InvalidArgument;
   }
   if (std::memcmp(head.cookie, "RRD", 3) != 0) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Not an RRD file (bad cookie)", "GetRrdFileLayout");
+    NVX_ERROR("Not an RRD file (bad cookie)");
     return StatusCode::InvalidArgument;
   }
   if (std::memcmp(head.version, "0003", 4) != 0) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Unsupported RRD version: %.5s", "GetRrdFileLayout",
-            head.version);
+    NVX_ERROR("Unsupported RRD version: %.5s", head.version);
     return StatusCode::InvalidArgument;
   }
   dsCount = head.ds_cnt.Get();
@@ -154,14 +147,11 @@ StatusCode HeaderConverter::GetRrdFileLayout() {
 StatusCode HeaderConverter::CheckLimits() const {
   const off64_t end = lseek64(sourceFd, 0, SEEK_END);
   if (end > static_cast<off64_t>(MAX_SIZE)) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: RRD file of %lld bytes is too large to convert",
-            "CheckLimits", static_cast<long long>(end));
+    NVX_ERROR("RRD file of %lld bytes is too large to convert", static_cast<long long>(end));
     return StatusCode::InvalidArgument;
   }
   if (!IsHeaderSizeIn32Bits(dsCount, rraCount)) {
-    NVX_LOG(KoraLogLevel::Error,
-            "[%lu][%s] %s: Header size of %u data sources and %u archives exceeds 32 bits",
-            "CheckLimits", dsCount, rraCount);
+    NVX_ERROR("Header size of %u data sources and %u archives exceeds 32 bits", dsCount, rraCount);
     return StatusCode::InvalidArgument;
   }
   return StatusCode::Success;
@@ -173,8 +163,7 @@ StatusCode HeaderConverter::ComputeDataSize() {
   const std::uint32_t justifiedSize = std::min(size, fileSize);
   const Buffer<rra_def_t> buffer(static_cast<rra_def_t*>(std::malloc(justifiedSize)));
   if (buffer == nullptr && justifiedSize != 0) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Out of memory for rraDef: %s", "ComputeDataSize",
-            ErrorText());
+    NVX_ERROR("Out of memory for rraDef: %s", ErrorText());
     return StatusCode::OutOfMemory;
   }
   return ReadRraDefAndComputeDataSize(buffer.get(), static_cast<int>(size),
@@ -187,8 +176,7 @@ StatusCode HeaderConverter::ReadRraDefAndComputeDataSize(rra_def_t* buffer, int 
   errno = 0;
   const bool isInFile = byteCount == 0 || std::uint64_t{start} + byteCount <= fileSize;
   if (!isInFile || !ReadAt(sourceFd, buffer, byteCount, start)) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to read rraDef: %s",
-            "ReadRraDefAndComputeDataSize", ErrorText());
+    NVX_ERROR("Failed to read rraDef: %s", ErrorText());
     return StatusCode::InvalidArgument;
   }
   std::uint64_t rowCount = 0;
@@ -196,9 +184,8 @@ StatusCode HeaderConverter::ReadRraDefAndComputeDataSize(rra_def_t* buffer, int 
     rowCount += buffer[rra].row_cnt.Get();
   }
   if (!IsDataSizeIn32Bits(dsCount, rowCount)) {
-    NVX_LOG(KoraLogLevel::Error,
-            "[%lu][%s] %s: Data size of %u data sources and %llu rows exceeds 32 bits",
-            "ReadRraDefAndComputeDataSize", dsCount, static_cast<unsigned long long>(rowCount));
+    NVX_ERROR("Data size of %u data sources and %llu rows exceeds 32 bits", dsCount,
+              static_cast<unsigned long long>(rowCount));
     return StatusCode::InvalidArgument;
   }
   dataSize = static_cast<std::uint32_t>(dsCount * rowCount * VALUE_SIZE);
@@ -208,19 +195,15 @@ StatusCode HeaderConverter::ReadRraDefAndComputeDataSize(rra_def_t* buffer, int 
 StatusCode HeaderConverter::ComputeAndCheckHeaderSize() {
   newHeaderSize = static_cast<std::uint32_t>(HeaderSize<live_head_t>(dsCount, rraCount));
   if (fileSize == std::uint64_t{newHeaderSize} + dataSize) {
-    NVX_LOG(KoraLogLevel::Error,
-            "[%lu][%s] %s: RRD file is already in 64-bit time_t format, no conversion needed.",
-            "ComputeAndCheckHeaderSize");
+    NVX_ERROR("RRD file is already in 64-bit time_t format, no conversion needed.");
     return StatusCode::NothingToDo;
   }
   legacyHeaderSize = static_cast<std::uint32_t>(HeaderSize<legacy_live_head_t>(dsCount, rraCount));
   const std::uint64_t legacySize = std::uint64_t{legacyHeaderSize} + dataSize;
   if (fileSize != legacySize) {
-    NVX_LOG(KoraLogLevel::Error,
-            "[%lu][%s] %s: Failed to read RRD file: expected %zu but got %zu bytes (%zu + %zu)",
-            "ComputeAndCheckHeaderSize", std::size_t{fileSize},
-            static_cast<std::size_t>(legacySize), std::size_t{legacyHeaderSize},
-            std::size_t{dataSize});
+    NVX_ERROR("Failed to read RRD file: expected %zu but got %zu bytes (%zu + %zu)",
+              std::size_t{fileSize}, static_cast<std::size_t>(legacySize),
+              std::size_t{legacyHeaderSize}, std::size_t{dataSize});
     return StatusCode::InvalidArgument;
   }
   return StatusCode::Success;
@@ -228,15 +211,13 @@ StatusCode HeaderConverter::ComputeAndCheckHeaderSize() {
 
 StatusCode HeaderConverter::BuildNewHeader() {
   if (newHeaderSize < legacyHeaderSize) {
-    NVX_LOG(KoraLogLevel::Error,
-            "[%lu][%s] %s: Header size mismatch: 64-bit header (%zu) < 32-bit header (%zu)",
-            "BuildNewHeader", std::size_t{newHeaderSize}, std::size_t{legacyHeaderSize});
+    NVX_ERROR("Header size mismatch: 64-bit header (%zu) < 32-bit header (%zu)",
+              std::size_t{newHeaderSize}, std::size_t{legacyHeaderSize});
     return StatusCode::InvalidArgument;
   }
   newHeader = static_cast<unsigned char*>(std::calloc(1, newHeaderSize));
   if (newHeader == nullptr) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Out of memory for header: %s", "BuildNewHeader",
-            ErrorText());
+    NVX_ERROR("Out of memory for header: %s", ErrorText());
     return StatusCode::OutOfMemory;
   }
   return ConvertHeader32();
@@ -245,13 +226,11 @@ StatusCode HeaderConverter::BuildNewHeader() {
 StatusCode HeaderConverter::ConvertHeader32() {
   const Buffer<unsigned char> legacy(static_cast<unsigned char*>(std::calloc(1, legacyHeaderSize)));
   if (legacy == nullptr) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Out of memory for header 32bits: %s",
-            "ConvertHeader32", ErrorText());
+    NVX_ERROR("Out of memory for header 32bits: %s", ErrorText());
     return StatusCode::OutOfMemory;
   }
   if (!ReadAt(sourceFd, legacy.get(), legacyHeaderSize, 0)) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to read legacy header: %s",
-            "ConvertHeader32", ErrorText());
+    NVX_ERROR("Failed to read legacy header: %s", ErrorText());
     return StatusCode::InvalidArgument;
   }
 
@@ -273,14 +252,12 @@ StatusCode HeaderConverter::ConvertHeader32() {
 
 StatusCode HeaderConverter::CreateNewRrdFile() {
   if (IsFile(sourceFd, destinationPath)) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: '%s' and '%s' are the same file",
-            "CreateNewRrdFile", sourcePath.c_str(), destinationPath.c_str());
+    NVX_ERROR("'%s' and '%s' are the same file", sourcePath.c_str(), destinationPath.c_str());
     return StatusCode::InvalidArgument;
   }
   destinationFd = open64(destinationPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
   if (destinationFd < 0) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Cannot open %s: %s", "CreateNewRrdFile",
-            destinationPath.c_str(), ErrorText());
+    NVX_ERROR("Cannot open %s: %s", destinationPath.c_str(), ErrorText());
     return StatusCode::IoError;
   }
   return StatusCode::Success;
@@ -291,7 +268,7 @@ StatusCode HeaderConverter::WriteNewHeader() const { return Write(newHeader, new
 StatusCode HeaderConverter::CopyData() const {
   const Buffer<void> buffer(std::malloc(CHUNK_SIZE));
   if (buffer == nullptr) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Out of memory", "CopyData");
+    NVX_ERROR("Out of memory");
     return StatusCode::OutOfMemory;
   }
   lseek64(sourceFd, legacyHeaderSize, SEEK_SET);
@@ -299,7 +276,7 @@ StatusCode HeaderConverter::CopyData() const {
   while (remaining != 0) {
     const std::uint32_t chunk = std::min(remaining, CHUNK_SIZE);
     if (read(sourceFd, buffer.get(), chunk) != static_cast<ssize_t>(chunk)) {
-      NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to read data block", "CopyData");
+      NVX_ERROR("Failed to read data block");
       return StatusCode::InvalidArgument;
     }
     remaining -= chunk;
@@ -309,8 +286,7 @@ StatusCode HeaderConverter::CopyData() const {
     }
   }
   if (fsync(destinationFd) < 0) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Failed to sync output file %s: %s", "CopyData",
-            destinationPath.c_str(), ErrorText());
+    NVX_ERROR("Failed to sync output file %s: %s", destinationPath.c_str(), ErrorText());
     return StatusCode::IoError;
   }
   return StatusCode::Success;
@@ -319,8 +295,7 @@ StatusCode HeaderConverter::CopyData() const {
 StatusCode HeaderConverter::Write(const void* data, unsigned int size) const {
   errno = 0;
   if (write(destinationFd, data, size) != static_cast<ssize_t>(size)) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: Cannot write in %s: %s", "Write",
-            destinationPath.c_str(), ErrorText());
+    NVX_ERROR("Cannot write in %s: %s", destinationPath.c_str(), ErrorText());
     return StatusCode::IoError;
   }
   return StatusCode::Success;
