@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "command/commands.h"
+#include "output/message.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {

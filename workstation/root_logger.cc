@@ -41,9 +41,12 @@ RootLogger::RootLogger() : level(KoraLogLevel::Error), destination(WriteToStanda
 
 RootLogger::~RootLogger() = default;
 
-void RootLogger::SetDestination(Destination newDestination) {
+RootLogger::Destination RootLogger::SetDestination(Destination newDestination) {
+  if (!newDestination) {
+    newDestination = WriteToStandardError;
+  }
   const std::lock_guard<std::mutex> lock(mutex);
-  destination = newDestination ? std::move(newDestination) : Destination(WriteToStandardError);
+  return std::exchange(destination, std::move(newDestination));
 }
 
 void RootLogger::Print(KoraLogLevel lineLevel, const char* format, ...) const {

@@ -2,13 +2,12 @@
 
 #include <nvx/workstation/in_memory_redis_client.h>
 
-#include <memory>
 #include <string>
 
 #include "error/command_error.h"
 #include "timeseries/host.h"
-#include "timeseries/numerical_data_source_interface.h"
 #include "timeseries/rrd/database.h"
+#include "timeseries/rrd/numerical_data_source.h"
 #include "timeseries/rrd_client.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -30,7 +29,10 @@ struct Context {
   // The path of an id's file, which exists.
   std::string GetPathOfExisting(const std::string& zeltId);
 
-  std::unique_ptr<NumericalDataSourceInterface> Open(const std::string& zeltId);
+  // The data source of a file, which is not opened yet.
+  Rrd::NumericalDataSource MakeDataSource(const std::string& path) {
+    return {path, store, rrdClient};
+  }
 };
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -5,22 +5,25 @@
 #include <memory>
 
 #include "command/commands.h"
-#include "files/conversion/conversion_error.h"
 #include "files/conversion/conversion_plan.h"
 #include "files/conversion/in_place_conversion.h"
 #include "files/conversion/logged_sanitizer.h"
+#include "files/file_error.h"
 #include "files/file_replacement.h"
+#include "input/choice.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 namespace fs = std::filesystem;
 
+enum class SummaryFormat { Text, Json };
+
 struct ConvertOptions {
   std::vector<std::string> paths;
   bool isInPlace = false;
   InPlaceOptions inPlace;
-  std::string format = "text";
+  SummaryFormat format = SummaryFormat::Text;
 };
 
 // The path that a new file at `destination` has: through symbolic links, and with a directory.
@@ -31,11 +34,11 @@ std::string Resolve(const std::string& destination) {
     return path;
   }
   if (fs::is_symlink(destination, error)) {
-    throw ConversionError("it is a symbolic link to nothing", StatusCode::InvalidArgument);
+    throw FileError("it is a symbolic link to nothing", StatusCode::InvalidArgument);
   }
   const fs::path absolute = fs::absolute(destination, error);
   if (error) {
-    throw ConversionError("it is no path", StatusCode::InvalidArgument);
+    throw FileError("it is no path", StatusCode::InvalidArgument);
   }
   return absolute;
 }
@@ -53,7 +56,7 @@ void ConvertTo(const std::string& destination, const std::string& source,
   struct stat old {};
   const bool exists = stat(target.c_str(), &old) == 0;
   if (exists && !S_ISREG(old.st_mode)) {
-    throw ConversionError("it is no regular file", StatusCode::InvalidArgument);
+    throw FileError("it is no regular file", StatusCode::InvalidArgument);
   }
   LockedDirectory lock(fs::path(target).parent_path());
   FileReplacement replacement(target);
@@ -74,7 +77,7 @@ void CheckSource(const std::string& source, LoggedSanitizer& sanitizer) {
   }
   try {
     sanitizer.Check(source);
-  } catch (const ConversionError& error) {
+  } catch (const FileError& error) {
     const bool isNew = error.GetStatus() == StatusCode::NothingToDo;
     throw CommandError(source,
                        isNew ? "is in the new layout already, nothing written" : error.what(),
@@ -92,14 +95,14 @@ void ConvertFile(const std::string& source, const std::string& destination) {
   }
   try {
     ConvertTo(destination, source, sanitizer);
-  } catch (const ConversionError& conversionError) {
-    throw CommandError(destination, conversionError.what(), conversionError.GetStatus());
+  } catch (const FileError& fileError) {
+    throw CommandError(destination, fileError.what(), fileError.GetStatus());
   }
 }
 
 void ConvertFiles(const ConvertOptions& options, Context& context) {
   const ConversionSummary summary = ConvertInPlace(options.paths, options.inPlace);
-  options.format == "json" ? summary.PrintJson() : summary.PrintText();
+  options.format == SummaryFormat::Json ? summary.PrintJson() : summary.PrintText();
   if (!summary.AreAllConverted()) {
     context.exitStatus = EXIT_FAILED;
   }
@@ -146,9 +149,10 @@ void AddConvertCommand(CLI::App& app, Context& context) {
       ->needs(inPlace);
   command->add_flag("--dry-run", options->inPlace.isDryRun, "Only tell what would be done")
       ->needs(inPlace);
-  command->add_option("--format", options->format, "Summary as text (default) or json")
+  AddChoice(*command, "--format", options->format,
+            {{"text", SummaryFormat::Text}, {"json", SummaryFormat::Json}},
+            "Summary as text (default) or json")
       ->type_name("FORMAT")
-      ->check(CLI::IsMember({"text", "json"}))
       ->needs(inPlace);
   command->footer(
       "With --in-place the exit status is 0 when every file is in the new layout afterwards.");

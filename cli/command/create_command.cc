@@ -4,6 +4,7 @@
 
 #include "command/commands.h"
 #include "input/file_definition.h"
+#include "output/message.h"
 #include "timeseries/rrd/file_helper.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {

@@ -3,15 +3,18 @@
 #include <nlohmann/json.hpp>
 
 #include "command/commands.h"
+#include "input/choice.h"
 #include "input/interval_text.h"
 #include "input/time_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
+enum class InfoFormat { Text, Json };
+
 struct InfoOptions {
   std::string zeltId;
-  std::string format = "text";
+  InfoFormat format = InfoFormat::Text;
 };
 
 struct Information {
@@ -23,13 +26,13 @@ struct Information {
 };
 
 Information Collect(const std::string& zeltId, Context& context) {
-  const auto dataSource = context.Open(zeltId);
   Information information;
-  information.path = context.GetPath(zeltId);
-  Require(dataSource->GetInterval(information.step), zeltId, "its step cannot be read");
-  Require(dataSource->GetFirstTimestamp(information.first), zeltId,
+  information.path = context.GetPathOfExisting(zeltId);
+  const Rrd::NumericalDataSource dataSource = context.MakeDataSource(information.path);
+  Require(dataSource.GetInterval(information.step), zeltId, "its step cannot be read");
+  Require(dataSource.GetFirstTimestamp(information.first), zeltId,
           "its first timestamp cannot be read");
-  Require(dataSource->GetLastTimestamp(information.last), zeltId,
+  Require(dataSource.GetLastTimestamp(information.last), zeltId,
           "its last timestamp cannot be read");
   information.interval = FindIntervalOfLength(information.step);
   return information;
@@ -70,12 +73,13 @@ void AddInfoCommand(CLI::App& app, Context& context) {
       app.add_subcommand("info", "Print path, step and times of a data source");
   const auto options = std::make_shared<InfoOptions>();
   command->add_option("ID", options->zeltId, "Data source")->required()->type_name("");
-  command->add_option("--format", options->format, "Form of the output (default: text)")
-      ->type_name("FORMAT")
-      ->check(CLI::IsMember({"text", "json"}));
+  AddChoice(*command, "--format", options->format,
+            {{"text", InfoFormat::Text}, {"json", InfoFormat::Json}},
+            "Form of the output (default: text)")
+      ->type_name("FORMAT");
   command->callback([options, &context] {
     const Information information = Collect(options->zeltId, context);
-    options->format == "json" ? PrintJson(information) : PrintText(information);
+    options->format == InfoFormat::Json ? PrintJson(information) : PrintText(information);
   });
 }
 

@@ -2,9 +2,11 @@
 #include <memory>
 
 #include "command/commands.h"
+#include "input/choice.h"
 #include "input/interval_text.h"
 #include "input/maximum_count.h"
 #include "input/time_text.h"
+#include "output/message.h"
 #include "output/point_format.h"
 #include "output/terminal.h"
 #include "timeseries/time_helper.h"
@@ -14,46 +16,48 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
+enum class PointFormat { Table, Csv, Json };
+enum class PointFunction { Average, Delta };
+
 struct QueryOptions {
   std::string zeltId;
   std::string interval;
   std::optional<std::string> from;
   std::optional<std::string> to;
   std::string zoneName = "UTC";
-  std::string function = "average";
-  std::string format = "table";
+  PointFunction function = PointFunction::Average;
+  PointFormat format = PointFormat::Table;
   bool isUnadjusted = false;
 };
 
 struct Query {
   std::string zeltId;
-  std::unique_ptr<NumericalDataSourceInterface> dataSource;
-  QueryInterval interval = QueryInterval::FullPeriod;
+  Rrd::NumericalDataSource dataSource;
+  QueryInterval interval;
   TimeWindow window;
 };
 
 long long GetFirst(const Query& query) {
   long long first = 0;
-  Require(query.dataSource->GetFirstTimestamp(first), query.zeltId,
+  Require(query.dataSource.GetFirstTimestamp(first), query.zeltId,
           "its first timestamp cannot be read");
   return first;
 }
 
 long long GetLast(const Query& query) {
   long long last = 0;
-  Require(query.dataSource->GetLastTimestamp(last), query.zeltId,
+  Require(query.dataSource.GetLastTimestamp(last), query.zeltId,
           "its last timestamp cannot be read");
   return last;
 }
 
 Query MakeQuery(const QueryOptions& options, Context& context) {
-  Query query;
-  query.zeltId = options.zeltId;
-  query.interval = ReadInterval(options.interval);
+  const QueryInterval interval = ReadInterval(options.interval);
   const cctz::time_zone zone = LoadZone(options.zoneName);
+  const std::string path = context.GetPathOfExisting(options.zeltId);
+  Query query{options.zeltId, context.MakeDataSource(path), interval, {}};
   query.window.start.timeZone = zone;
   query.window.end.timeZone = zone;
-  query.dataSource = context.Open(options.zeltId);
   query.window.start.timestamp = options.from ? ReadTime(*options.from, zone) : GetFirst(query);
   query.window.end.timestamp = options.to ? ReadTime(*options.to, zone) : GetLast(query);
   if (query.window.start.timestamp >= query.window.end.timestamp) {
@@ -74,7 +78,7 @@ void AdjustWindow(Query& query) {
 // A window may have as many samples as the file, or MAXIMUM_COUNT.
 void RequireBoundedMemory(const Query& query) {
   unsigned long step = 0;
-  Require(query.dataSource->GetInterval(step), query.zeltId, "its step cannot be read");
+  Require(query.dataSource.GetInterval(step), query.zeltId, "its step cannot be read");
   const auto signedStep = static_cast<long long>(step);
   if (signedStep <= 0) {
     throw CommandError(query.zeltId, "its step is not positive", StatusCode::Failure);
@@ -99,13 +103,14 @@ void RequireBoundedMemory(const Query& query) {
   }
 }
 
-void Print(const std::vector<NumericalDataPoint>& points, const std::string& format) {
-  if (format == "csv") {
-    PrintCsv(points, std::cout);
-  } else if (format == "json") {
-    PrintJson(points, std::cout);
-  } else {
-    PrintTable(points, GetTerminalColumns(), std::cout);
+void Print(const std::vector<NumericalDataPoint>& points, PointFormat format) {
+  switch (format) {
+    case PointFormat::Table:
+      return PrintTable(points, GetTerminalColumns(), std::cout);
+    case PointFormat::Csv:
+      return PrintCsv(points, std::cout);
+    case PointFormat::Json:
+      return PrintJson(points, std::cout);
   }
 }
 
@@ -117,10 +122,10 @@ void Run(const QueryOptions& options, Context& context) {
   RequireBoundedMemory(query);
 
   std::vector<NumericalDataPoint> points;
-  const bool isAverage = options.function == "average";
+  const bool isAverage = options.function == PointFunction::Average;
   const StatusCode status =
-      isAverage ? query.dataSource->FetchAverage(query.window, query.interval, points)
-                : query.dataSource->FetchDelta(query.window, query.interval, points);
+      isAverage ? query.dataSource.FetchAverage(query.window, query.interval, points)
+                : query.dataSource.FetchDelta(query.window, query.interval, points);
   if (status == StatusCode::PartialData) {
     PrintMessage(CommandError(query.zeltId,
                               "no sample of the file starts the window, so no point is good",
@@ -157,14 +162,14 @@ void AddQueryCommand(CLI::App& app, Context& context) {
       ->add_option("--zone", options->zoneName,
                    "Time zone of TIME, of days and of months (default: UTC)")
       ->type_name("ZONE");
-  command
-      ->add_option("--function", options->function,
-                   "Default: average. A delta is what the value grew by; all is always one")
-      ->type_name("FUNCTION")
-      ->check(CLI::IsMember({"average", "delta"}));
-  command->add_option("--format", options->format, "Form of the output (default: table)")
-      ->type_name("FORMAT")
-      ->check(CLI::IsMember({"table", "csv", "json"}));
+  AddChoice(*command, "--function", options->function,
+            {{"average", PointFunction::Average}, {"delta", PointFunction::Delta}},
+            "Default: average. A delta is what the value grew by; all is always one")
+      ->type_name("FUNCTION");
+  AddChoice(*command, "--format", options->format,
+            {{"table", PointFormat::Table}, {"csv", PointFormat::Csv}, {"json", PointFormat::Json}},
+            "Form of the output (default: table)")
+      ->type_name("FORMAT");
   command->add_flag("--no-adjust", options->isUnadjusted,
                     "Take the window as it is, not only its complete intervals");
   command->footer(std::string(INTERVAL_HELP) + "\n" + TIME_HELP);

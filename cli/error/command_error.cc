@@ -1,8 +1,5 @@
 #include "error/command_error.h"
 
-#include <algorithm>
-#include <iostream>
-
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
@@ -36,10 +33,6 @@ const char* GetName(StatusCode status) {
   return "status";
 }
 
-bool IsControl(char character) {
-  return static_cast<unsigned char>(character) < ' ' || character == '\x7f';
-}
-
 }  // namespace
 
 CommandError::CommandError(const std::string& errorSubject, const std::string& errorProblem,
@@ -47,26 +40,14 @@ CommandError::CommandError(const std::string& errorSubject, const std::string& e
     : subject(errorSubject), problem(errorProblem), status(errorStatus) {}
 
 std::string CommandError::GetText() const {
-  return subject + ": " + problem + " (" + DescribeStatus(status) + ")";
+  const int code = static_cast<int>(status);
+  return subject + ": " + problem + " (" + GetName(status) + ", " + std::to_string(code) + ")";
 }
 
 void Require(StatusCode status, const std::string& subject, const std::string& problem) {
   if (status != StatusCode::Success) {
     throw CommandError(subject, problem, status);
   }
-}
-
-std::string WithoutControls(std::string text) {
-  std::replace_if(text.begin(), text.end(), IsControl, '?');
-  return text;
-}
-
-void PrintMessage(const std::string& text) {
-  std::cerr << "nvx-timeseries: " << WithoutControls(text) << '\n';
-}
-
-std::string DescribeStatus(StatusCode status) {
-  return std::string(GetName(status)) + ", " + std::to_string(static_cast<int>(status));
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -35,13 +35,4 @@ class CommandError {
 // Throws a CommandError unless the status is Success.
 void Require(StatusCode status, const std::string& subject, const std::string& problem);
 
-// The text with "?" for each control character, so that it stays one line.
-std::string WithoutControls(std::string text);
-
-// Writes "nvx-timeseries: TEXT" to standard error, as one line whatever the text holds.
-void PrintMessage(const std::string& text);
-
-// "PartialData, 79".
-std::string DescribeStatus(StatusCode status);
-
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -6,13 +6,14 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <string_view>
 #include <system_error>
 
-#include "error/command_error.h"
-#include "files/conversion/conversion_error.h"
+#include "files/file_error.h"
+#include "output/message.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {

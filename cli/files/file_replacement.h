@@ -8,7 +8,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 
 // The right to replace files in a directory, which one process has at a time; others wait. So a
 // temporary file that is found there is one of a process that was killed. Every operation throws
-// ConversionError.
+// FileError.
 class LockedDirectory {
  public:
   // Removes temporary files, unless the file system has no locks.
@@ -25,7 +25,7 @@ class LockedDirectory {
 };
 
 // Replaces a file, or makes it, in one instant: the new content grows in a temporary file beside
-// it. Its directory is locked meanwhile. Every operation throws ConversionError.
+// it. Its directory is locked meanwhile. Every operation throws FileError.
 class FileReplacement {
  public:
   // Makes the temporary file for `targetPath`, which is no symbolic link.

@@ -9,6 +9,18 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
+namespace {
+
+bool IsDigit(char character) { return '0' <= character && character <= '9'; }
+
+// Whether minutes or seconds of a time may stand behind its colon.
+bool MayEndTime(const std::string& text, std::size_t colon) {
+  return text.find('T') < colon && text.size() > colon + 2 && IsDigit(text[colon + 1]) &&
+         IsDigit(text[colon + 2]);
+}
+
+}  // namespace
+
 std::optional<double> ParseValue(const std::string& text) {
   if (text.empty()) {
     return std::numeric_limits<double>::quiet_NaN();
@@ -22,7 +34,7 @@ std::optional<double> ParseValue(const std::string& text) {
 
 std::pair<long long, double> ReadSample(const std::string& text, const cctz::time_zone& zone) {
   const std::size_t colon = text.rfind(':');
-  if (colon == std::string::npos || ParseTime(text, zone)) {
+  if (colon == std::string::npos || (MayEndTime(text, colon) && ParseTime(text, zone))) {
     throw CommandError(text, "not TIME:VALUE, with the seconds of the time where it is in doubt",
                        StatusCode::InvalidArgument);
   }

@@ -4,14 +4,15 @@
 #include <nlohmann/json.hpp>
 
 #include "error/command_error.h"
+#include "output/message.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-void ConversionSummary::AddNotConvertible(const std::string& path, const ConversionError& error) {
+void ConversionSummary::AddNotConvertible(const std::string& path, const FileError& error) {
   notConvertible.push_back({path, error.what(), error.GetStatus()});
 }
 
-void ConversionSummary::AddFailed(const std::string& path, const ConversionError& error) {
+void ConversionSummary::AddFailed(const std::string& path, const FileError& error) {
   failed.push_back({path, error.what(), error.GetStatus()});
 }
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "files/conversion/conversion_error.h"
+#include "files/file_error.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -15,8 +15,8 @@ class ConversionSummary {
 
   void AddConverted(const std::string& path) { converted.push_back(path); }
   void AddAlreadyConverted(const std::string& path) { alreadyConverted.push_back(path); }
-  void AddNotConvertible(const std::string& path, const ConversionError& error);
-  void AddFailed(const std::string& path, const ConversionError& error);
+  void AddNotConvertible(const std::string& path, const FileError& error);
+  void AddFailed(const std::string& path, const FileError& error);
 
   std::size_t CountConverted() const { return converted.size(); }
   bool AreAllConverted() const { return notConvertible.empty() && failed.empty(); }

@@ -7,13 +7,14 @@
 #include <algorithm>
 #include <exception>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <vector>
 
+#include "files/conversion/backup.h"
 #include "files/conversion/conversion_plan.h"
 #include "files/conversion/logged_sanitizer.h"
+#include "files/file_attributes.h"
+#include "files/file_error.h"
 #include "files/file_replacement.h"
 #include "output/progress_bar.h"
 
@@ -22,56 +23,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool IsSameFile(const struct stat& lhs, const struct stat& rhs) {
-  return lhs.st_dev == rhs.st_dev && lhs.st_ino == rhs.st_ino;
-}
-
-bool IsUnchanged(const struct stat& before, const struct stat& now) {
-  return IsSameFile(before, now) && before.st_size == now.st_size &&
-         before.st_mtim.tv_sec == now.st_mtim.tv_sec &&
-         before.st_mtim.tv_nsec == now.st_mtim.tv_nsec;
-}
-
-struct stat ReadAttributes(const std::string& path) {
-  struct stat status {};
-  RequireCall(lstat(path.c_str(), &status) == 0, "it cannot be examined");
-  return status;
-}
-
-void RequireArgument(bool isRight, const std::string& problem) {
-  if (!isRight) {
-    throw ConversionError(problem, StatusCode::InvalidArgument);
-  }
-}
-
-bool HaveSameContent(const std::string& lhsPath, const std::string& rhsPath) {
-  std::ifstream lhs(lhsPath, std::ios::binary);
-  std::ifstream rhs(rhsPath, std::ios::binary);
-  using Bytes = std::istreambuf_iterator<char>;
-  return lhs && rhs && std::equal(Bytes(lhs), Bytes(), Bytes(rhs), Bytes());
-}
-
-enum class Backup { None, Link, Copy };
-
-// The backup that a run left which was killed before it replaced the file.
-Backup FindBackup(const std::string& path, const std::string& backupPath,
-                  const struct stat& original) {
-  struct stat backup {};
-  if (lstat(backupPath.c_str(), &backup) != 0) {
-    RequireCall(errno == ENOENT, "its backup cannot be made");
-    return Backup::None;
-  }
-  if (IsSameFile(backup, original)) {
-    return Backup::Link;
-  }
-  RequireArgument(S_ISREG(backup.st_mode) && HaveSameContent(path, backupPath),
-                  "its backup " + backupPath + " exists");
-  return Backup::Copy;
-}
-
 bool IsOwnGroup(gid_t group) {
-  std::vector<gid_t> groups(static_cast<std::size_t>(std::max(getgroups(0, nullptr), 0)));
-  getgroups(static_cast<int>(groups.size()), groups.data());
+  const int count = std::max(getgroups(0, nullptr), 0);
+  std::vector<gid_t> groups(static_cast<std::size_t>(count));
+  groups.resize(static_cast<std::size_t>(std::clamp(getgroups(count, groups.data()), 0, count)));
   return group == getegid() || std::find(groups.begin(), groups.end(), group) != groups.end();
 }
 
@@ -86,31 +41,6 @@ void RequireReplaceable(const std::string& path, const struct stat& original, Ba
   const nlink_t nameCount = backup == Backup::Link ? 2 : 1;
   RequireArgument(original.st_nlink <= nameCount,
                   "it has another name (hard link), which would keep the old file");
-}
-
-void CopyToBackup(const std::string& path, const std::string& backupPath,
-                  const struct stat& original) {
-  FileReplacement backup(backupPath);
-  std::error_code error;
-  fs::copy_file(path, backup.GetTemporaryPath(), fs::copy_options::overwrite_existing, error);
-  if (error) {
-    throw ConversionError("its backup cannot be written: " + error.message(), StatusCode::IoError);
-  }
-  backup.SetOwnerAndMode(original);
-  backup.SetTimes(original);
-  backup.Sync();
-  backup.PutInPlace();
-}
-
-// The file keeps its path meanwhile. Some file systems have no hard links.
-void KeepBackup(const std::string& path, const std::string& backupPath,
-                const struct stat& original) {
-  if (link(path.c_str(), backupPath.c_str()) == 0) {
-    return;
-  }
-  RequireCall(errno == EPERM || errno == EOPNOTSUPP || errno == EMLINK,
-              "its backup cannot be made");
-  CopyToBackup(path, backupPath, original);
 }
 
 class InPlaceConversion {
@@ -139,7 +69,7 @@ class InPlaceConversion {
     std::optional<LockedDirectory> lock;
     try {
       lock.emplace(directory);
-    } catch (const ConversionError& error) {
+    } catch (const FileError& error) {
       for (const auto& [name, shownPath] : files) {
         summary.AddFailed(shownPath, error);
       }
@@ -154,7 +84,7 @@ class InPlaceConversion {
   void SyncDirectory(const LockedDirectory& lock, const PlannedFiles& files) {
     try {
       lock.Sync();
-    } catch (const ConversionError& error) {
+    } catch (const FileError& error) {
       summary.AddFailed(fs::path(files.begin()->second).parent_path(), error);
     }
   }
@@ -175,7 +105,7 @@ class InPlaceConversion {
         Replace(path, original);
         summary.AddConverted(shownPath);
       }
-    } catch (const ConversionError& error) {
+    } catch (const FileError& error) {
       summary.AddFailed(shownPath, error);
     } catch (const std::exception& exception) {
       summary.AddFailed(shownPath, {exception.what(), StatusCode::Failure});
@@ -186,7 +116,7 @@ class InPlaceConversion {
     try {
       sanitizer.Check(path);
       return true;
-    } catch (const ConversionError& error) {
+    } catch (const FileError& error) {
       if (error.GetStatus() == StatusCode::NothingToDo) {
         summary.AddAlreadyConverted(shownPath);
       } else if (error.GetStatus() == StatusCode::InvalidArgument) {
@@ -218,7 +148,7 @@ class InPlaceConversion {
       RequireArgument(IsUnchanged(original, ReadAttributes(path)),
                       "it changed while it was converted");
       replacement.PutInPlace();
-    } catch (const ConversionError&) {
+    } catch (const FileError&) {
       if (isBackupNew) {
         unlink(backupPath.c_str());
       }

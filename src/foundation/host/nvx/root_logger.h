@@ -31,8 +31,8 @@ class __attribute__((visibility("default"))) RootLogger {
   void SetLevel(nv::kora::KoraLogLevel newLevel) { level.store(newLevel); }
 
   // Sends lines to `newDestination`; an empty one restores standard error, where a line gets a time
-  // stamp and the name of its level.
-  void SetDestination(Destination newDestination);
+  // stamp and the name of its level. Returns the former destination, which is never empty.
+  Destination SetDestination(Destination newDestination);
 
   // Formats as printf does and writes the line, whatever the level in force.
   void Print(nv::kora::KoraLogLevel lineLevel, const char* format, ...) const

@@ -9,10 +9,10 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Why a file was not converted.
-class ConversionError : public std::runtime_error {
+// Why a file was not read, converted or replaced.
+class FileError : public std::runtime_error {
  public:
-  ConversionError(const std::string& reason, StatusCode errorStatus)
+  FileError(const std::string& reason, StatusCode errorStatus)
       : std::runtime_error(reason), status(errorStatus) {}
 
   StatusCode GetStatus() const { return status; }
@@ -25,7 +25,14 @@ class ConversionError : public std::runtime_error {
 inline void RequireCall(bool isDone, const std::string& problem) {
   if (!isDone) {
     const std::string reason = std::generic_category().message(errno);
-    throw ConversionError(problem + ": " + reason, StatusCode::IoError);
+    throw FileError(problem + ": " + reason, StatusCode::IoError);
+  }
+}
+
+// Throws InvalidArgument with `problem`.
+inline void RequireArgument(bool isRight, const std::string& problem) {
+  if (!isRight) {
+    throw FileError(problem, StatusCode::InvalidArgument);
   }
 }
 
