@@ -1,6 +1,7 @@
 #include "timeseries/data_functions.h"
 
 #include <cmath>
+#include <cstdlib>
 #include <sstream>
 
 #include "support/table.h"

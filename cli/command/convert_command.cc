@@ -1,15 +1,11 @@
-#include <sys/stat.h>
-
 #include <csignal>
 #include <filesystem>
 #include <memory>
 
 #include "command/commands.h"
 #include "files/conversion/conversion_plan.h"
+#include "files/conversion/conversion_to_file.h"
 #include "files/conversion/in_place_conversion.h"
-#include "files/conversion/logged_sanitizer.h"
-#include "files/file_error.h"
-#include "files/file_replacement.h"
 #include "input/choice.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -26,81 +22,7 @@ struct ConvertOptions {
   SummaryFormat format = SummaryFormat::Text;
 };
 
-// The path that a new file at `destination` has: through symbolic links, and with a directory.
-std::string Resolve(const std::string& destination) {
-  std::error_code error;
-  const fs::path path = fs::canonical(destination, error);
-  if (!error) {
-    return path;
-  }
-  if (fs::is_symlink(destination, error)) {
-    throw FileError("it is a symbolic link to nothing", StatusCode::InvalidArgument);
-  }
-  const fs::path absolute = fs::absolute(destination, error);
-  if (error) {
-    throw FileError("it is no path", StatusCode::InvalidArgument);
-  }
-  return absolute;
-}
-
-mode_t GetModeOfNewFiles() {
-  constexpr mode_t READ_WRITE = 0666;
-  const mode_t mask = umask(0);
-  umask(mask);
-  return READ_WRITE & ~mask;
-}
-
-void ConvertTo(const std::string& destination, const std::string& source,
-               LoggedSanitizer& sanitizer) {
-  const std::string target = Resolve(destination);
-  struct stat old {};
-  const bool exists = stat(target.c_str(), &old) == 0;
-  if (exists && !S_ISREG(old.st_mode)) {
-    throw FileError("it is no regular file", StatusCode::InvalidArgument);
-  }
-  LockedDirectory lock(fs::path(target).parent_path());
-  FileReplacement replacement(target);
-  sanitizer.Convert(source, replacement);
-  if (exists) {
-    replacement.SetOwnerAndMode(old);
-  } else {
-    replacement.SetMode(GetModeOfNewFiles());
-  }
-  replacement.PutInPlace();
-  lock.Sync();
-}
-
-void CheckSource(const std::string& source, LoggedSanitizer& sanitizer) {
-  struct stat status {};
-  if (stat(source.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-    throw CommandError(source, "is no regular file", StatusCode::InvalidArgument);
-  }
-  try {
-    sanitizer.Check(source);
-  } catch (const FileError& error) {
-    const bool isNew = error.GetStatus() == StatusCode::NothingToDo;
-    throw CommandError(source,
-                       isNew ? "is in the new layout already, nothing written" : error.what(),
-                       error.GetStatus());
-  }
-}
-
-void ConvertFile(const std::string& source, const std::string& destination) {
-  LoggedSanitizer sanitizer;
-  CheckSource(source, sanitizer);
-  std::error_code error;
-  if (fs::equivalent(source, destination, error)) {
-    throw CommandError(destination, "is the source itself; use --in-place",
-                       StatusCode::InvalidArgument);
-  }
-  try {
-    ConvertTo(destination, source, sanitizer);
-  } catch (const FileError& fileError) {
-    throw CommandError(destination, fileError.what(), fileError.GetStatus());
-  }
-}
-
-void ConvertFiles(const ConvertOptions& options, Context& context) {
+void ConvertFilesInPlace(const ConvertOptions& options, Context& context) {
   const ConversionSummary summary = ConvertInPlace(options.paths, options.inPlace);
   options.format == SummaryFormat::Json ? summary.PrintJson() : summary.PrintText();
   if (!summary.AreAllConverted()) {
@@ -111,9 +33,9 @@ void ConvertFiles(const ConvertOptions& options, Context& context) {
 void Convert(const ConvertOptions& options, Context& context) {
   std::signal(SIGXFSZ, SIG_IGN);  // a file too large is an error of its write like any other
   if (options.isInPlace) {
-    ConvertFiles(options, context);
+    ConvertFilesInPlace(options, context);
   } else if (options.paths.size() == 2) {
-    ConvertFile(options.paths.front(), options.paths.back());
+    ConvertToFile(options.paths.front(), options.paths.back());
   } else {
     throw CLI::ValidationError("convert", "takes SOURCE and DESTINATION, or --in-place and paths");
   }

@@ -2,6 +2,7 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <system_error>
 
 #include "command/commands.h"
 #include "files/sample_writer.h"
