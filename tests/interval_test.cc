@@ -15,6 +15,9 @@ namespace {
 const std::string ITERATOR = "[TimeSeriesDatabase::Rrd::IntervalIterator]";
 const std::string PROCESSOR = "[TimeSeriesDatabase::Rrd::IntervalProcessor]";
 
+static_assert(
+    !std::is_constructible_v<Rrd::IntervalProcessor, DataFunction, Rrd::IntervalIterator&>);
+
 // Walks to the end and writes the runs as positions in the buffer, "0-12 12-24".
 StatusCode Walk(Rrd::IntervalIterator iterator, const double* samples, std::string& positions) {
   StatusCode rc = iterator.Initialize();
@@ -33,7 +36,7 @@ StatusCode Walk(Rrd::IntervalIterator iterator, const double* samples, std::stri
 }
 
 TEST(IntervalIterator, CutsTheBufferAtTheBoundsOfTheIntervals) {
-  LogCapture log(2);
+  LogCapture log(3);
   for (const auto& row : ReadTable("interval_cuts.txt")) {
     std::istringstream bounds(row[0]);
     long long start = 0;
@@ -48,14 +51,17 @@ TEST(IntervalIterator, CutsTheBufferAtTheBoundsOfTheIntervals) {
                                samples.data(), positions);
     EXPECT_EQ(static_cast<int>(rc), std::stoi(row[5])) << row[0];
     EXPECT_EQ(positions, row.size() > 6 ? row[6] : "") << row[0];
+    const Lines lines = log.Take();
+    EXPECT_EQ(!lines.empty() && lines.back().find(ITERATOR) != std::string::npos,
+              rc == StatusCode::OutOfRange)
+        << row[0];
   }
 }
 
-// Processes hours of hourly samples.
+// Processes hours of hourly samples, as many as the window wants.
 StatusCode Process(const TimeWindow& window, const std::vector<double>& samples,
                    const DataFunction& function, std::vector<NumericalDataPoint>& points) {
-  Rrd::IntervalIterator iterator(window, samples.data(), 3600, QueryInterval::Hour,
-                                 static_cast<unsigned int>(samples.size()));
+  Rrd::IntervalIterator iterator(window, samples.data(), 3600, QueryInterval::Hour);
   return Rrd::IntervalProcessor(function, iterator).Process(points);
 }
 
@@ -120,7 +126,8 @@ TEST(IntervalProcessor, StopsAtTheFirstFailure) {
     EXPECT_EQ(points.size(), expected.points);
     EXPECT_EQ(log.Take(), expected.lines);
   }
-  EXPECT_THROW(Process(Window(0, 3600), {1, 2}, DataFunction(), points), std::bad_function_call);
+  EXPECT_THROW(static_cast<void>(Process(Window(0, 3600), {1, 2}, DataFunction(), points)),
+               std::bad_function_call);
 }
 
 }  // namespace

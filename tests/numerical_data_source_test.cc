@@ -227,16 +227,20 @@ TEST_F(Query, ThreadsWithObjectsOfTheirOwnDoNotMeet) {
       const RrdClient ownRrd;
       const std::string ownPath = directory.GetPath(std::to_string(number) + ".rrd");
       const double value = static_cast<double>(number) + 1;
-      ownRrd.Create(ownPath, 60, START - 60, NAN, NAN, 1000);
+      wrong[number] +=
+          ownRrd.Create(ownPath, 60, START - 60, NAN, NAN, 1000) == StatusCode::Success ? 0 : 1;
       for (int i = 0; i < 50; ++i) {
-        ownRrd.Update(ownPath, {{START + 60 * i, value * i}});
+        const StatusCode updated = ownRrd.Update(ownPath, {{START + 60 * i, value * i}});
         RrdClient client;
         Rrd::NumericalDataSource own(ownPath, redis, client);
         Rrd::NumericalDataSource missing(ownPath + "x", redis, client);
         std::vector<NumericalDataPoint> answer;
-        own.FetchDelta(Window(START, START + HOUR, "Europe/Paris"), QueryInterval::Hour, answer);
-        missing.FetchDelta(Window(START, START + HOUR), QueryInterval::Hour, answer);
-        const bool isRight = answer.size() == 1 && (i == 0 || answer[0].value == value * i);
+        const StatusCode fetched = own.FetchDelta(Window(START, START + HOUR, "Europe/Paris"),
+                                                  QueryInterval::Hour, answer);
+        const bool isRight = updated == StatusCode::Success && fetched == StatusCode::Success &&
+                             missing.FetchDelta(Window(START, START + HOUR), QueryInterval::Hour,
+                                                answer) == StatusCode::Failure &&
+                             answer.size() == 1 && (i == 0 || answer[0].value == value * i);
         wrong[number] += isRight ? 0 : 1;
       }
     });

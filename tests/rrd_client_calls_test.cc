@@ -227,10 +227,12 @@ TEST(RrdClientCalls, FetchCountsTheRowsAfterTheFirstBound) {
     long long start;
     unsigned int count;
   };
+  using Limits = std::numeric_limits<long long>;
   const Case cases[] = {
       {Fetching(540, 1200, 60, 12), 600, 11},
       {Fetching(0, 300, 100, 4), 100, 3},
       {Fetching(-86416, 86400, 60, 2881), -86356, 2880},
+      {Fetching(Limits::max(), Limits::max(), 1, 1), Limits::min(), 0},
   };
   Rrd::FetchResult result;  // filled again and again: each buffer is released
   for (const Case& expected : cases) {

@@ -117,7 +117,8 @@ TEST(TimeWindowHelper, AdjustKeepsTheCompleteIntervals) {
 TEST(TimeWindowHelper, AWindowWithoutCompleteIntervalIsLogged) {
   LogCapture log(6);
   TimeWindow window = Window(420, 3180);
-  AdjustTimeWindow(QueryInterval::Hour, DEFAULT_ROUNDING_STRATEGY, window);
+  EXPECT_EQ(AdjustTimeWindow(QueryInterval::Hour, DEFAULT_ROUNDING_STRATEGY, window),
+            StatusCode::InvalidArgument);
   EXPECT_EQ(log.Take().back(),
             "6" + HELPER + "AdjustTimeWindow: There is no complete intervals in the time window [" +
                 TimeWindowToString(window) + "], interval = [Hour]");
@@ -129,17 +130,18 @@ TEST(TimeWindowHelper, AWindowWithoutCompleteIntervalIsLogged) {
 
 TEST(TimeWindowHelper, CapacityOfEachInterval) {
   unsigned int capacity = 7;
+  const auto calculate = [&capacity](const TimeWindow& window, QueryInterval interval) {
+    EXPECT_EQ(CalculateDataPointsCapacity(window, interval, capacity), StatusCode::Success);
+    return capacity;
+  };
   for (unsigned char number = 0; number < 12; ++number) {
     const long long seconds = number < 11 ? FIXED_SECONDS[number] : 86400;
-    CalculateDataPointsCapacity(Window(7, 7 + 5 * seconds), QueryInterval(number), capacity);
-    EXPECT_EQ(capacity, 5u);
-    CalculateDataPointsCapacity(Window(7, 6 + 5 * seconds), QueryInterval(number), capacity);
-    EXPECT_EQ(capacity, 4u);
+    EXPECT_EQ(calculate(Window(7, 7 + 5 * seconds), QueryInterval(number)), 5u);
+    EXPECT_EQ(calculate(Window(7, 6 + 5 * seconds), QueryInterval(number)), 4u);
   }
-  const auto months = [&capacity](const char* start, const char* end) {
-    const TimeWindow window = Window(ToSeconds(start), ToSeconds(end), "Europe/Paris");
-    CalculateDataPointsCapacity(window, QueryInterval::Month, capacity);
-    return capacity;
+  const auto months = [&calculate](const char* start, const char* end) {
+    return calculate(Window(ToSeconds(start), ToSeconds(end), "Europe/Paris"),
+                     QueryInterval::Month);
   };
   EXPECT_EQ(months("2024-01-31T00:00:00+01:00", "2024-03-01T00:00:00+01:00"), 2u);
   EXPECT_EQ(months("2024-01-31T23:30:00+00:00", "2024-02-28T00:00:00+01:00"), 0u);

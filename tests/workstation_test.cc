@@ -53,7 +53,7 @@ TEST(FileSystem, OnlyFilesCount) {
 }
 
 TEST(RootLogger, WritesAStampedLineToStandardErrorUnlessToldOtherwise) {
-  const auto& logger = nvx::Log::RootLogger::GetInstance();
+  auto& logger = nvx::Log::RootLogger::GetInstance();
   const std::string text(5000, 'x');
   testing::internal::CaptureStderr();
   logger.Print(nv::kora::KoraLogLevel::Information, "[%lu] %s", 1UL, text.c_str());
@@ -65,6 +65,7 @@ TEST(RootLogger, WritesAStampedLineToStandardErrorUnlessToldOtherwise) {
   }
 
   LogCapture log(3);
+  logger.SetDestination(logger.SetDestination(nullptr));  // back to what it was
   testing::internal::CaptureStderr();
   nvx::TimeSeriesDatabase::Date::Date().IsTimeZoneSupported("None");  // the library's own line
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");

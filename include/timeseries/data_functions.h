@@ -3,34 +3,35 @@
 #include <functional>
 
 #include "timeseries/export.h"
-#include "timeseries/host.h"
+#include "timeseries/status_code.h"
 
 namespace nvx::TimeSeriesDatabase {
 
-// Reduces the samples from `first` to `last`, both included, to one value. A sample that is NaN is
-// missing. `value` is NaN when there is nothing to compute it from, and `valid` tells whether it
-// can be trusted. NullPointer, with nothing written, when a pointer is null. `first` = `last` + 1
-// is an empty run; it must not lie further on.
+// Reduces a run of samples, from `first` to `last` with both included, to one value. A sample that
+// is NaN is missing. Sets `value`, to NaN when there is nothing to compute it from, and `valid`,
+// which tells whether the value can be trusted. NullPointer when a pointer is null; both outputs
+// are unchanged then. An empty run has `first` = `last` + 1, the farthest that `first` may be.
 using DataFunction =
     std::function<StatusCode(const double* first, const double* last, double& value, bool& valid)>;
 
+// Every NaN that these functions set is the default quiet NaN, whatever NaNs are in the samples.
 namespace DataFunctions {
 
-// The mean of the samples that are not missing, valid when none is. Of a run of two samples, one
-// step with both its bounds, it is the first.
+// The mean of the samples that are not missing; valid when no sample is missing. A run of two
+// samples is one step and its end: its value is the first sample, valid unless that is missing.
 NVX_TIMESERIES_EXPORT StatusCode ComputeAverageIgnoringNan(const double* first, const double* last,
                                                            double& value, bool& valid);
 
-// The last sample that is not missing less the first one, valid when these are the ends of the run.
-// NaN when they are not two.
+// The last sample that is not missing minus the first one that is not missing; valid when these
+// two are the ends of the run. NaN when fewer than two samples are not missing.
 NVX_TIMESERIES_EXPORT StatusCode ComputeDelta(const double* first, const double* last,
                                               double& value, bool& valid);
 
-// The first of samples[0] to samples[count - 1] that is not missing, or null.
+// The first of samples[0] to samples[count - 1] that is not missing; null when all are.
 NVX_TIMESERIES_EXPORT const double* SearchForFirstValidSample(const double* samples,
                                                               unsigned int count);
 
-// The last of the `count` samples that end with *last that is not missing, or null.
+// The last that is not missing of `count` samples, of which *last is the last; null when all are.
 NVX_TIMESERIES_EXPORT const double* SearchForLastValidSample(const double* last,
                                                              unsigned int count);
 

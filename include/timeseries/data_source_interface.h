@@ -1,8 +1,8 @@
 #pragma once
 
 #include "timeseries/export.h"
-#include "timeseries/host.h"
 #include "timeseries/query_interval.h"
+#include "timeseries/status_code.h"
 
 namespace nvx::TimeSeriesDatabase {
 
@@ -15,9 +15,11 @@ class NVX_TIMESERIES_EXPORT DataSourceInterface {
   virtual StatusCode GetFirstTimestamp(long long& firstTimestamp) const = 0;
   virtual StatusCode GetLastTimestamp(long long& lastTimestamp) const = 0;
 
-  // The sampling interval, in seconds or as the query interval of that length; InvalidArgument when
-  // there is none.
+  // The time from one sample to the next, in seconds.
   virtual StatusCode GetInterval(unsigned long& seconds) const = 0;
+
+  // The same as a query interval. InvalidArgument, with `interval` unchanged, when no query
+  // interval has that length.
   virtual StatusCode GetInterval(QueryInterval& interval) const = 0;
 };
 

@@ -6,12 +6,28 @@
 
 #include "timeseries/data_source_interface.h"
 #include "timeseries/export.h"
-#include "timeseries/host.h"
 #include "timeseries/numerical_data_source_interface.h"
+#include "timeseries/status_code.h"
 
 namespace nvx::TimeSeriesDatabase {
 
-// A collection of data sources, each named by its Zelt id.
+// A collection of data sources, each named by its Zelt id. The averages of each whole hour between
+// two instants, for example, and what is to be done about a failure left out:
+//
+//   TimeWindow window;
+//   if (window.start.Initialize(1700006460, "Europe/Paris") != StatusCode::Success ||
+//       window.end.Initialize(1700013600, "Europe/Paris") != StatusCode::Success ||
+//       TimeWindowHelper::AdjustTimeWindow(QueryInterval::Hour,
+//                                          TimeWindowHelper::DEFAULT_ROUNDING_STRATEGY,
+//                                          window) != StatusCode::Success) {
+//     return;
+//   }
+//   std::unique_ptr<NumericalDataSourceInterface> source;
+//   std::vector<NumericalDataPoint> points;
+//   if (database.GetNumericalDataSource("topo:Temperature", source) == StatusCode::Success &&
+//       source->FetchAverage(window, QueryInterval::Hour, points) == StatusCode::Success) {
+//     // points[0] is the hour from window.start: its date, value and quality
+//   }
 class NVX_TIMESERIES_EXPORT DatabaseInterface {
  public:
   virtual ~DatabaseInterface();
@@ -22,7 +38,7 @@ class NVX_TIMESERIES_EXPORT DatabaseInterface {
   // Success when there is a data source of that id.
   virtual StatusCode HasDataSource(const std::string& zeltId) const = 0;
 
-  // Opens a data source, which becomes the caller's. `dataSource` keeps what it holds on failure.
+  // Open a data source, which becomes the caller's. `dataSource` is unchanged on failure.
   virtual StatusCode GetDataSource(const std::string& zeltId,
                                    std::unique_ptr<DataSourceInterface>& dataSource) const = 0;
   virtual StatusCode GetNumericalDataSource(

@@ -1,8 +1,8 @@
 #pragma once
 
-// The library's one meeting point with the host platform. The headers named here are the
-// platform's. They keep default visibility, which the inline instance of the logger needs to be the
-// only one of the process.
+// All of the host platform that the library uses: the headers named here are the platform's. They
+// keep default visibility, which the inline instance of the logger needs to be the only one of the
+// process.
 
 #pragma GCC visibility push(default)
 #include <nvx/date_time_encoder.h>
@@ -10,13 +10,13 @@
 #include <nvx/log_level.h>
 #include <nvx/redis_client_interface.h>
 #include <nvx/root_logger.h>
-#include <nvx/status_code.h>
 #pragma GCC visibility pop
+
+#include "timeseries/host_fwd.h"
+#include "timeseries/status_code.h"
 
 namespace nvx::TimeSeriesDatabase {
 
 using nv::kora::KoraLogLevel;
-using nv::kora::RedisClientInterface;
-using nv::kora::StatusCode;
 
 }  // namespace nvx::TimeSeriesDatabase

@@ -4,9 +4,9 @@
 
 #include "timeseries/data_source_interface.h"
 #include "timeseries/export.h"
-#include "timeseries/host.h"
 #include "timeseries/numerical_data_point.h"
 #include "timeseries/query_interval.h"
+#include "timeseries/status_code.h"
 #include "timeseries/time_window.h"
 
 namespace nvx::TimeSeriesDatabase {
@@ -17,19 +17,27 @@ class NVX_TIMESERIES_EXPORT NumericalDataSourceInterface : public DataSourceInte
   ~NumericalDataSourceInterface() override;
 
   // A place in the order of operations that has no use yet: implementations do nothing and return
-  // Success. It stays so that the operations after it keep theirs.
+  // Success. It stays so that the operations after it keep their places.
   virtual StatusCode Reserved() = 0;
 
-  // Appends to `points` one per interval of the window, dated with the interval's start, its value
-  // the average of the interval's samples (FetchAverage) or what they grew by (FetchDelta). Of
-  // FullPeriod both answer what the value grew by over the window.
+  // Append to `points` one point for each interval of the window, dated with the interval's start.
+  // Its value is the average of the interval's samples (FetchAverage) or the growth from the first
+  // to the last of them (FetchDelta). For FullPeriod both append one point, the growth over the
+  // whole window.
   //
-  // The window should be aligned to the interval (TimeWindowHelper::AdjustTimeWindow) and to the
-  // file's step. If the first sample is not that of the window's start, all elements of `points`,
-  // earlier ones too, are marked bad and PartialData is returned. OutOfRange when the window does
-  // not end with an interval: the complete ones are in `points`. InvalidArgument for an interval or
-  // zones that are not valid, of which FullPeriod looks at none; other codes, also for a window
-  // that ends before it starts, as the reading of the file gives them. `points` is unchanged then.
+  // The window should begin and end on bounds of the interval (TimeWindowHelper::AdjustTimeWindow)
+  // and on steps of the file.
+  //
+  //   code             points appended    when
+  //   Success          all
+  //   PartialData      all; every element the window starts between two steps of the file
+  //                    of `points`, older
+  //                    ones too, is bad
+  //   OutOfRange       the complete ones  the window ends within an interval
+  //   InvalidArgument  none               the window is empty, its zones differ or the interval is
+  //                                       unknown; never for FullPeriod
+  //   any other        none               the file cannot be read (the code of RrdClient::Fetch);
+  //                                       Failure also when the window ends before it starts
   virtual StatusCode FetchAverage(const TimeWindow& window, QueryInterval interval,
                                   std::vector<NumericalDataPoint>& points) = 0;
   virtual StatusCode FetchDelta(const TimeWindow& window, QueryInterval interval,

@@ -26,7 +26,7 @@ enum class QueryInterval : unsigned char {
 // The enumerator's name, a static string; empty for a value outside the enumeration.
 NVX_TIMESERIES_EXPORT const char* QueryIntervalToString(QueryInterval interval);
 
-// Order by length. Every value outside the enumeration ranks below OneMinute, all of them equal.
+// Order by length. All values outside the enumeration are equal and come before OneMinute.
 NVX_TIMESERIES_EXPORT bool operator<(QueryInterval lhs, QueryInterval rhs);
 NVX_TIMESERIES_EXPORT bool operator>(QueryInterval lhs, QueryInterval rhs);
 NVX_TIMESERIES_EXPORT bool operator<=(QueryInterval lhs, QueryInterval rhs);

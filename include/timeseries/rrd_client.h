@@ -4,9 +4,9 @@
 #include <string>
 
 #include "timeseries/export.h"
-#include "timeseries/host.h"
 #include "timeseries/rrd/fetch_result.h"
 #include "timeseries/rrd/file_description.h"
+#include "timeseries/status_code.h"
 
 namespace nvx::TimeSeriesDatabase {
 
@@ -18,28 +18,30 @@ class NVX_TIMESERIES_EXPORT RrdClient {
  public:
   virtual ~RrdClient();
 
-  // The time of the oldest row of the archive `rraIndex`. A missing file gives the code of
-  // FileSystem::CheckFileExist and leaves `timestamp`; a failure of the RRD library sets it to -1.
+  // The time of the oldest row of the archive `rraIndex`. For a missing file, the code of
+  // FileSystem::CheckFileExist, with `timestamp` unchanged; a failure of the RRD library sets it to
+  // -1.
   virtual StatusCode GetFirstTimestamp(const std::string& path, int rraIndex,
                                        long long& timestamp) const;
 
-  // The time of the last update. Failures as for GetFirstTimestamp.
+  // The time of the last update. It fails as GetFirstTimestamp does.
   virtual StatusCode GetLastTimestamp(const std::string& path, long long& timestamp) const;
 
-  // The file's step in seconds. A missing file gives the code of FileSystem::CheckFileExist;
+  // The file's step in seconds. For a missing file, the code of FileSystem::CheckFileExist.
   // `interval` is unchanged on every failure.
   virtual StatusCode GetInterval(const std::string& path, unsigned long& interval) const;
 
-  // The samples from `start` to `end`, both included; a bound between two steps counts as the
-  // later one (before 1970 the RRD library's steps lie elsewhere). A buffer that `result` holds is
-  // released. NullPointer when the RRD library delivers no buffer; `result` is unchanged on every
-  // failure.
+  // The samples from `start` to `end`, both included; a bound between two steps is moved to the
+  // later one (before 1970, where the RRD library counts steps differently, it may not be).
+  // NullPointer when the RRD library delivers no buffer. `result` is unchanged on every failure;
+  // a buffer that it holds is released on success.
   virtual StatusCode Fetch(const std::string& path, long long start, long long end,
                            Rrd::FetchResult& result) const;
 
-  // Makes a file with one gauge of a heartbeat of two steps and one archive of `rowCount` rows, the
-  // last value of each step; an existing file is replaced. It takes samples later than `startTime`.
-  // Samples outside `minimum` to `maximum` are stored as missing; NaN means no bound.
+  // Makes a file, in place of an existing one. It holds one gauge, whose value is missing when no
+  // sample comes for two steps, and one archive of `rowCount` rows, the last value of each step. It
+  // takes samples later than `startTime`. Samples outside `minimum` to `maximum` are stored as
+  // missing; NaN means no bound.
   virtual StatusCode Create(const std::string& path, long long step, long long startTime,
                             double minimum, double maximum, unsigned int rowCount) const;
 
@@ -48,12 +50,12 @@ class NVX_TIMESERIES_EXPORT RrdClient {
   virtual StatusCode Update(const std::string& path,
                             const std::map<long long, double>& samples) const;
 
-  // Makes the file anew from itself, with the arguments of Create and the samples that it holds up
-  // to `startTime`, and puts it in place of the old one, which stays as it was on failure.
+  // Replaces the file by one made with these arguments, as for Create, that holds the samples of
+  // the old one up to `startTime`. On failure the old file stays as it was.
   virtual StatusCode Migrate(const std::string& path, long long step, long long startTime,
                              double minimum, double maximum, unsigned int rowCount) const;
 
-  // What the file consists of. A missing file gives the code of FileSystem::CheckFileExist;
+  // What the file consists of. For a missing file, the code of FileSystem::CheckFileExist.
   // `description` is unchanged on every failure.
   StatusCode Describe(const std::string& path, Rrd::FileDescription& description) const;
 };

@@ -4,19 +4,19 @@
 
 #include "timeseries/date/date.h"
 #include "timeseries/export.h"
-#include "timeseries/host.h"
 #include "timeseries/query_interval.h"
+#include "timeseries/status_code.h"
 
 namespace nvx::TimeSeriesDatabase::TimeHelper {
 
-// The interval that lasts exactly `samplingRate` seconds. InvalidArgument, with `interval`
-// unchanged, when none does; a Day and a Month have no fixed length.
+// The interval that always lasts `samplingRate` seconds, from OneMinute to Hour. InvalidArgument,
+// with `interval` unchanged, when there is none.
 NVX_TIMESERIES_EXPORT StatusCode ConvertSamplingRateToQueryInterval(unsigned long samplingRate,
                                                                     QueryInterval& interval);
 
-// Sets `next` one interval after `from`: a fixed number of seconds later for minutes and hours, at
-// the start of the next local day, or of the same day of the next month. `next` is unchanged for
-// FullPeriod and any other value.
+// Sets `next` to one interval after `from`. For minutes and hours that is a fixed number of seconds
+// later, for a Day the start of the next local day, for a Month the start of the same day of the
+// next month. FullPeriod and unknown intervals leave `next` unchanged and write a line to the log.
 NVX_TIMESERIES_EXPORT void ComputeNextDate(QueryInterval interval, const Date::Date& from,
                                            Date::Date& next);
 

@@ -4,7 +4,7 @@
 
 #include "timeseries/date/date.h"
 #include "timeseries/export.h"
-#include "timeseries/host.h"
+#include "timeseries/status_code.h"
 
 namespace nvx::TimeSeriesDatabase {
 
@@ -14,7 +14,7 @@ struct NVX_TIMESERIES_EXPORT TimeWindow {
   Date::Date start;
   Date::Date end;
 
-  // Success when the start is before the end and both have the zone of the same name,
+  // Success when the start is before the end and the zones of both have the same name;
   // InvalidArgument otherwise.
   StatusCode IsValid() const;
 };

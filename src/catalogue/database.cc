@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "foundation/log.h"
+#include "timeseries/host.h"
 #include "timeseries/rrd/constants.h"
 #include "timeseries/rrd/file_helper.h"
 #include "timeseries/rrd/numerical_data_source.h"
@@ -20,9 +21,12 @@ const std::string COMPONENT_NAME = "TimeSeriesDatabase::Rrd::Database";
 
 }  // namespace
 
-Database::Database(const std::string& databaseDirectory, FileSystem& files,
-                   RedisClientInterface& redis, RrdClient& rrd)
-    : directory(databaseDirectory), fileSystem(files), redisClient(redis), rrdClient(rrd) {}
+Database::Database(const std::string& directory, FileSystem& fileSystem,
+                   RedisClientInterface& redisClient, RrdClient& rrdClient)
+    : directory(directory),
+      fileSystem(fileSystem),
+      redisClient(redisClient),
+      rrdClient(rrdClient) {}
 
 Database::~Database() = default;
 

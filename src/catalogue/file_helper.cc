@@ -3,6 +3,7 @@
 #include <set>
 
 #include "foundation/log.h"
+#include "timeseries/host.h"
 #include "timeseries/rrd/constants.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd {

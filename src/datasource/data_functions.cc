@@ -14,8 +14,8 @@ constexpr double MISSING = std::numeric_limits<double>::quiet_NaN();
 
 bool IsValid(double sample) { return sample == sample; }
 
-// A computed value; one that infinities made NaN has the bits of every other missing one.
-double ToValue(double computed) { return IsValid(computed) ? computed : MISSING; }
+// Every missing value has the same bits, whether a sample or infinities made it NaN.
+double ToValue(double number) { return IsValid(number) ? number : MISSING; }
 
 StatusCode SetMissing(double& value, bool& valid) {
   value = MISSING;
@@ -32,7 +32,7 @@ StatusCode ComputeAverageIgnoringNan(const double* first, const double* last, do
   }
   const std::ptrdiff_t count = last - first + 1;
   if (count == 2) {
-    value = *first;
+    value = ToValue(*first);
     valid = IsValid(*first);
     return StatusCode::Success;
   }

@@ -1,6 +1,7 @@
 #include "timeseries/rrd/interval_iterator.h"
 
 #include <algorithm>
+#include <limits>
 #include <string>
 
 #include "foundation/log.h"
@@ -20,18 +21,30 @@ unsigned long long StepNumber(long long timestamp, unsigned long long step) {
   return ~(static_cast<unsigned long long>(-1 - timestamp) / step);
 }
 
+// How many samples come after `sample`; as many as one likes when the last one is not known.
+unsigned long long DistanceToEnd(const double* sample, const double* last) {
+  return last == nullptr ? std::numeric_limits<unsigned long long>::max()
+                         : static_cast<unsigned long long>(last - sample);
+}
+
 }  // namespace
 
-IntervalIterator::IntervalIterator(const TimeWindow& queryWindow, const double* samples,
-                                   unsigned long long sampleStep, QueryInterval queryInterval,
+IntervalIterator::IntervalIterator(const TimeWindow& window, const double* samples,
+                                   unsigned long long step, QueryInterval interval)
+    : window(window),
+      currentFirst(samples),
+      currentLast(samples),
+      currentStart(window.start),
+      step(step),
+      interval(interval),
+      lastSample(nullptr) {}
+
+IntervalIterator::IntervalIterator(const TimeWindow& window, const double* samples,
+                                   unsigned long long step, QueryInterval interval,
                                    unsigned int sampleCount)
-    : window(queryWindow),
-      currentFirst(sampleCount == 0 ? nullptr : samples),
-      currentLast(currentFirst),
-      currentStart(queryWindow.start),
-      step(sampleStep),
-      interval(queryInterval),
-      lastSample(currentFirst == nullptr ? nullptr : samples + (sampleCount - 1)) {}
+    : IntervalIterator(window, sampleCount == 0 ? nullptr : samples, step, interval) {
+  lastSample = currentFirst == nullptr ? nullptr : currentFirst + (sampleCount - 1);
+}
 
 StatusCode IntervalIterator::Initialize() {
   const StatusCode rc = window.IsValid();
@@ -57,15 +70,18 @@ StatusCode IntervalIterator::ComputeCurrentIterator() {
     return StatusCode::OutOfRange;
   }
   if (candidate.timestamp <= currentStart.timestamp) {
-    // An interval that has no next date would never bring the walk to its end.
+    // The walk would never come to its end.
+    NVX_ERROR("Interval [%s] from [%lld] has no end", QueryIntervalToString(interval),
+              currentStart.timestamp);
     return StatusCode::OutOfRange;
   }
 
   nextStart = candidate;
-  const auto remaining = static_cast<unsigned long long>(lastSample - currentFirst);
-  const unsigned long long distance =
-      StepNumber(nextStart.timestamp, step) - StepNumber(currentStart.timestamp, step);
-  currentLast = currentFirst + std::min(distance, remaining);
+  if (currentFirst != nullptr) {
+    const unsigned long long distance =
+        StepNumber(nextStart.timestamp, step) - StepNumber(currentStart.timestamp, step);
+    currentLast = currentFirst + std::min(distance, DistanceToEnd(currentFirst, lastSample));
+  }
   return StatusCode::Success;
 }
 

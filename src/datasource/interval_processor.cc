@@ -11,9 +11,8 @@ const std::string COMPONENT_NAME = "TimeSeriesDatabase::Rrd::IntervalProcessor";
 
 }  // namespace
 
-IntervalProcessor::IntervalProcessor(const DataFunction& dataFunction,
-                                     IntervalIterator& intervalIterator)
-    : function(dataFunction), iterator(intervalIterator) {}
+IntervalProcessor::IntervalProcessor(const DataFunction& function, IntervalIterator& iterator)
+    : function(function), iterator(iterator) {}
 
 StatusCode IntervalProcessor::Process(std::vector<NumericalDataPoint>& points) {
   StatusCode rc = iterator.Initialize();

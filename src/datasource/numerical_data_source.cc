@@ -3,6 +3,7 @@
 #include <exception>
 
 #include "foundation/log.h"
+#include "timeseries/host.h"
 #include "timeseries/rrd/interval_iterator.h"
 #include "timeseries/rrd/interval_processor.h"
 #include "timeseries/time_helper.h"
@@ -19,9 +20,9 @@ constexpr int FIRST_ARCHIVE = 0;
 const std::string NumericalDataSource::FIELD_FIRST_TIMESTAMP = "firstTimeStamp";
 const std::string NumericalDataSource::FIELD_INTERVAL = "interval";
 
-NumericalDataSource::NumericalDataSource(const std::string& path, RedisClientInterface& redis,
-                                         RrdClient& rrd)
-    : filePath(path), redisClient(redis), rrdClient(rrd) {}
+NumericalDataSource::NumericalDataSource(const std::string& filePath,
+                                         RedisClientInterface& redisClient, RrdClient& rrdClient)
+    : filePath(filePath), redisClient(redisClient), rrdClient(rrdClient) {}
 
 NumericalDataSource::~NumericalDataSource() = default;
 

@@ -17,10 +17,13 @@ unsigned int FetchResult::GetSampleCount() const { return sampleCount; }
 const double* FetchResult::GetData() const { return data; }
 
 void FetchResult::Fill(long long rrdStart, long long rrdEnd, long long rrdStep, double* rrdData) {
-  startTime = rrdStart + rrdStep;
+  // Sums modulo 2^64: times at the end of what 64 bits hold are no file's, but they are defined.
+  using Unsigned = unsigned long long;
+  step = static_cast<Unsigned>(rrdStep);
+  startTime = static_cast<long long>(static_cast<Unsigned>(rrdStart) + step);
   endTime = rrdEnd;
-  step = static_cast<unsigned long long>(rrdStep);
-  sampleCount = static_cast<unsigned int>(rrdEnd / rrdStep + 1 - startTime / rrdStep);
+  sampleCount = static_cast<unsigned int>(static_cast<Unsigned>(endTime / rrdStep) + 1 -
+                                          static_cast<Unsigned>(startTime / rrdStep));
   std::free(data);
   data = rrdData;
 }

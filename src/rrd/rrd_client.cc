@@ -11,6 +11,7 @@
 #include "foundation/log.h"
 #include "rrd/file_information.h"
 #include "rrd/number_text.h"
+#include "timeseries/host.h"
 #include "timeseries/rrd/constants.h"
 
 namespace nvx::TimeSeriesDatabase {

@@ -49,11 +49,11 @@ StatusCode Date::Initialize(const std::string& text, const std::string& timeZone
   return StatusCode::Success;
 }
 
-StatusCode Date::Initialize(long long seconds, const std::string& timeZoneName) {
+StatusCode Date::Initialize(long long timestamp, const std::string& timeZoneName) {
   if (!LoadTimeZone("Initialize", timeZoneName, timeZone)) {
     return StatusCode::InvalidArgument;
   }
-  timestamp = seconds;
+  this->timestamp = timestamp;
   return StatusCode::Success;
 }
 

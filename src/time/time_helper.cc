@@ -5,6 +5,7 @@
 #include "foundation/log.h"
 #include "time/civil.h"
 #include "time/fixed_interval.h"
+#include "timeseries/host.h"
 
 namespace nvx::TimeSeriesDatabase::TimeHelper {
 namespace {

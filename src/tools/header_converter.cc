@@ -142,8 +142,8 @@ StatusCode HeaderConverter::GetRrdFileLayout() {
   return CheckLimits();
 }
 
-// Refuses what the 32-bit sizes cannot hold. A directory, whose end may be anywhere, has been told
-// by its failed read before.
+// Refuses what the 32-bit sizes cannot hold. To be called after a successful read: a directory,
+// which cannot be read, may have its end anywhere.
 StatusCode HeaderConverter::CheckLimits() const {
   const off64_t end = lseek64(sourceFd, 0, SEEK_END);
   if (end > static_cast<off64_t>(MAX_SIZE)) {

@@ -1,7 +1,7 @@
 #pragma once
 
 namespace nv::kora {
-enum class StatusCode {
+enum class [[nodiscard]] StatusCode {
   Success = 0,
   Failure = 1,
   NothingToDo = 8,

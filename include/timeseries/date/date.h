@@ -5,7 +5,7 @@
 #include <string>
 
 #include "timeseries/export.h"
-#include "timeseries/host.h"
+#include "timeseries/status_code.h"
 
 namespace nvx::TimeSeriesDatabase::Date {
 
@@ -35,22 +35,25 @@ class NVX_TIMESERIES_EXPORT Date {
   long long timestamp = 0;   // seconds since 1970-01-01T00:00:00 UTC
   cctz::time_zone timeZone;  // UTC by default
 
-  // Format strings of cctz: the stem, that of a date's text form, and that of Initialize, which
-  // reads UTC only. A cctz that does not know "%ET" (up to 2.3) needs a "T" in its place.
+  // Format strings of cctz: what the other two begin with, the text form of a date, and the text
+  // that Initialize reads, which is always UTC. A cctz that does not know "%ET" (up to 2.3) needs a
+  // "T" in its place.
   static const std::string DATE_TIME_PATTERN;
   static const std::string DATE_TIME_PATTERN_WITH_UTC_OFFSET;
   static const std::string DATE_TIME_PATTERN_FOR_UTC_DATE;
 
   Date() = default;
 
-  // Reads `text`, written exactly as "2021-03-28T01:00:00.000+00:00", as an instant to be shown in
-  // the zone. InvalidArgument for an unknown zone (the date's zone is UTC then) or any other text
-  // (the date has the new zone then); `timestamp` is unchanged in both cases.
+  // Reads `text` as an instant in UTC, to be shown in the zone. It is written like
+  // "2021-03-28T01:00:00.000+00:00", and always ends with ".000+00:00". cctz also takes blanks
+  // around it, numbers without their leading zeros, years of other lengths, and the second 60 as
+  // the next minute's 0. InvalidArgument for an unknown zone (the date's zone is UTC then) or any
+  // other text (the date has the new zone then); `timestamp` is unchanged in both cases.
   StatusCode Initialize(const std::string& text, const std::string& timeZoneName);
 
   // Sets the instant and the zone. InvalidArgument for an unknown zone: `timestamp` is unchanged
   // and the date's zone is UTC.
-  StatusCode Initialize(long long seconds, const std::string& timeZoneName);
+  StatusCode Initialize(long long timestamp, const std::string& timeZoneName);
 
   // Whether the zoneinfo database knows the zone.
   bool IsTimeZoneSupported(const std::string& timeZoneName) const;
@@ -68,14 +71,18 @@ class NVX_TIMESERIES_EXPORT Date {
   // Whether hour and minute are those of the first instant of the local day.
   static bool IsFirstHourOfDay(const Date& date);
 
-  // Round to the multiples of `minutes` of the local hour. A count that does not divide 60 is
-  // applied from the full hour on; 0 leaves the date unchanged.
+  // Round to a multiple of `minutes`, counted from the full local hour on; 0 leaves the date
+  // unchanged.
   static void RoundDownTimeToMinute(Date& date, unsigned int minutes);
   static void RoundUpTimeToMinute(Date& date, unsigned int minutes);
 
-  // Round to the start of a local hour, day or month. A date that is on the bound stays, except
-  // that rounding down moves the second occurrence of a repeated bound to the first one, and that
-  // rounding up takes an hour's start for a bound only at minute 0, a month's only at 00:00.
+  // Round to the start of a local hour, day or month. A date that is on such a bound stays, with
+  // these exceptions:
+  // - Rounding down moves the second occurrence of a repeated bound to the first one.
+  // - Rounding up stays on an hour only at minute 0 and on a month only at 00:00, not where one
+  //   begins after a gap at another time.
+  // - Rounding up to an hour goes to the first occurrence of a repeated bound. Where clocks fall
+  //   back by two hours (Antarctica/Troll), that may be earlier than the date.
   static void RoundDownTimeToHour(Date& date);
   static void RoundUpTimeToHour(Date& date);
   static void RoundDownTimeToDay(Date& date);

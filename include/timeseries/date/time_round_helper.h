@@ -4,8 +4,9 @@
 #include "timeseries/export.h"
 #include "timeseries/query_interval.h"
 
-// Rounding of a date to the bounds of a query interval. FullPeriod has those of an Hour. A value
-// outside its enumeration is logged and leaves the date unchanged.
+// Rounding of a date to a bound of a query interval, as the operations of Date do it. FullPeriod is
+// rounded like an Hour. An interval or round type outside its enumeration leaves the date unchanged
+// and writes a line to the log.
 namespace nvx::TimeSeriesDatabase::Date::TimeRoundHelper {
 
 NVX_TIMESERIES_EXPORT void RoundDownTime(QueryInterval interval, Date& date);

@@ -6,8 +6,9 @@
 
 #include "timeseries/database_interface.h"
 #include "timeseries/export.h"
-#include "timeseries/host.h"
+#include "timeseries/host_fwd.h"
 #include "timeseries/rrd_client.h"
+#include "timeseries/status_code.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 
@@ -17,16 +18,16 @@ class NVX_TIMESERIES_EXPORT Database : public DatabaseInterface {
  public:
   // Copies the directory's path and checks nothing. The three services must outlive the database
   // and every data source that it hands out.
-  Database(const std::string& databaseDirectory, Utilities::FileSystem& files,
-           RedisClientInterface& redis, RrdClient& rrd);
+  Database(const std::string& directory, Utilities::FileSystem& fileSystem,
+           RedisClientInterface& redisClient, RrdClient& rrdClient);
   ~Database() override;
 
-  // Files whose names give no id are passed over. Failure when there are files and `zeltIds` is
-  // empty all the same; the code of the host, with `zeltIds` unchanged, when the directory cannot
-  // be read.
+  // Adds the ids of all RRD files in the directory. Files whose names give no id are passed over.
+  // Failure when there are files and `zeltIds` is empty all the same; the host's code, with
+  // `zeltIds` unchanged, when the directory cannot be read.
   StatusCode ListDataSources(std::set<std::string>& zeltIds) const override;
 
-  // The following return InvalidArgument for an id that has no file name and the code of
+  // These three return InvalidArgument for an id that has no file name, and the code of
   // FileSystem::CheckFileExist when there is no such file. The file itself is not opened.
   StatusCode HasDataSource(const std::string& zeltId) const override;
   StatusCode GetDataSource(const std::string& zeltId,
@@ -39,7 +40,7 @@ class NVX_TIMESERIES_EXPORT Database : public DatabaseInterface {
   // an id that has no file name.
   StatusCode GetPathToRrdFile(const std::string& zeltId, std::string& path) const;
 
-  // Adds the ids of bare file names to `zeltIds`; a name that gives none is passed over. Failure
+  // Add the ids of bare file names to `zeltIds`; a name that gives none is passed over. Failure
   // when there are names and `zeltIds` is empty all the same.
   static StatusCode ProcessFileNames(const std::set<std::string>& fileNames,
                                      std::set<std::string>& zeltIds);

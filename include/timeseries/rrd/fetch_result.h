@@ -8,8 +8,8 @@ class RrdClient;
 
 namespace Rrd {
 
-// The samples of one fetch, one per step. Made empty by the caller, filled by RrdClient::Fetch;
-// owns its buffer.
+// The samples of one fetch, one per step. The caller makes it empty and RrdClient::Fetch fills it.
+// It owns the buffer of the samples.
 class NVX_TIMESERIES_EXPORT FetchResult {
  public:
   FetchResult() = default;
@@ -26,14 +26,14 @@ class NVX_TIMESERIES_EXPORT FetchResult {
 
   virtual unsigned int GetSampleCount() const;
 
-  // The samples; NaN where one is missing. Null while the result is empty; valid as long as it
-  // lives.
+  // The samples, NaN where one is missing; null while the result is empty. The buffer lives until
+  // the result is filled again or destroyed.
   virtual const double* GetData() const;
 
  private:
   friend class nvx::TimeSeriesDatabase::RrdClient;
 
-  // Takes the rows after `rrdStart` up to `rrdEnd`, and the buffer that they are in.
+  // Takes over the buffer of the rows after `rrdStart` up to `rrdEnd`, made with malloc.
   NVX_TIMESERIES_HIDDEN void Fill(long long rrdStart, long long rrdEnd, long long rrdStep,
                                   double* rrdData);
 

@@ -3,29 +3,31 @@
 #include <string>
 
 #include "timeseries/export.h"
-#include "timeseries/host.h"
+#include "timeseries/status_code.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 
-// Finds the scope of a Zelt id or file name: the first name, in ascending order, of the table of
-// scopes that occurs anywhere in `key`. InvalidArgument, with `scope` unchanged, when none does.
+// Finds the scope of a Zelt id or file name. There is a table of scopes; the alphabetically first
+// one that occurs in `key`, wherever it stands, is the scope: that of "topo:diag1" is "diag".
+// InvalidArgument, with `scope` unchanged, when none occurs.
 NVX_TIMESERIES_EXPORT StatusCode FindZeltScope(const std::string& key, std::string& scope);
 
 // The mapping between Zelt ids, "topo:ZoneList", and bare file names, "topo_ZoneList.rrd". The
-// first
-// ";" of an id is "__" in its file name. The two directions are inverse for an id that is its
-// scope,
-// ":" and a name, unless the name's part before its first ";" begins with "_", contains "__" or
-// ends with "_" there.
+// first ";" of an id becomes "__" in its file name.
+//
+// An id made of its scope, ":" and a name comes back from its file name if the name
+// - neither begins with "_" nor has "__" before its first ";" (or anywhere, without one), and
+// - does not have its first ";" at its beginning or after a "_".
 class NVX_TIMESERIES_EXPORT FileHelper {
  public:
-  // Whether the id contains ":"; its scope is not looked at.
+  // Whether the id contains ":". Its scope is not looked at.
   static bool IsZeltIdValid(const std::string& zeltId);
 
   // InvalidArgument, with `fileName` unchanged, for an id without scope or without ":" after it.
-  // The rest of the id is taken as it is, "/" included.
+  // What follows the ":" goes into the file name as it is, "/" included.
   static StatusCode ComputeFileNameFromZeltId(const std::string& zeltId, std::string& fileName);
 
+  // The last four characters of the name, separator and extension, are dropped without a look.
   // InvalidArgument for a name without scope (`zeltId` is unchanged then) or without "_" after it
   // (`zeltId` is of no use then).
   static StatusCode ComputeZeltIdFromFileName(const std::string& fileName, std::string& zeltId);

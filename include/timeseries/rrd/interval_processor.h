@@ -4,17 +4,19 @@
 
 #include "timeseries/data_functions.h"
 #include "timeseries/export.h"
-#include "timeseries/host.h"
 #include "timeseries/numerical_data_point.h"
 #include "timeseries/rrd/interval_iterator.h"
+#include "timeseries/status_code.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 
 // Applies a data function to every interval of an iterator.
 class NVX_TIMESERIES_EXPORT IntervalProcessor {
  public:
-  // Both arguments stay the caller's and must outlive the processor.
-  IntervalProcessor(const DataFunction& dataFunction, IntervalIterator& intervalIterator);
+  // Both arguments stay the caller's and must outlive the processor, so no temporary will do: a
+  // plain function has to be put into a DataFunction first.
+  IntervalProcessor(const DataFunction& function, IntervalIterator& iterator);
+  IntervalProcessor(const DataFunction&& function, IntervalIterator& iterator) = delete;
 
   // Appends a point per interval. Stops at the first failure of the iterator or the data function
   // and returns its code; the points of the intervals before stay in `points`.

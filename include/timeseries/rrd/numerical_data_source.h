@@ -5,10 +5,11 @@
 
 #include "timeseries/data_functions.h"
 #include "timeseries/export.h"
-#include "timeseries/host.h"
+#include "timeseries/host_fwd.h"
 #include "timeseries/numerical_data_source_interface.h"
 #include "timeseries/rrd/fetch_result.h"
 #include "timeseries/rrd_client.h"
+#include "timeseries/status_code.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 
@@ -16,16 +17,18 @@ namespace nvx::TimeSeriesDatabase::Rrd {
 // the same time.
 class NVX_TIMESERIES_EXPORT NumericalDataSource : public NumericalDataSourceInterface {
  public:
-  // Fields of the store's hash whose key is the file's path, both decimal texts of seconds.
+  // Where the store keeps the two values: fields of the hash whose key is the file's path. Both are
+  // decimal numbers of seconds.
   static const std::string FIELD_FIRST_TIMESTAMP;
   static const std::string FIELD_INTERVAL;
 
   // Copies the path and reads nothing; the two clients must outlive the data source.
-  NumericalDataSource(const std::string& path, RedisClientInterface& redis, RrdClient& rrd);
+  NumericalDataSource(const std::string& filePath, RedisClientInterface& redisClient,
+                      RrdClient& rrdClient);
   ~NumericalDataSource() override;
 
-  // From the store, or from the file when the store has no value. Failure when the store's text is
-  // no number; otherwise the code of the reading of the file.
+  // From the store, or from the file when the store has no value. Failure, without a look at the
+  // file, when the store's text is no number; otherwise the code of RrdClient.
   StatusCode GetFirstTimestamp(long long& firstTimestamp) const override;
   StatusCode GetInterval(unsigned long& seconds) const override;
   StatusCode GetInterval(QueryInterval& interval) const override;

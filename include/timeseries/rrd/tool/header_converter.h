@@ -4,18 +4,22 @@
 #include <string>
 
 #include "timeseries/export.h"
-#include "timeseries/host.h"
+#include "timeseries/status_code.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 
 struct rra_def_t;
 
-// One conversion of a file, for Sanitizer, which tells what it does and what it returns. The header
-// is built in memory; the values are copied in pieces of 64 KiB.
+// One conversion of one file. Sanitizer, which is made of it, tells what it does and returns. The
+// header is built in memory; the values are copied in pieces of 64 KiB.
 class NVX_TIMESERIES_EXPORT HeaderConverter {
  public:
-  // Keeps references to both paths, which must outlive the converter. Touches no file.
+  // Keeps references to both paths, which must outlive the converter, so no temporary will do.
+  // Touches no file.
   HeaderConverter(const std::string& source, const std::string& destination);
+  HeaderConverter(const std::string&& source, const std::string& destination) = delete;
+  HeaderConverter(const std::string& source, const std::string&& destination) = delete;
+  HeaderConverter(const std::string&& source, const std::string&& destination) = delete;
   HeaderConverter(const HeaderConverter&) = delete;
   HeaderConverter& operator=(const HeaderConverter&) = delete;
 
@@ -25,7 +29,7 @@ class NVX_TIMESERIES_EXPORT HeaderConverter {
   // To be called once, and not after Check.
   StatusCode Convert();
 
-  // The steps of Convert that only read the source.
+  // Runs the steps of Convert that only read the source.
   StatusCode Check();
 
  private:

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "timeseries/export.h"
-#include "timeseries/host.h"
+#include "timeseries/status_code.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 
@@ -16,13 +16,13 @@ class NVX_TIMESERIES_EXPORT Sanitizer {
   // Writes the converted copy of `source` to `destination`, which is replaced when it exists, and
   // syncs it. The source is only read.
   //
-  // Before the destination is touched: CannotOpen or InvalidArgument for a source that cannot be
-  // read, is no such RRD file, is cut short or is 4 GiB or larger; NothingToDo for one that is in
-  // the new layout already; InvalidArgument when both paths name the same file; OutOfMemory;
-  // IoError when the destination cannot be created.
+  // These failures come before the destination is touched: CannotOpen or InvalidArgument for a
+  // source that cannot be read, is no such RRD file, is cut short or is 4 GiB or larger;
+  // NothingToDo for one that is in the new layout already; InvalidArgument when both paths name the
+  // same file; OutOfMemory; IoError when the destination cannot be created.
   //
-  // Later failures (IoError, InvalidArgument, OutOfMemory) leave a destination that is incomplete
-  // and of no use. To replace a file, convert to a temporary path and rename.
+  // Failures after that (IoError, InvalidArgument, OutOfMemory) leave a destination that is
+  // incomplete and of no use. To replace a file, convert to a temporary path and rename.
   virtual StatusCode Convert(const std::string& source, const std::string& destination);
 
   // Whether `source` can be converted, without writing anything: Success when it is a whole file of

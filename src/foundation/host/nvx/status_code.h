@@ -3,8 +3,8 @@
 namespace nv::kora {
 
 // The outcome of an operation of the platform. 0 is success; the numbers are part of the platform's
-// interface and never change.
-enum class StatusCode : int {
+// interface and never change. The compiler warns where one is ignored.
+enum class [[nodiscard]] StatusCode : int {
   Success = 0,
   Failure = 1,
   NotFound = 2,  // no file at a path, no field in a hash
