@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "timeseries/host.h"
 #include "timeseries/rrd/tool/sanitizer.h"
 
 namespace {

@@ -6,6 +6,7 @@
 #include "support/log_capture.h"
 #include "support/table.h"
 #include "support/temporary_directory.h"
+#include "timeseries/host.h"
 #include "timeseries/rrd/database.h"
 #include "timeseries/rrd/file_helper.h"
 
