@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <iostream>
 #include <map>
@@ -10,6 +12,7 @@
 #include <vector>
 
 #include "command/commands.h"
+#include "files/interruption.h"
 #include "output/message.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -83,6 +86,16 @@ std::vector<std::string> ReadArguments(int argc, const char* const* argv) {
   return arguments;
 }
 
+// As a shell expects it of a command that was interrupted: it ends by the signal itself.
+[[noreturn]] void EndBySignal(int signal) {
+  std::cout.flush();
+  PrintMessage("interrupted (" + std::string(sigabbrev_np(signal)) +
+               "), no temporary file is left");
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);
+  std::_Exit(EXIT_FAILED);
+}
+
 int Run(int argc, const char* const* argv) {
   Context context;
   CLI::App app(DESCRIPTION, "nvx-timeseries");
@@ -104,6 +117,8 @@ int Run(int argc, const char* const* argv) {
   } catch (const CommandError& error) {
     PrintMessage(error.GetText());
     return EXIT_FAILED;
+  } catch (const Interrupted& interrupted) {
+    EndBySignal(interrupted.signal);
   } catch (const std::exception& exception) {
     PrintMessage(exception.what());
     return EXIT_FAILED;
@@ -127,6 +142,7 @@ int main(int argc, char** argv) {
   namespace CommandLine = nvx::TimeSeriesDatabase::CommandLine;
   CommandLine::OccupyStandardStreams();
   std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is an error of the output like any other
+  std::signal(SIGXFSZ, SIG_IGN);  // and so is a file that may not grow
   std::ios::sync_with_stdio(false);
   return CommandLine::FlushOutput(CommandLine::Run(argc, argv));
 }

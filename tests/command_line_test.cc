@@ -2,24 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 
 #include "error/command_error.h"
 #include "error/last_error.h"
-#include "files/file_error.h"
-#include "files/file_replacement.h"
 #include "input/csv_reader.h"
 #include "support/log_capture.h"
-#include "support/temporary_directory.h"
 #include "timeseries/date/date.h"
 
 namespace {
 
 using namespace nvx::TimeSeriesDatabase::CommandLine;
-namespace fs = std::filesystem;
 
 // Input of which the disk can read no more than the given text.
 class BrokenInput : public std::stringbuf {
@@ -59,19 +52,6 @@ TEST(LastError, KeepsErrorsPassesTheRestOnAndPutsTheLogBack) {
   EXPECT_EQ(logger.GetLevel(), nv::kora::KoraLogLevel::None);
   logger.Print(nv::kora::KoraLogLevel::Error, "[1][x] y: z");
   EXPECT_EQ(log.Take().size(), 1u);
-}
-
-TEST(FileReplacement, LeavesNothingWhenItIsGivenUpOrCannotBeRenamed) {
-  const TemporaryDirectory directory;
-  fs::create_directory(directory.GetPath("target"));
-  std::ofstream(directory.GetPath("file")) << "old";
-  { const FileReplacement givenUp(directory.GetPath("file")); }
-  {
-    FileReplacement refused(directory.GetPath("target"));
-    EXPECT_THROW(refused.PutInPlace(), FileError);
-  }
-  EXPECT_EQ(fs::file_size(directory.GetPath("file")), 3u);
-  EXPECT_EQ(std::distance(fs::directory_iterator(directory.GetPath()), {}), 2);
 }
 
 }  // namespace

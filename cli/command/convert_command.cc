@@ -1,4 +1,3 @@
-#include <csignal>
 #include <filesystem>
 #include <memory>
 
@@ -6,6 +5,7 @@
 #include "files/conversion/conversion_plan.h"
 #include "files/conversion/conversion_to_file.h"
 #include "files/conversion/in_place_conversion.h"
+#include "files/interruption.h"
 #include "input/choice.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -28,10 +28,10 @@ void ConvertFilesInPlace(const ConvertOptions& options, Context& context) {
   if (!summary.AreAllConverted()) {
     context.exitStatus = EXIT_FAILED;
   }
+  InterruptionGuard::Check();
 }
 
 void Convert(const ConvertOptions& options, Context& context) {
-  std::signal(SIGXFSZ, SIG_IGN);  // a file too large is an error of its write like any other
   if (options.isInPlace) {
     ConvertFilesInPlace(options, context);
   } else if (options.paths.size() == 2) {

@@ -3,6 +3,8 @@
 #include <memory>
 
 #include "command/commands.h"
+#include "files/data_file.h"
+#include "files/file_error.h"
 #include "input/file_definition.h"
 #include "output/message.h"
 #include "timeseries/rrd/file_helper.h"
@@ -32,10 +34,13 @@ void Create(const FileDefinition& definition, Context& context) {
     throw CommandError(definition.zeltId, path + " exists; --force replaces it",
                        StatusCode::InvalidArgument);
   }
-  Require(
-      context.rrdClient.Create(path, definition.step, start, definition.minimum, definition.maximum,
-                               static_cast<unsigned int>(definition.rowCount)),
-      definition.zeltId, path + " cannot be created");
+  try {
+    CreateDataFile(path, MakeDataFileDefinition(definition, start), definition.isForced,
+                   context.rrdClient);
+  } catch (const FileError& error) {
+    throw CommandError(definition.zeltId, path + " cannot be created: " + error.what(),
+                       error.GetStatus());
+  }
   WarnIfListedOtherwise(definition.zeltId, path);
 }
 

@@ -1,6 +1,8 @@
 #include <memory>
 
 #include "command/commands.h"
+#include "files/data_file.h"
+#include "files/file_error.h"
 #include "input/file_definition.h"
 #include "input/time_text.h"
 
@@ -21,10 +23,13 @@ void Migrate(const FileDefinition& definition, Context& context) {
         "the samples from then to " + FormatUtc(last) + " would be lost; --force drops them",
         StatusCode::InvalidArgument);
   }
-  Require(
-      context.rrdClient.Migrate(path, definition.step, start, definition.minimum,
-                                definition.maximum, static_cast<unsigned int>(definition.rowCount)),
-      definition.zeltId, path + " cannot be migrated");
+  try {
+    MigrateDataFile(path, MakeDataFileDefinition(definition, start), definition.isForced,
+                    context.rrdClient);
+  } catch (const FileError& error) {
+    throw CommandError(definition.zeltId, path + " cannot be migrated: " + error.what(),
+                       error.GetStatus());
+  }
 }
 
 }  // namespace

@@ -2,17 +2,13 @@
 
 #include <sys/stat.h>
 
-#include <string>
-
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// The attributes of a file or of a symbolic link itself. Throws FileError.
-struct stat ReadAttributes(const std::string& path);
+// Gives one open file what belongs to another: owner, group, mode, access control lists and
+// extended attributes. Throws FileError for what cannot be kept. At no moment may more people read
+// the new file than the old one, provided that only its owner may at the start.
+void CopyAttributes(int source, const struct stat& sourceStatus, int destination);
 
-// Whether both are of one file, under whatever names.
-bool IsSameFile(const struct stat& lhs, const struct stat& rhs);
-
-// Whether a path names the same file as before and nobody has written to it.
-bool IsUnchanged(const struct stat& before, const struct stat& now);
+void CopyTimes(const struct stat& sourceStatus, int destination);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

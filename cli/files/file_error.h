@@ -9,7 +9,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Why a file was not read, converted or replaced.
+// Why a file was not made or replaced.
 class FileError : public std::runtime_error {
  public:
   FileError(const std::string& reason, StatusCode errorStatus)
@@ -29,7 +29,7 @@ inline void RequireCall(bool isDone, const std::string& problem) {
   }
 }
 
-// Throws InvalidArgument with `problem`.
+// Throws InvalidArgument for what must not be done to a file.
 inline void RequireArgument(bool isRight, const std::string& problem) {
   if (!isRight) {
     throw FileError(problem, StatusCode::InvalidArgument);

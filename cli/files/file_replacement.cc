@@ -1,106 +1,131 @@
 #include "files/file_replacement.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <cctype>
-#include <cerrno>
-#include <cstdlib>
-#include <filesystem>
-#include <string_view>
+#include <cstdio>
 #include <system_error>
+#include <vector>
 
+#include "files/file_attributes.h"
 #include "files/file_error.h"
-#include "output/message.h"
+#include "files/interruption.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-namespace fs = std::filesystem;
-
-constexpr std::string_view TEMPORARY_PREFIX = ".nvx-convert-";
-constexpr std::string_view TEMPORARY_PATTERN = "XXXXXX";
-
-bool IsTemporaryName(std::string_view name) {
-  if (name.size() != TEMPORARY_PREFIX.size() + TEMPORARY_PATTERN.size() ||
-      name.substr(0, TEMPORARY_PREFIX.size()) != TEMPORARY_PREFIX) {
-    return false;
-  }
-  const std::string_view rest = name.substr(TEMPORARY_PREFIX.size());
-  return std::all_of(rest.begin(), rest.end(),
-                     [](unsigned char letter) { return std::isalnum(letter) != 0; });
+bool IsFile(int directory, const std::string& name, int file) {
+  struct stat opened {};
+  struct stat named {};
+  return fstat(file, &opened) == 0 &&
+         fstatat(directory, name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+         IsSameFile(opened, named);
 }
 
-// What cannot be removed stays; it takes space and does no harm.
-void RemoveTemporaryFiles(const std::string& directory) {
-  std::error_code error;
-  fs::directory_iterator entry(directory, error);
-  while (!error && entry != fs::directory_iterator()) {
-    if (IsTemporaryName(entry->path().filename().native())) {
-      unlink(entry->path().c_str());
-    }
-    entry.increment(error);
+// Gives a file another directory, where its name must be free. Some file systems can do that only
+// by a second name.
+bool MoveToFreeName(int from, int to, const char* name) {
+  if (renameat2(from, name, to, name, RENAME_NOREPLACE) == 0) {
+    return true;
   }
+  const bool isUnknown = errno == EINVAL || errno == ENOSYS;
+  return isUnknown && linkat(from, name, to, name, 0) == 0 && unlinkat(from, name, 0) == 0;
 }
 
 }  // namespace
 
-LockedDirectory::LockedDirectory(const std::string& directoryPath)
-    : fd(open(directoryPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-  RequireCall(fd >= 0, "the directory cannot be opened");
-  int locked = flock(fd, LOCK_EX | LOCK_NB);
-  if (locked != 0 && errno == EWOULDBLOCK) {
-    PrintMessage(directoryPath + ": waiting for another conversion");
-    locked = flock(fd, LOCK_EX);
-  }
-  if (locked == 0) {
-    RemoveTemporaryFiles(directoryPath);
-  }
-}
-
-LockedDirectory::~LockedDirectory() { close(fd); }
-
-void LockedDirectory::Sync() const {
-  // Some file systems have nothing to sync in a directory.
-  RequireCall(fsync(fd) == 0 || errno == EINVAL, "the directory cannot be synced");
-}
-
-FileReplacement::FileReplacement(const std::string& targetPath) : target(targetPath) {
-  temporaryPath =
-      fs::path(target).parent_path() / std::string(TEMPORARY_PREFIX).append(TEMPORARY_PATTERN);
-  fd = mkostemp(temporaryPath.data(), O_CLOEXEC);
-  RequireCall(fd >= 0, "no temporary file can be made beside it");
+FileReplacement::FileReplacement(LockedDirectory& fileDirectory, const std::string& fileName)
+    : directory(fileDirectory),
+      name(fileName),
+      descriptor(openat(directory.GetPrivateDirectory().Get(), name.c_str(),
+                        O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR)) {
+  RequireCall(descriptor.IsOpen(), "no temporary file can be made beside it");
 }
 
 FileReplacement::~FileReplacement() {
-  if (!temporaryPath.empty()) {
-    unlink(temporaryPath.c_str());
+  if (!isInPlace) {
+    unlinkat(directory.GetPrivateDirectory().Get(), name.c_str(), 0);
   }
-  close(fd);
 }
 
-void FileReplacement::SetMode(mode_t mode) const {
-  constexpr mode_t ALL_BITS = 07777;
-  RequireCall(fchmod(fd, mode & ALL_BITS) == 0, "its mode cannot be set");
+std::string FileReplacement::GetPath() const {
+  return directory.GetPrivateDirectory().GetPath() + "/" + name;
 }
 
-void FileReplacement::SetOwnerAndMode(const struct stat& other) const {
-  RequireCall(fchown(fd, other.st_uid, other.st_gid) == 0, "its owner cannot be kept");
-  SetMode(other.st_mode);  // after the owner, whose change clears bits
+void FileReplacement::RequireRoom(off_t size) const {
+  const int privateDirectory = directory.GetPrivateDirectory().Get();
+  constexpr char PROBE[] = "room";
+  const FileDescriptor probe(
+      openat(privateDirectory, PROBE, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  unlinkat(privateDirectory, PROBE, 0);
+  RequireCall(probe.IsOpen() && (fallocate(probe.Get(), 0, 0, size) == 0 || errno == EOPNOTSUPP),
+              "there is no room for its new file");
 }
 
-void FileReplacement::SetTimes(const struct stat& other) const {
-  const struct timespec times[] = {other.st_atim, other.st_mtim};
-  RequireCall(futimens(fd, times) == 0, "its modification time cannot be kept");
+void FileReplacement::Reopen() {
+  descriptor = FileDescriptor(openat(directory.GetPrivateDirectory().Get(), name.c_str(),
+                                     O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  RequireCall(descriptor.IsOpen(), "its new file cannot be opened");
 }
 
-void FileReplacement::Sync() const { RequireCall(fsync(fd) == 0, "it cannot be synced"); }
+void FileReplacement::CopyContent(const OpenedFile& source) {
+  constexpr std::size_t PIECE_SIZE = 65536;
+  std::vector<char> piece(PIECE_SIZE);
+  off_t offset = 0;
+  while (true) {
+    const ssize_t taken = pread(source.Get(), piece.data(), piece.size(), offset);
+    RequireCall(taken >= 0, "it cannot be read");
+    if (taken == 0) {
+      return;
+    }
+    for (ssize_t done = 0; done < taken;) {
+      const ssize_t written =
+          pwrite(Get(), piece.data() + done, static_cast<std::size_t>(taken - done), offset + done);
+      RequireCall(written >= 0, "its copy cannot be written");
+      done += written;
+    }
+    offset += taken;
+  }
+}
+
+std::string FileReplacement::FindGrowthError() const {
+  const off_t end = lseek(Get(), 0, SEEK_END);
+  const char byte = 0;
+  return pwrite(Get(), &byte, 1, end) == 1 ? "" : std::generic_category().message(errno);
+}
+
+void FileReplacement::Sync() const { RequireCall(fsync(Get()) == 0, "it cannot be synced"); }
+
+void FileReplacement::SetDefaultMode() {
+  constexpr mode_t READ_WRITE = 0666;
+  const mode_t mask = umask(0);
+  umask(mask);
+  RequireCall(fchmod(Get(), READ_WRITE & ~mask) == 0, "its mode cannot be set");
+}
+
+void FileReplacement::Replace(const OpenedFile& old) {
+  CopyAttributes(old.Get(), old.GetStatus(), Get());
+  RequireOwnFile();
+  old.RequireUnchanged();
+  InterruptionGuard::Check();
+  RequireCall(renameat(directory.GetPrivateDirectory().Get(), name.c_str(), directory.Get().Get(),
+                       name.c_str()) == 0,
+              "it cannot be replaced");
+  isInPlace = true;
+}
 
 void FileReplacement::PutInPlace() {
-  RequireCall(rename(temporaryPath.c_str(), target.c_str()) == 0, "it cannot be replaced");
-  temporaryPath.clear();
+  RequireOwnFile();
+  InterruptionGuard::Check();
+  const bool isMoved =
+      MoveToFreeName(directory.GetPrivateDirectory().Get(), directory.Get().Get(), name.c_str());
+  RequireArgument(isMoved || errno != EEXIST, "it exists");
+  RequireCall(isMoved, "it cannot be put in place");
+  isInPlace = true;
+}
+
+void FileReplacement::RequireOwnFile() const {
+  RequireArgument(IsFile(directory.GetPrivateDirectory().Get(), name, Get()),
+                  "its new file was exchanged");
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,55 +1,60 @@
 #pragma once
 
-#include <sys/stat.h>
-
 #include <string>
+
+#include "files/locked_directory.h"
+#include "files/opened_file.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// The right to replace files in a directory, which one process has at a time; others wait. So a
-// temporary file that is found there is one of a process that was killed. Every operation throws
-// FileError.
-class LockedDirectory {
- public:
-  // Removes temporary files, unless the file system has no locks.
-  explicit LockedDirectory(const std::string& directoryPath);
-  LockedDirectory(const LockedDirectory&) = delete;
-  LockedDirectory& operator=(const LockedDirectory&) = delete;
-  ~LockedDirectory();
-
-  // Makes the replacements survive a loss of power.
-  void Sync() const;
-
- private:
-  int fd = -1;
-};
-
-// Replaces a file, or makes it, in one instant: the new content grows in a temporary file beside
-// it. Its directory is locked meanwhile. Every operation throws FileError.
+// Makes or replaces a file in one instant: the new content grows in the private directory of its
+// directory and is put in place when it is whole. Every operation throws FileError.
 class FileReplacement {
  public:
-  // Makes the temporary file for `targetPath`, which is no symbolic link.
-  explicit FileReplacement(const std::string& targetPath);
+  // Makes an empty file that becomes `fileName`.
+  FileReplacement(LockedDirectory& fileDirectory, const std::string& fileName);
   FileReplacement(const FileReplacement&) = delete;
   FileReplacement& operator=(const FileReplacement&) = delete;
 
-  // Removes the temporary file unless it was put in place.
+  // Removes the new file unless it was put in place.
   ~FileReplacement();
 
-  // Of the temporary file.
-  const std::string& GetTemporaryPath() const { return temporaryPath; }
-  int GetDescriptor() const { return fd; }
-  void SetMode(mode_t mode) const;
-  void SetOwnerAndMode(const struct stat& other) const;
-  void SetTimes(const struct stat& other) const;
+  int Get() const { return descriptor.Get(); }
+
+  // The path of the new file for the library. Nobody else can put another file there.
+  std::string GetPath() const;
+
+  // Throws FileError when the file system has no room for another file of `size` bytes.
+  void RequireRoom(off_t size) const;
+
+  // To be called after the new file was itself replaced, as the RRD library does it.
+  void Reopen();
+
+  // Fills the new file with the content of another.
+  void CopyContent(const OpenedFile& source);
+
   void Sync() const;
 
+  // Why the new file cannot grow; empty when it can.
+  std::string FindGrowthError() const;
+
+  // The mode that a program without special wishes gives to a new file.
+  void SetDefaultMode();
+
+  // Puts the new file in place of `old`, unless that was changed meanwhile, and with all that
+  // belongs to it.
+  void Replace(const OpenedFile& old);
+
+  // Puts the new file in place, where nothing may be.
   void PutInPlace();
 
  private:
-  std::string target;
-  std::string temporaryPath;
-  int fd = -1;
+  void RequireOwnFile() const;
+
+  LockedDirectory& directory;
+  std::string name;
+  FileDescriptor descriptor;
+  bool isInPlace = false;
 };
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -59,6 +59,11 @@ void CheckDefinition(const FileDefinition& definition) {
   }
 }
 
+DataFileDefinition MakeDataFileDefinition(const FileDefinition& definition, long long start) {
+  return {definition.step, start, definition.minimum, definition.maximum,
+          static_cast<unsigned int>(definition.rowCount)};
+}
+
 std::optional<long long> ReadStart(const FileDefinition& definition) {
   const cctz::time_zone zone = LoadZone(definition.zoneName);
   if (!definition.startText) {

@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "files/data_file.h"
+
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 // The arguments of the commands that make a file.
@@ -24,6 +26,9 @@ void AddDefinitionOptions(CLI::App& command, FileDefinition& definition,
 
 // Throws CommandError for a definition of which no file can be made.
 void CheckDefinition(const FileDefinition& definition);
+
+// What the file is to be like that begins at `start`.
+DataFileDefinition MakeDataFileDefinition(const FileDefinition& definition, long long start);
 
 // The start that was given, if any. Throws CommandError for one that no file can have.
 std::optional<long long> ReadStart(const FileDefinition& definition);

@@ -1,28 +1,11 @@
 #include "output/point_format.h"
 
-#include <charconv>
 #include <cmath>
 #include <nlohmann/json.hpp>
-#include <string_view>
+
+#include "output/shortest_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
-namespace {
-
-class ShortestText {
- public:
-  explicit ShortestText(double value)
-      : size(std::isnan(value) ? 0 : std::to_chars(text, text + sizeof text, value).ptr - text) {}
-
-  std::string_view Get() const {
-    return size == 0 ? "nan" : std::string_view(text, static_cast<std::size_t>(size));
-  }
-
- private:
-  char text[32];  // the longest is -2.2250738585072014e-308
-  std::ptrdiff_t size;
-};
-
-}  // namespace
 
 const char* GetQualityText(const NumericalDataPoint& point) {
   return point.quality ? "good" : "bad";

@@ -4,7 +4,9 @@
 
 #include <cerrno>
 
-[[gnu::visibility("default")]] int link(const char* /*from*/, const char* /*to*/) noexcept {
+[[gnu::visibility("default")]] int linkat(int /*fromDirectory*/, const char* /*from*/,
+                                          int /*toDirectory*/, const char* /*to*/,
+                                          int /*flags*/) noexcept {
   errno = EPERM;
   return -1;
 }

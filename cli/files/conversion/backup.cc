@@ -1,13 +1,11 @@
 #include "files/conversion/backup.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <system_error>
+#include <vector>
 
 #include "files/file_attributes.h"
 #include "files/file_error.h"
@@ -16,54 +14,64 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-namespace fs = std::filesystem;
-
-bool HaveSameContent(const std::string& lhsPath, const std::string& rhsPath) {
-  std::ifstream lhs(lhsPath, std::ios::binary);
-  std::ifstream rhs(rhsPath, std::ios::binary);
-  using Bytes = std::istreambuf_iterator<char>;
-  return lhs && rhs && std::equal(Bytes(lhs), Bytes(), Bytes(rhs), Bytes());
+bool HaveSameContent(const OpenedFile& lhs, const OpenedFile& rhs) {
+  constexpr std::size_t PIECE_SIZE = 65536;
+  std::vector<char> lhsPiece(PIECE_SIZE);
+  std::vector<char> rhsPiece(PIECE_SIZE);
+  off_t offset = 0;
+  while (true) {
+    lhsPiece.resize(PIECE_SIZE);
+    rhsPiece.resize(PIECE_SIZE);
+    const ssize_t taken = pread(lhs.Get(), lhsPiece.data(), PIECE_SIZE, offset);
+    if (taken < 0 || pread(rhs.Get(), rhsPiece.data(), PIECE_SIZE, offset) != taken) {
+      return false;
+    }
+    lhsPiece.resize(static_cast<std::size_t>(taken));
+    rhsPiece.resize(static_cast<std::size_t>(taken));
+    if (taken == 0 || lhsPiece != rhsPiece) {
+      return lhsPiece == rhsPiece;
+    }
+    offset += taken;
+  }
 }
 
-void CopyToBackup(const std::string& path, const std::string& backupPath,
-                  const struct stat& original) {
-  FileReplacement backup(backupPath);
-  std::error_code error;
-  fs::copy_file(path, backup.GetTemporaryPath(), fs::copy_options::overwrite_existing, error);
-  if (error) {
-    throw FileError("its backup cannot be written: " + error.message(), StatusCode::IoError);
-  }
-  backup.SetOwnerAndMode(original);
-  backup.SetTimes(original);
+void CopyToBackup(LockedDirectory& directory, const OpenedFile& original,
+                  const std::string& backupName) {
+  FileReplacement backup(directory, backupName);
+  backup.CopyContent(original);
+  CopyAttributes(original.Get(), original.GetStatus(), backup.Get());
+  CopyTimes(original.GetStatus(), backup.Get());
   backup.Sync();
   backup.PutInPlace();
 }
 
 }  // namespace
 
-Backup FindBackup(const std::string& path, const std::string& backupPath,
-                  const struct stat& original) {
-  struct stat backup {};
-  if (lstat(backupPath.c_str(), &backup) != 0) {
+Backup FindBackup(const Directory& directory, const OpenedFile& original,
+                  const std::string& backupName) {
+  struct stat status {};
+  if (fstatat(directory.Get(), backupName.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
     RequireCall(errno == ENOENT, "its backup cannot be made");
     return Backup::None;
   }
-  if (IsSameFile(backup, original)) {
+  if (IsSameFile(status, original.GetStatus())) {
     return Backup::Link;
   }
-  RequireArgument(S_ISREG(backup.st_mode) && HaveSameContent(path, backupPath),
-                  "its backup " + backupPath + " exists");
+  RequireArgument(
+      S_ISREG(status.st_mode) && HaveSameContent(original, OpenedFile(directory, backupName)),
+      "its backup " + directory.GetPath() + "/" + backupName + " exists");
   return Backup::Copy;
 }
 
-void KeepBackup(const std::string& path, const std::string& backupPath,
-                const struct stat& original) {
-  if (link(path.c_str(), backupPath.c_str()) == 0) {
+void KeepBackup(LockedDirectory& directory, const OpenedFile& original,
+                const std::string& backupName) {
+  if (linkat(AT_FDCWD, original.GetPath().c_str(), directory.Get().Get(), backupName.c_str(),
+             AT_SYMLINK_FOLLOW) == 0) {
     return;
   }
   RequireCall(errno == EPERM || errno == EOPNOTSUPP || errno == EMLINK,
               "its backup cannot be made");
-  CopyToBackup(path, backupPath, original);
+  CopyToBackup(directory, original, backupName);
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

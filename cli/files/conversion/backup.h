@@ -1,22 +1,23 @@
 #pragma once
 
-#include <sys/stat.h>
-
 #include <string>
+
+#include "files/locked_directory.h"
+#include "files/opened_file.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// How the old file stands under the path of its backup.
+// How the old file stands under the name of its backup.
 enum class Backup { None, Link, Copy };
 
-// The backup of the file at `path` that a run left which was killed before it replaced the file.
-// Throws FileError when something else lies at `backupPath`.
-Backup FindBackup(const std::string& path, const std::string& backupPath,
-                  const struct stat& original);
+// The backup of a file that a run left which was killed before it replaced the file. Throws
+// FileError when `backupName` names anything else.
+Backup FindBackup(const Directory& directory, const OpenedFile& original,
+                  const std::string& backupName);
 
 // Makes the backup, as a hard link or, on file systems that have none, as a copy. The file keeps
-// its path meanwhile. Throws FileError.
-void KeepBackup(const std::string& path, const std::string& backupPath,
-                const struct stat& original);
+// its name meanwhile. Throws FileError.
+void KeepBackup(LockedDirectory& directory, const OpenedFile& original,
+                const std::string& backupName);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

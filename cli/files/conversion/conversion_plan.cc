@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "files/locked_directory.h"
+
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
@@ -48,7 +50,7 @@ class Planner {
     const fs::file_type type = entry.symlink_status(error).type();
     if (error && type != fs::file_type::not_found) {
       summary.AddFailed(shownDirectory / name, {error.message(), StatusCode::CannotOpen});
-    } else if (type == fs::file_type::directory) {
+    } else if (type == fs::file_type::directory && !IsTemporaryName(name)) {
       AddTree(entry.path(), shownDirectory / name);
     } else if (type == fs::file_type::regular && name.extension() == RRD_EXTENSION) {
       plan[directory].emplace(name, shownDirectory / name);

@@ -1,14 +1,10 @@
 #include "files/conversion/in_place_conversion.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <exception>
 #include <filesystem>
 #include <optional>
-#include <vector>
 
 #include "files/conversion/backup.h"
 #include "files/conversion/conversion_plan.h"
@@ -23,26 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool IsOwnGroup(gid_t group) {
-  const int count = std::max(getgroups(0, nullptr), 0);
-  std::vector<gid_t> groups(static_cast<std::size_t>(count));
-  groups.resize(static_cast<std::size_t>(std::clamp(getgroups(count, groups.data()), 0, count)));
-  return group == getegid() || std::find(groups.begin(), groups.end(), group) != groups.end();
-}
-
-// Finds what would keep the file from being replaced, as far as that shows before it is tried.
-void RequireReplaceable(const std::string& path, const struct stat& original, Backup backup) {
-  const std::string directory = fs::path(path).parent_path();
-  RequireCall(faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0, "it is not writable");
-  RequireCall(faccessat(AT_FDCWD, directory.c_str(), R_OK | W_OK | X_OK, AT_EACCESS) == 0,
-              "its directory is not writable");
-  RequireArgument(geteuid() == 0 || (geteuid() == original.st_uid && IsOwnGroup(original.st_gid)),
-                  "the new file could not be given to its owner and group");
-  const nlink_t nameCount = backup == Backup::Link ? 2 : 1;
-  RequireArgument(original.st_nlink <= nameCount,
-                  "it has another name (hard link), which would keep the old file");
-}
-
 class InPlaceConversion {
  public:
   explicit InPlaceConversion(const InPlaceOptions& inPlaceOptions)
@@ -53,56 +29,65 @@ class InPlaceConversion {
     for (const auto& [directory, files] : plan) {
       fileCount += files.size();
     }
-    for (const auto& [directory, files] : plan) {
-      ConvertDirectory(directory, files);
+    try {
+      for (const auto& [directory, files] : plan) {
+        ConvertDirectory(directory, files);
+      }
+    } catch (const Interrupted&) {
+      // The summary tells what has been done until then.
     }
     return std::move(summary);
   }
 
  private:
-  void ConvertDirectory(const std::string& directory, const PlannedFiles& files) {
-    if (options.isDryRun) {
-      ConvertFiles(directory, files);
-      return;
-    }
-    const std::size_t before = summary.CountConverted();
+  void ConvertDirectory(const std::string& path, const PlannedFiles& files) {
+    std::optional<Directory> directory;
     std::optional<LockedDirectory> lock;
     try {
-      lock.emplace(directory);
+      directory.emplace(path);
+      if (!options.isDryRun) {
+        lock.emplace(*directory);
+      }
     } catch (const FileError& error) {
       for (const auto& [name, shownPath] : files) {
         summary.AddFailed(shownPath, error);
       }
       return;
     }
-    ConvertFiles(directory, files);
-    if (summary.CountConverted() != before) {
-      SyncDirectory(*lock, files);
+    const std::size_t before = summary.CountConverted();
+    for (const auto& [name, shownPath] : files) {
+      ConvertFile(*directory, lock ? &*lock : nullptr, name, shownPath);
+      ShowProgress();
+    }
+    if (lock && summary.CountConverted() != before) {
+      SyncDirectory(*directory, files);
     }
   }
 
-  void SyncDirectory(const LockedDirectory& lock, const PlannedFiles& files) {
+  void ShowProgress() {
+    ++doneCount;
+    progress.Show(static_cast<double>(doneCount) / static_cast<double>(fileCount),
+                  std::to_string(doneCount) + "/" + std::to_string(fileCount) + " files");
+  }
+
+  void SyncDirectory(const Directory& directory, const PlannedFiles& files) {
     try {
-      lock.Sync();
+      directory.Sync();
     } catch (const FileError& error) {
       summary.AddFailed(fs::path(files.begin()->second).parent_path(), error);
     }
   }
 
-  void ConvertFiles(const std::string& directory, const PlannedFiles& files) {
-    for (const auto& [name, shownPath] : files) {
-      ConvertFile(fs::path(directory) / name, shownPath);
-      ++doneCount;
-      progress.Show(static_cast<double>(doneCount) / static_cast<double>(fileCount),
-                    std::to_string(doneCount) + "/" + std::to_string(fileCount) + " files");
-    }
-  }
-
-  void ConvertFile(const std::string& path, const std::string& shownPath) {
+  // A dry run has no right to replace files.
+  void ConvertFile(const Directory& directory, LockedDirectory* lock, const std::string& name,
+                   const std::string& shownPath) {
     try {
-      const struct stat original = ReadAttributes(path);
-      if (IsToBeConverted(path, shownPath)) {
-        Replace(path, original);
+      const OpenedFile original(directory, name);
+      if (IsToBeConverted(original, shownPath)) {
+        const Backup backup = CheckReplaceable(directory, original);
+        if (lock != nullptr) {
+          Replace(*lock, original, backup);
+        }
         summary.AddConverted(shownPath);
       }
     } catch (const FileError& error) {
@@ -112,9 +97,9 @@ class InPlaceConversion {
     }
   }
 
-  bool IsToBeConverted(const std::string& path, const std::string& shownPath) {
+  bool IsToBeConverted(const OpenedFile& original, const std::string& shownPath) {
     try {
-      sanitizer.Check(path);
+      sanitizer.Check(original);
       return true;
     } catch (const FileError& error) {
       if (error.GetStatus() == StatusCode::NothingToDo) {
@@ -128,29 +113,31 @@ class InPlaceConversion {
     }
   }
 
-  void Replace(const std::string& path, const struct stat& original) {
-    const std::string backupPath = path + options.backupSuffix;
-    const bool isBackupWanted = !options.backupSuffix.empty();
-    const Backup found = isBackupWanted ? FindBackup(path, backupPath, original) : Backup::None;
-    RequireReplaceable(path, original, found);
-    if (options.isDryRun) {
-      return;
-    }
-    FileReplacement replacement(path);
-    sanitizer.Convert(path, replacement);
-    replacement.SetOwnerAndMode(original);
-    replacement.SetTimes(original);
-    const bool isBackupNew = isBackupWanted && found == Backup::None;
+  std::string GetBackupName(const OpenedFile& original) const {
+    return original.GetName() + options.backupSuffix;
+  }
+
+  Backup CheckReplaceable(const Directory& directory, const OpenedFile& original) const {
+    const Backup backup = options.backupSuffix.empty()
+                              ? Backup::None
+                              : FindBackup(directory, original, GetBackupName(original));
+    original.RequireReplaceable(backup == Backup::Link ? 2 : 1);
+    return backup;
+  }
+
+  void Replace(LockedDirectory& directory, const OpenedFile& original, Backup backup) {
+    FileReplacement replacement(directory, original.GetName());
+    sanitizer.Convert(original, replacement);
+    CopyTimes(original.GetStatus(), replacement.Get());
+    const bool isBackupNew = !options.backupSuffix.empty() && backup == Backup::None;
     if (isBackupNew) {
-      KeepBackup(path, backupPath, original);
+      KeepBackup(directory, original, GetBackupName(original));
     }
     try {
-      RequireArgument(IsUnchanged(original, ReadAttributes(path)),
-                      "it changed while it was converted");
-      replacement.PutInPlace();
-    } catch (const FileError&) {
+      replacement.Replace(original);
+    } catch (...) {
       if (isBackupNew) {
-        unlink(backupPath.c_str());
+        unlinkat(directory.Get().Get(), GetBackupName(original).c_str(), 0);
       }
       throw;
     }

@@ -13,8 +13,8 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 class LoggedSanitizer {
  public:
   // Throw FileError for every status but Success.
-  void Check(const std::string& source);
-  void Convert(const std::string& source, const FileReplacement& replacement);
+  void Check(const OpenedFile& source);
+  void Convert(const OpenedFile& source, const FileReplacement& replacement);
 
  private:
   void Require(StatusCode status) const;

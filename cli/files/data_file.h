@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+
+#include "timeseries/rrd_client.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// What a data file is to be like: the arguments of RrdClient::Create and RrdClient::Migrate.
+struct DataFileDefinition {
+  long long step;
+  long long startTime;
+  double minimum;
+  double maximum;
+  unsigned int rowCount;
+};
+
+// Makes the data file at `path`, where nothing may be unless `mayReplace`. The new file has been
+// read back and has what was asked for. Throws FileError; all is as it was then.
+void CreateDataFile(const std::string& path, const DataFileDefinition& definition, bool mayReplace,
+                    const RrdClient& client);
+
+// Makes the data file at `path` anew from itself. The new file has been read back and has what was
+// asked for and the samples of the old one, unless `mayDrop`. Throws FileError; all is as it was
+// then.
+void MigrateDataFile(const std::string& path, const DataFileDefinition& definition, bool mayDrop,
+                     const RrdClient& client);
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

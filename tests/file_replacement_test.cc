@@ -1,0 +1,178 @@
+// The replacement of data files beside processes that hold, swap or remove what lies there.
+
+#include "files/file_replacement.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+
+#include <csignal>
+#include <filesystem>
+
+#include "files/conversion/in_place_conversion.h"
+#include "files/file_error.h"
+#include "support/legacy_file.h"
+#include "support/temporary_directory.h"
+
+using namespace nvx::TimeSeriesDatabase::CommandLine;
+namespace fs = std::filesystem;
+
+namespace {
+
+TEST(LockedDirectory, GivesUpWaitingForAnother) {
+  const TemporaryDirectory temporary;
+  const Directory directory(Resolve(temporary.GetPath("x")).directory);
+  const FileDescriptor other(open(temporary.GetPath().c_str(), O_RDONLY | O_DIRECTORY));
+  ASSERT_EQ(flock(other.Get(), LOCK_EX), 0);
+  EXPECT_THROW(LockedDirectory(directory, std::chrono::milliseconds(120)), FileError);
+  ASSERT_EQ(flock(other.Get(), LOCK_UN), 0);
+  EXPECT_NO_THROW(LockedDirectory(directory, std::chrono::milliseconds(0)));
+}
+
+TEST(LockedDirectory, RemovesWhatAKilledProcessHasLeft) {
+  const TemporaryDirectory temporary;
+  fs::create_directories(temporary.GetPath(".nvx-convert-abc123"));
+  WriteFile(temporary.GetPath(".nvx-convert-abc123/topo_a.rrd"), "half");
+  WriteFile(temporary.GetPath(".nvx-convert-xyz789"), "half");
+  WriteFile(temporary.GetPath(".nvx-convert-abc1234"), "a user's");
+  const Directory directory(Resolve(temporary.GetPath("x")).directory);
+  { const LockedDirectory lock(directory); }
+  EXPECT_EQ(std::distance(fs::directory_iterator(temporary.GetPath()), fs::directory_iterator()),
+            1);
+  EXPECT_EQ(ReadFile(temporary.GetPath(".nvx-convert-abc1234")), "a user's");
+}
+
+TEST(FileReplacement, PutsNothingInPlaceOfAFileThatChanged) {
+  const TemporaryDirectory temporary;
+  const Directory directory(Resolve(temporary.GetPath("x")).directory);
+  const std::string path = temporary.GetPath("a.rrd");
+  WriteFile(path, "old");
+  LockedDirectory lock(directory);
+  const auto replaceAfter = [&](const auto& change) {
+    const OpenedFile old(directory, "a.rrd");
+    FileReplacement replacement(lock, "a.rrd");
+    change();
+    EXPECT_THROW(replacement.Replace(old), FileError);
+  };
+  replaceAfter([&] { WriteFile(path, "longer"); });
+  replaceAfter([&] {
+    WriteFile(temporary.GetPath("other"), "other");
+    fs::rename(temporary.GetPath("other"), path);
+  });
+  replaceAfter([&] { fs::remove(path); });
+  FileReplacement replacement(lock, "a.rrd");
+  WriteFile(path, "made meanwhile");
+  EXPECT_THROW(replacement.PutInPlace(), FileError);
+  EXPECT_EQ(ReadFile(path), "made meanwhile");
+}
+
+TEST(FileReplacement, LeavesNothingWhenItIsInterrupted) {
+  const TemporaryDirectory temporary;
+  const Directory directory(Resolve(temporary.GetPath("x")).directory);
+  {
+    LockedDirectory lock(directory);
+    FileReplacement replacement(lock, "a.rrd");
+    const pid_t child = fork();
+    if (child == 0) {
+      std::raise(SIGTERM);
+      try {
+        replacement.PutInPlace();
+      } catch (const Interrupted& interrupted) {
+        _exit(interrupted.signal);
+      }
+      _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == SIGTERM);
+  }
+  EXPECT_TRUE(fs::is_empty(temporary.GetPath()));
+}
+
+// The directory of another user in which root converts. That user swaps its file for a link to one
+// that is not his, and what root makes there for links to a victim.
+class Attack : public testing::Test {
+ protected:
+  static constexpr uid_t USER = 65534;
+
+  void SetUp() override {
+    if (geteuid() != 0) {
+      GTEST_SKIP() << "another user can be played by root alone";
+    }
+    fs::permissions(outside.GetPath(), fs::perms::owner_all);
+    WriteFile(secret, ReadLegacy("two-sources"));
+    WriteFile(victim, "precious");
+    fs::permissions(secret, fs::perms::owner_read | fs::perms::owner_write);
+    ASSERT_EQ(chown(inside.GetPath().c_str(), USER, USER), 0);
+    fs::create_symlink(secret, inside.GetPath("swap"));
+    Restore();
+    rounds = static_cast<int*>(
+        mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    attacker = fork();
+    if (attacker == 0) {
+      Swap();
+    }
+  }
+
+  void TearDown() override {
+    if (attacker > 0) {
+      kill(attacker, SIGKILL);
+      waitpid(attacker, nullptr, 0);
+    }
+  }
+
+  void Restore() const {
+    const std::string fresh = outside.GetPath("fresh");
+    WriteFile(fresh, ReadLegacy("gauge"));
+    ASSERT_EQ(chown(fresh.c_str(), USER, USER), 0);
+    fs::remove(inside.GetPath("swap"));
+    fs::create_symlink(secret, inside.GetPath("swap"));
+    fs::rename(fresh, inside.GetPath("a.rrd"));
+  }
+
+  [[noreturn]] void Swap() const {
+    const std::string path = inside.GetPath("a.rrd");
+    const std::string swap = inside.GetPath("swap");
+    if (setgid(USER) != 0 || setuid(USER) != 0) {
+      _exit(1);
+    }
+    while (true) {
+      renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, swap.c_str(), RENAME_EXCHANGE);
+      std::error_code error;
+      for (const auto& entry : fs::directory_iterator(inside.GetPath(), error)) {
+        if (IsTemporaryName(entry.path().filename())) {
+          fs::rename(entry.path(), inside.GetPath("away"), error);
+          fs::create_symlink(victim, entry.path(), error);
+          fs::remove(entry.path(), error);
+        }
+      }
+      ++*rounds;
+    }
+  }
+
+  const TemporaryDirectory inside;
+  const TemporaryDirectory outside;
+  const std::string secret = outside.GetPath("secret.rrd");
+  const std::string victim = outside.GetPath("victim");
+  int* rounds = nullptr;
+  pid_t attacker = 0;
+};
+
+TEST_F(Attack, NeitherOverwritesNorRevealsAForeignFile) {
+  constexpr int ROUND_COUNT = 5000;
+  while (*rounds < ROUND_COUNT) {
+    ConvertInPlace({inside.GetPath()}, {"", false});
+    ASSERT_EQ(ReadFile(victim), "precious");
+    ASSERT_EQ(ReadFile(secret), ReadLegacy("two-sources"));
+    for (const auto& entry : fs::recursive_directory_iterator(inside.GetPath())) {
+      ASSERT_TRUE(!entry.is_regular_file() || entry.is_symlink() ||
+                  ReadFile(entry.path()) != ReadConverted("two-sources"))
+          << entry.path();
+    }
+    Restore();
+  }
+}
+
+}  // namespace
