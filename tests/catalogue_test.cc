@@ -25,26 +25,26 @@ std::string NoScope(const std::string& key) {
 
 TEST(FileHelper, IdsScopesAndFileNames) {
   std::string id;
-  for (const auto& row : ReadTable("zelt_ids.txt")) {
+  ForEachRow("zelt_ids.txt", [&id](const Row& row) {
     std::string scope;
-    EXPECT_EQ(Rrd::FindZeltScope(row[0], scope), StatusCode::Success);
-    EXPECT_EQ(scope, row[1]);
+    EXPECT_EQ(Rrd::FindZeltScope(row["id"], scope), StatusCode::Success);
+    EXPECT_EQ(scope, row["scope"]);
     LogCapture log;
     std::string fileName;
-    EXPECT_EQ(FileHelper::ComputeFileNameFromZeltId(row[0], fileName), StatusCode::Success);
-    EXPECT_EQ(fileName, row[2]);
+    EXPECT_EQ(FileHelper::ComputeFileNameFromZeltId(row["id"], fileName), StatusCode::Success);
+    EXPECT_EQ(fileName, row["file name"]);
     const Lines traced = {"7" + HELPER +
                           "[trace] ComputeFileNameFromZeltId: File name successfuly computed"};
-    EXPECT_EQ(log.Take(), row[0].find(';') == std::string::npos ? Lines{} : traced);
+    EXPECT_EQ(log.Take(), row["id"].find(';') == std::string::npos ? Lines{} : traced);
 
-    const bool isMapped = row[3] != "none";
+    const bool isMapped = row["back"] != "none";
     EXPECT_EQ(FileHelper::ComputeZeltIdFromFileName(fileName, id),
               isMapped ? StatusCode::Success : StatusCode::InvalidArgument);
-    EXPECT_EQ(isMapped ? id : "none", row[3]);
+    EXPECT_EQ(isMapped ? id : "none", row["back"]);
     const Lines malformed = {"3" + HELPER + " ComputeZeltIdFromFileName: Malformed file name [" +
                              fileName + "]"};
     EXPECT_EQ(log.Take(), isMapped ? Lines{} : malformed);
-  }
+  });
   EXPECT_EQ(FileHelper::ComputeZeltIdFromFileName("topo_x.txt", id), StatusCode::Success);
   EXPECT_EQ(id, "topo:x");
 }

@@ -23,16 +23,15 @@ void ExpectResult(Function function, const std::vector<double>& run, const std::
 }
 
 TEST(DataFunctions, ReduceARunOfSamples) {
-  for (const auto& row : ReadTable("runs.txt")) {
-    SCOPED_TRACE(row[0]);
-    std::istringstream samples(row[0]);
+  ForEachRow("runs.txt", [](const Row& row) {
+    std::istringstream samples(row["run"]);
     std::vector<double> run;
     for (std::string sample; samples >> sample;) {
       run.push_back(std::strtod(sample.c_str(), nullptr));
     }
-    ExpectResult(DataFunctions::ComputeAverageIgnoringNan, run, row[1]);
-    ExpectResult(DataFunctions::ComputeDelta, run, row[2]);
-  }
+    ExpectResult(DataFunctions::ComputeAverageIgnoringNan, run, row["average"]);
+    ExpectResult(DataFunctions::ComputeDelta, run, row["delta"]);
+  });
 }
 
 TEST(DataFunctions, EmptyRunsAndNullPointers) {

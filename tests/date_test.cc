@@ -45,30 +45,28 @@ Date::Date At(const std::string& text, const std::string& zone = "Europe/Paris")
 }
 
 TEST(Date, CalendarStepsAcrossChangesOfTheClocks) {
-  for (const auto& row : ReadTable("calendar_steps.txt")) {
-    Date::Date date = At(row[1], row[0]);
-    Move(row[2], date);
-    EXPECT_EQ(ToShortText(date), row[3]) << row[2] << " from " << row[1] << " in " << row[0];
-    EXPECT_EQ(date.timeZone.name(), row[0]);
+  ForEachRow("calendar_steps.txt", [](const Row& row) {
+    Date::Date date = At(row["from"], row["zone"]);
+    Move(row["step"], date);
+    EXPECT_EQ(ToShortText(date), row["to"]);
+    EXPECT_EQ(date.timeZone.name(), row["zone"]);
 
     for (const long long end :
          {std::numeric_limits<long long>::min(), std::numeric_limits<long long>::max()}) {
       date.timestamp = end;
-      Move(row[2], date);
-      EXPECT_EQ(date.timestamp < 0, end < 0) << row[2] << " at an end of time";
+      Move(row["step"], date);
+      EXPECT_EQ(date.timestamp < 0, end < 0) << "at an end of time";
     }
-  }
+  });
 }
 
 TEST(Date, FirstHourOfDay) {
-  const char* const first[] = {"2021-03-14T01:00:00-04:00", "2021-03-14T01:00:59-04:00",
-                               "2021-03-15T00:00:59-04:00"};
-  const char* const other[] = {"2021-03-14T01:01:00-04:00", "2021-03-15T01:00:00-04:00"};
-  for (const char* const text : first) {
-    EXPECT_TRUE(Date::Date::IsFirstHourOfDay(At(text, "America/Havana"))) << text;
-  }
-  for (const char* const text : other) {
-    EXPECT_FALSE(Date::Date::IsFirstHourOfDay(At(text, "America/Havana"))) << text;
+  for (const auto& [text, isFirst] : {std::pair("2021-03-14T01:00:00-04:00", true),
+                                      {"2021-03-14T01:00:59-04:00", true},
+                                      {"2021-03-15T00:00:59-04:00", true},
+                                      {"2021-03-14T01:01:00-04:00", false},
+                                      {"2021-03-15T01:00:00-04:00", false}}) {
+    EXPECT_EQ(Date::Date::IsFirstHourOfDay(At(text, "America/Havana")), isFirst) << text;
   }
 }
 
@@ -126,17 +124,16 @@ TEST(Date, AShorterMonthIsLogged) {
 }
 
 TEST(TimeRoundHelper, RoundsToTheBoundsOfEachInterval) {
-  const auto rows = ReadTable("intervals.txt");
-  ASSERT_EQ(rows.size(), 14u);
-  for (std::size_t number = 0; number < rows.size(); ++number) {
-    const QueryInterval interval{static_cast<unsigned char>(number)};
-    Date::Date date = At("2021-06-15T10:37:45+02:00");
-    Date::TimeRoundHelper::RoundBound(interval, RoundType::Down, date);
-    EXPECT_EQ(ToShortText(date), rows[number][2]) << number;
-    date = At("2021-06-15T10:37:45+02:00");
-    Date::TimeRoundHelper::RoundBound(interval, RoundType::Up, date);
-    EXPECT_EQ(ToShortText(date), rows[number][3]) << number;
-  }
+  unsigned char number = 0;
+  ForEachRow("intervals.txt", [&number](const Row& row) {
+    const QueryInterval interval{number++};
+    for (const auto& [type, column] : {std::pair(RoundType::Down, "down"), {RoundType::Up, "up"}}) {
+      Date::Date date = At("2021-06-15T10:37:45+02:00");
+      Date::TimeRoundHelper::RoundBound(interval, type, date);
+      EXPECT_EQ(ToShortText(date), row[column]);
+    }
+  });
+  EXPECT_EQ(number, 14);
 }
 
 TEST(TimeRoundHelper, ValuesOutsideTheEnumerationsAreLogged) {

@@ -1,15 +1,13 @@
 // The shared library exports the public interface, each name of which stands in exports.txt, and
 // nothing else.
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <fstream>
 #include <set>
 #include <sstream>
 #include <string>
 
 #include "support/run_program.h"
+#include "support/table.h"
 
 namespace {
 
@@ -34,10 +32,12 @@ TEST(Exports, AreThePublicInterface) {
   exported.erase("nvx::Log::RootLogger::GetInstance()");  // only where it is not inlined
 
   std::set<std::string> expected;
-  std::ifstream file(TEST_DATA "/exports.txt");
-  for (std::string line; std::getline(file, line);) {
-    expected.insert(line);
-  }
+  ForEachRow("exports.txt", [&expected](const Row& row) {
+    std::istringstream names(row["names"]);
+    for (std::string name; names >> name;) {
+      expected.insert(row["scope"] + "::" + name);
+    }
+  });
   for (const std::string& name : exported) {
     EXPECT_EQ(expected.count(name), 1u) << "exported: " << name;
   }

@@ -21,12 +21,6 @@ using nvx::TimeSeriesDatabase::Rrd::Tool::Sanitizer;
 
 namespace {
 
-#ifdef __SANITIZE_ADDRESS__
-constexpr bool IS_SANITIZED = true;  // with system calls and memory of the sanitizer's own
-#else
-constexpr bool IS_SANITIZED = false;
-#endif
-
 const std::string COMPONENT = "[TimeSeriesDatabase::Rrd::Tool::HeaderConverter]";
 
 // Its files have short names, for its directory is the current one.
@@ -86,22 +80,21 @@ std::pair<long long, long long> CountCalls() {
 
 TEST_F(SanitizerTest, ConvertsEveryShapeInPiecesOf64KiB) {
   const int otherReads = 4;  // three of the header, one of CountCalls
-  for (const auto& row : ReadTable("conversion_shapes.txt")) {
-    SCOPED_TRACE(row[0] + " | " + row[1]);
-    std::istringstream rowCounts(row[1]);
-    const LegacyFile file(static_cast<std::uint32_t>(std::stoul(row[0])),
+  ForEachRow("conversion_shapes.txt", [&](const Row& row) {
+    std::istringstream rowCounts(row["rows of each archive"]);
+    const LegacyFile file(row.GetNumber<std::uint32_t>("data sources"),
                           {std::istream_iterator<std::uint32_t>(rowCounts), {}});
     WriteFile("source", file.legacy);
     const auto before = CountCalls();
     EXPECT_EQ(Convert("source", "new"), 0);
     const auto after = CountCalls();
     EXPECT_TRUE(ReadFile("new") == file.converted);
-    if (!IS_SANITIZED) {
-      const int pieces = std::stoi(row[2]);
+    if (!IS_SANITIZED) {  // which has system calls and memory of its own
+      const int pieces = row.GetNumber("pieces");
       EXPECT_EQ(after.first - before.first, otherReads + pieces);
       EXPECT_EQ(after.second - before.second, 1 + pieces);
     }
-  }
+  });
 }
 
 // Makes the changes of the table of refused files.
@@ -123,13 +116,13 @@ std::string Change(std::string bytes, const std::string& changes) {
 }
 
 TEST_F(SanitizerTest, RefusesWhatIsNoWholeLegacyFile) {
-  for (const auto& row : ReadTable("refused_conversions.txt")) {
-    SCOPED_TRACE(row[0] + " " + row[1]);
-    const std::string content = Change(ReadFile(TEST_DATA "/legacy/" + row[0] + ".rrd"), row[1]);
+  ForEachRow("refused_conversions.txt", [this](const Row& row) {
+    const std::string file = ReadFile(TEST_DATA "/legacy/" + row["file"] + ".rrd");
+    const std::string content = Change(file, row["changes"]);
     WriteFile("source", content);
-    ExpectRefused(std::stoi(row[2]), row[3]);
+    ExpectRefused(row.GetNumber("code"), row["error"]);
     EXPECT_TRUE(ReadFile("source") == content);
-  }
+  });
   WriteFile("source", ReadLegacy("gauge"));
   fs::resize_file("source", (1ull << 32) + fs::file_size("source"));
   ExpectRefused(28, "CheckLimits: RRD file of 4294975852 bytes is too large to convert");
@@ -153,25 +146,24 @@ TEST_F(SanitizerTest, TellsEveryFaultOfTheMachine) {
   fs::create_symlink("/dev/full", "full");
   ASSERT_EQ(mkfifo("fifo", 0600), 0);
   const int fifo = open("fifo", O_RDWR);  // so that no other open of it waits
-  for (const auto& row : ReadTable("conversion_faults.txt")) {
-    SCOPED_TRACE(row[5]);
-    const rlim_t memory = std::stoul(row[3]) << 20;
-    if (IS_SANITIZED && memory < (1000 << 20)) {
-      continue;
+  ForEachRow("conversion_faults.txt", [&](const Row& row) {
+    const auto memory = row.GetNumber<rlim_t>("MiB of memory");
+    if (IS_SANITIZED && memory < 1000) {
+      return;
     }
     fs::remove("new");
     malloc_trim(1 << 14);  // some KiB stay for small objects
     {
-      const ResourceLimit sizeLimit(RLIMIT_FSIZE, std::stoul(row[2]));
-      const ResourceLimit memoryLimit(RLIMIT_AS, GetMemorySize() + memory);
-      EXPECT_EQ(Convert(row[0], row[1]), std::stoi(row[4]));
+      const ResourceLimit sizeLimit(RLIMIT_FSIZE, row.GetNumber<rlim_t>("largest file"));
+      const ResourceLimit memoryLimit(RLIMIT_AS, GetMemorySize() + (memory << 20));
+      EXPECT_EQ(Convert(row["source"], row["destination"]), row.GetNumber("code"));
     }
-    EXPECT_EQ(log.Take(), Lines{"3" + COMPONENT + " " + row[5]});
+    EXPECT_EQ(log.Take(), Lines{"3" + COMPONENT + " " + row["error"]});
     const std::string left = ReadFile("new");
-    EXPECT_EQ(fs::exists("new") ? std::to_string(left.size()) : "no file", row[6]);
-    EXPECT_TRUE(left == ReadConverted(row[0]).substr(0, left.size()));
+    EXPECT_EQ(fs::exists("new") ? std::to_string(left.size()) : "no file", row["bytes in new"]);
+    EXPECT_TRUE(left == ReadConverted(row["source"]).substr(0, left.size()));
     EXPECT_TRUE(ReadFile("gauge") == gauge);
-  }
+  });
   EXPECT_TRUE(ReadFile("never-updated") == ReadLegacy("never-updated"));
   close(fifo);
 }

@@ -1,6 +1,5 @@
 #include <cmath>
 #include <functional>
-#include <sstream>
 
 #include "support/dates.h"
 #include "support/log_capture.h"
@@ -37,25 +36,23 @@ StatusCode Walk(Rrd::IntervalIterator iterator, const double* samples, std::stri
 
 TEST(IntervalIterator, CutsTheBufferAtTheBoundsOfTheIntervals) {
   LogCapture log(3);
-  for (const auto& row : ReadTable("interval_cuts.txt")) {
-    std::istringstream bounds(row[0]);
-    long long start = 0;
-    long long end = 0;
-    bounds >> start >> end;
-    const QueryInterval interval{static_cast<unsigned char>(std::stoul(row[2]))};
-    const auto count = static_cast<unsigned int>(std::stoul(row[4]));
+  ForEachRow("interval_cuts.txt", [&log](const Row& row) {
+    const TimeWindow window =
+        Window(row.GetNumber<long long>("start"), row.GetNumber<long long>("end"), row["zone"]);
+    const QueryInterval interval{row.GetNumber<unsigned char>("interval")};
+    const auto count = row.GetNumber<unsigned int>("samples");
     const std::vector<double> samples(count + 1);
     std::string positions;
-    const StatusCode rc = Walk(Rrd::IntervalIterator(Window(start, end, row[1]), samples.data(),
-                                                     std::stoull(row[3]), interval, count),
-                               samples.data(), positions);
-    EXPECT_EQ(static_cast<int>(rc), std::stoi(row[5])) << row[0];
-    EXPECT_EQ(positions, row.size() > 6 ? row[6] : "") << row[0];
+    const StatusCode rc =
+        Walk(Rrd::IntervalIterator(window, samples.data(), row.GetNumber<unsigned long>("step"),
+                                   interval, count),
+             samples.data(), positions);
+    EXPECT_EQ(static_cast<int>(rc), row.GetNumber("code"));
+    EXPECT_EQ(positions, row["positions"]);
     const Lines lines = log.Take();
     EXPECT_EQ(!lines.empty() && lines.back().find(ITERATOR) != std::string::npos,
-              rc == StatusCode::OutOfRange)
-        << row[0];
-  }
+              rc == StatusCode::OutOfRange);
+  });
 }
 
 // Processes hours of hourly samples, as many as the window wants.
@@ -87,45 +84,28 @@ TEST(IntervalProcessor, StopsAtTheFirstFailure) {
   const DataFunction failing = [&calls](const double*, const double*, double&, bool&) {
     return ++calls == 3 ? StatusCode::IoError : StatusCode::Success;
   };
-  struct Case {
-    TimeWindow window;
-    DataFunction function;
-    StatusCode code;
-    std::size_t points;
-    Lines lines;
+  const auto expect = [](const TimeWindow& window, const DataFunction& function, StatusCode code,
+                         std::size_t pointCount, const Lines& lines) {
+    LogCapture log(3);
+    std::vector<NumericalDataPoint> points;
+    EXPECT_EQ(Process(window, {1, 2, 3, 4, 5}, function, points), code);
+    EXPECT_EQ(points.size(), pointCount);
+    EXPECT_EQ(log.Take(), lines);
   };
   const std::string process = "3" + PROCESSOR + " Process: ";
-  const Case cases[] = {
-      {Window(0, 14400),
-       failing,
-       StatusCode::IoError,
-       2,
-       {process + "Failed to compute data function for date [1970-01-01T02:00:00.000+00:00], UTC "
-                  "timestamp [7200]"}},
-      {Window(36000, 45000),
-       DataFunctions::ComputeDelta,
-       StatusCode::OutOfRange,
-       2,
-       {"3" + ITERATOR +
-            " ComputeCurrentIterator: End date of interval [46800] is superior to end "
-            "date of time-window [45000]",
-        process + "Failed to determine next interval"}},
-      {Window(10, 10),
-       DataFunctions::ComputeDelta,
-       StatusCode::InvalidArgument,
-       0,
-       {"3[TimeSeriesDatabase::TimeWindow] Time window is invalid [" +
-            TimeWindowToString(Window(10, 10)) + "]",
-        process + "Failed to initialize iterator"}},
-  };
+  expect(Window(0, 14400), failing, StatusCode::IoError, 2,
+         {process + "Failed to compute data function for date [1970-01-01T02:00:00.000+00:00], UTC "
+                    "timestamp [7200]"});
+  expect(Window(36000, 45000), DataFunctions::ComputeDelta, StatusCode::OutOfRange, 2,
+         {"3" + ITERATOR +
+              " ComputeCurrentIterator: End date of interval [46800] is superior to "
+              "end date of time-window [45000]",
+          process + "Failed to determine next interval"});
+  expect(Window(10, 10), DataFunctions::ComputeDelta, StatusCode::InvalidArgument, 0,
+         {"3[TimeSeriesDatabase::TimeWindow] Time window is invalid [" +
+              TimeWindowToString(Window(10, 10)) + "]",
+          process + "Failed to initialize iterator"});
   std::vector<NumericalDataPoint> points;
-  for (const Case& expected : cases) {
-    LogCapture log(3);
-    points.clear();
-    EXPECT_EQ(Process(expected.window, {1, 2, 3, 4, 5}, expected.function, points), expected.code);
-    EXPECT_EQ(points.size(), expected.points);
-    EXPECT_EQ(log.Take(), expected.lines);
-  }
   EXPECT_THROW(static_cast<void>(Process(Window(0, 3600), {1, 2}, DataFunction(), points)),
                std::bad_function_call);
 }

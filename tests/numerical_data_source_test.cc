@@ -64,34 +64,34 @@ Lines MetadataLines(const std::string& kind, const std::string& operation, const
 }
 
 TEST(NumericalDataSource, MetadataComesFromTheStoreOrElseTheFile) {
-  for (const auto& row : ReadTable("metadata.txt")) {
-    SCOPED_TRACE(row[0] + " " + row[1]);
+  ForEachRow("metadata.txt", [](const Row& row) {
+    const std::string& stored = row["stored"];
     nvx::Workstation::InMemoryRedisClient redis;
     FixedRrdClient rrd;
-    rrd.code = StatusCode(std::stoi(row[1]));
-    if (row[0] != "not stored") {
-      redis.HashSet("a.rrd", "firstTimeStamp", row[0]);
-      redis.HashSet("a.rrd", "interval", row[0]);
+    rrd.code = StatusCode(row.GetNumber("of the file"));
+    if (stored != "not stored") {
+      redis.HashSet("a.rrd", "firstTimeStamp", stored);
+      redis.HashSet("a.rrd", "interval", stored);
     }
     Rrd::NumericalDataSource source("a.rrd", redis, rrd);
     LogCapture log(6);
-    const StatusCode code{std::stoi(row[2])};
+    const StatusCode code{row.GetNumber("code")};
     const bool isFailure = code != StatusCode::Success;
     long long timestamp = 7;
     EXPECT_EQ(source.GetFirstTimestamp(timestamp), code);
-    EXPECT_EQ(std::to_string(timestamp), row[3]);
-    EXPECT_EQ(log.Take(), MetadataLines(row[5], "GetFirstTimestamp", "first timestamp", "stol",
-                                        row[0], isFailure));
+    EXPECT_EQ(std::to_string(timestamp), row["first timestamp"]);
+    EXPECT_EQ(log.Take(), MetadataLines(row["first line"], "GetFirstTimestamp", "first timestamp",
+                                        "stol", stored, isFailure));
     unsigned long interval = 7;
     EXPECT_EQ(source.GetInterval(interval), code);
-    EXPECT_EQ(std::to_string(interval), row[4]);
-    EXPECT_EQ(log.Take(),
-              MetadataLines(row[5], "GetInterval", "interval", "stoul", row[0], isFailure));
+    EXPECT_EQ(std::to_string(interval), row["interval"]);
+    EXPECT_EQ(log.Take(), MetadataLines(row["first line"], "GetInterval", "interval", "stoul",
+                                        stored, isFailure));
 
     QueryInterval queryInterval = QueryInterval::Month;
     EXPECT_EQ(source.GetInterval(queryInterval),
-              row[6] == "Month" && !isFailure ? StatusCode::InvalidArgument : code);
-    EXPECT_EQ(QueryIntervalToString(queryInterval), row[6]);
+              row["query interval"] == "Month" && !isFailure ? StatusCode::InvalidArgument : code);
+    EXPECT_EQ(QueryIntervalToString(queryInterval), row["query interval"]);
     const Lines lines = log.Take();
     EXPECT_EQ(!lines.empty() && lines.back() == "6" + COMPONENT + "GetInterval: Fail to convert " +
                                                     "sampling rate for [a.rrd]",
@@ -100,7 +100,7 @@ TEST(NumericalDataSource, MetadataComesFromTheStoreOrElseTheFile) {
     EXPECT_EQ(timestamp, 43);
     EXPECT_EQ(source.Reserved(), StatusCode::Success);
     EXPECT_TRUE(log.Take().empty());
-  }
+  });
 }
 
 // Three hours and more of one-minute samples: a counter that grows by 1 a minute, sample 90

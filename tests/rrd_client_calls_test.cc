@@ -18,7 +18,7 @@ namespace {
 
 struct StandIn {
   long result = 0;  // of the call, or the timestamp that it returns
-  std::vector<std::pair<std::string, rrd_info_type_t>> information;
+  std::vector<rrd_info_t> information;
   time_t start = 0;
   time_t end = 0;
   unsigned long step = 0;
@@ -64,27 +64,13 @@ time_t rrd_last_r(const char* path) { return Answer("last", path); }
 
 rrd_info_t* rrd_info_r(const char* path) {
   Answer("info", path);
-  rrd_info_t* list = nullptr;
-  for (std::size_t i = rrd.information.size(); i > 0; --i) {
-    auto* entry = static_cast<rrd_info_t*>(std::calloc(1, sizeof(rrd_info_t)));
-    entry->key = strdup(rrd.information[i - 1].first.c_str());
-    entry->type = rrd.information[i - 1].second;
-    entry->value.u_cnt = i * 100;
-    entry->next = list;
-    list = entry;
+  for (std::size_t i = 1; i < rrd.information.size(); ++i) {
+    rrd.information[i - 1].next = &rrd.information[i];
   }
-  return list;
+  return rrd.information.empty() ? nullptr : rrd.information.data();
 }
 
-void rrd_info_free(rrd_info_t* list) {
-  ++rrd.listsFreed;
-  while (list != nullptr) {
-    rrd_info_t* const next = list->next;
-    std::free(list->key);
-    std::free(list);
-    list = next;
-  }
-}
+void rrd_info_free(rrd_info_t* /*list*/) { ++rrd.listsFreed; }
 
 int rrd_fetch_r(const char* path, const char* function, time_t* start, time_t* end,
                 unsigned long* step, unsigned long* count, char*** names, rrd_value_t** data) {
@@ -125,15 +111,6 @@ namespace {
 const std::string PATH = "/proc/version";  // a file that nothing can replace
 const std::string COMPONENT = "[TimeSeriesDatabase::RrdClient]";
 const RrdClient client;
-
-StandIn Fetching(time_t start, time_t end, unsigned long step, unsigned long rows) {
-  StandIn answers;
-  answers.start = start;
-  answers.end = end;
-  answers.step = step;
-  answers.rows = rows;
-  return answers;
-}
 
 StandIn ReadAnswers(const std::string& text) {
   StandIn answers;
@@ -176,86 +153,76 @@ StatusCode Perform(const std::string& name) {
 }
 
 TEST(RrdClientCalls, EveryAnswerIsReportedAtItsLevelAndNotBelow) {
-  for (const auto& row : ReadTable("rrd_calls.txt")) {
-    const int lineLevel = std::stoi(row[4]);
+  ForEachRow("rrd_calls.txt", [](const Row& row) {
+    const int lineLevel = row.GetNumber("level");
+    const std::string operation = row["operation"].substr(0, row["operation"].find(' '));
+    const std::string line = row["level"] + COMPONENT + " " + operation + ": " + row["line"];
     for (const int level : {lineLevel - 1, lineLevel}) {
-      SCOPED_TRACE(row[0] + ": " + row[1] + " at level " + std::to_string(level));
-      rrd = ReadAnswers(row[1]);
+      SCOPED_TRACE("at level " + std::to_string(level));
+      rrd = ReadAnswers(row["answer"]);
       LogCapture log(level);
-      EXPECT_EQ(static_cast<int>(Perform(row[0])), std::stoi(row[2]));
-      EXPECT_EQ(rrd.calls, Lines{row[6]});
-      EXPECT_EQ(rrd.errorsCleared, row[3] == "cleared" ? 1 : 0);
-      const bool isQuoted = level == lineLevel && row[5].find("broken") != std::string::npos;
+      EXPECT_EQ(static_cast<int>(Perform(row["operation"])), row.GetNumber("code"));
+      EXPECT_EQ(rrd.calls, Lines{row["call"]});
+      EXPECT_EQ(rrd.errorsCleared, row["error"] == "cleared" ? 1 : 0);
+      const bool isQuoted = level == lineLevel && line.find("broken") != std::string::npos;
       EXPECT_EQ(rrd.errorsRead, isQuoted ? 1 : 0);
-      const std::string operation = row[0].substr(0, row[0].find(' '));
-      const std::string line = row[4] + COMPONENT + " " + operation + ": " + row[5];
       EXPECT_EQ(log.Take(), level == lineLevel ? Lines{line} : Lines{});
     }
-  }
+  });
 }
 
 TEST(RrdClientCalls, IntervalIsTheFirstCountNamedStep) {
-  const std::string notFound =
-      "3" + COMPONENT + " GetInterval: Failed to find keyword [step] in [/proc/version]";
-  struct Case {
-    std::vector<std::pair<std::string, rrd_info_type_t>> information;
-    unsigned long interval;  // 0: not found
+  std::string names[] = {"step", "steps"};
+  const auto make = [](std::string& name, rrd_info_type_t type, unsigned long count) {
+    rrd_info_t entry{};
+    entry.key = name.data();
+    entry.type = type;
+    entry.value.u_cnt = count;
+    return entry;
   };
-  const Case cases[] = {
-      {{{"filename", RD_I_STR}, {"step", RD_I_CNT}}, 200},
-      {{{"step", RD_I_VAL}, {"steps", RD_I_CNT}, {"step", RD_I_CNT}, {"step", RD_I_CNT}}, 300},
-      {{{"step", RD_I_INT}, {"STEP", RD_I_CNT}}, 0},
-  };
-  for (const Case& expected : cases) {
-    rrd = {};
-    rrd.information = expected.information;
-    LogCapture log(3);
-    unsigned long interval = 0;
-    const bool isFound = expected.interval != 0;
-    EXPECT_EQ(client.GetInterval(PATH, interval),
-              isFound ? StatusCode::Success : StatusCode::Failure);
-    EXPECT_EQ(interval, expected.interval);
-    EXPECT_EQ(rrd.listsFreed, 1);
-    EXPECT_EQ(rrd.errorsCleared, 0);
-    EXPECT_EQ(log.Take(), isFound ? Lines{} : Lines{notFound});
-  }
+  rrd = {};
+  rrd.information = {make(names[0], RD_I_VAL, 1), make(names[1], RD_I_CNT, 2),
+                     make(names[0], RD_I_CNT, 3), make(names[0], RD_I_CNT, 4)};
+  LogCapture log(3);
+  unsigned long interval = 0;
+  EXPECT_EQ(client.GetInterval(PATH, interval), StatusCode::Success);
+  EXPECT_EQ(interval, 3u);
+  rrd.information.resize(2);  // no count named step is left
+  rrd.information.back().next = nullptr;
+  EXPECT_EQ(client.GetInterval(PATH, interval), StatusCode::Failure);
+  EXPECT_EQ(interval, 3u);
+  EXPECT_EQ(log.Take(), Lines{"3" + COMPONENT +
+                              " GetInterval: Failed to find keyword [step] in [/proc/version]"});
+  EXPECT_EQ(rrd.listsFreed, 2);
+  EXPECT_EQ(rrd.errorsCleared, 0);
 }
 
 TEST(RrdClientCalls, FetchCountsTheRowsAfterTheFirstBound) {
-  struct Case {
-    StandIn answers;
-    long long start;
-    unsigned int count;
-  };
-  using Limits = std::numeric_limits<long long>;
-  const Case cases[] = {
-      {Fetching(540, 1200, 60, 12), 600, 11},
-      {Fetching(0, 300, 100, 4), 100, 3},
-      {Fetching(-86416, 86400, 60, 2881), -86356, 2880},
-      {Fetching(Limits::max(), Limits::max(), 1, 1), Limits::min(), 0},
-  };
-  Rrd::FetchResult result;  // filled again and again: each buffer is released
-  for (const Case& expected : cases) {
-    rrd = expected.answers;
+  Rrd::FetchResult result;  // filled again: the first buffer is released
+  const auto expect = [&result](const std::string& answers, long long start, unsigned int count) {
+    rrd = ReadAnswers(answers);
     LogCapture log(7);
     ASSERT_EQ(client.Fetch(PATH, 600, 1200, result), StatusCode::Success);
-    EXPECT_EQ(result.GetStartTime(), expected.start);
-    EXPECT_EQ(result.GetEndTime(), expected.answers.end);
-    EXPECT_EQ(result.GetStep(), expected.answers.step);
-    EXPECT_EQ(result.GetSampleCount(), expected.count);
+    EXPECT_EQ(result.GetStartTime(), start);
+    EXPECT_EQ(result.GetEndTime(), rrd.end);
+    EXPECT_EQ(result.GetStep(), rrd.step);
+    EXPECT_EQ(result.GetSampleCount(), count);
     EXPECT_NE(result.GetData(), nullptr);
     const std::string trace = "7" + COMPONENT + "[trace] Fetch: ";
     EXPECT_EQ(log.Take(), (Lines{trace + "user time window [599, 1199]",
                                  trace + "rrd time window [" + std::to_string(rrd.start) + ", " +
                                      std::to_string(rrd.end) + "]"}));
-  }
+  };
+  expect("540 1200 60 12", 600, 11);
+  expect("-86416 86400 60 2881", -86356, 2880);
+  expect("9223372036854775807 9223372036854775807 1 1", std::numeric_limits<long long>::min(), 0);
 }
 
 TEST(RrdClientCalls, ASpanThatTheRrdLibraryMiscountsIsRefused) {
   using Limits = std::numeric_limits<long long>;
   constexpr long long farthest = 1LL << 40;
   Rrd::FetchResult result;
-  rrd = Fetching(540, 1200, 60, 12);
+  rrd = ReadAnswers("540 1200 60 12");
   ASSERT_EQ(client.Fetch(PATH, -farthest, farthest, result), StatusCode::Success);
   rrd.calls.clear();
   for (const auto& [start, end] : {std::pair<long long, long long>{24, 8},
@@ -280,8 +247,7 @@ TEST(RrdClientCalls, AMissingFileIsReportedByTheHostAlone) {
   EXPECT_EQ(client.GetFirstTimestamp(missing, 0, timestamp), StatusCode::NotFound);
   EXPECT_EQ(client.GetLastTimestamp(missing, timestamp), StatusCode::NotFound);
   EXPECT_EQ(client.GetInterval(missing, interval), StatusCode::NotFound);
-  EXPECT_EQ(timestamp, 7);
-  EXPECT_EQ(interval, 7u);
+  EXPECT_TRUE(timestamp == 7 && interval == 7);
   EXPECT_TRUE(rrd.calls.empty());
   EXPECT_TRUE(log.Take().empty());
 }

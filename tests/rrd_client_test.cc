@@ -63,23 +63,6 @@ class RrdFile : public testing::Test {
   const RrdClient client;
 };
 
-TEST_F(RrdFile, HoldsWhatWasStored) {
-  ExpectSame(Fetch(client, path, START, START + 89 * 60), Ramp(90));
-  ExpectSame(Fetch(client, path, START + 300, START + 300), {{START + 300, 5 / 8.0}});
-  ExpectSame(Fetch(client, path, START + 30, START + 90),
-             {{START + 60, 1 / 8.0}, {START + 120, 2 / 8.0}});
-
-  unsigned long interval = 0;
-  long long first = 0;
-  long long last = 0;
-  EXPECT_EQ(client.GetInterval(path, interval), StatusCode::Success);
-  EXPECT_EQ(client.GetFirstTimestamp(path, 0, first), StatusCode::Success);
-  EXPECT_EQ(client.GetLastTimestamp(path, last), StatusCode::Success);
-  EXPECT_EQ(interval, 60u);
-  EXPECT_EQ(last, START + 89 * 60);
-  EXPECT_EQ(first, last - 99 * 60);
-}
-
 TEST_F(RrdFile, IsDescribed) {
   Rrd::FileDescription own;
   ASSERT_EQ(client.Describe(path, own), StatusCode::Success);
@@ -107,15 +90,6 @@ TEST_F(RrdFile, IsDescribed) {
   EXPECT_EQ(description.archives[0].consolidation, "MAX");
   EXPECT_EQ(description.archives[0].firstTime, 999999960 - 6 * 60);
   EXPECT_EQ(description.archives[5].consolidation, "FAILURES");
-}
-
-TEST_F(RrdFile, MigratesWithoutLosingASample) {
-  const long long end = START + 89 * 60;
-  const std::map<long long, double> before = Fetch(client, path, START, end);
-  ASSERT_EQ(client.Migrate(path, 60, end, 0, 1000, 500), StatusCode::Success);
-  ExpectSame(Fetch(client, path, START, end), before);
-  EXPECT_EQ(client.Update(path, {{end + 60, 7}, {end + 120, 1001}}), StatusCode::Success);
-  ExpectSame(Fetch(client, path, end + 60, end + 120), {{end + 60, 7}, {end + 120, NAN}});
 }
 
 TEST_F(RrdFile, StaysAsItWasWhenACallFails) {

@@ -1,7 +1,6 @@
 #include "timeseries/time_window.h"
 
 #include <limits>
-#include <sstream>
 
 #include "support/dates.h"
 #include "support/log_capture.h"
@@ -25,7 +24,7 @@ TEST(QueryInterval, TextsAndOrder) {
   const auto rows = ReadTable("intervals.txt");
   for (unsigned char left = 0; left < 16; ++left) {
     const QueryInterval lhs{left};
-    EXPECT_EQ(QueryIntervalToString(lhs), left < 14 ? rows[left][0] : "");
+    EXPECT_EQ(QueryIntervalToString(lhs), left < 14 ? rows[left]["name"] : "");
     for (unsigned char right = 0; right < 16; ++right) {
       const QueryInterval rhs{right};
       const int leftRank = left < 14 ? left : -1;
@@ -94,20 +93,17 @@ TEST(TimeWindow, IsValid) {
 }
 
 TEST(TimeWindowHelper, AdjustKeepsTheCompleteIntervals) {
-  for (const auto& row : ReadTable("windows.txt")) {
-    std::istringstream bounds(row[0]);
-    long long start = 0;
-    long long end = 0;
-    bounds >> start >> end;
-    TimeWindow window = Window(PARIS_DAY + start, PARIS_DAY + end, "Europe/Paris");
-    const QueryInterval interval{static_cast<unsigned char>(std::stoul(row[1]))};
-    const bool hasAny = row[2] != "none";
+  ForEachRow("windows.txt", [](const Row& row) {
+    TimeWindow window = Window(PARIS_DAY + row.GetNumber<long long>("start"),
+                               PARIS_DAY + row.GetNumber<long long>("end"), "Europe/Paris");
+    const QueryInterval interval{row.GetNumber<unsigned char>("interval")};
+    const bool hasAny = row["adjusted start"] != "none";
     EXPECT_EQ(AdjustTimeWindow(interval, DEFAULT_ROUNDING_STRATEGY, window),
               hasAny ? StatusCode::Success : StatusCode::InvalidArgument);
-    EXPECT_EQ(std::to_string(window.start.timestamp - PARIS_DAY) + " " +
-                  std::to_string(window.end.timestamp - PARIS_DAY),
-              hasAny ? row[2] : row[0]);
-  }
+    const std::string prefix = hasAny ? "adjusted " : "";
+    EXPECT_EQ(window.start.timestamp - PARIS_DAY, row.GetNumber<long long>(prefix + "start"));
+    EXPECT_EQ(window.end.timestamp - PARIS_DAY, row.GetNumber<long long>(prefix + "end"));
+  });
   TimeWindow window = Window(1, 2);
   const TimeWindowHelper::RoundingStrategy widening = {Date::RoundType::Down, Date::RoundType::Up};
   EXPECT_EQ(AdjustTimeWindow(QueryInterval::Hour, widening, window), StatusCode::Success);

@@ -17,16 +17,19 @@ using nvx::Utilities::FileSystem;
 namespace {
 
 TEST(Encoder, ReadsIso8601AndNothingElse) {
-  for (const auto& row : ReadTable("date_texts.txt")) {
-    std::tm utc{};
-    unsigned short milliseconds = 7;
-    long long seconds = 7;
-    const bool isRead = nvx::DateTime::Encoder::FromString(row[0], utc, milliseconds) &&
-                        nvx::DateTime::Encoder::ToGmTime(utc, seconds);
-    EXPECT_EQ(isRead ? std::to_string(seconds) + " " + std::to_string(milliseconds) : "", row[1])
-        << row[0];
-    EXPECT_TRUE(isRead || (seconds == 7 && milliseconds == 7));
-  }
+  ForEachRow("date_texts.txt", [](const Row& row) {
+    for (const std::string& text : SplitFields(row["texts"], ';')) {
+      std::tm utc{};
+      unsigned short milliseconds = 7;
+      long long seconds = 7;
+      const bool isRead = nvx::DateTime::Encoder::FromString(text, utc, milliseconds) &&
+                          nvx::DateTime::Encoder::ToGmTime(utc, seconds);
+      EXPECT_EQ(isRead ? std::to_string(seconds) + " " + std::to_string(milliseconds) : "",
+                row["answer"])
+          << text;
+      EXPECT_TRUE(isRead || (seconds == 7 && milliseconds == 7)) << text;
+    }
+  });
 }
 
 TEST(FileSystem, OnlyFilesCount) {
