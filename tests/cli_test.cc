@@ -29,7 +29,9 @@ class Transcript : public testing::TestWithParam<std::string> {};
 TEST_P(Transcript, IsRepeated) {
   const std::string path = std::string(DIRECTORY) + "/" + GetParam() + ".txt";
   const Shell shell;
-  for (const Step& step : ReadTranscript(path)) {
+  const std::vector<Step> steps = ReadTranscript(path);
+  EXPECT_FALSE(steps.empty());
+  for (const Step& step : steps) {
     const std::string answer = Show(shell.Run(step.command));
     if (answer != step.answer) {
       ADD_FAILURE_AT(path.c_str(), step.line) << "$ " << step.command << "\nexpected:\n"

@@ -14,6 +14,15 @@ struct Step {
   std::string answer;
 };
 
+// Adds a line of a command, "line" or "line => STATUS message".
+inline void AddCommandLine(const std::string& line, Step& step) {
+  const std::size_t arrow = line.find(" => ");
+  step.command += line.substr(0, arrow);
+  if (arrow != std::string::npos) {
+    step.answer = "! nvx-timeseries: " + line.substr(arrow + 6) + "\n? " + line[arrow + 4] + '\n';
+  }
+}
+
 // Reads the form that tests/data/README.md describes.
 inline std::vector<Step> ReadTranscript(const std::string& path) {
   std::vector<Step> steps;
@@ -23,22 +32,22 @@ inline std::vector<Step> ReadTranscript(const std::string& path) {
   for (std::string line; std::getline(file, line);) {
     ++number;
     const std::string mark = line.substr(0, 2);
-    if (mark == "$ ") {
-      steps.push_back({number, line.substr(2), ""});
-    } else if (line.empty()) {
+    if (line.empty()) {
       blankLines += '\n';
       continue;
+    }
+    if (steps.empty() && mark != "$ " && mark != "# ") {
+      throw std::runtime_error(path + ": an answer without a command");
+    }
+    if (mark == "$ ") {
+      steps.push_back({number, "", ""});
+      AddCommandLine(line.substr(2), steps.back());
+    } else if (mark == "> ") {
+      AddCommandLine('\n' + line.substr(2), steps.back());
     } else if (mark != "# ") {
-      if (steps.empty()) {
-        throw std::runtime_error(path + ": an answer without a command");
-      }
-      mark == "> " ? steps.back().command += '\n' + line.substr(2)
-                   : steps.back().answer += blankLines + line + '\n';
+      steps.back().answer += blankLines + line + '\n';
     }
     blankLines.clear();
-  }
-  if (steps.empty()) {
-    throw std::runtime_error(path + ": no commands");
   }
   return steps;
 }
