@@ -13,14 +13,9 @@ namespace {
 using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
 // A file without name, so that no amount of output can block the program.
-File MakeFile(const std::string& content) {
+File MakeFile() {
   File file(std::tmpfile(), std::fclose);
-  if (file == nullptr ||
-      std::fwrite(content.data(), 1, content.size(), file.get()) != content.size()) {
-    throw std::runtime_error("no temporary file");
-  }
-  std::rewind(file.get());
-  return file;
+  return file != nullptr ? std::move(file) : throw std::runtime_error("no temporary file");
 }
 
 std::string ReadAll(std::FILE* file) {
@@ -34,11 +29,11 @@ std::string ReadAll(std::FILE* file) {
 
 }  // namespace
 
-ProgramResult RunProgram(const std::vector<std::string>& command, const std::string& input,
+ProgramResult RunProgram(const std::vector<std::string>& command,
                          const std::vector<std::string>& variables) {
-  const File in = MakeFile(input);
-  const File out = MakeFile("");
-  const File err = MakeFile("");
+  const File in = MakeFile();
+  const File out = MakeFile();
+  const File err = MakeFile();
   std::vector<char*> arguments;
   for (const std::string& argument : command) {
     arguments.push_back(const_cast<char*>(argument.c_str()));

@@ -9,7 +9,7 @@ struct ProgramResult {
   std::string error;
 };
 
-// Runs a program with its arguments, `input` at its standard input, and waits for its end.
+// Runs a program with its arguments, nothing at its standard input, and waits for its end.
 // Variables, "NAME=value", are added to the environment.
-ProgramResult RunProgram(const std::vector<std::string>& command, const std::string& input = "",
+ProgramResult RunProgram(const std::vector<std::string>& command,
                          const std::vector<std::string>& variables = {});

@@ -11,7 +11,7 @@
 class Shell {
  public:
   ProgramResult Run(const std::string& command) const {
-    return RunProgram({"sh", "-c", PREAMBLE + command}, "",
+    return RunProgram({"sh", "-c", PREAMBLE + command},
                       {"DIRECTORY=" + directory.GetPath(), "DATA=" TEST_DATA,
                        "PROGRAM=" NVX_TIMESERIES, "LC_ALL=C", "TZ=UTC"});
   }

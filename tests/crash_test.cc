@@ -1,0 +1,130 @@
+// Commands that change files, killed before each of their changes: every path is then wholly old or
+// wholly new, and the same command, given again, completes the work. A kill after a change leaves
+// what one before the next leaves.
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <map>
+
+#include "support/legacy_file.h"
+#include "support/run_program.h"
+#include "support/temporary_directory.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Command {
+  const char* name;
+  std::vector<std::string> arguments;
+  std::string standIns;  // that are loaded besides the one that ends the program
+};
+
+const Command COMMANDS[] = {
+    {"ConvertInPlace", {"convert", "--in-place", "--backup", ".old", "."}, ""},
+    {"ConvertInPlaceWithoutHardLinks",
+     {"convert", "--in-place", "--backup", ".old", "."},
+     ":" NO_HARD_LINKS},
+    {"ConvertToAFile", {"convert", "gauge.rrd", "two-sources.rrd"}, ""},
+};
+
+// The files by their paths, each with all that must not be mixed: permissions, whether it has the
+// time of the old files, and content.
+using Tree = std::map<std::string, std::string>;
+
+const fs::file_time_type OLD_TIME = fs::file_time_type::clock::now() - std::chrono::hours(1);
+
+void MakeTree() {
+  for (const auto& entry : fs::directory_iterator(".")) {
+    fs::remove_all(entry);
+  }
+  fs::create_directory("a");
+  for (const std::string name : LEGACY_NAMES) {
+    WriteFile((name == "gauge" ? "" : "a/") + name + ".rrd", ReadLegacy(name));
+  }
+  WriteFile("two-sources.rrd", ReadConverted("two-sources"));
+  WriteFile("a/.nvx-convert-abc123", "left by another run");
+  for (const auto& entry : fs::recursive_directory_iterator(".")) {
+    if (entry.is_regular_file()) {
+      fs::permissions(entry, fs::perms(0604));
+      fs::last_write_time(entry, OLD_TIME);
+    }
+  }
+}
+
+Tree ReadTree() {
+  Tree tree;
+  for (const auto& entry : fs::recursive_directory_iterator(".")) {
+    if (entry.is_regular_file()) {
+      tree[entry.path()] = std::to_string(static_cast<int>(entry.status().permissions())) +
+                           (entry.last_write_time() == OLD_TIME ? " old " : " new ") +
+                           ReadFile(entry.path());
+    }
+  }
+  return tree;
+}
+
+bool Has(const Tree& tree, const Tree::value_type& file) {
+  const auto found = tree.find(file.first);
+  return found != tree.end() && found->second == file.second;
+}
+
+void ExpectOldOrNew(const Tree& before, const Tree& now, const Tree& after) {
+  for (const auto& file : now) {
+    const bool isTemporary = fs::path(file.first).filename().string().rfind(".nvx-", 0) == 0;
+    EXPECT_TRUE(isTemporary || Has(before, file) || Has(after, file)) << file.first;
+  }
+  for (const auto& [path, content] : before) {
+    EXPECT_TRUE(now.count(path) == 1 || after.count(path) == 0) << path << " is lost";
+    const auto backup = after.find(path + ".old");
+    EXPECT_TRUE(Has(now, {path, content}) || backup == after.end() || Has(now, *backup))
+        << path << " has no backup";
+  }
+}
+
+class Crash : public testing::TestWithParam<Command> {
+ protected:
+  Crash() { fs::current_path(directory.GetPath()); }
+
+  static int Run(const std::vector<std::string>& variables = {}) {
+    std::vector<std::string> command = {NVX_TIMESERIES};
+    command.insert(command.end(), GetParam().arguments.begin(), GetParam().arguments.end());
+    return RunProgram(command, variables).status;
+  }
+
+  const TemporaryDirectory directory;
+};
+
+TEST_P(Crash, LeavesEveryPathOldOrNewAndTheNextRunCompletes) {
+  if (IS_SANITIZED) {
+    GTEST_SKIP() << "a program with a sanitizer cannot be given other system calls";
+  }
+  MakeTree();
+  const Tree before = ReadTree();
+  ASSERT_EQ(Run(), 0);
+  const Tree after = ReadTree();
+  ASSERT_NE(before, after);
+  int killCount = 0;
+  const auto isKilled = [&] {
+    MakeTree();
+    const int status = Run({"LD_PRELOAD=" END_AT_CHANGE + GetParam().standIns,
+                            "NVX_END_AT=" + std::to_string(killCount + 1)});
+    EXPECT_TRUE(status == 0 || status == 128 + SIGKILL) << status;
+    return status != 0;
+  };
+  while (!HasFailure() && isKilled()) {
+    SCOPED_TRACE("ended at change " + std::to_string(++killCount));
+    ExpectOldOrNew(before, ReadTree(), after);
+    EXPECT_EQ(Run(), 0);
+    EXPECT_TRUE(ReadTree() == after);
+  }
+  EXPECT_TRUE(ReadTree() == after);
+  EXPECT_GT(killCount, 5);
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, Crash, testing::ValuesIn(COMMANDS),
+                         [](const auto& command) { return command.param.name; });
+
+}  // namespace
