@@ -25,6 +25,16 @@ constexpr long long START = 1609455600;  // 2021-01-01T00:00:00+01:00
 constexpr long long END = 1640991600;    // 2022-01-01T00:00:00+01:00
 constexpr const char* ZONE = "Europe/Paris";
 
+// Ends the program where a result is not right: a wrong one is not worth timing.
+void Require(bool isRight) {
+  if (!isRight) {
+    std::fputs("timeseries-bench: a result is wrong\n", stderr);
+    std::abort();
+  }
+}
+
+double GetSample(long long time) { return std::sin(static_cast<double>(time) / 86400.0); }
+
 // A year of one-minute samples in a file of its own.
 class YearFile {
  public:
@@ -32,15 +42,12 @@ class YearFile {
     std::filesystem::create_directory(directory);
     std::map<long long, double> samples;
     for (long long time = START; time <= END; time += STEP) {
-      samples[time] = std::sin(static_cast<double>(time) / 86400.0);
+      samples[time] = GetSample(time);
     }
     const auto rows = static_cast<unsigned int>(samples.size());
-    const bool isStored = rrd.Create(path, STEP, START - STEP, std::nan(""), std::nan(""), rows) ==
-                              StatusCode::Success &&
-                          rrd.Update(path, samples) == StatusCode::Success;
-    if (!isStored) {
-      std::abort();
-    }
+    Require(rrd.Create(path, STEP, START - STEP, std::nan(""), std::nan(""), rows) ==
+            StatusCode::Success);
+    Require(rrd.Update(path, samples) == StatusCode::Success);
   }
   YearFile(const YearFile&) = delete;
   YearFile& operator=(const YearFile&) = delete;
@@ -64,67 +71,94 @@ YearFile& File() {
   return file;
 }
 
-void QueryByOneFetch(benchmark::State& state) {
+using Points = std::vector<NumericalDataPoint>;
+
+Points QueryByOneFetch(QueryInterval interval) {
   nvx::Workstation::InMemoryRedisClient redis;
-  Rrd::NumericalDataSource source(File().path, redis, File().rrd);
-  const TimeWindow window = Window(START, END);
-  const QueryInterval interval{static_cast<unsigned char>(state.range(0))};
-  std::size_t points = 0;
-  for (auto _ : state) {
-    std::vector<NumericalDataPoint> answer;
-    if (source.FetchAverage(window, interval, answer) != StatusCode::Success) {
-      state.SkipWithError("query failed");
-    }
-    points = answer.size();
-  }
-  state.counters["points"] = static_cast<double>(points);
+  const Rrd::NumericalDataSource source(File().path, redis, File().rrd);
+  Points points;
+  Require(source.FetchAverage(Window(START, END), interval, points) == StatusCode::Success);
+  return points;
+}
+
+void Fetch(long long start, long long end, Rrd::FetchResult& result) {
+  Require(File().rrd.Fetch(File().path, start, end, result) == StatusCode::Success);
 }
 
 // The rival that asks the RRD library anew for every interval.
-void QueryByAFetchPerInterval(benchmark::State& state) {
-  const QueryInterval interval{static_cast<unsigned char>(state.range(0))};
-  for (auto _ : state) {
-    std::vector<NumericalDataPoint> answer;
-    NumericalDataPoint point;
-    point.date = Window(START, END).start;
-    while (point.date.timestamp < END) {
-      Date::Date next;
-      TimeHelper::ComputeNextDate(interval, point.date, next);
-      Rrd::FetchResult result;
-      File().rrd.Fetch(File().path, point.date.timestamp, next.timestamp, result);
-      DataFunctions::ComputeAverageIgnoringNan(result.GetData(),
-                                               result.GetData() + result.GetSampleCount() - 1,
-                                               point.value, point.quality);
-      answer.push_back(point);
-      point.date = next;
-    }
-    benchmark::DoNotOptimize(answer.data());
+Points QueryByAFetchPerInterval(QueryInterval interval) {
+  Points points;
+  NumericalDataPoint point;
+  point.date = Window(START, END).start;
+  while (point.date.timestamp < END) {
+    Date::Date next;
+    TimeHelper::ComputeNextDate(interval, point.date, next);
+    Rrd::FetchResult result;
+    Fetch(point.date.timestamp, next.timestamp, result);
+    DataFunctions::ComputeAverageIgnoringNan(result.GetData(),
+                                             result.GetData() + result.GetSampleCount() - 1,
+                                             point.value, point.quality);
+    points.push_back(point);
+    point.date = next;
   }
+  return points;
 }
 
 // The rival that looks every sample's local day up, as a database without calendar would have to.
-void QueryByLocalDayOfEverySample(benchmark::State& state) {
-  cctz::time_zone zone;
-  cctz::load_time_zone(ZONE, &zone);
-  for (auto _ : state) {
-    Rrd::FetchResult result;
-    File().rrd.Fetch(File().path, START, END, result);
-    std::map<cctz::civil_day, std::pair<double, int>> days;
-    for (unsigned int i = 0; i < result.GetSampleCount(); ++i) {
-      const cctz::time_point<cctz::seconds> instant{cctz::seconds(START + i * STEP)};
-      auto& [sum, count] = days[cctz::civil_day(zone.lookup(instant).cs)];
-      sum += result.GetData()[i];
-      ++count;
-    }
-    benchmark::DoNotOptimize(days.size());
+// A sample on a midnight belongs to the day that begins alone.
+Points QueryByLocalDayOfEverySample(QueryInterval /*day*/) {
+  const cctz::time_zone zone = Window(START, END).start.timeZone;
+  Rrd::FetchResult result;
+  Fetch(START, END - STEP, result);
+  std::map<cctz::civil_day, std::pair<double, int>> days;
+  for (unsigned int i = 0; i < result.GetSampleCount(); ++i) {
+    const cctz::time_point<cctz::seconds> instant{cctz::seconds(START + i * STEP)};
+    auto& [sum, count] = days[cctz::civil_day(zone.lookup(instant).cs)];
+    sum += result.GetData()[i];
+    ++count;
   }
+  Points points;
+  for (const auto& [day, sum] : days) {
+    points.emplace_back();
+    points.back().value = sum.first / sum.second;
+  }
+  return points;
+}
+
+// The answer must have the values of the sine that the file holds, before anything is timed.
+template <Points (*QUERY)(QueryInterval)>
+void Query(benchmark::State& state) {
+  const QueryInterval interval{static_cast<unsigned char>(state.range(0))};
+  const Points checked = QUERY(interval);
+  Require(checked.size() == (interval == QueryInterval::Day ? 365 : 8760));
+  Date::Date start = Window(START, END).start;
+  for (const NumericalDataPoint& point : checked) {
+    Date::Date end;
+    TimeHelper::ComputeNextDate(interval, start, end);
+    double sum = 0;
+    for (long long time = start.timestamp; time < end.timestamp; time += STEP) {
+      sum += GetSample(time);
+    }
+    const auto count = static_cast<double>((end.timestamp - start.timestamp) / STEP);
+    Require(std::abs(point.value - sum / count) < 0.001);  // with or without the last sample
+    start = end;
+  }
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(QUERY(interval).data());
+  }
+  state.counters["points"] = static_cast<double>(checked.size());
 }
 
 // What no query can avoid: the RRD library's own reading of the samples.
 void FetchAlone(benchmark::State& state) {
+  Rrd::FetchResult checked;
+  Fetch(START, END, checked);
+  for (unsigned int i = 0; i < checked.GetSampleCount(); ++i) {
+    Require(std::abs(checked.GetData()[i] - GetSample(START + i * STEP)) < 1e-6);
+  }
   for (auto _ : state) {
     Rrd::FetchResult result;
-    File().rrd.Fetch(File().path, START, END, result);
+    Fetch(START, END, result);
     benchmark::DoNotOptimize(result.GetData());
   }
 }
@@ -132,13 +166,16 @@ void FetchAlone(benchmark::State& state) {
 constexpr int DAY = static_cast<int>(QueryInterval::Day);
 constexpr int HOUR = static_cast<int>(QueryInterval::Hour);
 
-BENCHMARK(QueryByOneFetch)->Arg(DAY)->Arg(HOUR)->Unit(benchmark::kMillisecond);
-BENCHMARK(QueryByAFetchPerInterval)->Arg(DAY)->Arg(HOUR)->Unit(benchmark::kMillisecond);
-BENCHMARK(QueryByLocalDayOfEverySample)->Unit(benchmark::kMillisecond);
+BENCHMARK(Query<QueryByOneFetch>)->Arg(DAY)->Arg(HOUR)->Unit(benchmark::kMillisecond);
+BENCHMARK(Query<QueryByAFetchPerInterval>)->Arg(DAY)->Arg(HOUR)->Unit(benchmark::kMillisecond);
+BENCHMARK(Query<QueryByLocalDayOfEverySample>)->Arg(DAY)->Unit(benchmark::kMillisecond);
 BENCHMARK(FetchAlone)->Unit(benchmark::kMillisecond);
 
 void TextByToChars(benchmark::State& state) {
   double number = 21.5;
+  std::string checked;
+  AppendNumber(checked, number);
+  Require(checked == std::to_string(number));
   for (auto _ : state) {
     std::string text;
     AppendNumber(text, number += 0.37);
@@ -161,7 +198,8 @@ BENCHMARK(TextByToString);
 void StoreAnHour(benchmark::State& state) {
   const std::string path = File().directory + "/hour.rrd";
   const RrdClient rrd;
-  rrd.Create(path, STEP, START - STEP, std::nan(""), std::nan(""), 100000);
+  Require(rrd.Create(path, STEP, START - STEP, std::nan(""), std::nan(""), 100000) ==
+          StatusCode::Success);
   const bool isBatch = state.range(0) != 0;
   long long time = START;
   for (auto _ : state) {
@@ -169,13 +207,18 @@ void StoreAnHour(benchmark::State& state) {
     for (int i = 0; i < 60; ++i, time += STEP) {
       samples[time] = i;
       if (!isBatch) {
-        rrd.Update(path, samples);
+        Require(rrd.Update(path, samples) == StatusCode::Success);
         samples.clear();
       }
     }
     if (isBatch) {
-      rrd.Update(path, samples);
+      Require(rrd.Update(path, samples) == StatusCode::Success);
     }
+  }
+  Rrd::FetchResult result;
+  Require(rrd.Fetch(path, time - 3600, time - STEP, result) == StatusCode::Success);
+  for (unsigned int i = 0; i < 60; ++i) {
+    Require(result.GetData()[i] == i);
   }
 }
 
