@@ -61,8 +61,8 @@ class YearFile {
 
 TimeWindow Window(long long start, long long end) {
   TimeWindow window;
-  window.start.Initialize(start, ZONE);
-  window.end.Initialize(end, ZONE);
+  Require(window.start.Initialize(start, ZONE) == StatusCode::Success);
+  Require(window.end.Initialize(end, ZONE) == StatusCode::Success);
   return window;
 }
 
@@ -75,7 +75,7 @@ using Points = std::vector<NumericalDataPoint>;
 
 Points QueryByOneFetch(QueryInterval interval) {
   nvx::Workstation::InMemoryRedisClient redis;
-  const Rrd::NumericalDataSource source(File().path, redis, File().rrd);
+  Rrd::NumericalDataSource source(File().path, redis, File().rrd);
   Points points;
   Require(source.FetchAverage(Window(START, END), interval, points) == StatusCode::Success);
   return points;
@@ -95,9 +95,9 @@ Points QueryByAFetchPerInterval(QueryInterval interval) {
     TimeHelper::ComputeNextDate(interval, point.date, next);
     Rrd::FetchResult result;
     Fetch(point.date.timestamp, next.timestamp, result);
-    DataFunctions::ComputeAverageIgnoringNan(result.GetData(),
-                                             result.GetData() + result.GetSampleCount() - 1,
-                                             point.value, point.quality);
+    const double* const last = result.GetData() + result.GetSampleCount() - 1;
+    Require(DataFunctions::ComputeAverageIgnoringNan(result.GetData(), last, point.value,
+                                                     point.quality) == StatusCode::Success);
     points.push_back(point);
     point.date = next;
   }
