@@ -73,7 +73,7 @@ bool Has(const Tree& tree, const Tree::value_type& file) {
 
 void ExpectOldOrNew(const Tree& before, const Tree& now, const Tree& after) {
   for (const auto& file : now) {
-    const bool isTemporary = fs::path(file.first).filename().string().rfind(".nvx-", 0) == 0;
+    const bool isTemporary = file.first.find("/.nvx-convert-") != std::string::npos;
     EXPECT_TRUE(isTemporary || Has(before, file) || Has(after, file)) << file.first;
   }
   for (const auto& [path, content] : before) {

@@ -56,7 +56,7 @@ ssize_t Write(Function& standIn, const char* name, int fd, const void* data, std
 }  // namespace
 
 extern "C" {
-int open(const char* path, int flags, ...) {
+int openat(int directory, const char* path, int flags, ...) {
   if ((flags & (O_CREAT | O_TRUNC)) != 0) {
     CountChange();
   }
@@ -64,9 +64,9 @@ int open(const char* path, int flags, ...) {
   va_start(others, flags);
   const auto mode = va_arg(others, mode_t);  // nothing that counts without O_CREAT
   va_end(others);
-  return GetReal(open, "open")(path, flags, mode);
+  return GetReal(openat, "openat")(directory, path, flags, mode);
 }
-int mkostemp(char* path, int flags) { return Change(mkostemp, "mkostemp", path, flags); }
+char* mkdtemp(char* path) noexcept { return Change(mkdtemp, "mkdtemp", path); }
 ssize_t write(int fd, const void* data, std::size_t size) {
   return Write(write, "write", fd, data, size);
 }
@@ -93,11 +93,20 @@ int futimens(int fd, const timespec* times) noexcept {
 int fsetxattr(int fd, const char* name, const void* value, std::size_t size, int flags) noexcept {
   return Change(fsetxattr, "fsetxattr", fd, name, value, size, flags);
 }
-int link(const char* from, const char* to) noexcept { return Change(link, "link", from, to); }
-int rename(const char* from, const char* to) noexcept { return Change(rename, "rename", from, to); }
+int fremovexattr(int fd, const char* name) noexcept {
+  return Change(fremovexattr, "fremovexattr", fd, name);
+}
+int linkat(int fromFd, const char* from, int toFd, const char* to, int flags) noexcept {
+  return Change(linkat, "linkat", fromFd, from, toFd, to, flags);
+}
+int renameat(int fromFd, const char* from, int toFd, const char* to) noexcept {
+  return Change(renameat, "renameat", fromFd, from, toFd, to);
+}
 int renameat2(int fromFd, const char* from, int toFd, const char* to, unsigned int flags) noexcept {
   return Change(renameat2, "renameat2", fromFd, from, toFd, to, flags);
 }
-int unlink(const char* path) noexcept { return Change(unlink, "unlink", path); }
+int unlinkat(int directory, const char* path, int flags) noexcept {
+  return Change(unlinkat, "unlinkat", directory, path, flags);
+}
 }
 #pragma GCC visibility pop
