@@ -27,6 +27,28 @@ NVX_TIMESERIES_EXPORT StatusCode ComputeAverageIgnoringNan(const double* first, 
 NVX_TIMESERIES_EXPORT StatusCode ComputeDelta(const double* first, const double* last,
                                               double& value, bool& valid);
 
+// What a counter has grown by: the sum of the steps upwards from each sample that is not missing to
+// the next one. A drop is a restart from zero, so it counts as a step from 0. Valid when no sample
+// is missing; NaN when fewer than two are not missing.
+NVX_TIMESERIES_EXPORT StatusCode ComputeIncrease(const double* first, const double* last,
+                                                 double& value, bool& valid);
+
+// The least and the greatest of the samples that are not missing; valid when no sample is missing.
+// Of a run of two samples, as for the average, it is the first sample.
+NVX_TIMESERIES_EXPORT StatusCode ComputeMinimum(const double* first, const double* last,
+                                                double& value, bool& valid);
+NVX_TIMESERIES_EXPORT StatusCode ComputeMaximum(const double* first, const double* last,
+                                                double& value, bool& valid);
+
+// The sum and the number of the samples that are not missing; valid when no sample is missing. The
+// last sample of a run of several does not belong to it but to the run that it begins, so that the
+// sums of the days add up to that of their month. The number is 0, and not NaN, when all are
+// missing.
+NVX_TIMESERIES_EXPORT StatusCode ComputeSum(const double* first, const double* last, double& value,
+                                            bool& valid);
+NVX_TIMESERIES_EXPORT StatusCode ComputeCount(const double* first, const double* last,
+                                              double& value, bool& valid);
+
 // The first of samples[0] to samples[count - 1] that is not missing; null when all are.
 NVX_TIMESERIES_EXPORT const double* SearchForFirstValidSample(const double* samples,
                                                               unsigned int count);

@@ -46,6 +46,8 @@ StatusCode FindZeltScope(const std::string& key, std::string& scope) {
   return StatusCode::InvalidArgument;
 }
 
+const std::set<std::string>& ListZeltScopes() { return ZELT_SCOPES; }
+
 bool FileHelper::IsZeltIdValid(const std::string& zeltId) {
   return zeltId.find(COLON) != std::string::npos;
 }

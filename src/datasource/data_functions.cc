@@ -23,6 +23,53 @@ StatusCode SetMissing(double& value, bool& valid) {
   return StatusCode::Success;
 }
 
+struct Total {
+  double sum = 0.0;  // of the samples that are not missing
+  std::ptrdiff_t validCount = 0;
+  std::ptrdiff_t count = 0;
+};
+
+Total AddUp(const double* first, const double* end) {
+  Total total;
+  total.count = end - first;
+  for (const double* sample = first; sample != end; ++sample) {
+    if (IsValid(*sample)) {
+      total.sum += *sample;
+      ++total.validCount;
+    }
+  }
+  return total;
+}
+
+// The end of the samples that belong to a run and not to the one that follows it.
+const double* EndOfOwnSamples(const double* first, const double* last) {
+  return last > first ? last : last + 1;
+}
+
+template <typename Precedes>
+StatusCode FindExtreme(const double* first, const double* last, Precedes precedes, double& value,
+                       bool& valid) {
+  if (first == nullptr || last == nullptr) {
+    return StatusCode::NullPointer;
+  }
+  const bool isOneStep = last == first + 1;
+  const double* const end = isOneStep ? last : last + 1;
+  const double* extreme = nullptr;
+  std::ptrdiff_t validCount = 0;
+  for (const double* sample = first; sample != end; ++sample) {
+    if (IsValid(*sample)) {
+      extreme = extreme == nullptr || precedes(*sample, *extreme) ? sample : extreme;
+      ++validCount;
+    }
+  }
+  if (extreme == nullptr) {
+    return SetMissing(value, valid);
+  }
+  value = *extreme;
+  valid = validCount == end - first;
+  return StatusCode::Success;
+}
+
 }  // namespace
 
 StatusCode ComputeAverageIgnoringNan(const double* first, const double* last, double& value,
@@ -37,19 +84,12 @@ StatusCode ComputeAverageIgnoringNan(const double* first, const double* last, do
     return StatusCode::Success;
   }
 
-  double sum = 0.0;
-  std::ptrdiff_t validCount = 0;
-  for (const double* sample = first; sample < first + count; ++sample) {
-    if (IsValid(*sample)) {
-      sum += *sample;
-      ++validCount;
-    }
-  }
-  if (validCount == 0) {
+  const Total total = AddUp(first, last + 1);
+  if (total.validCount == 0) {
     return SetMissing(value, valid);
   }
-  value = ToValue(sum / static_cast<double>(validCount));
-  valid = validCount == count;
+  value = ToValue(total.sum / static_cast<double>(total.validCount));
+  valid = total.validCount == total.count;
   return StatusCode::Success;
 }
 
@@ -84,6 +124,64 @@ const double* SearchForLastValidSample(const double* last, unsigned int count) {
     }
   }
   return nullptr;
+}
+
+StatusCode ComputeIncrease(const double* first, const double* last, double& value, bool& valid) {
+  if (first == nullptr || last == nullptr) {
+    return StatusCode::NullPointer;
+  }
+  double increase = 0.0;
+  const double* former = nullptr;
+  std::ptrdiff_t validCount = 0;
+  for (const double* sample = first; sample <= last; ++sample) {
+    if (!IsValid(*sample)) {
+      continue;
+    }
+    if (former != nullptr) {
+      increase += *sample < *former ? *sample : *sample - *former;
+    }
+    former = sample;
+    ++validCount;
+  }
+  if (validCount < 2) {
+    return SetMissing(value, valid);
+  }
+  value = ToValue(increase);
+  valid = validCount == last - first + 1;
+  return StatusCode::Success;
+}
+
+StatusCode ComputeMinimum(const double* first, const double* last, double& value, bool& valid) {
+  return FindExtreme(
+      first, last, [](double lhs, double rhs) { return lhs < rhs; }, value, valid);
+}
+
+StatusCode ComputeMaximum(const double* first, const double* last, double& value, bool& valid) {
+  return FindExtreme(
+      first, last, [](double lhs, double rhs) { return lhs > rhs; }, value, valid);
+}
+
+StatusCode ComputeSum(const double* first, const double* last, double& value, bool& valid) {
+  if (first == nullptr || last == nullptr) {
+    return StatusCode::NullPointer;
+  }
+  const Total total = AddUp(first, EndOfOwnSamples(first, last));
+  if (total.validCount == 0) {
+    return SetMissing(value, valid);
+  }
+  value = ToValue(total.sum);
+  valid = total.validCount == total.count;
+  return StatusCode::Success;
+}
+
+StatusCode ComputeCount(const double* first, const double* last, double& value, bool& valid) {
+  if (first == nullptr || last == nullptr) {
+    return StatusCode::NullPointer;
+  }
+  const Total total = AddUp(first, EndOfOwnSamples(first, last));
+  value = static_cast<double>(total.validCount);
+  valid = total.count > 0 && total.validCount == total.count;
+  return StatusCode::Success;
 }
 
 }  // namespace nvx::TimeSeriesDatabase::DataFunctions

@@ -94,6 +94,12 @@ StatusCode NumericalDataSource::FetchDelta(const TimeWindow& window, QueryInterv
   return FetchAndProcess(interval, window, DataFunctions::ComputeDelta, points);
 }
 
+StatusCode NumericalDataSource::Fetch(const TimeWindow& window, QueryInterval interval,
+                                      const DataFunction& function,
+                                      std::vector<NumericalDataPoint>& points) {
+  return FetchAndProcess(interval, window, function, points);
+}
+
 StatusCode NumericalDataSource::FetchAndProcess(QueryInterval interval, const TimeWindow& window,
                                                 const DataFunction& function,
                                                 std::vector<NumericalDataPoint>& points) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 
 #include "timeseries/export.h"
@@ -11,6 +12,9 @@ namespace nvx::TimeSeriesDatabase::Rrd {
 // one that occurs in `key`, wherever it stands, is the scope: that of "topo:diag1" is "diag".
 // InvalidArgument, with `scope` unchanged, when none occurs.
 NVX_TIMESERIES_EXPORT StatusCode FindZeltScope(const std::string& key, std::string& scope);
+
+// The table of scopes, with one of which every Zelt id begins.
+NVX_TIMESERIES_EXPORT const std::set<std::string>& ListZeltScopes();
 
 // The mapping between Zelt ids, "topo:ZoneList", and bare file names, "topo_ZoneList.rrd". The
 // first ";" of an id becomes "__" in its file name.

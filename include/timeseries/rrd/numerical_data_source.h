@@ -42,6 +42,10 @@ class NVX_TIMESERIES_EXPORT NumericalDataSource : public NumericalDataSourceInte
   StatusCode FetchDelta(const TimeWindow& window, QueryInterval interval,
                         std::vector<NumericalDataPoint>& points) override;
 
+  // The same with any data function. Of FullPeriod it is the delta, whatever the function.
+  StatusCode Fetch(const TimeWindow& window, QueryInterval interval, const DataFunction& function,
+                   std::vector<NumericalDataPoint>& points);
+
  private:
   NVX_TIMESERIES_HIDDEN StatusCode FetchAndProcess(QueryInterval interval, const TimeWindow& window,
                                                    const DataFunction& function,
