@@ -1,10 +1,10 @@
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
 #include "command/commands.h"
 #include "input/choice.h"
 #include "input/interval_text.h"
-#include "input/maximum_count.h"
 #include "input/time_text.h"
 #include "output/message.h"
 #include "output/point_format.h"
@@ -15,6 +15,10 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
+
+// The samples of a fetch and the points of an answer lie in memory as a whole.
+constexpr unsigned long MAXIMUM_SAMPLE_COUNT = 1UL << 23;
+constexpr unsigned long MAXIMUM_POINT_COUNT = 1UL << 21;
 
 enum class PointFormat { Table, Csv, Json };
 enum class PointFunction { Average, Delta };
@@ -32,10 +36,15 @@ struct QueryOptions {
 
 struct Query {
   std::string zeltId;
+  std::string path;
   Rrd::NumericalDataSource dataSource;
   QueryInterval interval;
   TimeWindow window;
 };
+
+unsigned long GetSeconds(const Date::Date& from, const Date::Date& to) {
+  return static_cast<unsigned long>(to.timestamp) - static_cast<unsigned long>(from.timestamp);
+}
 
 long long GetFirst(const Query& query) {
   long long first = 0;
@@ -55,7 +64,7 @@ Query MakeQuery(const QueryOptions& options, Context& context) {
   const QueryInterval interval = ReadInterval(options.interval);
   const cctz::time_zone zone = LoadZone(options.zoneName);
   const std::string path = context.GetPathOfExisting(options.zeltId);
-  Query query{options.zeltId, context.MakeDataSource(path), interval, {}};
+  Query query{options.zeltId, path, context.MakeDataSource(path), interval, {}};
   query.window.start.timeZone = zone;
   query.window.end.timeZone = zone;
   query.window.start.timestamp = options.from ? ReadTime(*options.from, zone) : GetFirst(query);
@@ -75,31 +84,28 @@ void AdjustWindow(Query& query) {
               TimeWindowToString(query.window));
 }
 
-// A window may have as many samples as the file, or MAXIMUM_COUNT.
-void RequireBoundedMemory(const Query& query) {
-  unsigned long step = 0;
-  Require(query.dataSource.GetInterval(step), query.zeltId, "its step cannot be read");
-  const auto signedStep = static_cast<long long>(step);
-  if (signedStep <= 0) {
-    throw CommandError(query.zeltId, "its step is not positive", StatusCode::Failure);
+// A window may have as many samples and points as the archive that answers it, or the maximum.
+void RequireBoundedMemory(const Query& query, const Context& context) {
+  Rrd::FileDescription file;
+  Require(context.rrdClient.Describe(query.path, file), query.zeltId, "its step cannot be read");
+  const Rrd::ArchiveDescription* const archive = file.FindArchive(query.window.start.timestamp);
+  if (archive == nullptr) {
+    return;  // the fetch says so
   }
-  const long long span = query.window.end.timestamp - query.window.start.timestamp;
+  const unsigned long span = GetSeconds(query.window.start, query.window.end);
   Date::Date next = query.window.end;
   if (query.interval != QueryInterval::FullPeriod) {
     TimeHelper::ComputeNextDate(query.interval, query.window.start, next);
   }
-  const long long pointCount = span / (next.timestamp - query.window.start.timestamp);
-  const long long sampleCount = span / signedStep;
-  if (sampleCount <= MAXIMUM_COUNT && pointCount <= MAXIMUM_COUNT) {
-    return;
-  }
-  const long long first = GetFirst(query);
-  const long long last = GetLast(query);
-  if (pointCount > MAXIMUM_COUNT || sampleCount > (last - first) / signedStep) {
-    throw CommandError(
-        query.zeltId,
-        "the window is too long; the file covers " + FormatUtc(first) + " - " + FormatUtc(last),
-        StatusCode::OutOfRange);
+  const unsigned long pointCount = span / GetSeconds(query.window.start, next);
+  const unsigned long sourceCount = file.dataSources.size();
+  const unsigned long rowCount = span / (file.step * archive->stepsPerRow);
+  if (pointCount > std::max(archive->rowCount, MAXIMUM_POINT_COUNT) ||
+      rowCount > std::max(archive->rowCount, MAXIMUM_SAMPLE_COUNT / sourceCount)) {
+    throw CommandError(query.zeltId,
+                       "the window is too long; the file covers " + FormatUtc(archive->firstTime) +
+                           " - " + FormatUtc(file.lastUpdate),
+                       StatusCode::OutOfRange);
   }
 }
 
@@ -119,7 +125,7 @@ void Run(const QueryOptions& options, Context& context) {
   if (!options.isUnadjusted) {
     AdjustWindow(query);
   }
-  RequireBoundedMemory(query);
+  RequireBoundedMemory(query, context);
 
   std::vector<NumericalDataPoint> points;
   const bool isAverage = options.function == PointFunction::Average;

@@ -3,11 +3,13 @@
 #include <cmath>
 
 #include "error/command_error.h"
-#include "input/maximum_count.h"
 #include "input/time_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
+
+// The rows of a new file lie in memory as a whole.
+constexpr long long MAXIMUM_ROW_COUNT = 1LL << 25;
 
 // More than what lies between the first and the last TIME.
 constexpr long long MAXIMUM_SPAN = 10'000LL * 366 * 86400;
@@ -43,8 +45,8 @@ void AddDefinitionOptions(CLI::App& command, FileDefinition& definition,
 }
 
 void CheckDefinition(const FileDefinition& definition) {
-  if (definition.rowCount < 1 || definition.rowCount > MAXIMUM_COUNT) {
-    Refuse(definition, "rows must be from 1 to " + std::to_string(MAXIMUM_COUNT));
+  if (definition.rowCount < 1 || definition.rowCount > MAXIMUM_ROW_COUNT) {
+    Refuse(definition, "rows must be from 1 to " + std::to_string(MAXIMUM_ROW_COUNT));
   }
   if (definition.step < 1 || definition.step > MAXIMUM_SPAN / definition.rowCount) {
     Refuse(definition, "step must be from 1 second to " +

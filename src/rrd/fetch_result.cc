@@ -1,5 +1,6 @@
 #include "timeseries/rrd/fetch_result.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace nvx::TimeSeriesDatabase::Rrd {
@@ -22,8 +23,14 @@ void FetchResult::Fill(long long rrdStart, long long rrdEnd, long long rrdStep, 
   step = static_cast<Unsigned>(rrdStep);
   startTime = static_cast<long long>(static_cast<Unsigned>(rrdStart) + step);
   endTime = rrdEnd;
-  sampleCount = static_cast<unsigned int>(static_cast<Unsigned>(endTime / rrdStep) + 1 -
-                                          static_cast<Unsigned>(startTime / rrdStep));
+  // The buffer has one row more than the span, each of one value or more.
+  const Unsigned rows =
+      rrdEnd < rrdStart
+          ? 0
+          : (static_cast<Unsigned>(rrdEnd) - static_cast<Unsigned>(rrdStart)) / step + 1;
+  const Unsigned count =
+      static_cast<Unsigned>(endTime / rrdStep) + 1 - static_cast<Unsigned>(startTime / rrdStep);
+  sampleCount = static_cast<unsigned int>(std::min(count, rows));
   std::free(data);
   data = rrdData;
 }

@@ -1,6 +1,8 @@
 #include "rrd/file_information.h"
 
+#include <limits>
 #include <string_view>
+#include <utility>
 
 #include "timeseries/rrd/constants.h"
 
@@ -67,12 +69,8 @@ void ReadEntry(const rrd_info_t& entry, FileDescription& description) {
   }
 }
 
-// A file that was checked before has rows of at least a second and no more of them than its times
-// allow.
-void ComputeTimes(const FileDescription& description, ArchiveDescription& archive) {
-  const auto rowLength = static_cast<long long>(archive.stepsPerRow * description.step);
-  archive.lastTime = description.lastUpdate - description.lastUpdate % rowLength;
-  archive.firstTime = archive.lastTime - static_cast<long long>(archive.rowCount - 1) * rowLength;
+long long GetRowLength(const FileDescription& description, const ArchiveDescription& archive) {
+  return static_cast<long long>(archive.stepsPerRow * description.step);
 }
 
 }  // namespace
@@ -86,6 +84,31 @@ FileDescription ReadFileInformation(const rrd_info_t* information) {
     ComputeTimes(description, archive);
   }
   return description;
+}
+
+// A file that was checked before has rows of at least a second and no more of them than its times
+// allow.
+void ComputeTimes(const FileDescription& description, ArchiveDescription& archive) {
+  const long long rowLength = GetRowLength(description, archive);
+  archive.lastTime = description.lastUpdate - description.lastUpdate % rowLength;
+  archive.firstTime = archive.lastTime - static_cast<long long>(archive.rowCount - 1) * rowLength;
+}
+
+const ArchiveDescription* FileDescription::FindArchive(long long start) const {
+  // Archives that reach back to the start are equal in that.
+  const auto getRank = [this, start](const ArchiveDescription& archive) {
+    const long long begin = archive.firstTime - GetRowLength(*this, archive);
+    return std::pair(begin < start ? std::numeric_limits<long long>::min() : begin,
+                     archive.stepsPerRow);
+  };
+  const ArchiveDescription* best = nullptr;
+  for (const ArchiveDescription& archive : archives) {
+    if (archive.consolidation == LAST_KEYWORD &&
+        (best == nullptr || getRank(archive) < getRank(*best))) {
+      best = &archive;
+    }
+  }
+  return best;
 }
 
 bool FileDescription::HasShapeOfCreate() const {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "foundation/log.h"
+#include "rrd/file_gate.h"
 #include "rrd/file_information.h"
 #include "rrd/number_text.h"
 #include "timeseries/host.h"
@@ -33,11 +34,8 @@ const std::string DS_DEFINITION_PREFIX = "DS:element:GAUGE:";
 const std::string MIGRATION_DS_DEFINITION_PREFIX = "DS:element=element[1]:GAUGE:";
 const std::string RRA_DEFINITION_PREFIX = "RRA:LAST:0.99999:1:";
 
-// A time that no file reaches, 35,000 years from the epoch. Far beyond it, and for a span that ends
-// before it starts, the RRD library computes the size of its buffer modulo 2^64 and may write
-// outside it; up to here the sizes fit, whatever the number of data sources.
-constexpr long long FARTHEST_TIME = 1LL << 40;
-
+using Rrd::FARTHEST_TIME;
+using Rrd::FileGate;
 using Utilities::FileSystem;
 
 std::time_t SecondBefore(long long time) {
@@ -91,20 +89,25 @@ struct Definitions {
 
 using Information = std::unique_ptr<rrd_info_t, decltype(&rrd_info_free)>;
 
+// What a line says of a failure: the fault of a file that was kept from the RRD library, or else
+// the RRD library's own words.
+const char* GetReason(const char* fault) { return fault == nullptr ? rrd_get_error() : fault; }
+
 // Null, after a line in the log, when the file cannot be read.
 Information ReadInformation(const char* operation, const std::string& path) {
-  Information information(rrd_info_r(path.c_str()), rrd_info_free);
+  const char* const fault = FileGate(path).GetFault();
+  Information information(fault == nullptr ? rrd_info_r(path.c_str()) : nullptr, rrd_info_free);
   if (information == nullptr) {
     NVX_ERROR_IN(operation, "Failed to read information from[%s]. rrd error :[%s]", path.c_str(),
-                 rrd_get_error());
+                 GetReason(fault));
     rrd_clear_error();
   }
   return information;
 }
 
-void LogCreateError(const char* operation, const std::string& path,
+void LogCreateError(const char* operation, const char* fault, const std::string& path,
                     const Definitions& definitions) {
-  NVX_ERROR_IN(operation, "error [%s], file path [%s], arguments [%s %s]", rrd_get_error(),
+  NVX_ERROR_IN(operation, "error [%s], file path [%s], arguments [%s %s]", GetReason(fault),
                path.c_str(), definitions.dataSource.c_str(), definitions.archive.c_str());
 }
 
@@ -114,13 +117,10 @@ void LogCreateSuccess(const char* operation, const std::string& path,
               definitions.dataSource.c_str(), definitions.archive.c_str());
 }
 
-// `reason` is the RRD library's own when it is null.
-void LogFetchError(const char* reason, std::time_t start, std::time_t end,
-                   const std::string& path) {
-  NVX_ERROR_IN("Fetch",
-               "error [%s],Time window start time = [%lld], end time = [%lld], file path = [%s]",
-               reason == nullptr ? rrd_get_error() : reason, static_cast<long long>(start),
-               static_cast<long long>(end), path.c_str());
+void LogFetchError(const char* fault, std::time_t start, std::time_t end, const std::string& path) {
+  NVX_ERROR_IN(
+      "Fetch", "error [%s],Time window start time = [%lld], end time = [%lld], file path = [%s]",
+      GetReason(fault), static_cast<long long>(start), static_cast<long long>(end), path.c_str());
 }
 
 std::string MakeSampleText(long long time, double value) {
@@ -141,10 +141,11 @@ StatusCode RrdClient::GetFirstTimestamp(const std::string& path, int rraIndex,
   if (found != StatusCode::Success) {
     return found;
   }
-  timestamp = rrd_first_r(path.c_str(), rraIndex);
+  const char* const fault = FileGate(path).GetFault();
+  timestamp = fault == nullptr ? rrd_first_r(path.c_str(), rraIndex) : -1;
   if (timestamp == -1) {
     NVX_ERROR("Failed to get first timestamp from [%s]. rrd error :[%s]", path.c_str(),
-              rrd_get_error());
+              GetReason(fault));
     rrd_clear_error();
     return StatusCode::Failure;
   }
@@ -157,10 +158,11 @@ StatusCode RrdClient::GetLastTimestamp(const std::string& path, long long& times
   if (found != StatusCode::Success) {
     return found;
   }
-  timestamp = rrd_last_r(path.c_str());
+  const char* const fault = FileGate(path).GetFault();
+  timestamp = fault == nullptr ? rrd_last_r(path.c_str()) : -1;
   if (timestamp == -1) {
     NVX_ERROR("Failed to get last timestamp from [%s]. rrd error :[%s]", path.c_str(),
-              rrd_get_error());
+              GetReason(fault));
     rrd_clear_error();
     return StatusCode::Failure;
   }
@@ -204,9 +206,10 @@ StatusCode RrdClient::Fetch(const std::string& path, long long start, long long 
   unsigned long dataSourceCount = 0;
   char** names = nullptr;
   rrd_value_t* data = nullptr;
-  if (rrd_fetch_r(path.c_str(), Rrd::LAST_KEYWORD.c_str(), &s, &e, &step, &dataSourceCount, &names,
-                  &data) == -1) {
-    LogFetchError(nullptr, s, e, path);
+  const char* const fault = FileGate(path).GetFetchFault(start, end);
+  if (fault != nullptr || rrd_fetch_r(path.c_str(), Rrd::LAST_KEYWORD.c_str(), &s, &e, &step,
+                                      &dataSourceCount, &names, &data) == -1) {
+    LogFetchError(fault, s, e, path);
     rrd_clear_error();
     return StatusCode::Failure;
   }
@@ -227,6 +230,10 @@ StatusCode RrdClient::Fetch(const std::string& path, long long start, long long 
     NVX_ERROR("step out of range [%lu]", step);
     return StatusCode::Failure;
   }
+  if (dataSourceCount == 0) {
+    NVX_ERROR("no data source");
+    return StatusCode::Failure;
+  }
 
   result.Fill(s, e, signedStep, samples.release());
   return StatusCode::Success;
@@ -238,7 +245,7 @@ StatusCode RrdClient::Create(const std::string& path, long long step, long long 
   const char* arguments[] = {definitions.dataSource.c_str(), definitions.archive.c_str()};
   if (rrd_create_r(path.c_str(), static_cast<unsigned long>(step),
                    static_cast<std::time_t>(startTime), 2, arguments) == -1) {
-    LogCreateError("Create", path, definitions);
+    LogCreateError("Create", nullptr, path, definitions);
     rrd_clear_error();
     return StatusCode::Failure;
   }
@@ -259,9 +266,14 @@ StatusCode RrdClient::Update(const std::string& path,
     arguments.push_back(text.c_str());
   }
 
-  if (rrd_update_r(path.c_str(), nullptr, static_cast<int>(arguments.size()), arguments.data()) ==
-      -1) {
-    NVX_ERROR("error [%s], file path [%s], arguments [%s %s]", rrd_get_error(), path.c_str(),
+  // An error that an earlier call left would be taken for one of this update, and end it.
+  if (rrd_test_error() != 0) {
+    rrd_clear_error();
+  }
+  const char* const fault = FileGate(path).GetFault();
+  if (fault != nullptr || rrd_update_r(path.c_str(), nullptr, static_cast<int>(arguments.size()),
+                                       arguments.data()) == -1) {
+    NVX_ERROR("error [%s], file path [%s], arguments [%s %s]", GetReason(fault), path.c_str(),
               arguments.empty() ? "" : arguments[0], arguments.size() < 2 ? "" : arguments[1]);
     rrd_clear_error();
     return StatusCode::Failure;
@@ -277,10 +289,11 @@ StatusCode RrdClient::Migrate(const std::string& path, long long step, long long
   const char* arguments[] = {definitions.dataSource.c_str(), definitions.archive.c_str()};
   const char* sources[] = {path.c_str(), nullptr};
   constexpr int MAY_OVERWRITE = 0;
-  if (rrd_create_r2(path.c_str(), static_cast<unsigned long>(step),
-                    static_cast<std::time_t>(startTime), MAY_OVERWRITE, sources, nullptr, 2,
-                    arguments) == -1) {
-    LogCreateError("Migrate", path, definitions);
+  const char* const fault = FileGate(path).GetFault();
+  if (fault != nullptr || rrd_create_r2(path.c_str(), static_cast<unsigned long>(step),
+                                        static_cast<std::time_t>(startTime), MAY_OVERWRITE, sources,
+                                        nullptr, 2, arguments) == -1) {
+    LogCreateError("Migrate", fault, path, definitions);
     return StatusCode::Failure;
   }
   LogCreateSuccess("Migrate", path, definitions);

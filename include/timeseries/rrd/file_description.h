@@ -38,6 +38,11 @@ struct NVX_TIMESERIES_EXPORT FileDescription {
   // Whether it is a file as RrdClient::Create makes it: the one gauge "element" and one archive
   // with the last value of each step. Only such files are migrated without loss.
   bool HasShapeOfCreate() const;
+
+  // The archive of last values that RrdClient::Fetch reads for a window from `start` on: the finest
+  // that reaches back to it, or else the finest of those that reach back furthest. Null when there
+  // is none.
+  const ArchiveDescription* FindArchive(long long start) const;
 };
 
 }  // namespace nvx::TimeSeriesDatabase::Rrd

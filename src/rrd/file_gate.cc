@@ -1,0 +1,218 @@
+#include "rrd/file_gate.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "rrd/computed_source.h"
+#include "rrd/file_header.h"
+#include "rrd/file_information.h"
+#include "rrd/prediction.h"
+
+namespace nvx::TimeSeriesDatabase::Rrd {
+namespace {
+
+// Most headers have less, and are read at once.
+constexpr std::size_t USUAL_HEADER = 4096;
+
+// The RRD library takes some times a header's size in memory. Room for 70,000 data sources.
+constexpr std::uint64_t LARGEST_HEADER = 1 << 24;
+
+// Values, a GiB of them: at a step of a minute, 255 years.
+constexpr std::uint64_t LARGEST_FETCH = 1 << 27;
+
+// The RRD library's names begin with the third.
+constexpr const char* FIRST_VERSION = "0001";
+constexpr const char* SECOND_VERSION = "0002";
+
+constexpr long MICROSECONDS = 1000000;
+
+constexpr char TOO_LARGE[] = "it has too many data sources or archives for a file of this machine";
+constexpr char CUT_OFF[] = "its header is cut off";
+
+// Reads from the start of the file; less than `size` only where the file ends.
+std::string ReadStart(int fd, std::size_t size) {
+  std::string bytes(size, '\0');
+  const ssize_t count = pread(fd, bytes.data(), size, 0);
+  bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+  return bytes;
+}
+
+bool HasVersion(const stat_head_t& head, const char* version) {
+  return std::strncmp(head.version, version, sizeof head.version) == 0;
+}
+
+bool IsVersionOld(const stat_head_t& head) {
+  return HasVersion(head, FIRST_VERSION) || HasVersion(head, SECOND_VERSION);
+}
+
+bool IsVersionKnown(const stat_head_t& head) {
+  return IsVersionOld(head) || HasVersion(head, RRD_VERSION3) || HasVersion(head, RRD_VERSION4) ||
+         HasVersion(head, RRD_VERSION5);
+}
+
+const char* FindFault(const stat_head_t& head) {
+  if (!IsVersionKnown(head)) {
+    return "its version is unknown";
+  }
+  if (head.float_cookie != FLOAT_COOKIE) {
+    return "it is of another machine";
+  }
+  if (head.ds_cnt == 0 || head.rra_cnt == 0) {
+    return "it has no data source or no archive";
+  }
+  // Either count alone would fill a header, so no product of them wraps.
+  if (head.ds_cnt > LARGEST_HEADER / sizeof(ds_def_t) ||
+      head.rra_cnt > LARGEST_HEADER / sizeof(rra_def_t)) {
+    return TOO_LARGE;
+  }
+  if (head.pdp_step == 0 || head.pdp_step > FARTHEST_TIME) {
+    return "its step is out of range";
+  }
+  return nullptr;
+}
+
+const char* FindSourceFault(const std::string& header, const HeaderLayout& layout,
+                            unsigned long index) {
+  const auto source = ReadStructure<ds_def_t>(header, layout.dataSources, index);
+  const auto pending = ReadStructure<pdp_prep_t>(header, layout.pendingSteps, index);
+  if (!IsTerminated(source.ds_nam) || !IsTerminated(source.dst) || !IsTerminated(pending.last_ds)) {
+    return "a text of a data source does not end";
+  }
+  if (IsComputed(source) && !IsFormulaSafe(source, index)) {
+    return "a formula of it cannot be computed";
+  }
+  return nullptr;
+}
+
+const char* FindArchiveFault(const std::string& header, const HeaderLayout& layout,
+                             const stat_head_t& head, unsigned long index) {
+  const auto archive = ReadStructure<rra_def_t>(header, layout.archives, index);
+  if (!IsTerminated(archive.cf_nam)) {
+    return "the name of a consolidation function does not end";
+  }
+  if (archive.pdp_cnt == 0 || archive.pdp_cnt > FARTHEST_TIME / head.pdp_step ||
+      archive.row_cnt == 0 || archive.row_cnt > FARTHEST_TIME / (head.pdp_step * archive.pdp_cnt)) {
+    return "the times of an archive are out of range";
+  }
+  if (ReadStructure<rra_ptr_t>(header, layout.positions, index).cur_row >= archive.row_cnt) {
+    return "the newest row of an archive lies outside it";
+  }
+  if (!IsPredictionSafe(header, layout, archive, head.rra_cnt)) {
+    return "a prediction of it cannot be computed";
+  }
+  return nullptr;
+}
+
+// Before microseconds came, the live head was the time alone.
+std::size_t GetLiveHeadSize(const stat_head_t& head) {
+  return IsVersionOld(head) ? sizeof(live_head_t::last_up) : sizeof(live_head_t);
+}
+
+bool IsLiveHeadSafe(const live_head_t& liveHead) {
+  return liveHead.last_up >= 0 && liveHead.last_up <= FARTHEST_TIME && liveHead.last_up_usec >= 0 &&
+         liveHead.last_up_usec < MICROSECONDS;
+}
+
+// Whether all values lie in the file, which may go on behind them.
+bool HasAllValues(const std::vector<ArchiveDescription>& archives, unsigned long sourceCount,
+                  std::uint64_t size) {
+  std::uint64_t rowsLeft = size / sizeof(rrd_value_t) / sourceCount;
+  for (const ArchiveDescription& archive : archives) {
+    if (archive.rowCount > rowsLeft) {
+      return false;
+    }
+    rowsLeft -= archive.rowCount;
+  }
+  return true;
+}
+
+}  // namespace
+
+FileGate::FileGate(const std::string& path) {
+  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  if (fd != -1) {
+    fault = ReadFile(fd);
+    close(fd);
+  }
+}
+
+const char* FileGate::GetFetchFault(long long start, long long end) const {
+  const ArchiveDescription* const archive =
+      fault == nullptr ? description.FindArchive(start) : nullptr;
+  if (archive == nullptr) {
+    return fault;
+  }
+  const std::uint64_t rows =
+      static_cast<std::uint64_t>(end - start) / (description.step * archive->stepsPerRow);
+  const bool isBounded = rows <= archive->rowCount || rows <= LARGEST_FETCH / sourceCount;
+  return isBounded ? nullptr : "the window is too long";
+}
+
+const char* FileGate::ReadFile(int fd) {
+  struct stat status {};
+  if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
+    return "it is no regular file";
+  }
+  std::string header = ReadStart(fd, USUAL_HEADER);
+  if (header.compare(0, sizeof RRD_COOKIE, RRD_COOKIE, sizeof RRD_COOKIE) != 0) {
+    return nullptr;
+  }
+  if (header.size() < sizeof(stat_head_t)) {
+    return CUT_OFF;
+  }
+  const auto head = ReadStructure<stat_head_t>(header, 0);
+  if (const char* const headFault = FindFault(head)) {
+    return headFault;
+  }
+  const HeaderLayout layout(head, GetLiveHeadSize(head));
+  if (layout.end > LARGEST_HEADER) {
+    return TOO_LARGE;
+  }
+  if (layout.end > header.size()) {
+    header = ReadStart(fd, layout.end);
+  }
+  if (layout.end > header.size()) {
+    return CUT_OFF;
+  }
+  if (const char* const partFault = ReadParts(header, head, layout)) {
+    return partFault;
+  }
+  const auto fileSize = static_cast<std::uint64_t>(status.st_size);
+  const bool isWhole = layout.end <= fileSize &&
+                       HasAllValues(description.archives, head.ds_cnt, fileSize - layout.end);
+  return isWhole ? nullptr : "its values are cut off";
+}
+
+const char* FileGate::ReadParts(const std::string& header, const stat_head_t& head,
+                                const HeaderLayout& layout) {
+  live_head_t liveHead{};
+  std::memcpy(&liveHead, header.data() + layout.liveHead, GetLiveHeadSize(head));
+  if (!IsLiveHeadSafe(liveHead)) {
+    return "its last update is out of range";
+  }
+  sourceCount = head.ds_cnt;
+  for (unsigned long i = 0; i < head.ds_cnt; ++i) {
+    if (const char* const sourceFault = FindSourceFault(header, layout, i)) {
+      return sourceFault;
+    }
+  }
+  description.step = head.pdp_step;
+  description.lastUpdate = liveHead.last_up;
+  for (unsigned long i = 0; i < head.rra_cnt; ++i) {
+    if (const char* const archiveFault = FindArchiveFault(header, layout, head, i)) {
+      return archiveFault;
+    }
+    const auto definition = ReadStructure<rra_def_t>(header, layout.archives, i);
+    ArchiveDescription& archive = description.archives.emplace_back();
+    archive.consolidation = definition.cf_nam;
+    archive.stepsPerRow = definition.pdp_cnt;
+    archive.rowCount = definition.row_cnt;
+    ComputeTimes(description, archive);
+  }
+  return nullptr;
+}
+
+}  // namespace nvx::TimeSeriesDatabase::Rrd

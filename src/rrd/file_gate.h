@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+
+#include "rrd/file_header.h"
+#include "timeseries/rrd/file_description.h"
+
+namespace nvx::TimeSeriesDatabase::Rrd {
+
+// A time that no file reaches, 35,000 years from the epoch. Far beyond it, and for a span that ends
+// before it starts, the RRD library computes the size of its buffer modulo 2^64 and may write
+// outside it; up to here the sizes fit, whatever the number of data sources.
+inline constexpr long long FARTHEST_TIME = 1LL << 40;
+
+// The look at an RRD file that comes before the RRD library's own. The RRD library trusts every
+// number of a header: it divides by them, multiplies them modulo 2^64 and takes them for positions.
+//
+// The RRD library opens the file once more, by its path. Who replaces it in between can still hand
+// it another header; a directory that others can write needs more than this.
+class FileGate {
+ public:
+  // Opens the file, without waiting for a writer of a FIFO, reads its header and closes it.
+  explicit FileGate(const std::string& path);
+
+  // Why the RRD library must not be given the file; null when it may. It may have a file that
+  // cannot be opened or does not begin as an RRD file, and says so in its own words.
+  const char* GetFault() const { return fault; }
+
+  // The same for a fetch of the rows from `start` to `end`, which must not need more memory than
+  // the archive or a GiB.
+  const char* GetFetchFault(long long start, long long end) const;
+
+ private:
+  // They return the fault.
+  const char* ReadFile(int fd);
+  const char* ReadParts(const std::string& header, const stat_head_t& head,
+                        const HeaderLayout& layout);
+
+  const char* fault = nullptr;
+  unsigned long sourceCount = 0;
+  FileDescription description;  // the step and the archives alone
+};
+
+}  // namespace nvx::TimeSeriesDatabase::Rrd

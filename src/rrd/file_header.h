@@ -1,0 +1,49 @@
+#pragma once
+
+// The structures of this machine's files are installed, and offered with a warning only.
+#define RRD_EXPORT_DEPRECATED
+#include <rrd.h>
+#include <rrd_format.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+namespace nvx::TimeSeriesDatabase::Rrd {
+
+// Where the parts of a file's header begin, from the counts that it starts with; the values of its
+// archives follow at its end.
+struct HeaderLayout {
+  HeaderLayout(const stat_head_t& head, std::size_t liveHeadSize)
+      : dataSources(sizeof(stat_head_t)),
+        archives(dataSources + head.ds_cnt * sizeof(ds_def_t)),
+        liveHead(archives + head.rra_cnt * sizeof(rra_def_t)),
+        pendingSteps(liveHead + liveHeadSize),
+        pendingRows(pendingSteps + head.ds_cnt * sizeof(pdp_prep_t)),
+        positions(pendingRows + head.ds_cnt * head.rra_cnt * sizeof(cdp_prep_t)),
+        end(positions + head.rra_cnt * sizeof(rra_ptr_t)) {}
+
+  std::uint64_t dataSources;
+  std::uint64_t archives;
+  std::uint64_t liveHead;
+  std::uint64_t pendingSteps;
+  std::uint64_t pendingRows;
+  std::uint64_t positions;
+  std::uint64_t end;
+};
+
+// The structure with this index of those that begin at `offset` of a header.
+template <typename Structure>
+Structure ReadStructure(const std::string& header, std::uint64_t offset, std::uint64_t index = 0) {
+  Structure structure;
+  std::memcpy(&structure, header.data() + offset + index * sizeof(Structure), sizeof(Structure));
+  return structure;
+}
+
+template <std::size_t size>
+bool IsTerminated(const char (&text)[size]) {
+  return std::memchr(text, '\0', size) != nullptr;
+}
+
+}  // namespace nvx::TimeSeriesDatabase::Rrd
