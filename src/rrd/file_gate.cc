@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <limits>
 
 #include "rrd/computed_source.h"
 #include "rrd/file_header.h"
@@ -149,6 +150,14 @@ const char* FileGate::GetFetchFault(long long start, long long end) const {
       static_cast<std::uint64_t>(end - start) / (description.step * archive->stepsPerRow);
   const bool isBounded = rows <= archive->rowCount || rows <= LARGEST_FETCH / sourceCount;
   return isBounded ? nullptr : "the window is too long";
+}
+
+const char* FileGate::GetMigrationFault() const {
+  const bool isRowTooLong = std::any_of(
+      description.archives.begin(), description.archives.end(), [this](const auto& archive) {
+        return description.step * archive.stepsPerRow > std::numeric_limits<int>::max();
+      });
+  return isRowTooLong ? "the rows of an archive are too long" : fault;
 }
 
 const char* FileGate::ReadFile(int fd) {

@@ -30,6 +30,9 @@ class FileGate {
   // the archive or a GiB.
   const char* GetFetchFault(long long start, long long end) const;
 
+  // The same for a migration, in which the RRD library computes with rows of 31 bits of seconds.
+  const char* GetMigrationFault() const;
+
  private:
   // They return the fault.
   const char* ReadFile(int fd);

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "rrd/prediction.h"
 #include "timeseries/rrd/constants.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd {
@@ -73,6 +74,12 @@ long long GetRowLength(const FileDescription& description, const ArchiveDescript
   return static_cast<long long>(archive.stepsPerRow * description.step);
 }
 
+// Of rows of one step, the RRD library takes any function for the one that it is asked for.
+bool IsFetched(const ArchiveDescription& archive) {
+  return archive.consolidation == LAST_KEYWORD ||
+         (archive.stepsPerRow == 1 && !IsPrediction(archive.consolidation));
+}
+
 }  // namespace
 
 FileDescription ReadFileInformation(const rrd_info_t* information) {
@@ -103,8 +110,7 @@ const ArchiveDescription* FileDescription::FindArchive(long long start) const {
   };
   const ArchiveDescription* best = nullptr;
   for (const ArchiveDescription& archive : archives) {
-    if (archive.consolidation == LAST_KEYWORD &&
-        (best == nullptr || getRank(archive) < getRank(*best))) {
+    if (IsFetched(archive) && (best == nullptr || getRank(archive) < getRank(*best))) {
       best = &archive;
     }
   }

@@ -9,15 +9,6 @@ bool IsSeasonal(std::string_view function) {
   return function == "SEASONAL" || function == "DEVSEASONAL";
 }
 
-bool IsPrediction(const rra_def_t& archive) {
-  if (!IsTerminated(archive.cf_nam)) {
-    return false;
-  }
-  const std::string_view function = archive.cf_nam;
-  return IsSeasonal(function) || function == "HWPREDICT" || function == "MHWPREDICT" ||
-         function == "DEVPREDICT" || function == "FAILURES";
-}
-
 // A smoother needs a window within the season, and a season of one row leaves it none.
 bool IsSeasonSafe(const rra_def_t& archive) {
   const double window = archive.par[RRA_seasonal_smoothing_window].u_val;
@@ -31,14 +22,22 @@ bool IsViolationCountSafe(const rra_def_t& archive) {
 
 }  // namespace
 
+bool IsPrediction(std::string_view function) {
+  return IsSeasonal(function) || function == "HWPREDICT" || function == "MHWPREDICT" ||
+         function == "DEVPREDICT" || function == "FAILURES";
+}
+
 bool IsPredictionSafe(const std::string& header, const HeaderLayout& layout,
                       const rra_def_t& archive, unsigned long archiveCount) {
-  if (!IsPrediction(archive)) {
+  if (!IsPrediction(archive.cf_nam)) {
     return true;
   }
-  const unsigned long other = archive.par[RRA_dependent_rra_idx].u_cnt;
-  return other < archiveCount &&
-         IsPrediction(ReadStructure<rra_def_t>(header, layout.archives, other)) &&
+  const unsigned long index = archive.par[RRA_dependent_rra_idx].u_cnt;
+  if (index >= archiveCount) {
+    return false;
+  }
+  const auto other = ReadStructure<rra_def_t>(header, layout.archives, index);
+  return IsTerminated(other.cf_nam) && IsPrediction(other.cf_nam) &&
          (!IsSeasonal(archive.cf_nam) || IsSeasonSafe(archive)) &&
          (std::string_view(archive.cf_nam) != "FAILURES" || IsViolationCountSafe(archive));
 }

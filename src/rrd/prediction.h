@@ -1,12 +1,17 @@
 #pragma once
 
+#include <string_view>
+
 #include "rrd/file_header.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 
-// Whether the archive with this index is none of the RRD library's predictions of aberrant
-// behaviour, or one with parameters that the RRD library can compute with: it follows the index of
-// the archive that a prediction depends on, and counts violations in arrays of a fixed size.
+// Whether a consolidation function is one of the RRD library's predictions of aberrant behaviour.
+bool IsPrediction(std::string_view function);
+
+// Whether the archive with this index is no prediction, or one with parameters that the RRD library
+// can compute with: it follows the index of the archive that a prediction depends on, and counts
+// violations in arrays of a fixed size.
 bool IsPredictionSafe(const std::string& header, const HeaderLayout& layout,
                       const rra_def_t& archive, unsigned long archiveCount);
 

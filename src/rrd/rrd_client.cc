@@ -289,7 +289,7 @@ StatusCode RrdClient::Migrate(const std::string& path, long long step, long long
   const char* arguments[] = {definitions.dataSource.c_str(), definitions.archive.c_str()};
   const char* sources[] = {path.c_str(), nullptr};
   constexpr int MAY_OVERWRITE = 0;
-  const char* const fault = FileGate(path).GetFault();
+  const char* const fault = FileGate(path).GetMigrationFault();
   if (fault != nullptr || rrd_create_r2(path.c_str(), static_cast<unsigned long>(step),
                                         static_cast<std::time_t>(startTime), MAY_OVERWRITE, sources,
                                         nullptr, 2, arguments) == -1) {

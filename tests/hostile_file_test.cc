@@ -1,0 +1,252 @@
+// Files that damage or malice made: no byte of a header brings the command down, and none that the
+// RRD library can read is kept from it.
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+#include "support/log_capture.h"
+#include "support/rrd_file.h"
+#include "support/temporary_directory.h"
+#include "timeseries/rrd_client.h"
+
+int RunCommand(int argc, char** argv);  // the main function of the command line
+
+using namespace nvx::TimeSeriesDatabase;
+
+namespace {
+
+constexpr long long LAST = 1700005400;
+
+void WriteFile(const std::string& path, const std::string& bytes) {
+  std::filesystem::remove(path);  // a file made anew is not flushed to the disk at its end
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Runs every command on each file, which stands anew before each; ends with the number of the file
+// at which a command went wrong.
+[[noreturn]] void RunCommands(const std::string& directory, const std::vector<std::string>& files,
+                              volatile std::size_t& current) {
+  const std::string path = directory + "/topo_x.rrd";
+  const std::vector<std::vector<const char*>> commands = {
+      {"info", "topo:x", "--format", "json"},
+      {"query", "topo:x", "--interval", "1m", "--format", "csv"},
+      {"query", "topo:x", "--interval", "1d"},
+      {"query", "topo:x", "--interval", "all", "--no-adjust"},
+      {"query", "topo:x", "--interval", "1h", "--from", "2023-11-14", "--to", "2023-11-16",
+       "--function", "delta"},
+      {"list"},
+      {"migrate", "topo:x", "--step", "60", "--rows", "5"},
+      {"update", "topo:x", "1700009000:1", "1700009300:2"},
+  };
+  (void)!std::freopen("/dev/null", "w", stdout);
+  (void)!std::freopen("/dev/null", "w", stderr);
+  for (current = 0; current < files.size(); current = current + 1) {
+    alarm(60);
+    for (std::vector<const char*> command : commands) {
+      WriteFile(path, files[current]);
+      command.insert(command.begin(), {"nvx-timeseries", "-d", directory.c_str()});
+      const int status =
+          RunCommand(static_cast<int>(command.size()), const_cast<char**>(command.data()));
+      if (status != 0 && status != 1 && status != 3) {
+        _exit(status);
+      }
+    }
+  }
+  _exit(0);
+}
+
+std::string Mutate(std::string bytes, std::mt19937& random) {
+  constexpr unsigned long NUMBERS[] = {
+      0,         1,         2,         28,        29,        60,        1UL << 20,      1UL << 28,
+      1UL << 31, 1UL << 32, 1UL << 40, 1UL << 61, 1UL << 62, 1UL << 63, 0x7FF8UL << 48, ~0UL};
+  for (auto changes = random() % 3 + 1; changes > 0; --changes) {
+    const std::size_t word = random() % (bytes.size() / sizeof(long)) * sizeof(long);
+    if (random() % 4 == 0) {
+      bytes[word + random() % sizeof(long)] = static_cast<char>(random());
+    } else {
+      std::memcpy(&bytes[word], &NUMBERS[random() % std::size(NUMBERS)], sizeof(long));
+    }
+  }
+  return bytes;
+}
+
+TEST(HostileFile, NeverBringsTheCommandDown) {
+#if defined(__SANITIZE_ADDRESS__)
+  constexpr int ROUNDS = 5;
+  constexpr long LARGEST = 2 << 20;  // with what the sanitizer needs itself
+#else
+  constexpr int ROUNDS = 50;
+  constexpr long LARGEST = 200 << 10;  // kibibytes
+#endif
+  const std::vector<std::string> seeds = {
+      RrdFileBytes{}.Make(),
+      RrdFileBytes{2, {{"LAST", 3, 1}, {"AVERAGE", 4, 7}, {"LAST", 2, 60}}}.Make(),
+      RrdFileBytes{1, {{"LAST", 9, 1}}, 60, LAST, "0001"}.Make(),
+      ReadFile(TEST_DATA "/fuzz/rrd/compute.rrd"),
+      ReadFile(TEST_DATA "/fuzz/rrd/prediction.rrd"),
+  };
+  const TemporaryDirectory directory;
+  auto* const current = static_cast<std::size_t*>(mmap(
+      nullptr, sizeof(std::size_t), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  ASSERT_NE(current, MAP_FAILED);
+  std::mt19937 random(1);
+  for (int round = 0; round < ROUNDS; ++round) {
+    std::vector<std::string> files;
+    while (files.size() < 100) {
+      files.push_back(Mutate(seeds[files.size() % seeds.size()], random));
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+      RunCommands(directory.GetPath(), files, *current);
+    }
+    int status = 0;
+    rusage usage{};
+    ASSERT_EQ(wait4(child, &status, 0, &usage), child);
+    if (status != 0) {
+      const std::string kept = testing::TempDir() + "hostile.rrd";
+      WriteFile(kept, files[*current]);
+      FAIL() << kept << ": status " << status;
+    }
+    EXPECT_LE(usage.ru_maxrss, LARGEST) << round;
+  }
+  munmap(current, sizeof(std::size_t));
+}
+
+TEST(HostileFile, IsRefusedWithAReason) {
+  struct Case {
+    const char* reason;
+    RrdFileBytes file;
+  };
+  const Case cases[] = {
+      {"it has no data source or no archive", {0, {{"LAST", 100000, 1}}}},
+      {"it has no data source or no archive", {1, {}}},
+      {"its step is out of range", {1, {{"LAST", 3, 1}}, 0}},
+      {"its step is out of range", {1, {{"LAST", 3, 1}}, 1UL << 62}},
+      {"the times of an archive are out of range", {1, {{"LAST", 3, 0}}}},
+      {"the times of an archive are out of range", {1, {{"LAST", 3, 1UL << 40}}, 2}},
+      {"its last update is out of range", {1, {{"LAST", 3, 1}}, 60, -1}},
+      {"its version is unknown", {1, {{"LAST", 3, 1}}, 60, LAST, "0006"}},
+      {"the name of a consolidation function does not end", {1, {{"LASTLASTLASTLASTLAST", 3, 1}}}},
+      {"a text of a data source does not end",
+       {1, {{"LAST", 3, 1}}, 60, LAST, "0003", std::string(20, 'G')}},
+      {"a formula of it cannot be computed", {1, {{"LAST", 3, 1}}, 60, LAST, "0003", "COMPUTE"}},
+      {"a prediction of it cannot be computed", {1, {{"FAILURES", 3, 1}}}},
+  };
+  const TemporaryDirectory directory;
+  const std::string path = directory.GetPath("a.rrd");
+  const RrdClient client;
+  const auto expectRefusal = [&](const std::string& reason) {
+    LogCapture log(3);
+    long long first = 7;
+    long long last = 7;
+    unsigned long step = 7;
+    Rrd::FetchResult result;
+    EXPECT_EQ(client.GetFirstTimestamp(path, 0, first), StatusCode::Failure);
+    EXPECT_EQ(client.GetLastTimestamp(path, last), StatusCode::Failure);
+    EXPECT_EQ(client.GetInterval(path, step), StatusCode::Failure);
+    EXPECT_EQ(client.Fetch(path, LAST, LAST + 60, result), StatusCode::Failure);
+    EXPECT_EQ(client.Update(path, {{LAST + 600, 1}}), StatusCode::Failure);
+    EXPECT_EQ(client.Migrate(path, 60, LAST, 0, 1, 5), StatusCode::Failure);
+    EXPECT_TRUE(first == -1 && last == -1 && step == 7);
+    const Lines lines = log.Take();
+    EXPECT_EQ(lines.size(), 6u);
+    for (const std::string& line : lines) {
+      EXPECT_NE(line.find("[" + reason + "]"), std::string::npos) << line;
+    }
+  };
+  for (const Case& hostile : cases) {
+    WriteFile(path, hostile.file.Make());
+    expectRefusal(hostile.reason);
+  }
+  const std::string whole = RrdFileBytes{}.Make();
+  WriteFile(path, whole.substr(0, whole.size() - 1));
+  expectRefusal("its values are cut off");
+  WriteFile(path, whole.substr(0, 500));
+  expectRefusal("its header is cut off");
+  std::filesystem::remove(path);
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  expectRefusal("it is no regular file");
+}
+
+TEST(HostileFile, IsNoFileThatTheRrdLibraryReads) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.GetPath("a.rrd");
+  const RrdClient client;
+  const auto expectWhole = [&](const std::string& bytes) {
+    WriteFile(path, bytes);
+    long long last = 0;
+    unsigned long step = 0;
+    Rrd::FetchResult result;
+    EXPECT_EQ(client.GetLastTimestamp(path, last), StatusCode::Success);
+    EXPECT_EQ(client.GetInterval(path, step), StatusCode::Success);
+    EXPECT_EQ(client.Fetch(path, LAST - 60, LAST, result), StatusCode::Success);
+    EXPECT_NE(client.Update(path, {{LAST + 600, 1}}), StatusCode::NotFound);
+  };
+  for (const char* version : {"0001", "0002", "0003", "0004", "0005"}) {
+    expectWhole(RrdFileBytes{1, {{"LAST", 3, 1}}, 60, LAST, version}.Make());
+  }
+  expectWhole(RrdFileBytes{}.Make() + std::string(8, '\0'));  // old files end with an unused word
+  expectWhole(RrdFileBytes{400, {{"LAST", 3, 1}, {"MAX", 3, 1}}}.Make());
+  expectWhole(ReadFile(TEST_DATA "/fuzz/rrd/compute.rrd"));
+  expectWhole(ReadFile(TEST_DATA "/fuzz/rrd/prediction.rrd"));
+}
+
+TEST(HostileFile, IsFetchedFromTheArchiveThatIsExpected) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.GetPath("a.rrd");
+  const RrdClient client;
+  std::mt19937 random(2);
+  for (int i = 0; i < 200; ++i) {
+    RrdFileBytes file{1, {}};
+    for (auto count = random() % 4 + 1; count > 0; --count) {
+      file.archives.push_back(
+          {random() % 3 == 0 ? "MAX" : "LAST", random() % 9 + 1, random() % 7 + 1});
+    }
+    WriteFile(path, file.Make());
+    const long long start = LAST - static_cast<long long>(random() % 4000);
+    Rrd::FileDescription description;
+    ASSERT_EQ(client.Describe(path, description), StatusCode::Success);
+    const Rrd::ArchiveDescription* const archive = description.FindArchive(start);
+    Rrd::FetchResult result;
+    const LogCapture log(0);
+    EXPECT_EQ(client.Fetch(path, start, LAST, result) == StatusCode::Success, archive != nullptr);
+    EXPECT_EQ(result.GetStep(), archive == nullptr ? 0 : archive->stepsPerRow * description.step);
+  }
+}
+
+TEST(HostileFile, IsNoReasonToBlameAnother) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.GetPath("a.rrd");
+  const RrdClient client;
+  const LogCapture log(0);
+  WriteFile(path, RrdFileBytes{}.Make());
+  EXPECT_EQ(client.Migrate(directory.GetPath("none.rrd"), 60, LAST, 0, 1, 5), StatusCode::Failure);
+  EXPECT_EQ(client.Update(path, {{LAST + 600, 1}}), StatusCode::Success);
+}
+
+TEST(HostileFile, IsNotFetchedIntoMoreMemoryThanItHas) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.GetPath("a.rrd");
+  const RrdClient client;
+  const LogCapture log(0);
+  WriteFile(path, RrdFileBytes{400, {{"LAST", 1, 1}}, 1}.Make());
+  Rrd::FetchResult result;
+  EXPECT_EQ(client.Fetch(path, LAST - 40'000'000, LAST, result), StatusCode::Failure);
+  EXPECT_EQ(client.Fetch(path, LAST - 3600, LAST, result), StatusCode::Success);
+}
+
+}  // namespace
