@@ -1,6 +1,7 @@
 // The main query and the storing of samples, each beside the other ways to the same result.
 
 #include <benchmark/benchmark.h>
+#include <rrd.h>
 
 #include <cmath>
 #include <cstdio>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "nvx/workstation/in_memory_redis_client.h"
+#include "rrd/file_gate.h"
 #include "rrd/number_text.h"
 #include "timeseries/rrd/numerical_data_source.h"
 #include "timeseries/rrd_client.h"
@@ -162,6 +164,47 @@ void FetchAlone(benchmark::State& state) {
     benchmark::DoNotOptimize(result.GetData());
   }
 }
+
+// An hour, a month and a year by the client, which looks at the header first, and by the RRD
+// library alone.
+void FetchSpan(benchmark::State& state) {
+  for (auto _ : state) {
+    Rrd::FetchResult result;
+    File().rrd.Fetch(File().path, END - state.range(0), END, result);
+    benchmark::DoNotOptimize(result.GetData());
+  }
+}
+
+void FetchSpanUnguarded(benchmark::State& state) {
+  for (auto _ : state) {
+    time_t start = END - state.range(0) - 1;
+    time_t end = END - 1;
+    unsigned long step = 0;
+    unsigned long count = 0;
+    char** names = nullptr;
+    double* data = nullptr;
+    rrd_fetch_r(File().path.c_str(), "LAST", &start, &end, &step, &count, &names, &data);
+    benchmark::DoNotOptimize(data);
+    std::free(names[0]);
+    std::free(names);
+    std::free(data);
+  }
+}
+
+// The look at the header.
+void Gate(benchmark::State& state) {
+  for (auto _ : state) {
+    const Rrd::FileGate gate(File().path);
+    benchmark::DoNotOptimize(gate.GetFault());
+  }
+}
+
+constexpr int HOUR_LENGTH = 3600;
+constexpr int MONTH_LENGTH = 30 * 86400;
+constexpr int YEAR_LENGTH = 365 * 86400;
+BENCHMARK(FetchSpan)->Arg(HOUR_LENGTH)->Arg(MONTH_LENGTH)->Arg(YEAR_LENGTH);
+BENCHMARK(FetchSpanUnguarded)->Arg(HOUR_LENGTH)->Arg(MONTH_LENGTH)->Arg(YEAR_LENGTH);
+BENCHMARK(Gate);
 
 constexpr int DAY = static_cast<int>(QueryInterval::Day);
 constexpr int HOUR = static_cast<int>(QueryInterval::Hour);

@@ -1,40 +1,9 @@
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cstdint>
 #include <cstdlib>
-#include <string>
 
+#include "memory_file.h"
 #include "timeseries/host.h"
 #include "timeseries/rrd/tool/sanitizer.h"
-
-namespace {
-
-// A file in memory, which has a path.
-class MemoryFile {
- public:
-  explicit MemoryFile(const char* name) : fd(memfd_create(name, MFD_CLOEXEC)) {}
-
-  std::string GetPath() const { return "/proc/self/fd/" + std::to_string(fd); }
-
-  void Set(const std::uint8_t* bytes, std::size_t size) const {
-    if (ftruncate(fd, 0) != 0 || pwrite(fd, bytes, size, 0) != static_cast<ssize_t>(size)) {
-      std::abort();
-    }
-  }
-
-  std::size_t GetSize() const {
-    struct stat status {};
-    fstat(fd, &status);
-    return static_cast<std::size_t>(status.st_size);
-  }
-
- private:
-  int fd;
-};
-
-}  // namespace
 
 // Converts the input as a file. A converted file has 8 bytes more and is converted no second time.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {

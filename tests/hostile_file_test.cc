@@ -13,6 +13,7 @@
 #include <fstream>
 #include <random>
 
+#include "../fuzz/leak_suppressions.h"
 #include "support/log_capture.h"
 #include "support/rrd_file.h"
 #include "support/temporary_directory.h"

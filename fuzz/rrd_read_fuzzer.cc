@@ -1,0 +1,76 @@
+#include <nvx/workstation/in_memory_redis_client.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <vector>
+
+#include "leak_suppressions.h"
+#include "memory_file.h"
+#include "timeseries/host.h"
+#include "timeseries/rrd/numerical_data_source.h"
+#include "timeseries/rrd_client.h"
+
+using namespace nvx::TimeSeriesDatabase;
+
+namespace {
+
+void Require(bool isRight) {
+  if (!isRight) {
+    std::abort();
+  }
+}
+
+// Every sample of the answer is read, and lies in the archive that is expected.
+void Fetch(const RrdClient& client, const Rrd::FileDescription& file, const std::string& path,
+           long long start, long long end) {
+  Rrd::FetchResult result;
+  if (client.Fetch(path, start, end, result) != StatusCode::Success) {
+    return;
+  }
+  const Rrd::ArchiveDescription* const archive = file.FindArchive(start);
+  Require(archive != nullptr && result.GetStep() == file.step * archive->stepsPerRow);
+  volatile double sum = 0;
+  for (unsigned int i = 0; i < result.GetSampleCount(); ++i) {
+    sum = sum + result.GetData()[i];
+  }
+}
+
+void Query(RrdClient& client, const std::string& path, long long start, long long end) {
+  nvx::Workstation::InMemoryRedisClient store;
+  Rrd::NumericalDataSource source(path, store, client);
+  TimeWindow window;
+  Require(window.start.Initialize(start, "Europe/Paris") == StatusCode::Success &&
+          window.end.Initialize(end, "Europe/Paris") == StatusCode::Success);
+  for (const QueryInterval interval :
+       {QueryInterval::OneMinute, QueryInterval::Hour, QueryInterval::Day, QueryInterval::Month,
+        QueryInterval::FullPeriod}) {
+    std::vector<NumericalDataPoint> points;
+    source.FetchAverage(window, interval, points);
+    source.FetchDelta(window, interval, points);
+  }
+}
+
+}  // namespace
+
+// Reads the input as an RRD file in all ways, in windows about its last update.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  static const MemoryFile file("read");
+  nvx::Log::RootLogger::GetInstance().SetLevel(nv::kora::KoraLogLevel::None);
+  file.Set(bytes, size);
+  const std::string path = file.GetPath();
+  RrdClient client;
+  unsigned long step = 0;
+  long long first = 0;
+  long long last = 0;
+  Rrd::FileDescription description;
+  const bool isRead = client.GetInterval(path, step) == StatusCode::Success;
+  Require(isRead == (client.Describe(path, description) == StatusCode::Success));
+  client.GetFirstTimestamp(path, 0, first);
+  client.GetLastTimestamp(path, last);
+  for (const long long length : {0LL, 59LL, 3600LL, 400'000LL}) {
+    Fetch(client, description, path, last - length, last);
+    Query(client, path, last - length, last);
+    Query(client, path, first, first + length);
+  }
+  return 0;
+}
