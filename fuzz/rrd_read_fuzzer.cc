@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <vector>
 
-#include "leak_suppressions.h"
 #include "memory_file.h"
 #include "timeseries/host.h"
 #include "timeseries/rrd/numerical_data_source.h"
@@ -52,6 +51,11 @@ void Query(RrdClient& client, const std::string& path, long long start, long lon
 
 }  // namespace
 
+// The RRD library loses a few bytes for each opening of a file of a version before 0003.
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
+  return "leak:rrd_open";
+}
+
 // Reads the input as an RRD file in all ways, in windows about its last update.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   static const MemoryFile file("read");
@@ -67,10 +71,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   Require(isRead == (client.Describe(path, description) == StatusCode::Success));
   client.GetFirstTimestamp(path, 0, first);
   client.GetLastTimestamp(path, last);
-  for (const long long length : {0LL, 59LL, 3600LL, 400'000LL}) {
+  for (const long long length : {0, 59, 3600}) {
     Fetch(client, description, path, last - length, last);
     Query(client, path, last - length, last);
-    Query(client, path, first, first + length);
   }
+  Fetch(client, description, path, first, first + 90'000);
+  Query(client, path, first, first + 3600);
   return 0;
 }
