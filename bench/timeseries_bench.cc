@@ -170,7 +170,7 @@ void FetchAlone(benchmark::State& state) {
 void FetchSpan(benchmark::State& state) {
   for (auto _ : state) {
     Rrd::FetchResult result;
-    File().rrd.Fetch(File().path, END - state.range(0), END, result);
+    (void)File().rrd.Fetch(File().path, END - state.range(0), END, result);
     benchmark::DoNotOptimize(result.GetData());
   }
 }

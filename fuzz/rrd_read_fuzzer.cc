@@ -44,8 +44,8 @@ void Query(RrdClient& client, const std::string& path, long long start, long lon
        {QueryInterval::OneMinute, QueryInterval::Hour, QueryInterval::Day, QueryInterval::Month,
         QueryInterval::FullPeriod}) {
     std::vector<NumericalDataPoint> points;
-    source.FetchAverage(window, interval, points);
-    source.FetchDelta(window, interval, points);
+    (void)source.FetchAverage(window, interval, points);
+    (void)source.FetchDelta(window, interval, points);
   }
 }
 
@@ -69,8 +69,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   Rrd::FileDescription description;
   const bool isRead = client.GetInterval(path, step) == StatusCode::Success;
   Require(isRead == (client.Describe(path, description) == StatusCode::Success));
-  client.GetFirstTimestamp(path, 0, first);
-  client.GetLastTimestamp(path, last);
+  (void)client.GetFirstTimestamp(path, 0, first);
+  (void)client.GetLastTimestamp(path, last);
   for (const long long length : {0, 59, 3600}) {
     Fetch(client, description, path, last - length, last);
     Query(client, path, last - length, last);

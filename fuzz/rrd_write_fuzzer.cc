@@ -53,15 +53,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   const std::string path = directory.Write(bytes, size);
   long long last = 0;
   const bool isRead = client.GetLastTimestamp(path, last) == StatusCode::Success;
-  client.Update(path, {{last + 1, 1}, {last + 60, 2}, {last + 119, NAN}, {last + 180, 3}});
-  client.Update(path, {{last + 100'000, -4}});
+  (void)client.Update(path, {{last + 1, 1}, {last + 60, 2}, {last + 119, NAN}, {last + 180, 3}});
+  (void)client.Update(path, {{last + 100'000, -4}});
   // After a failed write the file is still one that can be read, unless it never was.
   long long later = 0;
   if (isRead && client.GetLastTimestamp(path, later) != StatusCode::Success) {
     std::abort();
   }
   directory.Write(bytes, size);
-  client.Migrate(path, 60, last, 0, 100, 20);
-  client.Update(path, {{last + 60, 1}});
+  (void)client.Migrate(path, 60, last, 0, 100, 20);
+  (void)client.Update(path, {{last + 60, 1}});
   return 0;
 }
