@@ -1,0 +1,157 @@
+#include "support/dates.h"
+#include "support/local_calendar.h"
+#include "support/log_capture.h"
+#include "support/random.h"
+#include "timeseries/date/time_round_helper.h"
+#include "timeseries/rrd/interval_iterator.h"
+#include "timeseries/time_helper.h"
+#include "timeseries/time_window_helper.h"
+
+using namespace nvx::TimeSeriesDatabase;
+using Date::RoundType;
+using Date::TimeRoundHelper::RoundBound;
+
+namespace {
+
+constexpr long long YEAR_2038 = 2145916800;
+
+// The calendar of the library against that of the C library, around the changes of a zone's clocks.
+class ZoneProof {
+ public:
+  ZoneProof(const std::string& zoneName, Random& chance)
+      : zone(zoneName), calendar(zoneName), random(chance) {
+    EXPECT_EQ(date.Initialize(0, zone), StatusCode::Success);
+  }
+
+  long long Run() {
+    RunAround(random.Between(0, YEAR_2038));
+    for (const LocalCalendar::Period& period : calendar.Periods()) {
+      if (period.begin >= 0 && period.begin < YEAR_2038) {
+        RunAround(period.begin);
+      }
+    }
+    return compared;
+  }
+
+ private:
+  // Half hours, midnights and ends of months, each with its neighbours, and any instants.
+  void RunAround(long long change) {
+    std::vector<long long> marks;
+    for (int i = -4; i <= 4; ++i) {
+      marks.push_back(change + i * 1800);
+      marks.push_back(calendar.AddDays(change, i / 2));
+      marks.push_back(change + random.Between(-2 * 86400, 2 * 86400));
+    }
+    marks.push_back(calendar.RoundDown(QueryInterval::Month, change));
+    marks.push_back(calendar.RoundUp(QueryInterval::Month, change));
+    for (const long long mark : marks) {
+      for (const int aside : {-60, -1, 0, 1, 60}) {
+        CompareAt(mark + aside);
+      }
+    }
+    for (int number = 0; number < 13; ++number) {
+      const long long reach = LocalCalendar::Length(QueryInterval(number)) * (number < 12 ? 30 : 6);
+      Walk(number, change - random.Between(0, reach), change + random.Between(1, reach));
+    }
+  }
+
+  void CompareAt(long long instant) {
+    for (const int count : {0, 1, 14}) {
+      At(instant).AddDays(static_cast<unsigned int>(count));
+      Compare("AddDays", count, instant, date.timestamp, calendar.AddDays(instant, count));
+      At(instant).AddMonths(static_cast<unsigned int>(count));
+      Compare("AddMonths", count, instant, date.timestamp, calendar.AddMonths(instant, count));
+    }
+    Compare("IsFirstHourOfDay", 0, instant, Date::Date::IsFirstHourOfDay(At(instant)),
+            calendar.IsFirstHourOfDay(instant));
+    for (int number = 0; number < 14; ++number) {
+      const QueryInterval interval{static_cast<unsigned char>(number)};
+      RoundBound(interval, RoundType::Up, At(instant));
+      Compare("up", number, instant, date.timestamp, calendar.RoundUp(interval, instant));
+      RoundBound(interval, RoundType::Down, At(instant));
+      const long long down = date.timestamp;
+      Compare("down", number, instant, down, calendar.RoundDown(interval, instant));
+      Compare("down, not later", number, instant, std::min(down, instant), down);
+      if (interval >= QueryInterval::Hour) {
+        RoundBound(interval, RoundType::Down, date);
+        Compare("down twice", number, instant, date.timestamp, down);
+      }
+      if (interval != QueryInterval::FullPeriod) {
+        TimeHelper::ComputeNextDate(interval, At(instant), date);
+        Compare("next", number, instant, date.timestamp, calendar.Next(interval, instant));
+      }
+    }
+  }
+
+  // The intervals of a window follow each other from its adjusted start to exactly its adjusted end
+  // and leave no gap. Only a change of the clocks by a part of an interval makes the walk miss it.
+  void Walk(int number, long long start, long long end) {
+    const QueryInterval interval{static_cast<unsigned char>(number)};
+    const long long first = calendar.RoundUp(interval, start);
+    const long long last = calendar.RoundDown(interval, end);
+    const bool hasAny = first < last;
+    TimeWindow window{At(start), At(end)};
+    const StatusCode adjusted = TimeWindowHelper::AdjustTimeWindow(
+        interval, TimeWindowHelper::DEFAULT_ROUNDING_STRATEGY, window);
+    Compare("adjusting", number, start, adjusted,
+            hasAny ? StatusCode::Success : StatusCode::InvalidArgument);
+    Compare("adjusted start", number, start, window.start.timestamp, hasAny ? first : start);
+    Compare("adjusted end", number, end, window.end.timestamp, hasAny ? last : end);
+    if (!hasAny) {
+      return;
+    }
+    Rrd::IntervalIterator iterator(window, nullptr, 1, interval, 0);
+    StatusCode rc = iterator.Initialize();
+    long long expected = first;
+    for (; rc == StatusCode::Success; rc = iterator.GoToNextInterval()) {
+      const double* ignored = nullptr;
+      iterator.GetCurrentInterval(ignored, ignored, date);
+      Compare("walk", number, start, date.timestamp, expected);
+      expected = calendar.Next(interval, expected);
+      Compare("walk forward", number, start, std::max(expected, date.timestamp + 1), expected);
+    }
+    const bool isWhole =
+        interval >= QueryInterval::Day || (last - first) % LocalCalendar::Length(interval) == 0;
+    Compare("end of walk", number, start, rc,
+            isWhole ? StatusCode::EndOfIteration : StatusCode::OutOfRange);
+    Compare("last of walk", number, start, isWhole ? expected : last, last);
+  }
+
+  Date::Date& At(long long instant) {
+    date.timestamp = instant;
+    return date;
+  }
+
+  template <typename Value>
+  void Compare(const char* what, int number, long long from, Value actual, Value expected) {
+    ++compared;
+    if (actual != expected && !testing::Test::HasFailure()) {
+      ADD_FAILURE() << what << ' ' << number << " from " << from << " in " << zone << " gives "
+                    << testing::PrintToString(actual) << " instead of "
+                    << testing::PrintToString(expected);
+    }
+  }
+
+  const std::string zone;
+  const LocalCalendar calendar;
+  Random& random;
+  Date::Date date;
+  long long compared = 0;
+};
+
+TEST(Calendar, IsThatOfTheCLibraryAroundEveryChangeOfTheClocks) {
+  LogCapture log(2);
+  Random random;
+  const std::vector<std::string> zones = ListZones();
+  ASSERT_GT(zones.size(), 300U);
+  long long compared = 0;
+  for (const std::string& zone : zones) {
+    if (!IS_SANITIZED || random.Between(1, 8) == 1) {
+      compared += ZoneProof(zone, random).Run();
+    }
+    ASSERT_FALSE(HasFailure());
+  }
+  std::cout << compared << " values compared\n";
+}
+
+}  // namespace

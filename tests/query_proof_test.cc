@@ -1,0 +1,236 @@
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <map>
+#include <numeric>
+#include <sstream>
+
+#include "nvx/workstation/in_memory_redis_client.h"
+#include "support/dates.h"
+#include "support/local_calendar.h"
+#include "support/log_capture.h"
+#include "support/random.h"
+#include "support/run_program.h"
+#include "support/temporary_directory.h"
+#include "timeseries/rrd/numerical_data_source.h"
+
+using namespace nvx::TimeSeriesDatabase;
+
+namespace {
+
+constexpr long long DAY = 86400;
+constexpr double MISSING = std::numeric_limits<double>::quiet_NaN();
+
+using Run = std::vector<double>;
+using Points = std::vector<NumericalDataPoint>;
+
+struct Answer {
+  double value = MISSING;
+  bool isGood = false;
+};
+
+bool IsMissing(double sample) { return std::isnan(sample); }
+
+Run WithoutMissing(Run run) {
+  run.erase(std::remove_if(run.begin(), run.end(), IsMissing), run.end());
+  return run;
+}
+
+Answer Average(const Run& run) {
+  const Run valid = WithoutMissing(run);
+  if (run.size() == 2) {
+    return {run[0], !IsMissing(run[0])};
+  }
+  return {std::accumulate(valid.begin(), valid.end(), 0.0) / static_cast<double>(valid.size()),
+          valid.size() == run.size()};
+}
+
+Answer Delta(const Run& run) {
+  const Run valid = WithoutMissing(run);
+  if (valid.size() < 2) {
+    return {};
+  }
+  return {valid.back() - valid.front(), !IsMissing(run.front()) && !IsMissing(run.back())};
+}
+
+// A query, and what it makes of the samples of one interval.
+struct Function {
+  const char* name;
+  std::function<StatusCode(Rrd::NumericalDataSource&, const TimeWindow&, QueryInterval, Points&)>
+      fetch;
+  Answer (*reduce)(const Run&);
+};
+
+const Function FUNCTIONS[] = {
+    {"average", &Rrd::NumericalDataSource::FetchAverage, Average},
+    {"delta", &Rrd::NumericalDataSource::FetchDelta, Delta},
+};
+
+// A file of random samples around a change of a zone's clocks.
+class RandomFile {
+ public:
+  RandomFile(const std::string& zoneName, Random& chance)
+      : random(chance), zone(zoneName), calendar(zoneName) {
+    // rrdtool takes a smaller number for a date, and the calendar ends.
+    const long long change =
+        std::clamp(random.Pick(calendar.Periods()).begin, 4700 * DAY, 23400 * DAY);
+    const long long rowCount = random.Between(1, 1000);
+    first = NextStep(change - random.Between(0, rowCount * step));
+    last = first + (rowCount - 1) * step;
+    EXPECT_EQ(client.Create(path, step, first - step, MISSING, MISSING,
+                            static_cast<unsigned int>(rowCount)),
+              StatusCode::Success);
+    WriteSamples();
+    ReadSamples();
+  }
+
+  // Makes a query of a random window and returns the number of points compared.
+  std::size_t Prove(QueryInterval interval, const Function& function) {
+    const TimeWindow window = MakeWindow(interval);
+    SCOPED_TRACE(std::string(function.name) + " by " + QueryIntervalToString(interval) + " from " +
+                 std::to_string(window.start.timestamp) + " to " +
+                 std::to_string(window.end.timestamp) + " in " + zone + ", step " +
+                 std::to_string(step));
+    Points expected(1);
+    expected[0].quality = true;
+    Points points = expected;
+    Rrd::NumericalDataSource source(path, redis, client);
+    EXPECT_EQ(function.fetch(source, window, interval, points),
+              Expect(window, interval, function.reduce, expected));
+    EXPECT_EQ(points.size(), expected.size());
+    const auto differing =
+        std::mismatch(points.begin(), points.end(), expected.begin(), expected.end(), IsSame);
+    EXPECT_TRUE(differing.first == points.end()) << "point " << differing.first - points.begin();
+    return points.size();
+  }
+
+ private:
+  long long NextStep(long long time) const { return (time + step - 1) / step * step; }
+
+  // With or without holes and infinities, in sizes that make a sum depend on its order; rrdtool
+  // reads, computes with and prints all of them exactly.
+  void WriteSamples() {
+    const long long holes = random.Between(0, 1) * 6;
+    const long long infinities = random.Between(0, 1) * 2;
+    std::vector<std::string> command = {"rrdtool", "update", path};
+    for (long long time = first; time <= last; time += step) {
+      const long long kind = random.Between(0, 99);
+      const int number = static_cast<int>(random.Between(-9999, 9999));
+      std::string value =
+          kind < 50 ? std::to_string(number) + "e12" : std::to_string(number * 0.125);
+      if (kind < holes) {
+        value = "U";
+        time += random.Between(0, 4) * step;
+      } else if (kind < holes + infinities) {
+        value = number < 0 ? "-inf" : "inf";
+      }
+      command.push_back(std::to_string(time) + ":" + value);
+    }
+    EXPECT_EQ(RunProgram(command, "", {"TZ=UTC"}).error, "");
+  }
+
+  void ReadSamples() {
+    const ProgramResult printed =
+        RunProgram({"rrdtool", "fetch", path, "LAST", "-s", std::to_string(first - step), "-e",
+                    std::to_string(last)},
+                   "", {"TZ=UTC"});
+    std::istringstream rows(printed.output);
+    std::string time;
+    rows >> time;  // the name of the column
+    for (std::string value; rows >> time >> value;) {
+      samples[std::stoll(time)] = std::strtod(value.c_str(), nullptr);
+    }
+    EXPECT_GE(samples.size(), static_cast<std::size_t>((last - first) / step + 1)) << printed.error;
+  }
+
+  // On the bounds of intervals, of steps, or anywhere; inside the file or reaching out of it.
+  TimeWindow MakeWindow(QueryInterval interval) {
+    const long long beyond = 3 * step + DAY;
+    long long start = random.Between(first - beyond, last + beyond);
+    long long end = start + random.Between(1, std::min(200 * LocalCalendar::Length(interval),
+                                                       last - first + beyond));
+    const long long kind = random.Between(0, 3);
+    if (kind == 0) {
+      end = NextStep(end);
+      start = NextStep(start) - step;
+    } else if (kind > 1) {
+      start = calendar.RoundUp(interval, start);
+      end = std::max(calendar.RoundDown(interval, end), calendar.Next(interval, start));
+    }
+    return Window(start, end, zone);
+  }
+
+  // Appends the points that the window has and returns the code.
+  StatusCode Expect(const TimeWindow& window, QueryInterval interval, Answer (*reduce)(const Run&),
+                    Points& points) const {
+    const long long start = window.start.timestamp;
+    const long long end = window.end.timestamp;
+    Run read;
+    for (long long time = NextStep(start); time <= NextStep(end); time += step) {
+      const auto sample = samples.find(time);
+      read.push_back(sample == samples.end() ? MISSING : sample->second);
+    }
+    const auto at = [&](long long time) {
+      const long long position = time / step - start / step;
+      return read.begin() + std::min(position, static_cast<long long>(read.size()) - 1);
+    };
+    const auto append = [&](long long time, const Answer& answer) {
+      points.push_back({window.start, answer.value, answer.isGood});
+      points.back().date.timestamp = time;
+    };
+    if (interval == QueryInterval::FullPeriod) {
+      append(start, Delta(read));
+    } else {
+      for (long long from = start, to = 0; from != end; from = to) {
+        to = calendar.Next(interval, from);
+        if (to > end || to <= from) {
+          return StatusCode::OutOfRange;
+        }
+        append(from, reduce(Run(at(from), at(to) + 1)));
+      }
+    }
+    if (start % step == 0) {
+      return StatusCode::Success;
+    }
+    std::for_each(points.begin(), points.end(), [](auto& point) { point.quality = false; });
+    return StatusCode::PartialData;
+  }
+
+  static bool IsSame(const NumericalDataPoint& left, const NumericalDataPoint& right) {
+    const bool isSameValue =
+        left.value == right.value || (IsMissing(left.value) && IsMissing(right.value));
+    return isSameValue && left.quality == right.quality &&
+           left.date.timestamp == right.date.timestamp && left.date.timeZone == right.date.timeZone;
+  }
+
+  Random& random;
+  const std::string zone;
+  const LocalCalendar calendar;
+  const TemporaryDirectory directory;
+  const std::string path = directory.GetPath("a.rrd");
+  const long long step =
+      random.Pick(std::vector<long long>{1, 7, 10, 60, 90, 300, 900, 1800, 3600, 7200, DAY});
+  long long first = 0;
+  long long last = 0;
+  std::map<long long, double> samples;  // what the file holds, by time
+  nvx::Workstation::InMemoryRedisClient redis;
+  RrdClient client;
+};
+
+TEST(Query, AnswersAsThePrintedSamplesDo) {
+  LogCapture log(2);
+  Random random;
+  const std::vector<std::string> zones = ListZones();
+  std::size_t compared = 0;
+  for (int files = IS_SANITIZED ? 40 : 200; files > 0; --files) {
+    RandomFile file(random.Pick(zones), random);
+    for (int query = 0; query < 14 * 4; ++query) {
+      const QueryInterval interval{static_cast<unsigned char>(query % 14)};
+      compared += file.Prove(interval, random.Pick(FUNCTIONS));
+      ASSERT_FALSE(HasFailure());
+    }
+  }
+  std::cout << compared << " points compared\n";
+}
+
+}  // namespace

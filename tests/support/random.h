@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdlib>
+#include <iostream>
+#include <iterator>
+#include <random>
+
+// Chance that can be repeated: the seed is told, and NVX_TEST_SEED sets it.
+class Random {
+ public:
+  Random() {
+    const char* const wanted = std::getenv("NVX_TEST_SEED");
+    const auto seed =
+        wanted == nullptr ? std::random_device()() : std::strtoul(wanted, nullptr, 10);
+    std::cout << "NVX_TEST_SEED=" << seed << '\n';
+    engine.seed(seed);
+  }
+
+  // From `low` to `high`, both included.
+  long long Between(long long low, long long high) {
+    return std::uniform_int_distribution<long long>(low, high)(engine);
+  }
+
+  template <typename Container>
+  const auto& Pick(const Container& from) {
+    return std::begin(from)[Between(0, static_cast<long long>(std::size(from)) - 1)];
+  }
+
+ private:
+  std::mt19937_64 engine;
+};
+
+// Slowed down by the sanitizers, a proof is content with a sample.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool IS_SANITIZED = true;
+#else
+constexpr bool IS_SANITIZED = false;
+#endif
