@@ -1,12 +1,12 @@
 #include "timeseries/date/date.h"
 
 #include <limits>
-#include <sstream>
+#include <tuple>
 
 #include "support/dates.h"
 #include "support/log_capture.h"
-#include "support/table.h"
 #include "timeseries/date/time_round_helper.h"
+#include "timeseries/time_helper.h"
 
 using namespace nvx::TimeSeriesDatabase;
 using Date::RoundType;
@@ -15,58 +15,39 @@ namespace {
 
 const std::string COMPONENT = "3[TimeSeriesDatabase::Date::Date] ";
 
-// Does a step such as "up 15 minutes", "down day" or "1 month".
-void Move(const std::string& step, Date::Date& date) {
-  std::istringstream words(step);
-  std::string direction;
-  std::string unit;
-  unsigned int count = 0;
-  if (std::isdigit(step[0]) != 0) {
-    words >> count >> unit;
-    unit == "day" ? date.AddDays(count) : date.AddMonths(count);
-    return;
-  }
-  words >> direction >> unit;
-  const bool isUp = direction == "up";
-  if (unit == "hour") {
-    (isUp ? Date::Date::RoundUpTimeToHour : Date::Date::RoundDownTimeToHour)(date);
-  } else if (unit == "day") {
-    (isUp ? Date::Date::RoundUpTimeToDay : Date::Date::RoundDownTimeToDay)(date);
-  } else if (unit == "month") {
-    (isUp ? Date::Date::RoundUpTimeToMonth : Date::Date::RoundDownTimeToMonth)(date);
-  } else {
-    count = static_cast<unsigned int>(std::stoul(unit));
-    (isUp ? Date::Date::RoundUpTimeToMinute : Date::Date::RoundDownTimeToMinute)(date, count);
-  }
-}
-
 Date::Date At(const std::string& text, const std::string& zone = "Europe/Paris") {
   return Window(ToSeconds(text), 0, zone).start;
 }
 
-TEST(Date, CalendarStepsAcrossChangesOfTheClocks) {
-  ForEachRow("calendar_steps.txt", [](const Row& row) {
-    Date::Date date = At(row["from"], row["zone"]);
-    Move(row["step"], date);
-    EXPECT_EQ(ToShortText(date), row["to"]);
-    EXPECT_EQ(date.timeZone.name(), row["zone"]);
-
-    for (const long long end :
-         {std::numeric_limits<long long>::min(), std::numeric_limits<long long>::max()}) {
-      date.timestamp = end;
-      Move(row["step"], date);
-      EXPECT_EQ(date.timestamp < 0, end < 0) << "at an end of time";
-    }
-  });
+TEST(Date, RoundsToAnyCountOfMinutes) {
+  const long long from = ToSeconds("2021-06-01T10:59:30+02:00");
+  for (const auto& [minutes, down, up] :
+       {std::tuple(7U, 210, 210), {0U, 0, 0}, {90U, 3570, 1830}}) {
+    Date::Date date = Window(from, 0, "Europe/Paris").start;
+    Date::Date::RoundDownTimeToMinute(date, minutes);
+    EXPECT_EQ(from - date.timestamp, down);
+    date.timestamp = from;
+    Date::Date::RoundUpTimeToMinute(date, minutes);
+    EXPECT_EQ(date.timestamp - from, up);
+  }
 }
 
-TEST(Date, FirstHourOfDay) {
-  for (const auto& [text, isFirst] : {std::pair("2021-03-14T01:00:00-04:00", true),
-                                      {"2021-03-14T01:00:59-04:00", true},
-                                      {"2021-03-15T00:00:59-04:00", true},
-                                      {"2021-03-14T01:01:00-04:00", false},
-                                      {"2021-03-15T01:00:00-04:00", false}}) {
-    EXPECT_EQ(Date::Date::IsFirstHourOfDay(At(text, "America/Havana")), isFirst) << text;
+TEST(Date, StaysAtTheEndsOfTime) {
+  using Limits = std::numeric_limits<long long>;
+  for (const long long end : {Limits::min(), Limits::max()}) {
+    const Date::Date from = Window(end, 0, "Europe/Paris").start;
+    for (unsigned char number = 0; number < 14; ++number) {
+      for (const RoundType type : {RoundType::Up, RoundType::Down}) {
+        Date::Date date = from;
+        Date::TimeRoundHelper::RoundBound(QueryInterval(number), type, date);
+        EXPECT_EQ(date.timestamp < 0, end < 0) << int{number};
+      }
+    }
+    for (const QueryInterval interval : {QueryInterval::Day, QueryInterval::Month}) {
+      Date::Date next;
+      TimeHelper::ComputeNextDate(interval, from, next);
+      EXPECT_EQ(next.timestamp < 0, end < 0);
+    }
   }
 }
 
@@ -121,19 +102,6 @@ TEST(Date, AShorterMonthIsLogged) {
   EXPECT_EQ(log.Take(), Lines{"6[TimeSeriesDatabase::Date::Date] AddMonths: Months overflow [1]"});
   date.AddMonths(1);
   EXPECT_TRUE(log.Take().empty());
-}
-
-TEST(TimeRoundHelper, RoundsToTheBoundsOfEachInterval) {
-  unsigned char number = 0;
-  ForEachRow("intervals.txt", [&number](const Row& row) {
-    const QueryInterval interval{number++};
-    for (const auto& [type, column] : {std::pair(RoundType::Down, "down"), {RoundType::Up, "up"}}) {
-      Date::Date date = At("2021-06-15T10:37:45+02:00");
-      Date::TimeRoundHelper::RoundBound(interval, type, date);
-      EXPECT_EQ(ToShortText(date), row[column]);
-    }
-  });
-  EXPECT_EQ(number, 14);
 }
 
 TEST(TimeRoundHelper, ValuesOutsideTheEnumerationsAreLogged) {
