@@ -12,6 +12,8 @@ const char* StatusCodeToString(StatusCode code) {
       return "Failure";
     case StatusCode::NotFound:
       return "NotFound";
+    case StatusCode::Unavailable:
+      return "Unavailable";
     case StatusCode::NothingToDo:
       return "NothingToDo";
     case StatusCode::IoError:

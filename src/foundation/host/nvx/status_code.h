@@ -7,7 +7,8 @@ namespace nv::kora {
 enum class [[nodiscard]] StatusCode : int {
   Success = 0,
   Failure = 1,
-  NotFound = 2,  // no file at a path, no field in a hash
+  NotFound = 2,     // no file at a path, no field in a hash
+  Unavailable = 3,  // a server that cannot be reached or does not serve
   NothingToDo = 8,
   IoError = 9,
   EndOfIteration = 19,

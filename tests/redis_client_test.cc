@@ -1,0 +1,248 @@
+// The client of Redis servers, on a real server, and on a port where something else answers.
+
+#include "nvx/workstation/redis_client.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <hiredis/hiredis.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include "support/log_capture.h"
+#include "support/redis_server.h"
+#include "support/table.h"
+#include "support/temporary_directory.h"
+
+using nv::kora::StatusCode;
+using nvx::Workstation::RedisAddress;
+using nvx::Workstation::RedisClient;
+
+namespace {
+
+const RedisClient::Timeouts SHORT = {std::chrono::milliseconds(200),
+                                     std::chrono::milliseconds(200)};
+const RedisClient::Timeouts LONG = {std::chrono::minutes(1), std::chrono::minutes(1)};
+
+RedisAddress At(const std::string& url) {
+  RedisAddress address;
+  std::string problem;
+  EXPECT_EQ(RedisAddress::Parse(url, address, problem), StatusCode::Success) << problem;
+  return address;
+}
+
+TEST(RedisAddress, ReadsTwoFormsOfAnUrl) {
+  for (const auto& row : ReadTable("redis_urls.txt")) {
+    RedisAddress address;
+    std::string problem;
+    const StatusCode status = RedisAddress::Parse(row[0], address, problem);
+    const bool isRead = status == StatusCode::Success;
+    EXPECT_EQ(isRead ? address.ToText() : problem, row[1]) << row[0];
+    EXPECT_EQ(address.password, row.size() > 2 ? row[2] : "") << row[0];
+    EXPECT_EQ(status, isRead ? StatusCode::Success : StatusCode::InvalidArgument);
+  }
+  RedisAddress address;
+  std::string problem;
+  EXPECT_NE(RedisAddress::Parse("unix:///" + std::string(107, 'x'), address, problem),
+            StatusCode::Success);
+}
+
+class RealRedis : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (RedisServer::GetProgram().empty()) {
+      GTEST_SKIP() << "redis-server cannot be had here: see scripts/fetch-server";
+    }
+  }
+
+  // What HashGet answers: a value, or the code and what stood in the way.
+  static std::string Get(RedisClient& client, const std::string& key, const std::string& field) {
+    std::string value;
+    std::string problem;
+    const StatusCode status = client.HashGet(key, field, value, problem);
+    return status == StatusCode::Success ? value
+                                         : std::to_string(static_cast<int>(status)) + " " + problem;
+  }
+
+  static void Set(RedisClient& client, const std::string& field, const std::string& value) {
+    std::string problem;
+    EXPECT_EQ(client.HashSet("hash", {{field, value}, {"f", "60"}}, problem), StatusCode::Success)
+        << problem;
+  }
+
+  TemporaryDirectory directory;
+  std::string socket = directory.GetPath("socket");
+  std::string url = "unix://" + socket;
+};
+
+TEST_F(RealRedis, AnswersByFieldAndType) {
+  const RedisServer server(socket);
+  redisContext* const context = redisConnectUnix(socket.c_str());
+  freeReplyObject(redisCommand(context, "SET text 60"));
+  redisFree(context);
+
+  RedisClient client(At(url), LONG);
+  std::string large(8 << 20, '\0');
+  for (std::size_t i = 0; i < large.size(); ++i) {
+    large[i] = static_cast<char>(i * i >> 7);
+  }
+  Set(client, "large \n", large);
+  EXPECT_TRUE(Get(client, "hash", "large \n") == large);
+  EXPECT_EQ(Get(client, "hash", "f"), "60");
+  EXPECT_EQ(Get(client, "hash", ""), "2 ");
+  EXPECT_EQ(Get(client, "none", "f"), "2 ");
+  const std::string wrongType = url + ": WRONGTYPE";
+  EXPECT_EQ(Get(client, "text", "f").substr(0, 3 + wrongType.size()), "28 " + wrongType);
+  std::string problem;
+  EXPECT_EQ(client.HashSet("text", {{"f", "60"}}, problem), StatusCode::InvalidArgument);
+  EXPECT_EQ(Get(client, "hash", "f"), "60");
+}
+
+TEST_F(RealRedis, MayBeRestartedAtAnyTime) {
+  RedisServer server(socket);
+  RedisClient client(At(url), LONG);
+  Set(client, "f", "60");
+  server.Restart();
+  EXPECT_EQ(Get(client, "hash", "f"), "2 ");
+  server.Kill();
+  EXPECT_EQ(Get(client, "hash", "f"), "3 " + url + ": Connection refused");
+  unlink(socket.c_str());
+  EXPECT_EQ(Get(client, "hash", "f"), "3 " + url + ": No such file or directory");
+  server.Restart();
+  Set(client, "f", "60");
+  EXPECT_EQ(Get(client, "hash", "f"), "60");
+}
+
+TEST_F(RealRedis, NeverTellsThePassword) {
+  const RedisServer server(socket, {"--requirepass", "s@fe"});
+  const auto get = [this](const std::string& password) {
+    RedisClient client(At("unix://" + password + socket), LONG);
+    LogCapture log(6);
+    std::string value;
+    const StatusCode status = client.HashGet("hash", "f", value);
+    const Lines lines = log.Take();
+    return std::to_string(static_cast<int>(status)) + (lines.empty() ? "" : " " + lines[0]);
+  };
+  const std::string line = "3 6[Workstation::RedisClient] HashGet: " + url;
+  EXPECT_EQ(get(":s%40fe@"), "2");
+  EXPECT_EQ(get(":wrong@"), line + ": refuses the password (WRONGPASS)");
+  EXPECT_EQ(get(""), line + ": NOAUTH Authentication required.");
+}
+
+TEST_F(RealRedis, ServesEightThreadsAtOnce) {
+  const RedisServer server(socket);
+  RedisClient client(At(url), LONG);
+  std::vector<std::thread> threads;
+  for (int number = 0; number < 8; ++number) {
+    threads.emplace_back([&client, field = std::to_string(number)] {
+      for (int round = 0; round < 200; ++round) {
+        const std::string value = field + std::string(static_cast<std::size_t>(round) * 100, 'x');
+        Set(client, field, value);
+        EXPECT_EQ(Get(client, "hash", field), value);
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+}
+
+// Listens on a port of its own, sends a text to the first that connects, and then one "x" after the
+// other, or nothing more, until that one leaves.
+class StrangeServer {
+ public:
+  StrangeServer(const std::string& text, bool goesOn)
+      : listener(::socket(AF_INET, SOCK_STREAM, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    bind(listener, reinterpret_cast<sockaddr*>(&address), size);
+    getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
+    listen(listener, 8);
+    place = "127.0.0.1:" + std::to_string(ntohs(address.sin_port));
+    thread = std::thread([this, text, goesOn] { Serve(text, goesOn); });
+  }
+  StrangeServer(const StrangeServer&) = delete;
+  StrangeServer& operator=(const StrangeServer&) = delete;
+  ~StrangeServer() {
+    Finish();
+    close(listener);
+  }
+
+  // What was received, once the other side has left.
+  std::string Finish() {
+    if (thread.joinable()) {
+      thread.join();
+    }
+    return received;
+  }
+
+  std::string place;
+
+ private:
+  void Serve(const std::string& text, bool goesOn) {
+    const int client = accept(listener, nullptr, nullptr);
+    send(client, text.data(), text.size(), MSG_NOSIGNAL);
+    char buffer[4096];
+    for (ssize_t size = 1; size != 0;) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(goesOn ? 20 : 0));
+      if (goesOn && send(client, "x", 1, MSG_NOSIGNAL) != 1) {
+        break;
+      }
+      size = recv(client, buffer, sizeof buffer, goesOn ? MSG_DONTWAIT : 0);
+      received.append(buffer, size > 0 ? static_cast<std::size_t>(size) : 0);
+    }
+    close(client);
+  }
+
+  int listener;
+  std::string received;
+  std::thread thread;
+};
+
+TEST(RedisClient, WaitsForNoServerInVain) {
+  struct {
+    const char* name;
+    const char* sent;
+    bool goesOn;
+    const char* problem;
+  } const cases[] = {
+      {"silent", "", false, "no answer in time"},
+      {"endless", "$1000000\r\n", true, "no answer in time"},
+      {"another protocol", "HTTP/1.1 400 Bad Request\r\n", false,
+       "Protocol error, got \"H\" as reply type byte"},
+      {"another reply", "*0\r\n", false, "not the answer of a Redis server"},
+  };
+  for (const auto& server : cases) {
+    StrangeServer strange(server.sent, server.goesOn);
+    RedisClient client(At("redis://" + strange.place), SHORT);
+    std::string value = "before";
+    std::string problem;
+    EXPECT_EQ(client.HashGet("hash", "f", value, problem), StatusCode::Unavailable);
+    EXPECT_EQ(problem, "redis://" + strange.place + ": " + server.problem) << server.name;
+    EXPECT_EQ(value, "before");
+    if (server.problem == std::string("no answer in time")) {
+      client.HashGet("hash", "f", value, problem);
+      EXPECT_EQ(problem, "redis://" + strange.place + ": gave no answer in time a moment ago");
+    }
+  }
+}
+
+TEST(RedisClient, GivesPasswordAndDatabaseFirst) {
+  StrangeServer server("+OK\r\n+OK\r\n$2\r\n60\r\n", false);
+  {
+    RedisClient client(At("redis://:a%20b@" + server.place + "/7"), SHORT);
+    std::string value;
+    EXPECT_EQ(client.HashGet("hash", "f", value), StatusCode::Success);
+    EXPECT_EQ(value, "60");
+  }
+  EXPECT_EQ(server.Finish(),
+            "*2\r\n$4\r\nAUTH\r\n$3\r\na b\r\n*2\r\n$6\r\nSELECT\r\n$1\r\n7\r\n"
+            "*3\r\n$4\r\nHGET\r\n$4\r\nhash\r\n$1\r\nf\r\n");
+}
+
+}  // namespace

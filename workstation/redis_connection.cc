@@ -1,0 +1,158 @@
+#include "redis_connection.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+
+namespace nvx::Workstation {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+timeval ToTimeval(std::chrono::milliseconds time) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+  const std::chrono::microseconds rest = time - seconds;
+  return {static_cast<decltype(timeval::tv_sec)>(seconds.count()),
+          static_cast<decltype(timeval::tv_usec)>(rest.count())};
+}
+
+redisContext* Connect(const RedisAddress& address, timeval time) {
+  return address.socketPath.empty()
+             ? redisConnectWithTimeout(address.host.c_str(), address.port, time)
+             : redisConnectUnixWithTimeout(address.socketPath.c_str(), time);
+}
+
+// A command as it goes over the wire.
+std::string Format(const RedisConnection::Command& command) {
+  std::vector<const char*> words;
+  std::vector<std::size_t> sizes;
+  for (const std::string_view word : command) {
+    words.push_back(word.data());
+    sizes.push_back(word.size());
+  }
+  char* formatted = nullptr;
+  const int size = redisFormatCommandArgv(&formatted, static_cast<int>(command.size()),
+                                          words.data(), sizes.data());
+  if (size < 0) {
+    throw std::bad_alloc();
+  }
+  std::string text(formatted, static_cast<std::size_t>(size));
+  redisFreeCommand(formatted);
+  return text;
+}
+
+bool Fail(const std::string& reason, std::string& problem) {
+  problem = reason;
+  return false;
+}
+
+bool FailWithErrno(std::string& problem) {
+  return Fail(std::generic_category().message(errno), problem);
+}
+
+}  // namespace
+
+std::string_view GetText(const redisReply& reply) { return {reply.str, reply.len}; }
+
+bool RedisConnection::Open(const RedisAddress& address, Milliseconds connectTime,
+                           Milliseconds commandTime, std::string& problem) {
+  context.reset(Connect(address, ToTimeval(connectTime)));
+  if (context == nullptr) {
+    throw std::bad_alloc();
+  }
+  if (context->err != 0) {
+    Fail(context->errstr, problem);
+    context.reset();
+    return false;
+  }
+  fcntl(context->fd, F_SETFD, FD_CLOEXEC);
+  const std::string database = std::to_string(address.database);
+  return (address.password.empty() ||
+          Demand({"AUTH", address.password}, commandTime, "refuses the password", problem)) &&
+         (address.database == 0 ||
+          Demand({"SELECT", database}, commandTime, "refuses database " + database, problem));
+}
+
+// Of a refusal no more than its first word, its kind, is told: some quote the command, and so the
+// password.
+bool RedisConnection::Demand(const Command& command, Milliseconds time, const std::string& refusal,
+                             std::string& problem) {
+  RedisReply reply;
+  if (!Ask(command, time, reply, problem)) {
+    return false;
+  }
+  if (reply->type == REDIS_REPLY_STATUS) {
+    return true;
+  }
+  context.reset();
+  const bool isError = reply->type == REDIS_REPLY_ERROR;
+  const std::string_view kind = isError ? GetText(*reply) : "not a status";
+  return Fail(refusal + " (" + std::string(kind.substr(0, kind.find(' '))) + ")", problem);
+}
+
+bool RedisConnection::Ask(const Command& command, Milliseconds time, RedisReply& reply,
+                          std::string& problem) {
+  const Time deadline = Clock::now() + time;
+  if (Send(Format(command), deadline, problem) && Receive(deadline, reply, problem)) {
+    return true;
+  }
+  context.reset();
+  return false;
+}
+
+// hiredis itself would write without MSG_NOSIGNAL, and its timeouts begin anew with every byte.
+bool RedisConnection::Send(std::string_view bytes, Time deadline, std::string& problem) {
+  while (!bytes.empty()) {
+    const ssize_t sent = send(context->fd, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (sent >= 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(sent));
+    } else if (errno != EAGAIN && errno != EINTR) {
+      return FailWithErrno(problem);
+    } else if (!Wait(POLLOUT, deadline, problem)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool RedisConnection::Receive(Time deadline, RedisReply& reply, std::string& problem) {
+  for (;;) {
+    void* received = nullptr;
+    if (redisGetReplyFromReader(context.get(), &received) != REDIS_OK) {
+      return Fail(context->errstr, problem);
+    }
+    if (received != nullptr) {
+      reply.reset(static_cast<redisReply*>(received));
+      return true;
+    }
+    if (!Wait(POLLIN, deadline, problem)) {
+      return false;
+    }
+    if (redisBufferRead(context.get()) != REDIS_OK) {
+      return Fail(context->errstr, problem);
+    }
+  }
+}
+
+bool RedisConnection::Wait(short event, Time deadline, std::string& problem) {
+  for (;;) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    if (left <= 0) {
+      return Fail("no answer in time", problem);
+    }
+    pollfd awaited = {context->fd, event, 0};
+    const int ready = poll(&awaited, 1, static_cast<int>(left));
+    if (ready > 0) {
+      return true;
+    }
+    if (ready < 0 && errno != EINTR) {
+      return FailWithErrno(problem);
+    }
+  }
+}
+
+}  // namespace nvx::Workstation

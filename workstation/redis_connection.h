@@ -1,0 +1,55 @@
+#pragma once
+
+#include <hiredis/hiredis.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "nvx/workstation/redis_address.h"
+
+namespace nvx::Workstation {
+
+struct FreeReply {
+  void operator()(redisReply* reply) const { freeReplyObject(reply); }
+};
+using RedisReply = std::unique_ptr<redisReply, FreeReply>;
+
+// The text of a reply that is a text, a status or an error.
+std::string_view GetText(const redisReply& reply);
+
+// One connection to a server, for one thread. An operation that fails closes it, so that a late
+// reply is never taken for that to another command, and gives the reason in `problem`.
+class RedisConnection {
+ public:
+  using Command = std::vector<std::string_view>;
+  using Milliseconds = std::chrono::milliseconds;
+
+  bool IsOpen() const { return context != nullptr; }
+
+  // Connects within `connectTime`; gives the password and chooses the database, each within
+  // `commandTime`.
+  bool Open(const RedisAddress& address, Milliseconds connectTime, Milliseconds commandTime,
+            std::string& problem);
+
+  // Sends a command and waits for its reply, both together within `time`.
+  bool Ask(const Command& command, Milliseconds time, RedisReply& reply, std::string& problem);
+
+ private:
+  using Time = std::chrono::steady_clock::time_point;
+  struct Close {
+    void operator()(redisContext* connected) const { redisFree(connected); }
+  };
+
+  bool Demand(const Command& command, Milliseconds time, const std::string& refusal,
+              std::string& problem);
+  bool Send(std::string_view bytes, Time deadline, std::string& problem);
+  bool Receive(Time deadline, RedisReply& reply, std::string& problem);
+  bool Wait(short event, Time deadline, std::string& problem);
+
+  std::unique_ptr<redisContext, Close> context;
+};
+
+}  // namespace nvx::Workstation
