@@ -65,6 +65,27 @@ TEST(Date, InitializeReadsUtcAndShowsTheZone) {
   EXPECT_EQ(Date::Date::DATE_TIME_PATTERN_FOR_UTC_DATE, "%Y-%m-%d%ET%H:%M:%S.000+00:00");
 }
 
+TEST(Date, CivilTimesAreReadInTheirZone) {
+  struct {
+    cctz::civil_second civilTime;
+    const char* zone;
+    long long timestamp;
+  } const cases[] = {
+      {cctz::civil_second(2024, 1, 1), "Europe/Berlin", 1704063600},
+      {cctz::civil_second(2021, 3, 28, 2, 30), "Europe/Paris", 1616893200},   // skipped
+      {cctz::civil_second(2021, 10, 31, 2, 30), "Europe/Paris", 1635640200},  // repeated
+      {cctz::civil_second(2021, 3, 14), "America/Havana", 1615698000},        // no midnight
+      {cctz::civil_second(2011, 12, 30, 12), "Pacific/Apia", 1325239200},     // no such day
+      {cctz::civil_second(1969, 12, 31, 23, 59, 59), "UTC", -1},
+  };
+  for (const auto& local : cases) {
+    Date::Date date;
+    EXPECT_EQ(date.InitializeFromCivilTime(local.civilTime, local.zone), StatusCode::Success);
+    EXPECT_EQ(date.timestamp, local.timestamp) << local.civilTime << " in " << local.zone;
+    EXPECT_EQ(date.timeZone.name(), local.zone);
+  }
+}
+
 TEST(Date, InitializeRefusesAnyOtherText) {
   for (const std::string text :
        {"2021-03-28T03:00:00.000+02:00", "2021-03-28T01:00:00+00:00", "2021-03-28T01:00:00.000Z",
@@ -85,11 +106,14 @@ TEST(Date, UnknownZonesAreRefused) {
   EXPECT_EQ(date.Initialize(0, "No/Such_Zone"), StatusCode::InvalidArgument);
   EXPECT_EQ(date.Initialize("2021-03-28T01:00:00.000+00:00", "No/Such_Zone"),
             StatusCode::InvalidArgument);
+  EXPECT_EQ(date.InitializeFromCivilTime(cctz::civil_second(), "No/Such_Zone"),
+            StatusCode::InvalidArgument);
   EXPECT_FALSE(date.IsTimeZoneSupported("No/Such_Zone"));
   EXPECT_EQ(date.timestamp, 7);
   EXPECT_EQ(date.timeZone.name(), "UTC");
   const std::string line = ": Unsupported time zone [No/Such_Zone]";
   EXPECT_EQ(log.Take(), (Lines{COMPONENT + "Initialize" + line, COMPONENT + "Initialize" + line,
+                               COMPONENT + "InitializeFromCivilTime" + line,
                                COMPONENT + "IsTimeZoneSupported" + line}));
   EXPECT_TRUE(date.IsTimeZoneSupported("Europe/Paris") && date.IsTimeZoneSupported("UTC"));
   EXPECT_TRUE(log.Take().empty());

@@ -57,6 +57,15 @@ StatusCode Date::Initialize(long long timestamp, const std::string& timeZoneName
   return StatusCode::Success;
 }
 
+StatusCode Date::InitializeFromCivilTime(const cctz::civil_second& civilTime,
+                                         const std::string& timeZoneName) {
+  if (!LoadTimeZone("InitializeFromCivilTime", timeZoneName, timeZone)) {
+    return StatusCode::InvalidArgument;
+  }
+  timestamp = ToTimestamp(civilTime, timeZone);
+  return StatusCode::Success;
+}
+
 bool Date::IsTimeZoneSupported(const std::string& timeZoneName) const {
   cctz::time_zone loaded;
   return LoadTimeZone("IsTimeZoneSupported", timeZoneName, loaded);

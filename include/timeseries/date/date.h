@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cctz/civil_time.h>
 #include <cctz/time_zone.h>
 
 #include <string>
@@ -54,6 +55,20 @@ class NVX_TIMESERIES_EXPORT Date {
   // Sets the instant and the zone. InvalidArgument for an unknown zone: `timestamp` is unchanged
   // and the date's zone is UTC.
   StatusCode Initialize(long long timestamp, const std::string& timeZoneName);
+
+  // Sets the zone, and the instant to that of a civil time there: year, month, day, hour, minute,
+  // second. InvalidArgument for an unknown zone: `timestamp` is unchanged and the date's zone is
+  // UTC. Skipped and repeated times are taken as told above:
+  //
+  //   using cctz::civil_second;
+  //   date.InitializeFromCivilTime(civil_second(2024, 1, 1), "Europe/Berlin");
+  //       // 1704063600, 2024-01-01T00:00:00.000+01:00
+  //   date.InitializeFromCivilTime(civil_second(2021, 3, 28, 2, 30), "Europe/Paris");
+  //       // skipped: 1616893200, 2021-03-28T03:00:00.000+02:00
+  //   date.InitializeFromCivilTime(civil_second(2021, 10, 31, 2, 30), "Europe/Paris");
+  //       // repeated: 1635640200, 2021-10-31T02:30:00.000+02:00
+  StatusCode InitializeFromCivilTime(const cctz::civil_second& civilTime,
+                                     const std::string& timeZoneName);
 
   // Whether the zoneinfo database knows the zone.
   bool IsTimeZoneSupported(const std::string& timeZoneName) const;
