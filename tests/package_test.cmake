@@ -1,6 +1,6 @@
 # Installs the library, builds the program in docs/example against it with CMake and with pkg-config, and
-# runs both; then builds and installs the library on another host platform,
-# that in docs/host-platform. BUILD_DIR and SOURCE_DIR name the directories of this project.
+# runs both; then builds, tests and installs the library on another host platform, that in
+# docs/host-platform. BUILD_DIR and SOURCE_DIR name the directories of this project.
 set(work "${BUILD_DIR}/package-test")
 file(REMOVE_RECURSE "${work}")
 file(MAKE_DIRECTORY "${work}/data")
@@ -34,8 +34,10 @@ run(c++ -std=c++17 "${SOURCE_DIR}/docs/example/main.cc" -o "${work}/pkgconfig-us
 run("${work}/pkgconfig-user" "${work}/data")
 
 run(${CMAKE_COMMAND} -S "${SOURCE_DIR}" -B "${work}/other" -G Ninja
-    "-DNVX_HOST_PLATFORM=${SOURCE_DIR}/docs/host-platform")
+    "-DNVX_HOST_PLATFORM=${SOURCE_DIR}/docs/host-platform" -DCMAKE_CXX_VISIBILITY_PRESET=hidden
+    -DNVX_BUILD_TESTS=ON)
 run(${CMAKE_COMMAND} --build "${work}/other")
+run("${work}/other/bin/host_test")
 run(${CMAKE_COMMAND} --install "${work}/other" --prefix "${work}/other-prefix")
 file(GLOB_RECURSE libraries RELATIVE "${work}/other-prefix" "${work}/other-prefix/*.so.0")
 if(NOT libraries MATCHES "^[^;]*/libnvx-timeseries-database.so.0$")

@@ -5,7 +5,7 @@
 
 namespace nvx::DateTime {
 struct Encoder {
-  static bool FromString(const std::string&, std::tm&, unsigned short&) { return false; }
-  static bool ToGmTime(std::tm&, long long&) { return false; }
+  static bool FromString(const std::string& text, std::tm& utc, unsigned short& milliseconds);
+  static bool ToGmTime(std::tm& utc, long long& seconds);
 };
 }  // namespace nvx::DateTime

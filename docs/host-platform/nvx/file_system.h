@@ -8,12 +8,11 @@
 namespace nvx::Utilities {
 class FileSystem {
  public:
-  inline static const std::string FILENAME_EXTENSION_SEPARATOR = ".";
+  static const std::string FILENAME_EXTENSION_SEPARATOR;
   virtual ~FileSystem() = default;
-  static nv::kora::StatusCode CheckFileExist(const std::string&) {
-    return nv::kora::StatusCode::Success;
-  }
-  virtual nv::kora::StatusCode GetFileList(const std::string&, const std::string&,
-                                           std::set<std::string>&) = 0;
+  static nv::kora::StatusCode CheckFileExist(const std::string& path);
+  virtual nv::kora::StatusCode GetFileList(const std::string& directory,
+                                           const std::string& extension,
+                                           std::set<std::string>& fileNames);
 };
 }  // namespace nvx::Utilities

@@ -8,6 +8,7 @@ namespace nv::kora {
 class RedisClientInterface {
  public:
   virtual ~RedisClientInterface() = default;
-  virtual StatusCode HashGet(const std::string&, const std::string&, std::string&) = 0;
+  virtual StatusCode HashGet(const std::string& key, const std::string& field,
+                             std::string& value) = 0;
 };
 }  // namespace nv::kora

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <atomic>
+#include <cstdio>
+
 #include "log_level.h"
 
 namespace nvx::Log {
@@ -9,8 +12,13 @@ class RootLogger {
     static RootLogger instance;
     return instance;
   }
-  nv::kora::KoraLogLevel GetLevel() const { return nv::kora::KoraLogLevel::Error; }
-  template <typename... Values>
-  void Print(nv::kora::KoraLogLevel, const char*, Values...) const {}
+  nv::kora::KoraLogLevel GetLevel() const { return level; }
+  void SetLevel(nv::kora::KoraLogLevel newLevel) { level = newLevel; }
+  void SetOutput(std::FILE* newOutput) { output = newOutput; }
+  void Print(nv::kora::KoraLogLevel lineLevel, const char* format, ...) const;
+
+ private:
+  std::atomic<nv::kora::KoraLogLevel> level{nv::kora::KoraLogLevel::Error};
+  std::atomic<std::FILE*> output{stderr};
 };
 }  // namespace nvx::Log
