@@ -48,6 +48,19 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
       ->take_last()
       ->check([](const std::string& text) { return text.empty() ? "empty directory" : ""; });
   app.add_option_function<std::string>(
+         "--metadata-store",
+         [&context](const std::string& url) {
+           std::string problem;
+           if (context.store.SetUrl(url, problem) != StatusCode::Success) {
+             throw CLI::ValidationError("--metadata-store", problem);
+           }
+         },
+         "Where first timestamps and intervals are looked up before the files:\n"
+         "redis://[:PASSWORD@]HOST:PORT[/DB] or unix:///PATH (default: nowhere)")
+      ->envname("NVX_TIMESERIES_METADATA_STORE")
+      ->type_name("URL")
+      ->take_last();
+  app.add_option_function<std::string>(
          "--log-level",
          [](const std::string& name) {
            Log::RootLogger::GetInstance().SetLevel(LOG_LEVELS.at(name));

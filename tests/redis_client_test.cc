@@ -1,4 +1,5 @@
-// The client of Redis servers, on a real server, and on a port where something else answers.
+// The client of Redis servers, on a real server, and on a port where something else answers; and
+// the command on it.
 
 #include "nvx/workstation/redis_client.h"
 
@@ -9,13 +10,17 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
+#include <cstring>
 #include <thread>
 #include <vector>
 
 #include "support/log_capture.h"
 #include "support/redis_server.h"
+#include "support/shell.h"
 #include "support/table.h"
 #include "support/temporary_directory.h"
+#include "support/transcript.h"
 
 using nv::kora::StatusCode;
 using nvx::Workstation::RedisAddress;
@@ -58,6 +63,15 @@ class RealRedis : public testing::Test {
     }
   }
 
+  // Any command, on a connection of its own.
+  void Command(const char* command) const {
+    redisContext* const context = redisConnectUnix(socket.c_str());
+    redisReply* const reply = static_cast<redisReply*>(redisCommand(context, command));
+    EXPECT_TRUE(reply != nullptr && reply->type != REDIS_REPLY_ERROR) << command;
+    freeReplyObject(reply);
+    redisFree(context);
+  }
+
   // What HashGet answers: a value, or the code and what stood in the way.
   static std::string Get(RedisClient& client, const std::string& key, const std::string& field) {
     std::string value;
@@ -80,10 +94,7 @@ class RealRedis : public testing::Test {
 
 TEST_F(RealRedis, AnswersByFieldAndType) {
   const RedisServer server(socket);
-  redisContext* const context = redisConnectUnix(socket.c_str());
-  freeReplyObject(redisCommand(context, "SET text 60"));
-  redisFree(context);
-
+  Command("SET text 60");
   RedisClient client(At(url), LONG);
   std::string large(8 << 20, '\0');
   for (std::size_t i = 0; i < large.size(); ++i) {
@@ -148,6 +159,34 @@ TEST_F(RealRedis, ServesEightThreadsAtOnce) {
   for (std::thread& thread : threads) {
     thread.join();
   }
+}
+
+// Steps of the transcript are commands of the shell, of the server ("redis ..."), or its end.
+TEST_F(RealRedis, TellsTheCommandOfFirstTimestampsAndIntervals) {
+  RedisServer server(socket);
+  const Shell shell;
+  setenv("NVX_TIMESERIES_METADATA_STORE", url.c_str(), 1);
+  const std::string name = TEST_DATA "/metadata_store.txt";
+  for (const Step& step : ReadTranscript(name)) {
+    if (step.command.rfind("redis ", 0) == 0) {
+      Command(step.command.c_str() + std::strlen("redis "));
+      continue;
+    }
+    if (step.command == "kill the server") {
+      server.Kill();
+      continue;
+    }
+    std::string answer = Show(shell.Run(step.command));
+    for (std::size_t at; (at = answer.find(url)) != std::string::npos;) {
+      answer.replace(at, url.size(), "URL");
+    }
+    if (answer != step.answer) {
+      ADD_FAILURE_AT(name.c_str(), step.line) << "$ " << step.command << "\nexpected:\n"
+                                              << step.answer << "actual:\n"
+                                              << answer;
+    }
+  }
+  unsetenv("NVX_TIMESERIES_METADATA_STORE");
 }
 
 // Listens on a port of its own, sends a text to the first that connects, and then one "x" after the

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <nvx/workstation/in_memory_redis_client.h>
-
 #include <string>
 
 #include "error/command_error.h"
+#include "store/metadata_store.h"
 #include "timeseries/host.h"
 #include "timeseries/rrd/database.h"
 #include "timeseries/rrd/numerical_data_source.h"
@@ -18,7 +17,7 @@ struct Context {
   std::string directory = ".";
   ExitStatus exitStatus = EXIT_DONE;
   Utilities::FileSystem fileSystem;
-  Workstation::InMemoryRedisClient store;
+  MetadataStore store;
   RrdClient rrdClient;
 
   Rrd::Database MakeDatabase() { return {directory, fileSystem, store, rrdClient}; }

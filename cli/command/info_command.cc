@@ -6,6 +6,7 @@
 #include "input/choice.h"
 #include "input/interval_text.h"
 #include "input/time_text.h"
+#include "output/message.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -13,8 +14,9 @@ namespace {
 enum class InfoFormat { Text, Json };
 
 struct InfoOptions {
-  std::string zeltId;
+  std::vector<std::string> zeltIds;
   InfoFormat format = InfoFormat::Text;
+  bool isRefresh = false;
 };
 
 struct Information {
@@ -23,32 +25,94 @@ struct Information {
   std::optional<QueryInterval> interval;
   long long first = 0;
   long long last = 0;
+
+  // Where step and first timestamp came from, when they may have come from a store; all else is of
+  // the file.
+  bool hasOrigins = false;
+  bool isStepStored = false;
+  bool isFirstStored = false;
 };
+
+const char* NameOrigin(bool isStored) { return isStored ? "store" : "file"; }
+
+std::string FormatTime(long long timestamp) {
+  return FormatUtc(timestamp) + " (" + std::to_string(timestamp) + ")";
+}
+
+long long ReadFirstOfFile(const std::string& path, const std::string& zeltId, Context& context) {
+  long long first = 0;
+  Require(context.rrdClient.GetFirstTimestamp(path, 0, first), zeltId,
+          "its first timestamp cannot be read");
+  return first;
+}
+
+// What was stored stays behind when the archive turns.
+void WarnOfStaleFirst(const Information& information, const std::string& zeltId, Context& context) {
+  const long long first = ReadFirstOfFile(information.path, zeltId, context);
+  if (information.first < first) {
+    PrintMessage(zeltId + ": the first timestamp in the store is stale, that of the file is " +
+                 FormatTime(first) + "; info --refresh stores it");
+  }
+}
 
 Information Collect(const std::string& zeltId, Context& context) {
   Information information;
   information.path = context.GetPathOfExisting(zeltId);
   const Rrd::NumericalDataSource dataSource = context.MakeDataSource(information.path);
-  Require(dataSource.GetInterval(information.step), zeltId, "its step cannot be read");
-  Require(dataSource.GetFirstTimestamp(information.first), zeltId,
-          "its first timestamp cannot be read");
+  const StatusCode stepStatus = dataSource.GetInterval(information.step);
+  information.isStepStored = context.store.WasFound();
+  Require(stepStatus, zeltId,
+          information.isStepStored ? "its step in the store is malformed; info --refresh mends it"
+                                   : "its step cannot be read");
+  const StatusCode firstStatus = dataSource.GetFirstTimestamp(information.first);
+  information.isFirstStored = context.store.WasFound();
+  Require(firstStatus, zeltId,
+          information.isFirstStored
+              ? "its first timestamp in the store is malformed; info --refresh mends it"
+              : "its first timestamp cannot be read");
   Require(dataSource.GetLastTimestamp(information.last), zeltId,
           "its last timestamp cannot be read");
   information.interval = FindIntervalOfLength(information.step);
+  information.hasOrigins = context.store.IsNamed();
+  if (information.isFirstStored) {
+    WarnOfStaleFirst(information, zeltId, context);
+  }
   return information;
 }
 
+// Reads all files before it writes the first entry, so that a mistaken id changes nothing.
+void Refresh(const std::vector<std::string>& zeltIds, Context& context) {
+  if (!context.store.IsNamed()) {
+    throw CLI::RequiredError("--metadata-store");
+  }
+  std::vector<Information> all;
+  for (const std::string& zeltId : zeltIds) {
+    Information information;
+    information.path = context.GetPathOfExisting(zeltId);
+    Require(context.rrdClient.GetInterval(information.path, information.step), zeltId,
+            "its step cannot be read");
+    information.first = ReadFirstOfFile(information.path, zeltId, context);
+    all.push_back(information);
+  }
+  for (const Information& information : all) {
+    context.store.Write(information.path, information.first, information.step);
+    std::cout << information.path << ": first " << FormatTime(information.first) << ", step "
+              << information.step << " s stored\n";
+  }
+}
+
 void PrintText(const Information& information) {
-  const auto formatTime = [](long long timestamp) {
-    return FormatUtc(timestamp) + " (" + std::to_string(timestamp) + ")";
+  const auto origin = [&information](bool isStored) {
+    return information.hasOrigins ? std::string(", from the ") + NameOrigin(isStored) : "";
   };
   std::cout << "path      " << information.path << '\n'
-            << "step      " << information.step << " s\n"
+            << "step      " << information.step << " s" << origin(information.isStepStored) << '\n'
             << "interval  "
             << (information.interval ? QueryIntervalToString(*information.interval) : "none")
+            << origin(information.isStepStored) << '\n'
+            << "first     " << FormatTime(information.first) << origin(information.isFirstStored)
             << '\n'
-            << "first     " << formatTime(information.first) << '\n'
-            << "last      " << formatTime(information.last) << '\n';
+            << "last      " << FormatTime(information.last) << origin(false) << '\n';
 }
 
 void PrintJson(const Information& information) {
@@ -62,6 +126,12 @@ void PrintJson(const Information& information) {
   }
   object["first"] = makeTime(information.first);
   object["last"] = makeTime(information.last);
+  if (information.hasOrigins) {
+    object["from"] = {{"step", NameOrigin(information.isStepStored)},
+                      {"interval", NameOrigin(information.isStepStored)},
+                      {"first", NameOrigin(information.isFirstStored)},
+                      {"last", NameOrigin(false)}};
+  }
   constexpr int INDENT = 2;
   std::cout << object.dump(INDENT, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
 }
@@ -72,13 +142,23 @@ void AddInfoCommand(CLI::App& app, Context& context) {
   CLI::App* const command =
       app.add_subcommand("info", "Print path, step and times of a data source");
   const auto options = std::make_shared<InfoOptions>();
-  command->add_option("ID", options->zeltId, "Data source")->required()->type_name("");
+  command->add_option("ID", options->zeltIds, "Data source; several with --refresh")
+      ->required()
+      ->type_name("");
   AddChoice(*command, "--format", options->format,
             {{"text", InfoFormat::Text}, {"json", InfoFormat::Json}},
             "Form of the output (default: text)")
       ->type_name("FORMAT");
+  command->add_flag("--refresh", options->isRefresh,
+                    "Write first timestamp and step of the files to the metadata store");
   command->callback([options, &context] {
-    const Information information = Collect(options->zeltId, context);
+    if (options->isRefresh) {
+      return Refresh(options->zeltIds, context);
+    }
+    if (options->zeltIds.size() > 1) {
+      throw CLI::ExtrasError({options->zeltIds.begin() + 1, options->zeltIds.end()});
+    }
+    const Information information = Collect(options->zeltIds.front(), context);
     options->format == InfoFormat::Json ? PrintJson(information) : PrintText(information);
   });
 }

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "timeseries/host.h"
+
+namespace nvx::Workstation {
+class RedisClient;
+}
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// The platform's store of first timestamps and intervals, or none. A store that does not answer is
+// no failure: one message says so, and it is not asked again.
+class MetadataStore : public RedisClientInterface {
+ public:
+  // Names the store, without connecting to it. InvalidArgument, with `problem` telling why, for a
+  // malformed URL.
+  StatusCode SetUrl(const std::string& url, std::string& problem);
+
+  bool IsNamed() const { return client != nullptr; }
+
+  // Whether the last HashGet found its field.
+  bool WasFound() const { return wasFound; }
+
+  StatusCode HashGet(const std::string& key, const std::string& field, std::string& value) override;
+
+  // Sets the two fields of the file's hash. Throws CommandError when they are not stored.
+  void Write(const std::string& path, long long firstTimestamp, unsigned long interval);
+
+ private:
+  std::shared_ptr<Workstation::RedisClient> client;
+  bool isAway = false;
+  bool wasFound = false;
+};
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
