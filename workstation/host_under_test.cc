@@ -1,5 +1,7 @@
 #include "host_under_test.h"
 
+#include <utility>
+
 #include "nvx/workstation/in_memory_redis_client.h"
 
 namespace HostUnderTest {
@@ -11,10 +13,10 @@ void SetLogLevel(nv::kora::KoraLogLevel level) {
 std::vector<std::string> CaptureLog(void (*work)()) {
   std::vector<std::string> lines;
   auto& logger = nvx::Log::RootLogger::GetInstance();
-  logger.SetDestination(
+  auto before = logger.SetDestination(
       [&lines](nv::kora::KoraLogLevel, const std::string& line) { lines.push_back(line); });
   work();
-  logger.SetDestination(nullptr);
+  logger.SetDestination(std::move(before));
   return lines;
 }
 

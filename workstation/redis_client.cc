@@ -29,8 +29,8 @@ void LogProblem(const char* operation, const std::string& problem) {
 // The connection, which comes and goes, and who may use it when.
 class RedisClient::Session {
  public:
-  Session(const RedisAddress& serverAddress, const Timeouts& waitingTimes)
-      : address(serverAddress), timeouts(waitingTimes) {}
+  Session(const RedisAddress& address, const Timeouts& timeouts)
+      : address(address), timeouts(timeouts) {}
 
   // Success with a reply of `type`, or NotFound with a nil; otherwise what the reply, or its
   // absence, means.
@@ -90,11 +90,11 @@ class RedisClient::Session {
   Clock::time_point restsUntil;
 };
 
-RedisClient::RedisClient(const RedisAddress& serverAddress)
-    : RedisClient(serverAddress, Timeouts()) {}
+RedisClient::RedisClient(const RedisAddress& address)
+    : RedisClient(address, Timeouts()) {}
 
-RedisClient::RedisClient(const RedisAddress& serverAddress, const Timeouts& waitingTimes)
-    : session(std::make_unique<Session>(serverAddress, waitingTimes)) {}
+RedisClient::RedisClient(const RedisAddress& address, const Timeouts& timeouts)
+    : session(std::make_unique<Session>(address, timeouts)) {}
 
 RedisClient::~RedisClient() = default;
 

@@ -34,8 +34,8 @@ class RedisClient : public nv::kora::RedisClientInterface {
   };
 
   // Does not connect.
-  explicit RedisClient(const RedisAddress& serverAddress);
-  RedisClient(const RedisAddress& serverAddress, const Timeouts& waitingTimes);
+  explicit RedisClient(const RedisAddress& address);
+  RedisClient(const RedisAddress& address, const Timeouts& timeouts);
   ~RedisClient() override;
 
   // Logs a problem other than NotFound as information.
