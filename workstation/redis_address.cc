@@ -66,7 +66,8 @@ const char* TakePassword(std::string_view& rest, std::string& password) {
   if (user.empty() || user.front() != ':') {
     return "a user is not supported; a password stands between ':' and '@'";
   }
-  return Decode(user.substr(1), password) ? nullptr : "'%' in the password does not begin an encoded byte";
+  return Decode(user.substr(1), password) ? nullptr
+                                          : "'%' in the password does not begin an encoded byte";
 }
 
 const char* ReadServer(std::string_view rest, RedisAddress& address) {

@@ -90,8 +90,7 @@ class RedisClient::Session {
   Clock::time_point restsUntil;
 };
 
-RedisClient::RedisClient(const RedisAddress& address)
-    : RedisClient(address, Timeouts()) {}
+RedisClient::RedisClient(const RedisAddress& address) : RedisClient(address, Timeouts()) {}
 
 RedisClient::RedisClient(const RedisAddress& address, const Timeouts& timeouts)
     : session(std::make_unique<Session>(address, timeouts)) {}
