@@ -1,0 +1,26 @@
+#pragma once
+
+#include "timeseries/export.h"
+
+namespace nvx::TimeSeriesDatabase::Rrd::Tool {
+
+// An RRD file holds the structures of the machine that wrote it. These are the machines, by the
+// widths of their `long` and `time_t` and by the place of their doubles.
+enum class Layout {
+  Arm32Time32,            // 32-bit ARM, MIPS low byte first: 32-bit time_t
+  Arm32Time64,            // the same with a 64-bit time_t
+  I386,                   // 32-bit x86, 32-bit time_t
+  Bits64,                 // every 64-bit machine low byte first: x86-64, ARM, RISC-V
+  I386Time64,             // recognised only, as are all that follow
+  Bits32HighFirst,        // 32-bit PowerPC, SPARC and MIPS high byte first
+  Bits32HighFirstTime64,  // the same with a 64-bit time_t
+  Bits64HighFirst,        // s390x, 64-bit PowerPC and SPARC
+};
+
+// "64bit", for instance: a name of static storage, "unknown" for no layout.
+NVX_TIMESERIES_EXPORT const char* GetLayoutName(Layout layout);
+
+// The layout of the files that the RRD library of this machine reads and writes.
+NVX_TIMESERIES_EXPORT Layout GetNativeLayout();
+
+}  // namespace nvx::TimeSeriesDatabase::Rrd::Tool

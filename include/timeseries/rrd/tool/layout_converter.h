@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "timeseries/export.h"
+#include "timeseries/host.h"
+#include "timeseries/rrd/tool/layout.h"
+
+namespace nvx::TimeSeriesDatabase::Rrd::Tool {
+
+// What the bytes of an RRD file say of it.
+struct RecognisedFile {
+  Layout layout = Layout::Bits64;
+  std::uint64_t dsCount = 0;     // data sources
+  std::uint64_t rraCount = 0;    // archives
+  std::uint64_t rowCount = 0;    // of all archives, each row with one value per data source
+  std::uint64_t step = 0;        // seconds
+  std::uint64_t lastUpdate = 0;  // seconds since the epoch
+  std::uint64_t unusedSize = 0;  // bytes behind the values: 0, or the 4 or 8 of an unused word
+};
+
+// Recognises RRD files (versions 0003 to 0005) of any machine and rewrites them for another one.
+// Old files end with an unused word, which is accepted and left out.
+//
+// Every failure writes one line to the log and keeps its reason. An object is used by one thread.
+class NVX_TIMESERIES_EXPORT LayoutConverter {
+ public:
+  // Finds the layout of a file, which is only read. A file that may have one of two layouts is
+  // refused, and so is one whose header contradicts itself.
+  //
+  // CannotOpen or InvalidArgument, with `file` unchanged, or OutOfMemory.
+  StatusCode Recognise(const std::string& path, RecognisedFile& file);
+
+  // Whether Convert would write a copy of `source`, without writing anything: Success, or what
+  // Convert would return before it touches the destination.
+  StatusCode Check(const std::string& source, Layout target);
+
+  // Writes a copy of `source` in the layout `target`, Bits64 or Arm32Time64, to `destination`,
+  // which is replaced when it exists, and syncs it. The source is only read.
+  //
+  // Before the destination is touched: the failures of Recognise; NothingToDo for a file that has
+  // the layout already and no unused word; InvalidArgument for a layout that is not converted, for
+  // a number that does not fit into the target, and when both paths name the same file; IoError
+  // when the destination cannot be created.
+  //
+  // Later failures (IoError, InvalidArgument) leave a destination that is incomplete and of no use.
+  // To replace a file, convert to a temporary path and rename.
+  StatusCode Convert(const std::string& source, const std::string& destination, Layout target);
+
+  // Why the last call did not return Success, as in its line of the log; empty when it did.
+  const std::string& GetReason() const { return reason; }
+
+ private:
+  NVX_TIMESERIES_HIDDEN StatusCode Report(const char* operation, StatusCode status,
+                                          const std::string& text);
+
+  std::string reason;
+};
+
+}  // namespace nvx::TimeSeriesDatabase::Rrd::Tool

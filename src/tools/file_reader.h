@@ -1,0 +1,58 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+namespace nvx::TimeSeriesDatabase::Rrd::Tool {
+
+// Reads a file from an offset on, in pieces. The descriptor is the caller's, and its own offset
+// stays.
+class FileReader {
+ public:
+  static constexpr std::size_t PIECE_SIZE = 65536;
+
+  FileReader(int fileDescriptor, std::uint64_t offset) : fd(fileDescriptor), end(offset) {}
+
+  // The next `size` bytes, at most PIECE_SIZE, which stay until the next call; null where the file
+  // has fewer or cannot be read.
+  const unsigned char* Read(std::size_t size) {
+    if (filled - used < size) {
+      Fill();
+    }
+    if (filled - used < size) {
+      return nullptr;
+    }
+    const unsigned char* const bytes = piece.data() + used;
+    used += size;
+    return bytes;
+  }
+
+ private:
+  void Fill() {
+    piece.resize(PIECE_SIZE);
+    std::copy(piece.begin() + static_cast<std::ptrdiff_t>(used),
+              piece.begin() + static_cast<std::ptrdiff_t>(filled), piece.begin());
+    filled -= used;
+    used = 0;
+    while (filled < PIECE_SIZE) {
+      const ssize_t count =
+          pread64(fd, piece.data() + filled, PIECE_SIZE - filled, static_cast<off64_t>(end));
+      if (count <= 0) {
+        return;
+      }
+      filled += static_cast<std::size_t>(count);
+      end += static_cast<std::uint64_t>(count);
+    }
+  }
+
+  int fd;
+  std::uint64_t end;  // of what was read
+  std::vector<unsigned char> piece;
+  std::size_t used = 0;
+  std::size_t filled = 0;
+};
+
+}  // namespace nvx::TimeSeriesDatabase::Rrd::Tool

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <vector>
+
+namespace nvx::TimeSeriesDatabase::Rrd::Tool {
+
+// Writes a file in sequence, in pieces. The descriptor is the caller's. A failure leaves errno.
+class FileWriter {
+ public:
+  static constexpr std::size_t PIECE_SIZE = 65536;
+
+  explicit FileWriter(int fileDescriptor) : fd(fileDescriptor) { piece.reserve(PIECE_SIZE); }
+
+  // Takes a few bytes, which may wait to be written.
+  bool Append(const unsigned char* bytes, std::size_t size) {
+    if (piece.size() + size > PIECE_SIZE && !Flush()) {
+      return false;
+    }
+    piece.insert(piece.end(), bytes, bytes + size);
+    return true;
+  }
+
+  // Writes all that waits.
+  bool Flush() {
+    const bool isDone = Write(piece.data(), piece.size());
+    piece.clear();
+    return isDone;
+  }
+
+  // Writes bytes at once. Nothing must wait.
+  bool Write(const unsigned char* bytes, std::size_t size) {
+    while (size != 0) {
+      const ssize_t count = write(fd, bytes, size);
+      if (count < 0 && errno != EINTR) {
+        return false;
+      }
+      const std::size_t done = count < 0 ? 0 : static_cast<std::size_t>(count);
+      bytes += done;
+      size -= done;
+      waiting += done;
+    }
+    if (waiting >= WRITEBACK_SIZE) {
+      sync_file_range(fd, 0, 0, SYNC_FILE_RANGE_WRITE);  // starts and does not wait
+      waiting = 0;
+    }
+    return true;
+  }
+
+ private:
+  // After so many bytes the system begins to write them to the disk, so that a sync at the end
+  // finds little left to do.
+  static constexpr std::size_t WRITEBACK_SIZE = std::size_t{4} << 20;
+
+  int fd;
+  std::size_t waiting = 0;
+  std::vector<unsigned char> piece;
+};
+
+}  // namespace nvx::TimeSeriesDatabase::Rrd::Tool

@@ -1,0 +1,292 @@
+#include "tools/recognition.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include "tools/file_reader.h"
+#include "tools/record.h"
+
+namespace nvx::TimeSeriesDatabase::Rrd::Tool {
+namespace {
+
+constexpr std::uint64_t MAX_TIME = std::numeric_limits<std::uint32_t>::max();  // in 2106
+constexpr std::uint64_t MICROSECONDS = 1000000;
+constexpr std::uint64_t UNUSED_SIZES[] = {0, 4, 8};
+
+std::string ToText(std::uint64_t number) { return std::to_string(number); }
+
+// How far the bytes of a file agree with one layout.
+enum class Agreement {
+  None,      // its float cookie does not
+  Cookie,    // its counts do not
+  Counts,    // its size does not
+  Size,      // its content does not
+  Content,   // its texts are not as RRDtool writes them
+  Complete,  // in all
+};
+
+// Examines a file as one layout would have it, from the beginning to the first contradiction.
+class Examination {
+ public:
+  Examination(int fileDescriptor, std::uint64_t sizeOfFile, const Machine& itsMachine)
+      : machine(itsMachine), fd(fileDescriptor), fileSize(sizeOfFile) {
+    file.layout = machine.layout;
+    if (!HasFloatCookie()) {
+      return;
+    }
+    agreement = Agreement::Cookie;
+    if (!HasCounts() || !HasArchives()) {
+      return;
+    }
+    agreement = Agreement::Counts;
+    if (!HasSize()) {
+      return;
+    }
+    agreement = Agreement::Size;
+    if (HasDataSources() && HasLiveHead() && HasReadings() && HasRowsInUse()) {
+      agreement = areTextsClean ? Agreement::Complete : Agreement::Content;
+    }
+  }
+
+  const Machine& GetMachine() const { return machine; }
+  Agreement GetAgreement() const { return agreement; }
+  const std::string& GetContradiction() const { return contradiction; }
+  const RecognisedFile& GetFile() const { return file; }
+
+ private:
+  bool Require(bool isRight, const std::string& problem) {
+    contradiction = isRight ? contradiction : problem;
+    return isRight;
+  }
+
+  bool ReadRecord(FileReader& reader, const Structure& structure, const unsigned char*& bytes) {
+    bytes = reader.Read(SizeOf(machine, structure));
+    return Require(bytes != nullptr, "it cannot be read");
+  }
+
+  bool HasCleanEnoughTexts(const Record& record, const char* name) {
+    areTextsClean = areTextsClean && record.AreTextsClean();
+    return Require(record.AreTextsTerminated(),
+                   std::string("a text of its ") + name + " has no end");
+  }
+
+  bool HasFloatCookie() {
+    std::uint64_t floatCookie = 0;
+    std::memcpy(&floatCookie, &FLOAT_COOKIE, sizeof floatCookie);
+    FileReader reader(fd, 0);
+    const unsigned char* const bytes = reader.Read(SizeOf(machine, STAT_HEAD));
+    if (bytes == nullptr) {
+      return false;
+    }
+    const Record head(machine, STAT_HEAD, bytes);
+    file.dsCount = head.GetNumber("ds_cnt");
+    file.rraCount = head.GetNumber("rra_cnt");
+    file.step = head.GetNumber("pdp_step");
+    return head.GetNumber("float_cookie") == floatCookie;
+  }
+
+  // The counts bound each other by the size of the file, so that no product of them wraps.
+  bool HasCounts() {
+    const std::uint64_t dsCount = file.dsCount;
+    const std::uint64_t rraCount = file.rraCount;
+    const std::uint64_t cdpCount = fileSize / SizeOf(machine, CDP_PREP);
+    return Require(dsCount != 0 && rraCount != 0 && dsCount <= cdpCount &&
+                       rraCount <= cdpCount / dsCount && GetHeaderSize() <= fileSize,
+                   ToText(dsCount) + " data sources and " + ToText(rraCount) +
+                       " archives do not fit into its " + ToText(fileSize) + " bytes") &&
+           Require(file.step != 0, "its step is 0");
+  }
+
+  std::uint64_t GetRraDefOffset() const {
+    return SizeOf(machine, STAT_HEAD) + file.dsCount * SizeOf(machine, DS_DEF);
+  }
+
+  std::uint64_t GetLiveHeadOffset() const {
+    return GetRraDefOffset() + file.rraCount * SizeOf(machine, RRA_DEF);
+  }
+
+  std::uint64_t GetRraPtrOffset() const {
+    return GetLiveHeadOffset() + SizeOf(machine, LIVE_HEAD) +
+           file.dsCount * SizeOf(machine, PDP_PREP) +
+           file.dsCount * file.rraCount * SizeOf(machine, CDP_PREP);
+  }
+
+  std::uint64_t GetHeaderSize() const {
+    return GetRraPtrOffset() + file.rraCount * SizeOf(machine, RRA_PTR);
+  }
+
+  bool HasArchives() {
+    const std::uint64_t maxRowCount = fileSize / VALUE_SIZE / file.dsCount;
+    FileReader reader(fd, GetRraDefOffset());
+    const unsigned char* bytes = nullptr;
+    for (std::uint64_t rra = 0; rra < file.rraCount; ++rra) {
+      if (!ReadRecord(reader, RRA_DEF, bytes)) {
+        return false;
+      }
+      const Record archive(machine, RRA_DEF, bytes);
+      const std::uint64_t rowCount = archive.GetNumber("row_cnt");
+      const std::string name = "archive " + ToText(rra);
+      if (!Require(rowCount != 0 && rowCount <= maxRowCount - file.rowCount,
+                   "the " + ToText(rowCount) + " rows of " + name + " do not fit into its " +
+                       ToText(fileSize) + " bytes") ||
+          !Require(archive.GetNumber("pdp_cnt") != 0, "the rows of " + name + " have 0 steps") ||
+          !HasCleanEnoughTexts(archive, name.c_str())) {
+        return false;
+      }
+      file.rowCount += rowCount;
+    }
+    return true;
+  }
+
+  bool HasSize() {
+    const std::uint64_t needed = GetHeaderSize() + file.rowCount * file.dsCount * VALUE_SIZE;
+    file.unusedSize = fileSize - needed;
+    return Require(std::find(std::begin(UNUSED_SIZES), std::end(UNUSED_SIZES), file.unusedSize) !=
+                       std::end(UNUSED_SIZES),
+                   "it needs " + ToText(needed) + " bytes but has " + ToText(fileSize));
+  }
+
+  bool HasTexts(const Structure& structure, std::uint64_t offset, const char* name) {
+    FileReader reader(fd, offset);
+    const unsigned char* bytes = nullptr;
+    for (std::uint64_t ds = 0; ds < file.dsCount; ++ds) {
+      if (!ReadRecord(reader, structure, bytes) ||
+          !HasCleanEnoughTexts(Record(machine, structure, bytes), name)) {
+        return false;
+      }
+    }
+    return true;
+  }
+
+  bool HasDataSources() { return HasTexts(DS_DEF, SizeOf(machine, STAT_HEAD), "data sources"); }
+
+  bool HasReadings() {
+    return HasTexts(PDP_PREP, GetLiveHeadOffset() + SizeOf(machine, LIVE_HEAD), "last readings");
+  }
+
+  bool HasLiveHead() {
+    FileReader reader(fd, GetLiveHeadOffset());
+    const unsigned char* bytes = nullptr;
+    if (!ReadRecord(reader, LIVE_HEAD, bytes)) {
+      return false;
+    }
+    const Record liveHead(machine, LIVE_HEAD, bytes);
+    file.lastUpdate = liveHead.GetNumber("last_up");
+    const std::uint64_t microseconds = liveHead.GetNumber("last_up_usec");
+    return Require(file.lastUpdate <= MAX_TIME, "the time of its last update, " +
+                                                    ToText(file.lastUpdate) +
+                                                    ", lies before 1970 or after 2106") &&
+           Require(microseconds < MICROSECONDS,
+                   "its last update has " + ToText(microseconds) + " microseconds");
+  }
+
+  bool HasRowsInUse() {
+    FileReader archives(fd, GetRraDefOffset());
+    FileReader pointers(fd, GetRraPtrOffset());
+    const unsigned char* archive = nullptr;
+    const unsigned char* pointer = nullptr;
+    for (std::uint64_t rra = 0; rra < file.rraCount; ++rra) {
+      if (!ReadRecord(archives, RRA_DEF, archive) || !ReadRecord(pointers, RRA_PTR, pointer)) {
+        return false;
+      }
+      const std::uint64_t rowCount = Record(machine, RRA_DEF, archive).GetNumber("row_cnt");
+      const std::uint64_t row = Record(machine, RRA_PTR, pointer).GetNumber("cur_row");
+      if (!Require(row < rowCount, "the current row of archive " + ToText(rra) + " is " +
+                                       ToText(row) + " of " + ToText(rowCount))) {
+        return false;
+      }
+    }
+    return true;
+  }
+
+  const Machine& machine;
+  int fd;
+  std::uint64_t fileSize;
+  RecognisedFile file;
+  Agreement agreement = Agreement::None;
+  bool areTextsClean = true;
+  std::string contradiction;
+};
+
+using Examinations = std::vector<Examination>;
+
+std::string JoinContradictions(const Examinations& examinations, Agreement agreement) {
+  std::string text;
+  for (const Examination& examination : examinations) {
+    if (examination.GetAgreement() == agreement) {
+      text += std::string(text.empty() ? "" : "; ") + "as " + examination.GetMachine().name + ", " +
+              examination.GetContradiction();
+    }
+  }
+  return text;
+}
+
+// Two layouts of one size are told apart by what only one of them makes plausible.
+std::string Decide(const Examinations& fitting, RecognisedFile& file) {
+  const Agreement needed = fitting.size() > 1 ? Agreement::Complete : Agreement::Content;
+  const auto isRight = [&](const Examination& examination) {
+    return examination.GetAgreement() >= needed;
+  };
+  const auto right = std::find_if(fitting.begin(), fitting.end(), isRight);
+  if (right != fitting.end() && std::count_if(fitting.begin(), fitting.end(), isRight) == 1) {
+    file = right->GetFile();
+    return "";
+  }
+  if (fitting.size() == 1) {
+    return JoinContradictions(fitting, Agreement::Size);
+  }
+  std::string names;
+  for (const Examination& examination : fitting) {
+    names += std::string(names.empty() ? "" : " or ") + examination.GetMachine().name +
+             (examination.GetFile().unusedSize == 0 ? "" : " with an unused word at its end");
+  }
+  return "it may be " + names;
+}
+
+std::string ExamineHead(int fd) {
+  FileReader reader(fd, 0);
+  const auto* const text =
+      reinterpret_cast<const char*>(reader.Read(SizeOf(GetMachine(Layout::I386), STAT_HEAD)));
+  if (text == nullptr) {
+    return "it is too short for the header of an RRD file";
+  }
+  if (std::memcmp(text, COOKIE, sizeof COOKIE) != 0) {
+    return "Not an RRD file (bad cookie)";
+  }
+  const char* const version = text + sizeof COOKIE;
+  const bool isKnown = std::any_of(
+      std::begin(VERSIONS), std::end(VERSIONS),
+      [&](const char* known) { return std::memcmp(version, known, std::strlen(known) + 1) == 0; });
+  return isKnown ? "" : "Unsupported RRD version: " + std::string(version, strnlen(version, 4));
+}
+
+}  // namespace
+
+std::string RecogniseLayout(int fd, std::uint64_t fileSize, RecognisedFile& file) {
+  const std::string problem = ExamineHead(fd);
+  if (!problem.empty()) {
+    return problem;
+  }
+  Examinations examinations;
+  for (const Machine& machine : LAYOUTS) {
+    examinations.emplace_back(fd, fileSize, machine);
+  }
+  Agreement best = Agreement::None;
+  for (const Examination& examination : examinations) {
+    best = std::max(best, examination.GetAgreement());
+  }
+  if (best == Agreement::None) {
+    return "its float cookie is in no known place";
+  }
+  if (best < Agreement::Size) {
+    return JoinContradictions(examinations, best);
+  }
+  Examinations fitting;
+  std::copy_if(examinations.begin(), examinations.end(), std::back_inserter(fitting),
+               [](const Examination& e) { return e.GetAgreement() >= Agreement::Size; });
+  return Decide(fitting, file);
+}
+
+}  // namespace nvx::TimeSeriesDatabase::Rrd::Tool
