@@ -9,6 +9,7 @@
 #include <iterator>
 #include <thread>
 
+#include "support/changed_bytes.h"
 #include "support/legacy_file.h"
 #include "support/log_capture.h"
 #include "support/resource_limit.h"
@@ -95,24 +96,6 @@ TEST_F(SanitizerTest, ConvertsEveryShapeInPiecesOf64KiB) {
       EXPECT_EQ(after.second - before.second, 1 + pieces);
     }
   });
-}
-
-// Makes the changes of the table of refused files.
-std::string Change(std::string bytes, const std::string& changes) {
-  std::istringstream words(changes);
-  for (std::string word; words >> word;) {
-    const std::size_t at = word.find_first_of("=:");
-    const std::string place = word.substr(0, at);
-    const std::string value = word.substr(at + 1);
-    if (word[at] == ':') {
-      bytes.replace(std::stoul(place), value.size(), value);
-    } else if (place == "size") {
-      bytes.resize(std::stoul(value));
-    } else {
-      Put32(bytes, std::stoul(place), static_cast<std::uint32_t>(std::stoul(value)));
-    }
-  }
-  return bytes;
 }
 
 TEST_F(SanitizerTest, RefusesWhatIsNoWholeLegacyFile) {

@@ -14,7 +14,7 @@ class FileReader {
  public:
   static constexpr std::size_t PIECE_SIZE = 65536;
 
-  FileReader(int fileDescriptor, std::uint64_t offset) : fd(fileDescriptor), end(offset) {}
+  FileReader(int fd, std::uint64_t offset) : fd(fd), end(offset) {}
 
   // The next `size` bytes, at most PIECE_SIZE, which stay until the next call; null where the file
   // has fewer or cannot be read.

@@ -14,7 +14,7 @@ class FileWriter {
  public:
   static constexpr std::size_t PIECE_SIZE = 65536;
 
-  explicit FileWriter(int fileDescriptor) : fd(fileDescriptor) { piece.reserve(PIECE_SIZE); }
+  explicit FileWriter(int fd) : fd(fd) { piece.reserve(PIECE_SIZE); }
 
   // Takes a few bytes, which may wait to be written.
   bool Append(const unsigned char* bytes, std::size_t size) {

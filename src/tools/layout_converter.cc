@@ -163,7 +163,7 @@ StatusCode LayoutConverter::Report(const char* operation, StatusCode status,
                                    const std::string& text) {
   reason = text;
   if (status != StatusCode::Success) {
-    NVX_LOG(KoraLogLevel::Error, "[%lu][%s] %s: %s", operation, reason.c_str());
+    NVX_ERROR_IN(operation, "%s", reason.c_str());
   }
   return status;
 }

@@ -9,12 +9,8 @@
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 
-LayoutRewriter::LayoutRewriter(int sourceFd, const RecognisedFile& recognisedFile,
-                               Layout targetLayout)
-    : fd(sourceFd),
-      file(recognisedFile),
-      source(GetMachine(recognisedFile.layout)),
-      target(GetMachine(targetLayout)) {}
+LayoutRewriter::LayoutRewriter(int fd, const RecognisedFile& file, Layout targetLayout)
+    : fd(fd), file(file), source(GetMachine(file.layout)), target(GetMachine(targetLayout)) {}
 
 StatusCode LayoutRewriter::CheckHeader() {
   FileReader reader(fd, 0);

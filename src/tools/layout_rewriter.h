@@ -16,7 +16,7 @@ namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 class LayoutRewriter {
  public:
   // The descriptor must stay open.
-  LayoutRewriter(int sourceFd, const RecognisedFile& recognisedFile, Layout targetLayout);
+  LayoutRewriter(int fd, const RecognisedFile& file, Layout targetLayout);
 
   // Whether every number of the header fits into the target.
   StatusCode CheckHeader();

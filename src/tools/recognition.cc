@@ -30,8 +30,8 @@ enum class Agreement {
 // Examines a file as one layout would have it, from the beginning to the first contradiction.
 class Examination {
  public:
-  Examination(int fileDescriptor, std::uint64_t sizeOfFile, const Machine& itsMachine)
-      : machine(itsMachine), fd(fileDescriptor), fileSize(sizeOfFile) {
+  Examination(int fd, std::uint64_t fileSize, const Machine& machine)
+      : machine(machine), fd(fd), fileSize(fileSize) {
     file.layout = machine.layout;
     if (!HasFloatCookie()) {
       return;
@@ -94,8 +94,8 @@ class Examination {
     const std::uint64_t cdpCount = fileSize / SizeOf(machine, CDP_PREP);
     return Require(dsCount != 0 && rraCount != 0 && dsCount <= cdpCount &&
                        rraCount <= cdpCount / dsCount && GetHeaderSize() <= fileSize,
-                   ToText(dsCount) + " data sources and " + ToText(rraCount) +
-                       " archives do not fit into its " + ToText(fileSize) + " bytes") &&
+                   "it has " + ToText(dsCount) + " data sources and " + ToText(rraCount) +
+                       " archives in " + ToText(fileSize) + " bytes") &&
            Require(file.step != 0, "its step is 0");
   }
 
@@ -129,9 +129,8 @@ class Examination {
       const std::uint64_t rowCount = archive.GetNumber("row_cnt");
       const std::string name = "archive " + ToText(rra);
       if (!Require(rowCount != 0 && rowCount <= maxRowCount - file.rowCount,
-                   "the " + ToText(rowCount) + " rows of " + name + " do not fit into its " +
-                       ToText(fileSize) + " bytes") ||
-          !Require(archive.GetNumber("pdp_cnt") != 0, "the rows of " + name + " have 0 steps") ||
+                   name + " has " + ToText(rowCount) + " rows in " + ToText(fileSize) + " bytes") ||
+          !Require(archive.GetNumber("pdp_cnt") != 0, name + " has rows of 0 steps") ||
           !HasCleanEnoughTexts(archive, name.c_str())) {
         return false;
       }
@@ -239,8 +238,10 @@ std::string Decide(const Examinations& fitting, RecognisedFile& file) {
   }
   std::string names;
   for (const Examination& examination : fitting) {
+    const std::string& contradiction = examination.GetContradiction();
     names += std::string(names.empty() ? "" : " or ") + examination.GetMachine().name +
-             (examination.GetFile().unusedSize == 0 ? "" : " with an unused word at its end");
+             (examination.GetFile().unusedSize == 0 ? "" : " with an unused word") +
+             (contradiction.empty() ? "" : " (" + contradiction + ")");
   }
   return "it may be " + names;
 }

@@ -10,11 +10,11 @@ namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 // A structure as a machine laid it out, in memory that is the caller's.
 class Record {
  public:
-  Record(const Machine& itsMachine, const Structure& itsStructure, const unsigned char* itsBytes)
-      : machine(itsMachine), structure(itsStructure), bytes(itsBytes) {}
+  Record(const Machine& machine, const Structure& structure, const unsigned char* bytes)
+      : machine(machine), structure(structure), bytes(bytes) {}
 
   // Of a long, a time or the bits of a double.
-  std::uint64_t GetNumber(std::string_view field) const;
+  std::uint64_t GetNumber(std::string_view name) const;
 
   // Whether each text ends within its field.
   bool AreTextsTerminated() const;
