@@ -27,6 +27,14 @@ class MemoryFile {
     return static_cast<std::size_t>(status.st_size);
   }
 
+  std::string Get() const {
+    std::string content(GetSize(), '\0');
+    if (pread(fd, content.data(), content.size(), 0) != static_cast<ssize_t>(content.size())) {
+      std::abort();
+    }
+    return content;
+  }
+
  private:
   int fd;
 };
