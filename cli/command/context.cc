@@ -1,5 +1,7 @@
 #include "command/context.h"
 
+#include "files/foreign_file.h"
+
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 std::string Context::GetPath(const std::string& zeltId) {
@@ -17,6 +19,15 @@ std::string Context::GetPath(const std::string& zeltId) {
 std::string Context::GetPathOfExisting(const std::string& zeltId) {
   std::string path = GetPath(zeltId);
   Require(Utilities::FileSystem::CheckFileExist(path), zeltId, "no such data source");
+  return path;
+}
+
+std::string Context::GetPathOfNative(const std::string& zeltId) {
+  std::string path = GetPathOfExisting(zeltId);
+  const std::optional<ForeignFile> foreign = FindForeignFile(path);
+  if (foreign) {
+    throw CommandError(zeltId, foreign->Describe(), StatusCode::InvalidArgument);
+  }
   return path;
 }
 

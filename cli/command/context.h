@@ -28,6 +28,9 @@ struct Context {
   // The path of an id's file, which exists.
   std::string GetPathOfExisting(const std::string& zeltId);
 
+  // The path of an id's file, which exists and was not written by another machine.
+  std::string GetPathOfNative(const std::string& zeltId);
+
   // The data source of a file, which is not opened yet.
   Rrd::NumericalDataSource MakeDataSource(const std::string& path) {
     return {path, store, rrdClient};

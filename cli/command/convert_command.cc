@@ -12,6 +12,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 namespace fs = std::filesystem;
+using Rrd::Tool::Layout;
 
 enum class SummaryFormat { Text, Json };
 
@@ -35,7 +36,7 @@ void Convert(const ConvertOptions& options, Context& context) {
   if (options.isInPlace) {
     ConvertFilesInPlace(options, context);
   } else if (options.paths.size() == 2) {
-    ConvertToFile(options.paths.front(), options.paths.back());
+    ConvertToFile(options.paths.front(), options.paths.back(), options.inPlace.target);
   } else {
     throw CLI::ValidationError("convert", "takes SOURCE and DESTINATION, or --in-place and paths");
   }
@@ -53,7 +54,9 @@ std::string CheckSuffix(const std::string& suffix) {
 
 void AddConvertCommand(CLI::App& app, Context& context) {
   CLI::App* const command = app.add_subcommand(
-      "convert", "Convert RRD files of a 32-bit time_t (32-bit ARM) to a 64-bit time_t");
+      "convert",
+      "Convert RRD files of a 32-bit time_t (32-bit ARM) to a 64-bit time_t, or with --to those of "
+      "any machine");
   const auto options = std::make_shared<ConvertOptions>();
   command
       ->add_option("PATHS", options->paths,
@@ -63,6 +66,13 @@ void AddConvertCommand(CLI::App& app, Context& context) {
       ->type_name("PATH");
   CLI::Option* const inPlace =
       command->add_flag("--in-place", options->isInPlace, "Replace the files themselves");
+  AddChoice(*command, "--to", options->inPlace.target,
+            {{"native", Rrd::Tool::GetNativeLayout()},
+             {GetLayoutName(Layout::Bits64), Layout::Bits64},
+             {GetLayoutName(Layout::Arm32Time64), Layout::Arm32Time64}},
+            "Convert files of any layout to that of this machine (native), of every 64-bit one "
+            "(64bit) or of 32-bit ARM with a 64-bit time_t (arm32-time64)")
+      ->type_name("LAYOUT");
   command
       ->add_option("--backup", options->inPlace.backupSuffix,
                    "Keep each old file under its name with SUFFIX appended")

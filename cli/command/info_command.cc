@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "command/commands.h"
+#include "files/foreign_file.h"
 #include "input/choice.h"
 #include "input/interval_text.h"
 #include "input/time_text.h"
@@ -55,9 +56,9 @@ void WarnOfStaleFirst(const Information& information, const std::string& zeltId,
   }
 }
 
-Information Collect(const std::string& zeltId, Context& context) {
+Information Collect(const std::string& zeltId, const std::string& path, Context& context) {
   Information information;
-  information.path = context.GetPathOfExisting(zeltId);
+  information.path = path;
   const Rrd::NumericalDataSource dataSource = context.MakeDataSource(information.path);
   const StatusCode stepStatus = dataSource.GetInterval(information.step);
   information.isStepStored = context.store.WasFound();
@@ -78,6 +79,15 @@ Information Collect(const std::string& zeltId, Context& context) {
     WarnOfStaleFirst(information, zeltId, context);
   }
   return information;
+}
+
+nlohmann::ordered_json MakeTime(long long timestamp) {
+  return {{"date", FormatUtc(timestamp)}, {"timestamp", timestamp}};
+}
+
+void PrintObject(const nlohmann::ordered_json& object) {
+  constexpr int INDENT = 2;
+  std::cout << object.dump(INDENT, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
 }
 
 // Reads all files before it writes the first entry, so that a mistaken id changes nothing.
@@ -116,24 +126,68 @@ void PrintText(const Information& information) {
 }
 
 void PrintJson(const Information& information) {
-  const auto makeTime = [](long long timestamp) {
-    return nlohmann::ordered_json{{"date", FormatUtc(timestamp)}, {"timestamp", timestamp}};
-  };
   nlohmann::ordered_json object = {{"path", information.path}, {"step", information.step}};
   object["interval"] = nullptr;
   if (information.interval) {
     object["interval"] = QueryIntervalToString(*information.interval);
   }
-  object["first"] = makeTime(information.first);
-  object["last"] = makeTime(information.last);
+  object["first"] = MakeTime(information.first);
+  object["last"] = MakeTime(information.last);
   if (information.hasOrigins) {
     object["from"] = {{"step", NameOrigin(information.isStepStored)},
                       {"interval", NameOrigin(information.isStepStored)},
                       {"first", NameOrigin(information.isFirstStored)},
                       {"last", NameOrigin(false)}};
   }
-  constexpr int INDENT = 2;
-  std::cout << object.dump(INDENT, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+  PrintObject(object);
+}
+
+void PrintText(const ForeignFile& file, const std::string& path) {
+  const auto& content = file.content;
+  std::cout << "path      " << path << '\n'
+            << "layout    " << Rrd::Tool::GetLayoutName(content.layout) << '\n'
+            << "step      " << content.step << " s\n"
+            << "sources   " << content.dsCount << '\n'
+            << "archives  " << content.rraCount << '\n'
+            << "rows      " << content.rowCount << '\n'
+            << "last      " << FormatTime(static_cast<long long>(content.lastUpdate)) << '\n';
+  if (content.unusedSize != 0) {
+    std::cout << "unused    " << content.unusedSize << " bytes at its end\n";
+  }
+  std::cout << "open by   " << (file.command.empty() ? "nothing: " + file.reason : file.command)
+            << '\n';
+}
+
+void PrintJson(const ForeignFile& file, const std::string& path) {
+  const auto& content = file.content;
+  nlohmann::ordered_json object = {
+      {"path", path},
+      {"layout", Rrd::Tool::GetLayoutName(content.layout)},
+      {"step", content.step},
+      {"sources", content.dsCount},
+      {"archives", content.rraCount},
+      {"rows", content.rowCount},
+      {"last", MakeTime(static_cast<long long>(content.lastUpdate))},
+      {"unusedBytes", content.unusedSize},
+      {"openBy", nullptr},
+  };
+  if (!file.command.empty()) {
+    object["openBy"] = file.command;
+  }
+  PrintObject(object);
+}
+
+void Run(const InfoOptions& options, Context& context) {
+  const bool isJson = options.format == InfoFormat::Json;
+  const std::string& zeltId = options.zeltIds.front();
+  const std::string path = context.GetPathOfExisting(zeltId);
+  const std::optional<ForeignFile> foreign = FindForeignFile(path);
+  if (foreign) {
+    isJson ? PrintJson(*foreign, path) : PrintText(*foreign, path);
+    return;
+  }
+  const Information information = Collect(zeltId, path, context);
+  isJson ? PrintJson(information) : PrintText(information);
 }
 
 }  // namespace
@@ -158,8 +212,7 @@ void AddInfoCommand(CLI::App& app, Context& context) {
     if (options->zeltIds.size() > 1) {
       throw CLI::ExtrasError({options->zeltIds.begin() + 1, options->zeltIds.end()});
     }
-    const Information information = Collect(options->zeltIds.front(), context);
-    options->format == InfoFormat::Json ? PrintJson(information) : PrintText(information);
+    Run(*options, context);
   });
 }
 

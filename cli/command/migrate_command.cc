@@ -10,7 +10,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 void Migrate(const FileDefinition& definition, Context& context) {
-  const std::string path = context.GetPathOfExisting(definition.zeltId);
+  const std::string path = context.GetPathOfNative(definition.zeltId);
   CheckDefinition(definition);
   const std::optional<long long> givenStart = ReadStart(definition);
   long long last = 0;

@@ -63,7 +63,7 @@ long long GetLast(const Query& query) {
 Query MakeQuery(const QueryOptions& options, Context& context) {
   const QueryInterval interval = ReadInterval(options.interval);
   const cctz::time_zone zone = LoadZone(options.zoneName);
-  const std::string path = context.GetPathOfExisting(options.zeltId);
+  const std::string path = context.GetPathOfNative(options.zeltId);
   Query query{options.zeltId, path, context.MakeDataSource(path), interval, {}};
   query.window.start.timeZone = zone;
   query.window.end.timeZone = zone;

@@ -92,7 +92,7 @@ void Update(const UpdateOptions& options, Context& context) {
   if (options.samples.empty() && !options.csvPath) {
     throw CLI::RequiredError("TIME:VALUE or --csv");
   }
-  const std::string path = context.GetPathOfExisting(options.zeltId);
+  const std::string path = context.GetPathOfNative(options.zeltId);
   const cctz::time_zone zone = LoadZone(options.zoneName);
   SampleWriter writer(context.rrdClient, path, options.zeltId);
   if (options.csvPath) {

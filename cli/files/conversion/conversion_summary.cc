@@ -8,6 +8,13 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
+void ConversionSummary::AddConverted(const std::string& path, const std::string& note) {
+  converted.push_back(path);
+  if (!note.empty()) {
+    notes.push_back({path, note});
+  }
+}
+
 void ConversionSummary::AddNotConvertible(const std::string& path, const FileError& error) {
   notConvertible.push_back({path, error.what(), error.GetStatus()});
 }
@@ -17,6 +24,9 @@ void ConversionSummary::AddFailed(const std::string& path, const FileError& erro
 }
 
 void ConversionSummary::PrintText() const {
+  for (const Note& note : notes) {
+    PrintMessage(note.path + ": " + note.text);
+  }
   PrintReasons(notConvertible);
   PrintReasons(failed);
   if (isDryRun) {
@@ -41,11 +51,14 @@ void ConversionSummary::PrintJson() const {
     }
     return array;
   };
-  const nlohmann::ordered_json object = {{"dryRun", isDryRun},
-                                         {"converted", converted},
-                                         {"alreadyConverted", alreadyConverted},
-                                         {"notConvertible", list(notConvertible)},
-                                         {"failed", list(failed)}};
+  nlohmann::ordered_json object = {{"dryRun", isDryRun},
+                                   {"converted", converted},
+                                   {"alreadyConverted", alreadyConverted},
+                                   {"notConvertible", list(notConvertible)},
+                                   {"failed", list(failed)}};
+  for (const Note& note : notes) {
+    object["notes"].push_back({{"path", note.path}, {"text", note.text}});
+  }
   constexpr int INDENT = 2;
   std::cout << object.dump(INDENT, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
 }

@@ -13,7 +13,8 @@ class ConversionSummary {
  public:
   explicit ConversionSummary(bool isDry) : isDryRun(isDry) {}
 
-  void AddConverted(const std::string& path) { converted.push_back(path); }
+  // `note` is what else has to be said of it, or empty.
+  void AddConverted(const std::string& path, const std::string& note);
   void AddAlreadyConverted(const std::string& path) { alreadyConverted.push_back(path); }
   void AddNotConvertible(const std::string& path, const FileError& error);
   void AddFailed(const std::string& path, const FileError& error);
@@ -21,7 +22,8 @@ class ConversionSummary {
   std::size_t CountConverted() const { return converted.size(); }
   bool AreAllConverted() const { return notConvertible.empty() && failed.empty(); }
 
-  // The reasons of all problems on standard error and the numbers of files on standard output.
+  // The notes and the reasons of all problems on standard error and the numbers of files on
+  // standard output.
   void PrintText() const;
 
   // All of it on standard output.
@@ -34,10 +36,16 @@ class ConversionSummary {
     StatusCode status;
   };
 
+  struct Note {
+    std::string path;
+    std::string text;
+  };
+
   static void PrintReasons(const std::vector<Problem>& problems);
 
   bool isDryRun;
   std::vector<std::string> converted;
+  std::vector<Note> notes;
   std::vector<std::string> alreadyConverted;
   std::vector<Problem> notConvertible;
   std::vector<Problem> failed;

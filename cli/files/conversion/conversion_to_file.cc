@@ -3,16 +3,17 @@
 #include <optional>
 
 #include "error/command_error.h"
-#include "files/conversion/logged_sanitizer.h"
+#include "files/conversion/file_converter.h"
 #include "files/file_error.h"
 #include "files/file_replacement.h"
+#include "output/message.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-void CheckSource(const OpenedFile& source, LoggedSanitizer& sanitizer) {
+void CheckSource(const OpenedFile& source, FileConverter& converter) {
   try {
-    sanitizer.Check(source);
+    converter.Check(source);
   } catch (const FileError& error) {
     if (error.GetStatus() == StatusCode::NothingToDo) {
       throw FileError("is in the new layout already, nothing written", error.GetStatus());
@@ -22,7 +23,7 @@ void CheckSource(const OpenedFile& source, LoggedSanitizer& sanitizer) {
 }
 
 void ConvertTo(const ResolvedPath& destination, const OpenedFile& source,
-               LoggedSanitizer& sanitizer) {
+               FileConverter& converter) {
   const Directory directory(destination.directory);
   std::optional<OpenedFile> old;
   if (directory.Has(destination.name)) {
@@ -33,7 +34,7 @@ void ConvertTo(const ResolvedPath& destination, const OpenedFile& source,
   }
   LockedDirectory lock(directory);
   FileReplacement replacement(lock, destination.name);
-  sanitizer.Convert(source, replacement);
+  converter.Convert(source, replacement);
   if (old) {
     replacement.Replace(*old);
   } else {
@@ -45,16 +46,20 @@ void ConvertTo(const ResolvedPath& destination, const OpenedFile& source,
 
 }  // namespace
 
-void ConvertToFile(const std::string& source, const std::string& destination) {
+void ConvertToFile(const std::string& source, const std::string& destination,
+                   std::optional<Rrd::Tool::Layout> target) {
   const std::string* subject = &source;
   try {
-    LoggedSanitizer sanitizer;
+    FileConverter converter(target);
     const ResolvedPath resolved = Resolve(source);
     const Directory directory(resolved.directory);
     const OpenedFile opened(directory, resolved.name);
-    CheckSource(opened, sanitizer);
+    CheckSource(opened, converter);
     subject = &destination;
-    ConvertTo(Resolve(destination), opened, sanitizer);
+    ConvertTo(Resolve(destination), opened, converter);
+    if (!converter.GetNote().empty()) {
+      PrintMessage(source + ": " + converter.GetNote());
+    }
   } catch (const FileError& error) {
     throw CommandError(*subject, error.what(), error.GetStatus());
   }

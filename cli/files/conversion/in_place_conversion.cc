@@ -8,7 +8,7 @@
 
 #include "files/conversion/backup.h"
 #include "files/conversion/conversion_plan.h"
-#include "files/conversion/logged_sanitizer.h"
+#include "files/conversion/file_converter.h"
 #include "files/file_attributes.h"
 #include "files/file_error.h"
 #include "files/file_replacement.h"
@@ -22,7 +22,9 @@ namespace fs = std::filesystem;
 class InPlaceConversion {
  public:
   explicit InPlaceConversion(const InPlaceOptions& inPlaceOptions)
-      : options(inPlaceOptions), summary(inPlaceOptions.isDryRun) {}
+      : options(inPlaceOptions),
+        converter(inPlaceOptions.target),
+        summary(inPlaceOptions.isDryRun) {}
 
   ConversionSummary Run(const std::vector<std::string>& paths) {
     const ConversionPlan plan = MakeConversionPlan(paths, summary);
@@ -88,7 +90,7 @@ class InPlaceConversion {
         if (lock != nullptr) {
           Replace(*lock, original, backup);
         }
-        summary.AddConverted(shownPath);
+        summary.AddConverted(shownPath, converter.GetNote());
       }
     } catch (const FileError& error) {
       summary.AddFailed(shownPath, error);
@@ -99,7 +101,7 @@ class InPlaceConversion {
 
   bool IsToBeConverted(const OpenedFile& original, const std::string& shownPath) {
     try {
-      sanitizer.Check(original);
+      converter.Check(original);
       return true;
     } catch (const FileError& error) {
       if (error.GetStatus() == StatusCode::NothingToDo) {
@@ -127,7 +129,7 @@ class InPlaceConversion {
 
   void Replace(LockedDirectory& directory, const OpenedFile& original, Backup backup) {
     FileReplacement replacement(directory, original.GetName());
-    sanitizer.Convert(original, replacement);
+    converter.Convert(original, replacement);
     CopyTimes(original.GetStatus(), replacement.Get());
     const bool isBackupNew = !options.backupSuffix.empty() && backup == Backup::None;
     if (isBackupNew) {
@@ -144,7 +146,7 @@ class InPlaceConversion {
   }
 
   const InPlaceOptions& options;
-  LoggedSanitizer sanitizer;
+  FileConverter converter;
   ConversionSummary summary;
   ProgressBar progress;
   std::size_t fileCount = 0;

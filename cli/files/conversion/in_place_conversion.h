@@ -1,15 +1,18 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "files/conversion/conversion_summary.h"
+#include "timeseries/rrd/tool/layout.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 struct InPlaceOptions {
   std::string backupSuffix;  // of what keeps the old file; empty for none
   bool isDryRun = false;
+  std::optional<Rrd::Tool::Layout> target;  // of the conversion; see FileConverter
 };
 
 // Converts files and the *.rrd files of directory trees, each in one instant: its path names the
