@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "timeseries/host.h"
+#include "timeseries/status_code.h"
 #include "timeseries/rrd/tool/layout_converter.h"
 #include "tools/file_reader.h"
 #include "tools/file_writer.h"

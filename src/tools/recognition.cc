@@ -1,6 +1,9 @@
 #include "tools/recognition.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <limits>
 #include <vector>
@@ -27,13 +30,16 @@ enum class Agreement {
   Complete,  // in all
 };
 
+// The first bytes of a file, enough for the first structure of every machine.
+using FileHead = std::array<unsigned char, MAX_STRUCTURE_SIZE>;
+
 // Examines a file as one layout would have it, from the beginning to the first contradiction.
 class Examination {
  public:
-  Examination(int fd, std::uint64_t fileSize, const Machine& machine)
+  Examination(int fd, std::uint64_t fileSize, const FileHead& head, const Machine& machine)
       : machine(machine), fd(fd), fileSize(fileSize) {
     file.layout = machine.layout;
-    if (!HasFloatCookie()) {
+    if (!HasFloatCookie(Record(machine, STAT_HEAD, head.data()))) {
       return;
     }
     agreement = Agreement::Cookie;
@@ -66,21 +72,15 @@ class Examination {
     return Require(bytes != nullptr, "it cannot be read");
   }
 
-  bool HasCleanEnoughTexts(const Record& record, const char* name) {
+  bool CheckTexts(const Record& record, const char* name) {
     areTextsClean = areTextsClean && record.AreTextsClean();
     return Require(record.AreTextsTerminated(),
                    std::string("a text of its ") + name + " has no end");
   }
 
-  bool HasFloatCookie() {
+  bool HasFloatCookie(const Record& head) {
     std::uint64_t floatCookie = 0;
     std::memcpy(&floatCookie, &FLOAT_COOKIE, sizeof floatCookie);
-    FileReader reader(fd, 0);
-    const unsigned char* const bytes = reader.Read(SizeOf(machine, STAT_HEAD));
-    if (bytes == nullptr) {
-      return false;
-    }
-    const Record head(machine, STAT_HEAD, bytes);
     file.dsCount = head.GetNumber("ds_cnt");
     file.rraCount = head.GetNumber("rra_cnt");
     file.step = head.GetNumber("pdp_step");
@@ -131,7 +131,7 @@ class Examination {
       if (!Require(rowCount != 0 && rowCount <= maxRowCount - file.rowCount,
                    name + " has " + ToText(rowCount) + " rows in " + ToText(fileSize) + " bytes") ||
           !Require(archive.GetNumber("pdp_cnt") != 0, name + " has rows of 0 steps") ||
-          !HasCleanEnoughTexts(archive, name.c_str())) {
+          !CheckTexts(archive, name.c_str())) {
         return false;
       }
       file.rowCount += rowCount;
@@ -152,7 +152,7 @@ class Examination {
     const unsigned char* bytes = nullptr;
     for (std::uint64_t ds = 0; ds < file.dsCount; ++ds) {
       if (!ReadRecord(reader, structure, bytes) ||
-          !HasCleanEnoughTexts(Record(machine, structure, bytes), name)) {
+          !CheckTexts(Record(machine, structure, bytes), name)) {
         return false;
       }
     }
@@ -246,13 +246,13 @@ std::string Decide(const Examinations& fitting, RecognisedFile& file) {
   return "it may be " + names;
 }
 
-std::string ExamineHead(int fd) {
-  FileReader reader(fd, 0);
-  const auto* const text =
-      reinterpret_cast<const char*>(reader.Read(SizeOf(GetMachine(Layout::I386), STAT_HEAD)));
-  if (text == nullptr) {
+// Reads the head and finds what no layout could change.
+std::string ReadHead(int fd, FileHead& head) {
+  const ssize_t size = pread64(fd, head.data(), head.size(), 0);
+  if (size < static_cast<ssize_t>(SizeOf(GetMachine(Layout::I386), STAT_HEAD))) {
     return "it is too short for the header of an RRD file";
   }
+  const auto* const text = reinterpret_cast<const char*>(head.data());
   if (std::memcmp(text, COOKIE, sizeof COOKIE) != 0) {
     return "Not an RRD file (bad cookie)";
   }
@@ -266,13 +266,14 @@ std::string ExamineHead(int fd) {
 }  // namespace
 
 std::string RecogniseLayout(int fd, std::uint64_t fileSize, RecognisedFile& file) {
-  const std::string problem = ExamineHead(fd);
+  FileHead head{};
+  const std::string problem = ReadHead(fd, head);
   if (!problem.empty()) {
     return problem;
   }
   Examinations examinations;
   for (const Machine& machine : LAYOUTS) {
-    examinations.emplace_back(fd, fileSize, machine);
+    examinations.emplace_back(fd, fileSize, head, machine);
   }
   Agreement best = Agreement::None;
   for (const Examination& examination : examinations) {

@@ -53,8 +53,8 @@ void FileConverter::CheckLegacy(const std::string& source) {
 
 std::uint64_t FileConverter::FindUnusedSize(const std::string& source) {
   Rrd::Tool::RecognisedFile file;
-  converter.Recognise(source, file);
-  return file.unusedSize;
+  const bool isRecognised = converter.Recognise(source, file) == StatusCode::Success;
+  return isRecognised ? file.unusedSize : 0;
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

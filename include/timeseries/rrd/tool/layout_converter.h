@@ -4,7 +4,7 @@
 #include <string>
 
 #include "timeseries/export.h"
-#include "timeseries/host.h"
+#include "timeseries/status_code.h"
 #include "timeseries/rrd/tool/layout.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
