@@ -123,38 +123,38 @@ class Source {
 }  // namespace
 
 StatusCode LayoutConverter::Recognise(const std::string& path, RecognisedFile& file) try {
-  Source source;
-  const StatusCode rc = source.Recognise(path);
+  Source opened;
+  const StatusCode rc = opened.Recognise(path);
   if (rc == StatusCode::Success) {
-    file = source.GetFile();
+    file = opened.GetFile();
   }
-  return Report("Recognise", rc, source.GetReason());
+  return Report("Recognise", rc, opened.GetReason());
 } catch (const std::bad_alloc&) {
   return Report("Recognise", StatusCode::OutOfMemory, "Out of memory");
 }
 
-StatusCode LayoutConverter::Check(const std::string& path, Layout target) try {
-  Source source;
-  StatusCode rc = source.Recognise(path);
+StatusCode LayoutConverter::Check(const std::string& source, Layout target) try {
+  Source opened;
+  StatusCode rc = opened.Recognise(source);
   if (rc == StatusCode::Success) {
-    rc = source.Check(target);
+    rc = opened.Check(target);
   }
-  return Report("Check", rc, source.GetReason());
+  return Report("Check", rc, opened.GetReason());
 } catch (const std::bad_alloc&) {
   return Report("Check", StatusCode::OutOfMemory, "Out of memory");
 }
 
-StatusCode LayoutConverter::Convert(const std::string& path, const std::string& destination,
+StatusCode LayoutConverter::Convert(const std::string& source, const std::string& destination,
                                     Layout target) try {
-  Source source;
-  StatusCode rc = source.Recognise(path);
+  Source opened;
+  StatusCode rc = opened.Recognise(source);
   if (rc == StatusCode::Success) {
-    rc = source.Check(target);
+    rc = opened.Check(target);
   }
   if (rc == StatusCode::Success) {
-    rc = source.Write(destination, target);
+    rc = opened.Write(destination, target);
   }
-  return Report("Convert", rc, source.GetReason());
+  return Report("Convert", rc, opened.GetReason());
 } catch (const std::bad_alloc&) {
   return Report("Convert", StatusCode::OutOfMemory, "Out of memory");
 }

@@ -267,7 +267,7 @@ std::string ReadHead(int fd, FileHead& head) {
 
 std::string RecogniseLayout(int fd, std::uint64_t fileSize, RecognisedFile& file) {
   FileHead head{};
-  const std::string problem = ReadHead(fd, head);
+  std::string problem = ReadHead(fd, head);
   if (!problem.empty()) {
     return problem;
   }
