@@ -14,10 +14,14 @@ class FileReader {
  public:
   static constexpr std::size_t PIECE_SIZE = 65536;
 
-  FileReader(int fd, std::uint64_t offset) : fd(fd), end(offset) {}
+  FileReader(int fd, std::uint64_t offset, std::size_t pieceSize = PIECE_SIZE)
+      : fd(fd), end(offset), pieceSize(pieceSize) {}
 
-  // The next `size` bytes, at most PIECE_SIZE, which stay until the next call; null where the file
-  // has fewer or cannot be read.
+  // Of the next byte.
+  std::uint64_t GetOffset() const { return end - (filled - used); }
+
+  // The next `size` bytes, at most those of a piece, which stay until the next call; null where the
+  // file has fewer or cannot be read.
   const unsigned char* Read(std::size_t size) {
     if (filled - used < size) {
       Fill();
@@ -32,14 +36,14 @@ class FileReader {
 
  private:
   void Fill() {
-    piece.resize(PIECE_SIZE);
+    piece.resize(pieceSize);
     std::copy(piece.begin() + static_cast<std::ptrdiff_t>(used),
               piece.begin() + static_cast<std::ptrdiff_t>(filled), piece.begin());
     filled -= used;
     used = 0;
-    while (filled < PIECE_SIZE) {
+    while (filled < pieceSize) {
       const ssize_t count =
-          pread64(fd, piece.data() + filled, PIECE_SIZE - filled, static_cast<off64_t>(end));
+          pread64(fd, piece.data() + filled, pieceSize - filled, static_cast<off64_t>(end));
       if (count <= 0) {
         return;
       }
@@ -50,6 +54,7 @@ class FileReader {
 
   int fd;
   std::uint64_t end;  // of what was read
+  std::size_t pieceSize;
   std::vector<unsigned char> piece;
   std::size_t used = 0;
   std::size_t filled = 0;

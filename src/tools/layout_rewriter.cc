@@ -8,6 +8,12 @@
 #include "tools/record.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
+namespace {
+
+// A large file is copied faster in large pieces.
+constexpr std::size_t VALUES_PIECE_SIZE = std::size_t{1} << 20;
+
+}  // namespace
 
 LayoutRewriter::LayoutRewriter(int fd, const RecognisedFile& file, Layout targetLayout)
     : fd(fd), file(file), source(GetMachine(file.layout)), target(GetMachine(targetLayout)) {}
@@ -20,7 +26,7 @@ StatusCode LayoutRewriter::CheckHeader() {
 StatusCode LayoutRewriter::WriteTo(FileWriter& writer) {
   FileReader reader(fd, 0);
   const StatusCode rc = RewriteHeader(reader, &writer);
-  return rc == StatusCode::Success ? CopyValues(reader, writer) : rc;
+  return rc == StatusCode::Success ? CopyValues(reader.GetOffset(), writer) : rc;
 }
 
 // Without a writer, the header is only read.
@@ -65,11 +71,13 @@ StatusCode LayoutRewriter::RewriteRecords(FileReader& reader, const Structure& s
   return StatusCode::Success;
 }
 
-StatusCode LayoutRewriter::CopyValues(FileReader& reader, FileWriter& writer) {
+StatusCode LayoutRewriter::CopyValues(std::uint64_t offset, FileWriter& writer) {
   std::uint64_t remaining = file.rowCount * file.dsCount * VALUE_SIZE;
+  const std::size_t pieceSize = std::min<std::uint64_t>(remaining, VALUES_PIECE_SIZE);
+  FileReader reader(fd, offset, pieceSize);
   bool isWritten = writer.Flush();
   while (isWritten && remaining != 0) {
-    const std::size_t size = std::min<std::uint64_t>(remaining, FileReader::PIECE_SIZE);
+    const std::size_t size = std::min<std::uint64_t>(remaining, pieceSize);
     const unsigned char* const bytes = reader.Read(size);
     if (bytes == nullptr) {
       return Fail(StatusCode::InvalidArgument, "Failed to read data block");

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string>
 
-#include "timeseries/status_code.h"
 #include "timeseries/rrd/tool/layout_converter.h"
+#include "timeseries/status_code.h"
 #include "tools/file_reader.h"
 #include "tools/file_writer.h"
 #include "tools/layout_table.h"
@@ -31,7 +31,7 @@ class LayoutRewriter {
   StatusCode RewriteHeader(FileReader& reader, FileWriter* writer);
   StatusCode RewriteRecords(FileReader& reader, const Structure& structure, std::uint64_t count,
                             FileWriter* writer);
-  StatusCode CopyValues(FileReader& reader, FileWriter& writer);
+  StatusCode CopyValues(std::uint64_t offset, FileWriter& writer);
   StatusCode Fail(StatusCode status, const std::string& text);
 
   int fd;
