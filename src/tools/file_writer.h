@@ -54,7 +54,7 @@ class FileWriter {
  private:
   // After so many bytes the system begins to write them to the disk, so that a sync at the end
   // finds little left to do.
-  static constexpr std::size_t WRITEBACK_SIZE = std::size_t{4} << 20;
+  static constexpr std::size_t WRITEBACK_SIZE = std::size_t{16} << 20;
 
   int fd;
   std::size_t waiting = 0;
