@@ -164,7 +164,7 @@ TEST_F(Attack, NeitherOverwritesNorRevealsAForeignFile) {
   constexpr int CONVERSION_COUNT = 400;
   constexpr int ROUND_COUNT = 5000;
   for (int i = 0; i < CONVERSION_COUNT || *rounds < ROUND_COUNT; ++i) {
-    ConvertInPlace({inside.GetPath()}, {"", false});
+    ConvertInPlace({inside.GetPath()}, InPlaceOptions());
     ASSERT_EQ(ReadFile(victim), "precious");
     ASSERT_EQ(ReadFile(secret), ReadLegacy("two-sources"));
     for (const auto& entry : fs::recursive_directory_iterator(inside.GetPath())) {

@@ -79,7 +79,7 @@ TEST_F(LayoutConverterTest, RrdtoolDumpsWhatTheOtherMachineDumped) {
       RoundNumbers(RunProgram({"xz", "-dc", GetPath("compute.dump.xml.xz")}).output);
   for (const std::string machine : MACHINES) {
     GetConverted(GetPath("compute." + machine + ".rrd"), GetNativeLayout());
-    const std::string dump = RunProgram({"rrdtool", "dump", "new"}, "", {"TZ=UTC"}).output;
+    const std::string dump = RunProgram({"rrdtool", "dump", "new"}, {"TZ=UTC"}).output;
     EXPECT_TRUE(RoundNumbers(dump) == expected) << machine << '\n' << dump;
   }
 }
@@ -123,18 +123,19 @@ TEST_F(LayoutConverterTest, LeavesOutTheUnusedWordOfOldFiles) {
 }
 
 TEST_F(LayoutConverterTest, RefusesWhatContradictsItselfOrDoesNotFit) {
-  for (const auto& row : ReadTable("refused_layouts.txt")) {
-    SCOPED_TRACE(row[0] + " " + row[1]);
-    const std::string content = Change(ReadFile(GetPath(row[0] + ".rrd")), row[1]);
+  ForEachRow("refused_layouts.txt", [this](const Row& row) {
+    const std::string content = Change(ReadFile(GetPath(row["file"] + ".rrd")), row["changes"]);
     WriteFile("source", content);
-    EXPECT_EQ(static_cast<int>(converter.Check("source", LAYOUTS.at(row[2]))), std::stoi(row[3]));
-    EXPECT_EQ(Convert("source", "none", LAYOUTS.at(row[2])), std::stoi(row[3]));
-    EXPECT_EQ(converter.GetReason(), row[4]);
+    EXPECT_EQ(static_cast<int>(converter.Check("source", LAYOUTS.at(row["layout"]))),
+              row.GetNumber("code"));
+    EXPECT_EQ(Convert("source", "none", LAYOUTS.at(row["layout"])), row.GetNumber("code"));
+    EXPECT_EQ(converter.GetReason(), row["reason"]);
     const std::string line = "3[TimeSeriesDatabase::Rrd::Tool::LayoutConverter] ";
-    EXPECT_EQ(log.Take(), (Lines{line + "Check: " + row[4], line + "Convert: " + row[4]}));
+    EXPECT_EQ(log.Take(),
+              (Lines{line + "Check: " + row["reason"], line + "Convert: " + row["reason"]}));
     EXPECT_FALSE(fs::exists("none"));
     EXPECT_TRUE(ReadFile("source") == content);
-  }
+  });
 }
 
 TEST_F(LayoutConverterTest, RecognisesTheHighByteFirst) {

@@ -40,15 +40,15 @@ RedisAddress At(const std::string& url) {
 }
 
 TEST(RedisAddress, ReadsTwoFormsOfAnUrl) {
-  for (const auto& row : ReadTable("redis_urls.txt")) {
+  ForEachRow("redis_urls.txt", [](const Row& row) {
     RedisAddress address;
     std::string problem;
-    const StatusCode status = RedisAddress::Parse(row[0], address, problem);
+    const StatusCode status = RedisAddress::Parse(row["url"], address, problem);
     const bool isRead = status == StatusCode::Success;
-    EXPECT_EQ(isRead ? address.ToText() : problem, row[1]) << row[0];
-    EXPECT_EQ(address.password, row.size() > 2 ? row[2] : "") << row[0];
+    EXPECT_EQ(isRead ? address.ToText() : problem, row["address or problem"]);
+    EXPECT_EQ(address.password, row["password"]);
     EXPECT_EQ(status, isRead ? StatusCode::Success : StatusCode::InvalidArgument);
-  }
+  });
   RedisAddress address;
   std::string problem;
   EXPECT_NE(RedisAddress::Parse("unix:///" + std::string(107, 'x'), address, problem),

@@ -29,10 +29,3 @@ class Random {
  private:
   std::mt19937_64 engine;
 };
-
-// Slowed down by the sanitizers, a proof is content with a sample.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool IS_SANITIZED = true;
-#else
-constexpr bool IS_SANITIZED = false;
-#endif
