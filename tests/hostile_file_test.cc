@@ -2,12 +2,14 @@
 // RRD library can read is kept from it.
 
 #include <gtest/gtest.h>
+
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -58,7 +60,7 @@ std::string ReadFile(const std::string& path) {
       {"update", "topo:x", "1700009000:1", "1700009300:2"},
   };
   (void)!std::freopen("/dev/null", "w", stdout);
-  (void)!std::freopen("/dev/null", "w", stderr);
+  (void)!std::freopen((directory + "/messages").c_str(), "w", stderr);
   for (current = 0; current < files.size(); current = current + 1) {
     alarm(60);
     for (std::vector<const char*> command : commands) {
@@ -124,7 +126,9 @@ TEST(HostileFile, NeverBringsTheCommandDown) {
     if (status != 0) {
       const std::string kept = testing::TempDir() + "hostile.rrd";
       WriteFile(kept, files[*current]);
-      FAIL() << kept << ": status " << status;
+      const std::string messages = ReadFile(directory.GetPath("messages"));
+      FAIL() << kept << ": status " << status << '\n'
+             << messages.substr(messages.size() - std::min<std::size_t>(messages.size(), 4000));
     }
     EXPECT_LE(usage.ru_maxrss, LARGEST) << round;
   }
