@@ -1,6 +1,7 @@
 #pragma once
 
 namespace nv::kora {
+// clang-format off
 enum class [[nodiscard]] StatusCode {
   Success = 0,
   Failure = 1,
@@ -14,4 +15,5 @@ enum class [[nodiscard]] StatusCode {
   OutOfRange = 71,
   PartialData = 79,
 };
-}
+// clang-format on
+}  // namespace nv::kora

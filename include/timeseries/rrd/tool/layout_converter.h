@@ -4,8 +4,8 @@
 #include <string>
 
 #include "timeseries/export.h"
-#include "timeseries/status_code.h"
 #include "timeseries/rrd/tool/layout.h"
+#include "timeseries/status_code.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 

@@ -4,6 +4,7 @@ namespace nv::kora {
 
 // The outcome of an operation of the platform. 0 is success; the numbers are part of the platform's
 // interface and never change. The compiler warns where one is ignored.
+// clang-format off
 enum class [[nodiscard]] StatusCode : int {
   Success = 0,
   Failure = 1,
@@ -19,5 +20,6 @@ enum class [[nodiscard]] StatusCode : int {
   OutOfRange = 71,
   PartialData = 79,
 };
+// clang-format on
 
 }  // namespace nv::kora
