@@ -1,13 +1,12 @@
 #include "rrd/computed_source.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <iterator>
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 namespace {
-
-constexpr char COMPUTED_TYPE[] = "COMPUTE";
 
 // A step of a formula, which is stored in the parameters of the data source.
 struct Step {
@@ -15,47 +14,40 @@ struct Step {
   short operand;  // a number or the index of a data source
 };
 
-// The operators as files number them, those of a formula that may be computed.
-enum Operator : char {
-  NUMBER = 0,
-  VARIABLE = 1,
-  INF = 2,
-  NEGINF = 4,
-  UNKN = 5,
-  NOW = 6,
-  ADD = 8,  // MOD, SUB, MUL, DIV, SIN, DUP, EXC, POP, COS, LOG, EXP, LT, LE, GT, GE, EQ, IF, MIN,
-            // MAX, LIMIT, FLOOR and CEIL follow
-  UN = 31,
-  END = 32,
-  NE = 34,
-  ISINF = 35,
-  ATAN = 38,
-  SQRT = 39,
-  ATAN2 = 44,
-  RAD2DEG = 45,
-  DEG2RAD = 46,
-  ABS = 50,
-  ADDNAN = 51,
-  MINNAN = 52,
-  MAXNAN = 53,
-  POW = 69,
+constexpr char VARIABLE = 1;
+constexpr char END = 32;
+
+// The first and the last of operators with successive numbers, as files have them.
+struct Operators {
+  char first;
+  char last;
+};
+
+constexpr Operators SAFE_OPERATORS[] = {
+    {0, 2},    // NUMBER, VARIABLE, INF
+    {4, 6},    // NEGINF, UNKN, NOW
+    {8, 31},   // ADD to UN: arithmetic, comparisons, DUP, EXC, POP, IF, MIN, MAX, LIMIT
+    {34, 35},  // NE, ISINF
+    {38, 39},  // ATAN, SQRT
+    {44, 46},  // ATAN2, RAD2DEG, DEG2RAD
+    {50, 53},  // ABS, ADDNAN, MINNAN, MAXNAN
+    {69, 69},  // POW
 };
 
 bool IsSafeOperator(char operation) {
-  constexpr Operator OTHERS[] = {NUMBER,  VARIABLE, INF,    NEGINF, UNKN,   NOW,
-                                 NE,      ISINF,    ATAN,   SQRT,   ATAN2,  RAD2DEG,
-                                 DEG2RAD, ABS,      ADDNAN, MINNAN, MAXNAN, POW};
-  return (ADD <= operation && operation <= UN) ||
-         std::find(std::begin(OTHERS), std::end(OTHERS), operation) != std::end(OTHERS);
+  return std::any_of(
+      std::begin(SAFE_OPERATORS), std::end(SAFE_OPERATORS),
+      [&](const Operators& safe) { return safe.first <= operation && operation <= safe.last; });
 }
 
 }  // namespace
 
-bool IsComputed(const ds_def_t& source) { return std::strcmp(source.dst, COMPUTED_TYPE) == 0; }
+bool IsComputed(const ds_def_t& source) { return std::strcmp(source.dst, "COMPUTE") == 0; }
 
 bool IsFormulaSafe(const ds_def_t& source, unsigned long index) {
-  Step steps[sizeof(source.par) / (sizeof(Step))];
-  std::memcpy(steps, source.par, sizeof steps);
+  constexpr std::size_t SIZE = sizeof source.par;
+  Step steps[SIZE / sizeof(Step)];
+  std::memcpy(steps, source.par, SIZE);
   if (steps[0].operation == END) {
     return false;
   }
