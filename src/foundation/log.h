@@ -24,6 +24,7 @@
 #define NVX_INFO_IN(operation, ...) NVX_LOG(Information, "[%lu][%s] %s: ", operation, __VA_ARGS__)
 #define NVX_TRACE_IN(operation, ...) NVX_LOG(Trace, "[%lu][%s][trace] %s: ", operation, __VA_ARGS__)
 
+// The same for the lines that name no operation.
 #define NVX_ERROR_WITHOUT_OPERATION(...) NVX_LOG(Error, "[%lu][%s] ", nullptr, __VA_ARGS__)
 
 #define NVX_LOG(level, prefix, operation, ...)                                           \

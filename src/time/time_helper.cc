@@ -39,7 +39,7 @@ void ComputeNextDate(QueryInterval interval, const Date::Date& from, Date::Date&
     next = from;
     next.AddMonths(1);
   } else {
-    NVX_ERROR_WITHOUT_OPERATION("%s", "QueryInterval not implemented");
+    NVX_ERROR_WITHOUT_OPERATION("QueryInterval not implemented");
   }
 }
 
