@@ -36,7 +36,7 @@ std::string Format(Number number) {
 
 // The RRD library does not say why it cannot write.
 void RequireRoom(const FileReplacement& replacement, const DataFileDefinition& definition) {
-  replacement.RequireRoom(static_cast<off_t>(definition.rowCount) * sizeof(double));
+  replacement.RequireRoom(static_cast<off_t>(definition.rowCount) * off_t{sizeof(double)});
 }
 
 template <typename Number>
