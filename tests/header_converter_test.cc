@@ -15,12 +15,18 @@
 #include "support/resource_limit.h"
 #include "support/table.h"
 #include "support/temporary_directory.h"
+#include "timeseries/rrd/tool/header_converter.h"
 #include "timeseries/rrd/tool/sanitizer.h"
 
 namespace fs = std::filesystem;
+using nvx::TimeSeriesDatabase::Rrd::Tool::HeaderConverter;
 using nvx::TimeSeriesDatabase::Rrd::Tool::Sanitizer;
 
 namespace {
+
+// A path that is gone before the conversion begins does not compile.
+static_assert(!std::is_constructible_v<HeaderConverter, std::string, const std::string&> &&
+              !std::is_constructible_v<HeaderConverter, const std::string&, std::string>);
 
 const std::string COMPONENT = "[TimeSeriesDatabase::Rrd::Tool::HeaderConverter]";
 
