@@ -138,10 +138,11 @@ void Query(benchmark::State& state) {
     Date::Date end;
     TimeHelper::ComputeNextDate(interval, start, end);
     double sum = 0;
+    double count = 0;
     for (long long time = start.timestamp; time < end.timestamp; time += STEP) {
       sum += GetSample(time);
+      ++count;
     }
-    const auto count = static_cast<double>((end.timestamp - start.timestamp) / STEP);
     Require(std::abs(point.value - sum / count) < 0.001);  // with or without the last sample
     start = end;
   }
