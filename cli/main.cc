@@ -155,7 +155,8 @@ int main(int argc, char** argv) {
   namespace CommandLine = nvx::TimeSeriesDatabase::CommandLine;
   CommandLine::OccupyStandardStreams();
   std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is an error of the output like any other
-  std::signal(SIGXFSZ, SIG_IGN);  // and so is a file that may not grow
+  // So is a file at its limit (ulimit -f), which stands for a full disk in tests.
+  std::signal(SIGXFSZ, SIG_IGN);
   std::ios::sync_with_stdio(false);
   return CommandLine::FlushOutput(CommandLine::Run(argc, argv));
 }

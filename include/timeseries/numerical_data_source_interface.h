@@ -28,16 +28,15 @@ class NVX_TIMESERIES_EXPORT NumericalDataSourceInterface : public DataSourceInte
   // The window should begin and end on bounds of the interval (TimeWindowHelper::AdjustTimeWindow)
   // and on steps of the file.
   //
-  //   code             points appended    when
+  //   code             points appended  when
   //   Success          all
-  //   PartialData      all; every element the window starts between two steps of the file
-  //                    of `points`, older
-  //                    ones too, is bad
-  //   OutOfRange       the complete ones  the window ends within an interval
-  //   InvalidArgument  none               the window is empty, its zones differ or the interval is
-  //                                       unknown; never for FullPeriod
-  //   any other        none               the file cannot be read (the code of RrdClient::Fetch);
-  //                                       Failure also when the window ends before it starts
+  //   PartialData      all              the window starts between two steps of the file; every
+  //                                     element of `points`, older ones too, is bad then
+  //   OutOfRange       complete ones    the window ends within an interval
+  //   InvalidArgument  none             the window is empty, its zones differ or the interval is
+  //                                     unknown; never for FullPeriod
+  //   any other        none             the file cannot be read (the code of RrdClient::Fetch);
+  //                                     Failure also when the window ends before it starts
   virtual StatusCode FetchAverage(const TimeWindow& window, QueryInterval interval,
                                   std::vector<NumericalDataPoint>& points) = 0;
   virtual StatusCode FetchDelta(const TimeWindow& window, QueryInterval interval,

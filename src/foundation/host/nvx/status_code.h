@@ -18,7 +18,7 @@ enum class [[nodiscard]] StatusCode : int {
   CannotOpen = 42,
   OutOfMemory = 48,
   OutOfRange = 71,
-  PartialData = 79,
+  PartialData = 79,  // a whole answer, none of whose values can be trusted
 };
 // clang-format on
 
