@@ -40,10 +40,16 @@ void RequireRoom(const FileReplacement& replacement, const DataFileDefinition& d
 }
 
 template <typename Number>
+bool IsSame(Number lhs, Number rhs) {
+  return lhs == rhs;
+}
+
+bool IsSame(double lhs, double rhs) { return lhs == rhs || (std::isnan(lhs) && std::isnan(rhs)); }
+
+template <typename Number>
 void RequireSame(const char* what, Number asked, Number made) {
-  const bool isSame = asked == made || (asked != asked && made != made);
-  RequireArgument(isSame, std::string("the RRD library would make ") + what + " " + Format(made) +
-                              " of " + Format(asked));
+  RequireArgument(IsSame(asked, made), std::string("the RRD library would make ") + what + " " +
+                                           Format(made) + " of " + Format(asked));
 }
 
 // The RRD library changes some definitions without a word.
