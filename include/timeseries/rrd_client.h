@@ -11,7 +11,8 @@
 namespace nvx::TimeSeriesDatabase {
 
 // The one way to RRD files. Every operation takes the path of a file and makes one call of the RRD
-// library; it returns Failure, after a line in the log, when that call fails. Times are seconds
+// library; it returns Failure, after a line in the log, when that call fails, or instead of it when
+// the header of the file has numbers that the RRD library cannot compute with. Times are seconds
 // since the epoch. Without state: any number of threads may use it, but two writers of one file are
 // not coordinated.
 class NVX_TIMESERIES_EXPORT RrdClient {
