@@ -36,7 +36,8 @@ void Migrate(const FileDefinition& definition, Context& context) {
 
 void AddMigrateCommand(CLI::App& app, Context& context) {
   CLI::App* const command = app.add_subcommand(
-      "migrate", "Re-create the file of a data source from itself; of fewer rows the newest stay");
+      "migrate",
+      "Make a data source's file anew with its samples; fewer rows keep the newest ones");
   const auto definition = std::make_shared<FileDefinition>();
   AddDefinitionOptions(*command, *definition,
                        "Only later samples can be stored (default: the last update)",
