@@ -71,7 +71,7 @@ void ReadEntry(const rrd_info_t& entry, FileDescription& description) {
 }
 
 long long GetRowLength(const FileDescription& description, const ArchiveDescription& archive) {
-  return static_cast<long long>(archive.stepsPerRow * description.step);
+  return static_cast<long long>(archive.stepsPerRow) * static_cast<long long>(description.step);
 }
 
 // Of rows of one step, the RRD library takes any function for the one that it is asked for.
