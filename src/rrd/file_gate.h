@@ -22,8 +22,8 @@ class FileGate {
   // Opens the file, without waiting for a writer of a FIFO, reads its header and closes it.
   explicit FileGate(const std::string& path);
 
-  // Why the RRD library must not be given the file; null when it may. It may have a file that
-  // cannot be opened or does not begin as an RRD file, and says so in its own words.
+  // Why the RRD library must not be given the file; null when it may. A file that cannot be opened
+  // or does not begin as an RRD file is left to the RRD library, which says so in its own words.
   const char* GetFault() const { return fault; }
 
   // The same for a fetch of the rows from `start` to `end`, which must not need more memory than

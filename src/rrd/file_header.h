@@ -1,6 +1,6 @@
 #pragma once
 
-// The structures of this machine's files are installed, and offered with a warning only.
+// rrd_format.h, with the structures of files, refuses to be included without it.
 #define RRD_EXPORT_DEPRECATED
 #include <rrd.h>
 #include <rrd_format.h>

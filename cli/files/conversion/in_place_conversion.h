@@ -10,7 +10,7 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 struct InPlaceOptions {
-  std::string backupSuffix;  // of what keeps the old file; empty for none
+  std::string backupSuffix;  // appended to the name of each old file; empty: none is kept
   bool isDryRun = false;
   std::optional<Rrd::Tool::Layout> target;  // of the conversion; see FileConverter
 };
