@@ -1,6 +1,7 @@
 // Files that damage or malice made: no byte of a header brings the command down, and none that the
 // RRD library can read is kept from it.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include <sys/mman.h>
@@ -189,6 +190,12 @@ TEST(HostileFile, IsRefusedWithAReason) {
   expectRefusal("its values are cut off");
   WriteFile(path, whole.substr(0, 500));
   expectRefusal("its header is cut off");
+  const int writer = open(path.c_str(), O_RDWR);  // which may just be changing what it looks like
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  ASSERT_EQ(fcntl(writer, F_OFD_SETLK, &lock), 0);
+  expectRefusal("could not lock RRD");
+  close(writer);
   std::filesystem::remove(path);
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
   expectRefusal("it is no regular file");

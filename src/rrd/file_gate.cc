@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <limits>
 
 #include "rrd/computed_source.h"
@@ -32,6 +33,16 @@ constexpr long MICROSECONDS = 1000000;
 
 constexpr char TOO_LARGE[] = "it has too many data sources or archives for a file of this machine";
 constexpr char CUT_OFF[] = "its header is cut off";
+
+// The RRD library changes a header in its place, and for a moment a row may lie outside its
+// archive: what was found without the lock is found again with it. False while another process
+// writes.
+bool LockForReading(int fd) {
+  struct flock lock {};
+  lock.l_type = F_RDLCK;
+  lock.l_whence = SEEK_SET;
+  return fcntl(fd, F_SETLK, &lock) == 0 || (errno != EAGAIN && errno != EACCES);
+}
 
 // Reads from the start of the file; less than `size` only where the file ends.
 std::string ReadStart(int fd, std::size_t size) {
@@ -136,6 +147,9 @@ FileGate::FileGate(const std::string& path) {
   const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (fd != -1) {
     fault = ReadFile(fd);
+    if (fault != nullptr) {
+      fault = LockForReading(fd) ? ReadFile(fd) : "could not lock RRD";
+    }
     close(fd);
   }
 }
@@ -208,6 +222,7 @@ const char* FileGate::ReadParts(const std::string& header, const stat_head_t& he
       return sourceFault;
     }
   }
+  description = {};
   description.step = head.pdp_step;
   description.lastUpdate = liveHead.last_up;
   for (unsigned long i = 0; i < head.rra_cnt; ++i) {

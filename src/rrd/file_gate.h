@@ -19,7 +19,8 @@ inline constexpr long long FARTHEST_TIME = 1LL << 40;
 // it another header; a directory that others can write needs more than this.
 class FileGate {
  public:
-  // Opens the file, without waiting for a writer of a FIFO, reads its header and closes it.
+  // Opens the file, without waiting for a writer of a FIFO, reads its header and closes it. A fault
+  // is not seen in what another process writes; that file is locked, in the RRD library's words.
   explicit FileGate(const std::string& path);
 
   // Why the RRD library must not be given the file; null when it may. A file that cannot be opened
