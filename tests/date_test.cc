@@ -86,6 +86,26 @@ TEST(Date, CivilTimesAreReadInTheirZone) {
   }
 }
 
+// The zone database has both, by a path and by a name that ends early.
+TEST(Date, NamesThatNoZoneCanHaveAreRefused) {
+  std::string longName = "UTC";
+  while (longName.size() < 256) {
+    longName.insert(0, "./");
+  }
+  for (const std::string& name : {longName, std::string("UTC\0x", 5)}) {
+    LogCapture log;
+    Date::Date date;
+    ASSERT_EQ(date.Initialize(1, "Europe/Paris"), StatusCode::Success);
+    EXPECT_FALSE(date.IsTimeZoneSupported(name));
+    EXPECT_EQ(date.Initialize(2, name), StatusCode::InvalidArgument);
+    EXPECT_EQ(date.timestamp, 1);
+    EXPECT_EQ(date.timeZone, cctz::utc_time_zone());
+    const std::string problem = ": Unsupported time zone [" + std::string(name.c_str()) + "]";
+    EXPECT_EQ(log.Take(), (Lines{COMPONENT + "IsTimeZoneSupported" + problem,
+                                 COMPONENT + "Initialize" + problem}));
+  }
+}
+
 TEST(Date, InitializeRefusesAnyOtherText) {
   for (const std::string text :
        {"2021-03-28T03:00:00.000+02:00", "2021-03-28T01:00:00+00:00", "2021-03-28T01:00:00.000Z",

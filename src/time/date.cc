@@ -8,9 +8,16 @@ namespace {
 
 const std::string COMPONENT_NAME = "TimeSeriesDatabase::Date::Date";
 
+// cctz keeps every name that it was ever asked for. No file has a longer one, or one with a NUL.
+bool IsZoneName(const std::string& name) {
+  constexpr std::size_t LONGEST_NAME = 255;
+  return name.size() <= LONGEST_NAME && name.find('\0') == std::string::npos;
+}
+
 bool LoadTimeZone(const char* operation, const std::string& name, cctz::time_zone& timeZone) {
-  const bool isLoaded = cctz::load_time_zone(name, &timeZone);
+  const bool isLoaded = IsZoneName(name) && cctz::load_time_zone(name, &timeZone);
   if (!isLoaded) {
+    timeZone = cctz::utc_time_zone();
     NVX_ERROR_IN(operation, "Unsupported time zone [%s]", name.c_str());
   }
   return isLoaded;
