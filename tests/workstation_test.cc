@@ -39,6 +39,9 @@ TEST(RootLogger, WritesAStampedLineToStandardErrorUnlessToldOtherwise) {
   }
 
   LogCapture log;
+  logger.Print(nv::kora::KoraLogLevel::Error, "[%lu]%s", pthread_self(),
+               "a\nb\r\x1b\x7f\xc2\x9b\x85\xe0\x80\x9b \u2028\u00e9\u20ac\U0001f600\xe9");
+  EXPECT_EQ(log.Take(), Lines{"3a?b?????\xe0?? ?\u00e9\u20ac\U0001f600\xe9"});
   logger.SetDestination(logger.SetDestination(nullptr));  // back to what it was
   testing::internal::CaptureStderr();
   logger.Print(nv::kora::KoraLogLevel::Information, "[%lu] text", 1UL);

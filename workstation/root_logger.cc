@@ -6,6 +6,8 @@
 #include <ctime>
 #include <utility>
 
+#include "nvx/workstation/printable_text.h"
+
 namespace nvx::Log {
 namespace {
 
@@ -58,7 +60,8 @@ void RootLogger::Print(KoraLogLevel lineLevel, const char* format, ...) const {
   if (length < 0) {
     return;
   }
-  const std::string line(text, static_cast<std::size_t>(length));
+  // What was logged of a file or an id must not pass for a line of its own.
+  const std::string line = Workstation::WithoutControls({text, static_cast<std::size_t>(length)});
   std::free(text);
 
   const std::lock_guard<std::mutex> lock(mutex);
