@@ -66,6 +66,22 @@ int openat(int directory, const char* path, int flags, ...) {
   va_end(others);
   return GetReal(openat, "openat")(directory, path, flags, mode);
 }
+int open(const char* path, int flags, ...) {
+  std::va_list others;
+  va_start(others, flags);
+  const auto mode = va_arg(others, mode_t);  // nothing that counts without O_CREAT
+  va_end(others);
+  if ((flags & (O_CREAT | O_TRUNC)) != 0) {
+    CountChange();
+  }
+  return GetReal(open, "open")(path, flags, mode);
+}
+int mkstemp(char* path) { return Change(mkstemp, "mkstemp", path); }
+int posix_fallocate(int fd, off_t offset, off_t size) {
+  return Change(posix_fallocate, "posix_fallocate", fd, offset, size);
+}
+int rename(const char* from, const char* to) noexcept { return Change(rename, "rename", from, to); }
+int unlink(const char* path) noexcept { return Change(unlink, "unlink", path); }
 char* mkdtemp(char* path) noexcept { return Change(mkdtemp, "mkdtemp", path); }
 ssize_t write(int fd, const void* data, std::size_t size) {
   return Write(write, "write", fd, data, size);
