@@ -60,4 +60,36 @@ TEST(Weather, HasTheDailyAveragesOfAnIndependentComputation) {
   EXPECT_EQ(result.error, "");
 }
 
+// On disks with room for 0 to 19 blocks of 4 KiB, the commands succeed or leave everything as it
+// was.
+TEST(FullDisk, LeavesTheOldFilesAndNoOthers) {
+  const Shell shell;
+  if (shell.Run("unshare -m mount -t tmpfs none .").status != 0) {
+    GTEST_SKIP() << "no file system of a few blocks can be mounted here";
+  }
+  const ProgramResult result = shell.Run(R"sh(cat >test <<'END'
+    mount -t tmpfs -o size=256k none disk; cd disk
+    nvx-timeseries create topo:a --step 60 --rows 4000 --start 1000000000
+    nvx-timeseries update topo:a 1000000060:1 >/dev/null
+    cp "$DATA"/legacy/gauge.legacy.rrd old; cp * ../kept
+    for free in $(seq 0 19); do
+      head -c $((4096 * free)) /dev/zero >free; cat /dev/zero >filler 2>../error; rm free
+      for command in 'create topo:b --rows 4096 --step 60' 'migrate topo:a --rows 4608 --step 60' \
+                     'convert old new' 'convert old --in-place'; do
+        nvx-timeseries $command --log-level none >../output 2>../error; status=$?
+        if [ $status -ne 0 ]; then
+          grep -q 'No space left' ../error && ls -A | grep -Ev '^(topo_a.rrd|old|filler)$'
+          for file in ../kept/*; do cmp $file ${file##*/}; done
+        fi
+        echo ${command%% *} $status >>../statuses
+        rm -f topo_b.rrd new; cp ../kept/* .
+      done
+      rm filler
+    done
+END
+mkdir disk kept; unshare -m sh test; sort -u statuses | xargs)sh");
+  EXPECT_EQ(result.output + result.error,
+            "convert 0 convert 1 create 0 create 1 migrate 0 migrate 1\n");
+}
+
 }  // namespace

@@ -36,7 +36,9 @@ std::string Format(Number number) {
 
 // The RRD library does not say why it cannot write.
 void RequireRoom(const FileReplacement& replacement, const DataFileDefinition& definition) {
-  replacement.RequireRoom(static_cast<off_t>(definition.rowCount) * off_t{sizeof(double)});
+  constexpr off_t HEADER_ROOM = 4096;  // more than the header takes
+  replacement.RequireRoom(HEADER_ROOM +
+                          static_cast<off_t>(definition.rowCount) * off_t{sizeof(double)});
 }
 
 template <typename Number>
