@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -23,6 +24,8 @@ constexpr char DESCRIPTION[] =
 constexpr char FOOTER[] =
     "ID is a scope, ':' and a name, such as topo:Boiler.\n"
     "Exit status: 0 done, 1 failed, 2 wrong usage, 3 partial data.";
+
+constexpr unsigned int LONGEST_WAIT = 86400;  // seconds
 
 const std::map<std::string, KoraLogLevel> LOG_LEVELS = {
     {"none", KoraLogLevel::None},
@@ -71,6 +74,15 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
       ->check([](const std::string& text) {
         return LOG_LEVELS.count(text) == 0 ? "unknown log level " + text : "";
       });
+  app.add_option_function<unsigned int>(
+         "--lock-timeout",
+         [&context](unsigned int seconds) {
+           context.rrdClient.SetPatience(std::chrono::seconds(seconds));
+         },
+         "How long to wait for a file that another process uses (default: 10)")
+      ->type_name("SECONDS")
+      ->take_last()
+      ->check(CLI::Range(0U, LONGEST_WAIT));
   app.set_version_flag("--version", "nvx-timeseries " NVX_TIMESERIES_VERSION);
 }
 
@@ -116,7 +128,7 @@ int Run(int argc, const char* const* argv) {
   app.require_subcommand(0, 1);  // an unknown command is named as such, a missing one below
   app.fallthrough();             // inherited by the commands: global options may follow the command
   app.failure_message([](const CLI::App*, const CLI::Error& error) {
-    return "nvx-timeseries: " + std::string(error.what()) + " (see --help)\n";
+    return "nvx-timeseries: " + WithoutControls(error.what()) + " (see --help)\n";
   });
   AddGlobalOptions(app, context);
   AddCommands(app, context);

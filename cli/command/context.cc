@@ -1,14 +1,43 @@
 #include "command/context.h"
 
+#include <filesystem>
+#include <system_error>
+
 #include "files/foreign_file.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Tells why there is no file at the path of an id.
+[[noreturn]] void RefuseAbsent(const std::string& zeltId, const fs::path& path) {
+  std::error_code error;
+  if (fs::is_directory(path, error)) {
+    throw CommandError(zeltId, path.string() + " is a directory", StatusCode::InvalidArgument);
+  }
+  if (error && error != std::errc::no_such_file_or_directory) {
+    throw CommandError(zeltId, path.string() + ": " + error.message(), StatusCode::IoError);
+  }
+  const fs::path directory = path.parent_path();
+  const bool isThere = fs::exists(directory, error);
+  throw CommandError(
+      zeltId, isThere ? "no such data source" : "there is no directory " + directory.string(),
+      StatusCode::NotFound);
+}
+
+}  // namespace
+
+std::string Context::GetDirectoryPath() const {
+  const bool isPlain = directory == "." || directory[0] == '/' || directory.rfind("./", 0) == 0;
+  return isPlain ? directory : "./" + directory;
+}
 
 std::string Context::GetPath(const std::string& zeltId) {
   std::string path;
   Require(MakeDatabase().GetPathToRrdFile(zeltId, path), zeltId,
           "not an id, which is a known scope, ':' and a name");
-  const std::size_t fileName = directory.size() + 1;
+  const std::size_t fileName = GetDirectoryPath().size() + 1;
   if (path.find('/', fileName) != std::string::npos) {
     throw CommandError(zeltId, "an id with '/' would leave the directory",
                        StatusCode::InvalidArgument);
@@ -18,7 +47,9 @@ std::string Context::GetPath(const std::string& zeltId) {
 
 std::string Context::GetPathOfExisting(const std::string& zeltId) {
   std::string path = GetPath(zeltId);
-  Require(Utilities::FileSystem::CheckFileExist(path), zeltId, "no such data source");
+  if (Utilities::FileSystem::CheckFileExist(path) != StatusCode::Success) {
+    RefuseAbsent(zeltId, path);
+  }
   return path;
 }
 

@@ -3,11 +3,11 @@
 #include <string>
 
 #include "error/command_error.h"
+#include "files/patient_client.h"
 #include "store/metadata_store.h"
 #include "timeseries/host.h"
 #include "timeseries/rrd/database.h"
 #include "timeseries/rrd/numerical_data_source.h"
-#include "timeseries/rrd_client.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -18,9 +18,13 @@ struct Context {
   ExitStatus exitStatus = EXIT_DONE;
   Utilities::FileSystem fileSystem;
   MetadataStore store;
-  RrdClient rrdClient;
+  PatientClient rrdClient;
 
-  Rrd::Database MakeDatabase() { return {directory, fileSystem, store, rrdClient}; }
+  Rrd::Database MakeDatabase() { return {GetDirectoryPath(), fileSystem, store, rrdClient}; }
+
+  // The directory as it is handed over. The RRD library takes a path such as "cb//x.rrd" for the
+  // URL of a server, but not one that begins with "/" or "./".
+  std::string GetDirectoryPath() const;
 
   // The path of an id's file, whether it exists or not; it lies in the directory itself.
   std::string GetPath(const std::string& zeltId);

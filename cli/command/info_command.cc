@@ -87,7 +87,7 @@ nlohmann::ordered_json MakeTime(long long timestamp) {
 
 void PrintObject(const nlohmann::ordered_json& object) {
   constexpr int INDENT = 2;
-  std::cout << object.dump(INDENT, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+  std::cout << object.dump(INDENT, ' ', true, nlohmann::json::error_handler_t::replace) << '\n';
 }
 
 // Reads all files before it writes the first entry, so that a mistaken id changes nothing.
@@ -106,8 +106,8 @@ void Refresh(const std::vector<std::string>& zeltIds, Context& context) {
   }
   for (const Information& information : all) {
     context.store.Write(information.path, information.first, information.step);
-    std::cout << information.path << ": first " << FormatTime(information.first) << ", step "
-              << information.step << " s stored\n";
+    std::cout << WithoutControls(information.path) << ": first " << FormatTime(information.first)
+              << ", step " << information.step << " s stored\n";
   }
 }
 
@@ -115,7 +115,7 @@ void PrintText(const Information& information) {
   const auto origin = [&information](bool isStored) {
     return information.hasOrigins ? std::string(", from the ") + NameOrigin(isStored) : "";
   };
-  std::cout << "path      " << information.path << '\n'
+  std::cout << "path      " << WithoutControls(information.path) << '\n'
             << "step      " << information.step << " s" << origin(information.isStepStored) << '\n'
             << "interval  "
             << (information.interval ? QueryIntervalToString(*information.interval) : "none")
@@ -144,7 +144,7 @@ void PrintJson(const Information& information) {
 
 void PrintText(const ForeignFile& file, const std::string& path) {
   const auto& content = file.content;
-  std::cout << "path      " << path << '\n'
+  std::cout << "path      " << WithoutControls(path) << '\n'
             << "layout    " << Rrd::Tool::GetLayoutName(content.layout) << '\n'
             << "step      " << content.step << " s\n"
             << "sources   " << content.dsCount << '\n'
@@ -154,7 +154,8 @@ void PrintText(const ForeignFile& file, const std::string& path) {
   if (content.unusedSize != 0) {
     std::cout << "unused    " << content.unusedSize << " bytes at its end\n";
   }
-  std::cout << "open by   " << (file.command.empty() ? "nothing: " + file.reason : file.command)
+  std::cout << "open by   "
+            << WithoutControls(file.command.empty() ? "nothing: " + file.reason : file.command)
             << '\n';
 }
 

@@ -9,6 +9,7 @@
 #include "input/csv_reader.h"
 #include "input/sample_text.h"
 #include "input/time_text.h"
+#include "output/message.h"
 #include "output/progress_bar.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -20,6 +21,7 @@ struct UpdateOptions {
   std::optional<std::string> csvPath;
   std::optional<std::string> column;
   std::string zoneName = "UTC";
+  bool isForced = false;
 };
 
 constexpr char CSV_HELP[] =
@@ -94,13 +96,14 @@ void Update(const UpdateOptions& options, Context& context) {
   }
   const std::string path = context.GetPathOfNative(options.zeltId);
   const cctz::time_zone zone = LoadZone(options.zoneName);
-  SampleWriter writer(context.rrdClient, path, options.zeltId);
+  SampleWriter writer(context.rrdClient, path, options.zeltId, options.isForced);
   if (options.csvPath) {
     StoreCsvFile(options, zone, writer);
   } else {
     StoreArguments(options.samples, zone, writer);
   }
-  std::cout << options.zeltId << ": " << CountSamples(writer.GetStoredCount()) << " stored\n";
+  std::cout << WithoutControls(options.zeltId) << ": " << CountSamples(writer.GetStoredCount())
+            << " stored\n";
 }
 
 }  // namespace
@@ -124,6 +127,7 @@ void AddUpdateCommand(CLI::App& app, Context& context) {
       ->needs(csv);
   command->add_option("--zone", options->zoneName, "Time zone of TIME (default: UTC)")
       ->type_name("ZONE");
+  command->add_flag("--force", options->isForced, "Store samples of more than a day in the future");
   command->footer(std::string(CSV_HELP) + "\n" + TIME_HELP);
   command->callback([options, &context] { Update(*options, context); });
 }

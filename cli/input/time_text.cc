@@ -12,6 +12,12 @@ namespace {
 constexpr long long EARLIEST_TIME = -62135596800;  // 0001-01-01T00:00:00Z
 constexpr long long LATEST_TIME = 253402300799;    // 9999-12-31T23:59:59Z
 
+// cctz would open any path, and what else it takes for a zone has a colon in its name.
+bool IsNameOfDatabase(const std::string& name) {
+  constexpr char LETTERS[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+-_/";
+  return name.find_first_not_of(LETTERS) == std::string::npos && name.rfind('/', 0) != 0;
+}
+
 bool HasOffset(const std::string& text) {
   const std::size_t clock = text.find('T');
   return clock != std::string::npos && text.find_first_of("Z+-", clock) != std::string::npos;
@@ -41,7 +47,9 @@ std::optional<long long> ParseIso8601(const std::string& text, const cctz::time_
 
 cctz::time_zone LoadZone(const std::string& name) {
   Date::Date date;
-  Require(date.Initialize(0, name), name, "unknown time zone");
+  const StatusCode status =
+      IsNameOfDatabase(name) ? date.Initialize(0, name) : StatusCode::InvalidArgument;
+  Require(status, name, "unknown time zone");
   return date.timeZone;
 }
 

@@ -60,7 +60,7 @@ void ConversionSummary::PrintJson() const {
     object["notes"].push_back({{"path", note.path}, {"text", note.text}});
   }
   constexpr int INDENT = 2;
-  std::cout << object.dump(INDENT, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+  std::cout << object.dump(INDENT, ' ', true, nlohmann::json::error_handler_t::replace) << '\n';
 }
 
 void ConversionSummary::PrintReasons(const std::vector<Problem>& problems) {
