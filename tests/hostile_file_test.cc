@@ -52,7 +52,8 @@ std::string ReadFile(const std::string& path) {
   std::vector<std::vector<const char*>> commands = {
       {"info", "topo:x", "--format", "json"},
       {"query", "topo:x", "--interval", "1m", "--format", "csv"},
-      {"query", "topo:x", "--interval", "1d"},
+      {"query", "topo:x", "--interval", "1d", "--partial"},
+      {"last", "topo:x"},
       {"query", "topo:x", "--interval", "all", "--no-adjust"},
       {"query", "topo:x", "--interval", "1h", "--from", "2023-11-14", "--to", "2023-11-16",
        "--function", "delta"},
@@ -229,11 +230,12 @@ TEST(HostileFile, IsFetchedFromTheArchiveThatIsExpected) {
   const std::string path = directory.GetPath("a.rrd");
   const RrdClient client;
   std::mt19937 random(2);
-  for (int i = 0; i < 200; ++i) {
+  constexpr const char* FUNCTIONS[] = {"LAST", "LAST", "AVERAGE", "MIN", "MAX", "no function", ""};
+  for (int i = 0; i < 400; ++i) {
     RrdFileBytes file{1, {}};
     for (auto count = random() % 4 + 1; count > 0; --count) {
       file.archives.push_back(
-          {random() % 3 == 0 ? "MAX" : "LAST", random() % 9 + 1, random() % 7 + 1});
+          {FUNCTIONS[random() % std::size(FUNCTIONS)], random() % 9 + 1, random() % 4 + 1});
     }
     WriteFile(path, file.Make());
     const long long start = LAST - static_cast<long long>(random() % 4000);

@@ -4,7 +4,6 @@
 #include <string_view>
 #include <utility>
 
-#include "rrd/prediction.h"
 #include "timeseries/rrd/constants.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd {
@@ -74,10 +73,12 @@ long long GetRowLength(const FileDescription& description, const ArchiveDescript
   return static_cast<long long>(archive.stepsPerRow) * static_cast<long long>(description.step);
 }
 
-// Of rows of one step, the RRD library takes any function for the one that it is asked for.
+// A row of one step is equal under these four, and the RRD library takes one for another.
 bool IsFetched(const ArchiveDescription& archive) {
-  return archive.consolidation == LAST_KEYWORD ||
-         (archive.stepsPerRow == 1 && !IsPrediction(archive.consolidation));
+  const std::string& function = archive.consolidation;
+  return function == LAST_KEYWORD ||
+         (archive.stepsPerRow == 1 &&
+          (function == "AVERAGE" || function == "MIN" || function == "MAX"));
 }
 
 }  // namespace
