@@ -53,6 +53,51 @@ Answer Delta(const Run& run) {
   return {valid.back() - valid.front(), !IsMissing(run.front()) && !IsMissing(run.back())};
 }
 
+Answer Increase(const Run& run) {
+  const Run valid = WithoutMissing(run);
+  if (valid.size() < 2) {
+    return {};
+  }
+  Answer answer{0, valid.size() == run.size()};
+  for (std::size_t i = 1; i < valid.size(); ++i) {
+    answer.value += valid[i] - (valid[i] < valid[i - 1] ? 0 : valid[i - 1]);
+  }
+  return answer;
+}
+
+// The samples before the last one are those of the run alone.
+Answer Count(const Run& run) {
+  const Run own(run.begin(), std::max(run.begin() + 1, run.end() - 1));
+  const auto count = static_cast<double>(WithoutMissing(own).size());
+  return {count, count == static_cast<double>(own.size())};
+}
+
+Answer Sum(const Run& run) {
+  const Run valid = WithoutMissing(Run(run.begin(), std::max(run.begin() + 1, run.end() - 1)));
+  return valid.empty()
+             ? Answer{}
+             : Answer{std::accumulate(valid.begin(), valid.end(), 0.0), Count(run).isGood};
+}
+
+Answer Minimum(const Run& run) {
+  const Run valid = WithoutMissing(run.size() == 2 ? Run{run[0]} : run);
+  return valid.empty() ? Answer{}
+                       : Answer{*std::min_element(valid.begin(), valid.end()), Average(run).isGood};
+}
+
+Answer Maximum(const Run& run) {
+  Run negated(run.size());
+  std::transform(run.begin(), run.end(), negated.begin(), std::negate<>());
+  const Answer least = Minimum(negated);
+  return {-least.value, least.isGood};
+}
+
+template <StatusCode (*REDUCE)(const double*, const double*, double&, bool&)>
+StatusCode Fetch(Rrd::NumericalDataSource& source, const TimeWindow& window, QueryInterval interval,
+                 Points& points) {
+  return source.Fetch(window, interval, REDUCE, points);
+}
+
 // A query, and what it makes of the samples of one interval.
 struct Function {
   const char* name;
@@ -64,6 +109,11 @@ struct Function {
 const Function FUNCTIONS[] = {
     {"average", &Rrd::NumericalDataSource::FetchAverage, Average},
     {"delta", &Rrd::NumericalDataSource::FetchDelta, Delta},
+    {"increase", Fetch<DataFunctions::ComputeIncrease>, Increase},
+    {"minimum", Fetch<DataFunctions::ComputeMinimum>, Minimum},
+    {"maximum", Fetch<DataFunctions::ComputeMaximum>, Maximum},
+    {"sum", Fetch<DataFunctions::ComputeSum>, Sum},
+    {"count", Fetch<DataFunctions::ComputeCount>, Count},
 };
 
 // A file of random samples around a change of a zone's clocks.
