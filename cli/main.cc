@@ -92,6 +92,7 @@ void AddCommands(CLI::App& app, Context& context) {
   AddUpdateCommand(app, context);
   AddListCommand(app, context);
   AddInfoCommand(app, context);
+  AddLastCommand(app, context);
   AddQueryCommand(app, context);
   AddConvertCommand(app, context);
 }

@@ -14,6 +14,7 @@ void AddMigrateCommand(CLI::App& app, Context& context);
 void AddUpdateCommand(CLI::App& app, Context& context);
 void AddListCommand(CLI::App& app, Context& context);
 void AddInfoCommand(CLI::App& app, Context& context);
+void AddLastCommand(CLI::App& app, Context& context);
 void AddQueryCommand(CLI::App& app, Context& context);
 void AddConvertCommand(CLI::App& app, Context& context);
 

@@ -31,4 +31,18 @@ LastError::LastError()
                     }
                   }) {}
 
+std::string LastError::GetReason() const {
+  constexpr std::string_view BEFORE[] = {"rrd error :[", "error ["};
+  constexpr std::string_view BEHIND[] = {"], file path [", "],Time window "};
+  for (const std::string_view before : BEFORE) {
+    const std::size_t position = message.find(before);
+    if (position != std::string::npos) {
+      const std::string reason = message.substr(position + before.size());
+      return reason.substr(0, std::min({reason.find(BEHIND[0]), reason.find(BEHIND[1]),
+                                        reason.rfind(']')}));
+    }
+  }
+  return message;
+}
+
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

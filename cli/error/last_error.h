@@ -16,6 +16,10 @@ class LastError {
   // when there was none.
   const std::string& GetMessage() const { return message; }
 
+  // The RRD library's own words, or those of what is wrong with a file, out of the message; the
+  // whole message when it has none.
+  std::string GetReason() const;
+
  private:
   std::string message;
   Workstation::LogRedirection redirection;

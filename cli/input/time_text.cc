@@ -53,13 +53,14 @@ cctz::time_zone LoadZone(const std::string& name) {
   return date.timeZone;
 }
 
+bool IsTime(long long seconds) { return EARLIEST_TIME <= seconds && seconds <= LATEST_TIME; }
+
 std::optional<long long> ParseTime(const std::string& text, const cctz::time_zone& zone) {
   std::optional<long long> seconds = ParseSeconds(text);
   if (!seconds) {
     seconds = ParseIso8601(text, zone);
   }
-  const bool isInRange = seconds && EARLIEST_TIME <= *seconds && *seconds <= LATEST_TIME;
-  return isInRange ? seconds : std::nullopt;
+  return seconds && IsTime(*seconds) ? seconds : std::nullopt;
 }
 
 long long ReadTime(const std::string& text, const cctz::time_zone& zone) {

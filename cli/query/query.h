@@ -1,0 +1,43 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "query/point_function.h"
+#include "timeseries/query_interval.h"
+#include "timeseries/rrd/file_description.h"
+#include "timeseries/rrd_client.h"
+#include "timeseries/time_window.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// What is asked of one file.
+struct Query {
+  std::string zeltId;
+  std::string path;
+  Rrd::FileDescription file;
+  QueryInterval interval;
+  PointFunction function;
+};
+
+// Throws CommandError for a window of more samples than the archive that answers it has, or the
+// memory may hold.
+void RequireBoundedSamples(const Query& query, const TimeWindow& window);
+
+// The same for its points.
+void RequireBoundedPoints(const Query& query, const TimeWindow& window);
+
+// The start of the first interval with a sample in the window, or the first sample itself where
+// intervals do not begin at their bounds. Throws CommandError when there is no sample.
+long long FindStart(const Query& query, const TimeWindow& window, bool isOnBound,
+                    const RrdClient& client);
+
+// Leaves the complete intervals in the window. With `isPartial`, it may be left empty, and the
+// interval that is cut by its end is returned, if one is.
+std::optional<TimeWindow> AdjustWindow(const Query& query, bool isPartial, TimeWindow& window);
+
+// Tells on standard error which archive of a file of another shape answers, and whether its rows
+// are repeated because the intervals are shorter.
+void TellArchive(const Query& query, const TimeWindow& window);
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,63 @@
+#include "query/single_point.h"
+
+#include <limits>
+#include <vector>
+
+#include "error/command_error.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+constexpr double MISSING = std::numeric_limits<double>::quiet_NaN();
+
+struct Run {
+  std::vector<double> samples;
+  bool endsWithSample = false;  // at the end of the window itself
+};
+
+// A fetch goes on to the step after an end between two steps.
+Run Fetch(const Query& query, const TimeWindow& window, const RrdClient& client) {
+  Rrd::FetchResult result;
+  Require(client.Fetch(query.path, window.start.timestamp, window.end.timestamp, result),
+          query.zeltId, "no answer for " + TimeWindowToString(window));
+  Run run;
+  long long time = result.GetStartTime();
+  for (unsigned int i = 0; i < result.GetSampleCount() && time <= window.end.timestamp; ++i) {
+    run.samples.push_back(result.GetData()[i]);
+    run.endsWithSample = time == window.end.timestamp;
+    time += static_cast<long long>(result.GetStep());
+  }
+  return run;
+}
+
+NumericalDataPoint Compute(const Query& query, const TimeWindow& window,
+                           const std::vector<double>& samples) {
+  NumericalDataPoint point;
+  point.date = window.start;
+  Require(query.function.compute(&samples.front(), &samples.back(), point.value, point.quality),
+          query.zeltId, "no answer for " + TimeWindowToString(window));
+  return point;
+}
+
+}  // namespace
+
+NumericalDataPoint ComputeWhole(const Query& query, const TimeWindow& window,
+                                const RrdClient& client) {
+  Run run = Fetch(query, window, client);
+  // Without a sample at its end, every sample is the window's own.
+  if (run.samples.empty() || (query.function.leavesOutBoundary && !run.endsWithSample)) {
+    run.samples.push_back(MISSING);
+  }
+  return Compute(query, window, run.samples);
+}
+
+NumericalDataPoint ComputePartial(const Query& query, const TimeWindow& window,
+                                  const RrdClient& client) {
+  Run run = Fetch(query, window, client);
+  run.samples.push_back(MISSING);  // what will end the interval
+  NumericalDataPoint point = Compute(query, window, run.samples);
+  point.quality = false;
+  return point;
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
