@@ -264,10 +264,12 @@ TEST(HostileFile, IsNotFetchedIntoMoreMemoryThanItHas) {
   const std::string path = directory.GetPath("a.rrd");
   const RrdClient client;
   const LogCapture log(0);
-  WriteFile(path, RrdFileBytes{400, {{"LAST", 1, 1}}, 1}.Make());
-  Rrd::FetchResult result;
-  EXPECT_EQ(client.Fetch(path, LAST - 40'000'000, LAST, result), StatusCode::Failure);
-  EXPECT_EQ(client.Fetch(path, LAST - 3600, LAST, result), StatusCode::Success);
+  for (const char* function : {"LAST", "AVERAGE"}) {
+    WriteFile(path, RrdFileBytes{400, {{function, 1, 1}}, 1}.Make());
+    Rrd::FetchResult result;
+    EXPECT_EQ(client.Fetch(path, LAST - 40'000'000, LAST, result), StatusCode::Failure);
+    EXPECT_EQ(client.Fetch(path, LAST - 3600, LAST, result), StatusCode::Success);
+  }
 }
 
 }  // namespace

@@ -28,14 +28,29 @@ struct QueryOptions {
   bool isPartial = false;
 };
 
-Query MakeQuery(const QueryOptions& options, Context& context) {
-  const QueryInterval interval = ReadInterval(options.interval);
-  if (options.isPartial && interval == QueryInterval::FullPeriod) {
+// What is asked of any file.
+struct Question {
+  QueryInterval interval;
+  cctz::time_zone zone;
+  std::optional<long long> from;
+  std::optional<long long> to;
+};
+
+Question ReadQuestion(const QueryOptions& options) {
+  Question question{ReadInterval(options.interval), LoadZone(options.zoneName), {}, {}};
+  if (options.from) {
+    question.from = ReadTime(*options.from, question.zone);
+  }
+  if (options.to) {
+    question.to = ReadTime(*options.to, question.zone);
+  }
+  if (question.from && question.to && *question.from >= *question.to) {
+    throw CLI::ValidationError("--to", "is not after --from");
+  }
+  if (options.isPartial && question.interval == QueryInterval::FullPeriod) {
     throw CLI::ValidationError("--partial", "the interval all is never cut");
   }
-  const std::string path = context.GetPathOfNative(options.zeltId);
-  return {options.zeltId, path, DescribeSingleSource(context.rrdClient, path, options.zeltId),
-          interval, options.function};
+  return question;
 }
 
 // A stored timestamp may be any number.
@@ -43,27 +58,23 @@ long long GetFirst(const Query& query, Context& context) {
   long long first = 0;
   Require(context.MakeDataSource(query.path).GetFirstTimestamp(first), query.zeltId,
           "its first timestamp cannot be read");
-  if (!IsTime(first)) {
-    throw CommandError(query.zeltId, "its first timestamp in the store is out of range",
-                       StatusCode::OutOfRange);
-  }
-  return first;
+  return ClampTime(first);
 }
 
-TimeWindow MakeWindow(const QueryOptions& options, const Query& query, Context& context) {
-  const cctz::time_zone zone = LoadZone(options.zoneName);
+TimeWindow MakeWindow(const Question& question, const Query& query, bool isUnadjusted,
+                      Context& context) {
   TimeWindow window;
-  window.start.timeZone = zone;
-  window.end.timeZone = zone;
-  window.start.timestamp = options.from ? ReadTime(*options.from, zone) : GetFirst(query, context);
-  window.end.timestamp = options.to ? ReadTime(*options.to, zone) : query.file.lastUpdate;
-  if (!options.from && window.start.timestamp <= window.end.timestamp) {
+  window.start.timeZone = question.zone;
+  window.end.timeZone = question.zone;
+  window.start.timestamp = question.from ? *question.from : GetFirst(query, context);
+  window.end.timestamp = question.to ? *question.to : query.file.lastUpdate;
+  if (!question.from && window.start.timestamp <= window.end.timestamp) {
     RequireBoundedSamples(query, window);
-    const bool isOnBound = !options.isUnadjusted && query.interval != QueryInterval::FullPeriod;
+    const bool isOnBound = !isUnadjusted && query.interval != QueryInterval::FullPeriod;
     window.start.timestamp = FindStart(query, window, isOnBound, context.rrdClient);
   }
   if (window.start.timestamp >= window.end.timestamp) {
-    throw CommandError(options.zeltId, "from is not before to: " + TimeWindowToString(window),
+    throw CommandError(query.zeltId, "from is not before to: " + TimeWindowToString(window),
                        StatusCode::InvalidArgument);
   }
   return window;
@@ -123,8 +134,12 @@ void Print(const std::vector<NumericalDataPoint>& points, PointFormat format) {
 }
 
 void Run(const QueryOptions& options, Context& context) {
-  const Query query = MakeQuery(options, context);
-  const TimeWindow window = MakeWindow(options, query, context);
+  const Question question = ReadQuestion(options);
+  const std::string path = context.GetPathOfNative(options.zeltId);
+  const Query query{options.zeltId, path,
+                    DescribeSingleSource(context.rrdClient, path, options.zeltId),
+                    question.interval, options.function};
+  const TimeWindow window = MakeWindow(question, query, options.isUnadjusted, context);
   Print(Answer(options, query, window, context), options.format);
 }
 

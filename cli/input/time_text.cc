@@ -1,5 +1,6 @@
 #include "input/time_text.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "error/command_error.h"
@@ -53,14 +54,14 @@ cctz::time_zone LoadZone(const std::string& name) {
   return date.timeZone;
 }
 
-bool IsTime(long long seconds) { return EARLIEST_TIME <= seconds && seconds <= LATEST_TIME; }
+long long ClampTime(long long seconds) { return std::clamp(seconds, EARLIEST_TIME, LATEST_TIME); }
 
 std::optional<long long> ParseTime(const std::string& text, const cctz::time_zone& zone) {
   std::optional<long long> seconds = ParseSeconds(text);
   if (!seconds) {
     seconds = ParseIso8601(text, zone);
   }
-  return seconds && IsTime(*seconds) ? seconds : std::nullopt;
+  return seconds && ClampTime(*seconds) == *seconds ? seconds : std::nullopt;
 }
 
 long long ReadTime(const std::string& text, const cctz::time_zone& zone) {

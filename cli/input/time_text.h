@@ -14,8 +14,8 @@ constexpr char TIME_HELP[] =
 // Throws CommandError for a zone that the zoneinfo database does not know.
 cctz::time_zone LoadZone(const std::string& name);
 
-// Whether seconds since the epoch lie in the years 1 to 9999.
-bool IsTime(long long seconds);
+// The nearest time in the years 1 to 9999.
+long long ClampTime(long long seconds);
 
 // Reads a TIME as seconds since the epoch. A local time that the clocks skip is the first instant
 // after the gap, one that they repeat is its first occurrence. Nothing for any other text and for
