@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
@@ -53,12 +54,12 @@ Question ReadQuestion(const QueryOptions& options) {
   return question;
 }
 
-// A stored timestamp may be any number.
+// A stored timestamp may be any number, and archives may reach back behind 1970, but no sample can.
 long long GetFirst(const Query& query, Context& context) {
   long long first = 0;
   Require(context.MakeDataSource(query.path).GetFirstTimestamp(first), query.zeltId,
           "its first timestamp cannot be read");
-  return ClampTime(first);
+  return std::max(ClampTime(first), EARLIEST_SAMPLE);
 }
 
 TimeWindow MakeWindow(const Question& question, const Query& query, bool isUnadjusted,

@@ -11,6 +11,10 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
+// RRD files have no sample at the epoch or before it, where the RRD library counts steps
+// differently.
+constexpr long long EARLIEST_SAMPLE = 1;
+
 // What is asked of one file.
 struct Query {
   std::string zeltId;

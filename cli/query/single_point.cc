@@ -1,5 +1,6 @@
 #include "query/single_point.h"
 
+#include <algorithm>
 #include <limits>
 #include <vector>
 
@@ -17,14 +18,16 @@ struct Run {
 
 // A fetch goes on to the step after an end between two steps.
 Run Fetch(const Query& query, const TimeWindow& window, const RrdClient& client) {
+  const long long end = window.end.timestamp;
+  const long long start = std::max(window.start.timestamp, std::min(EARLIEST_SAMPLE, end));
   Rrd::FetchResult result;
-  Require(client.Fetch(query.path, window.start.timestamp, window.end.timestamp, result),
-          query.zeltId, "no answer for " + TimeWindowToString(window));
+  Require(client.Fetch(query.path, start, end, result), query.zeltId,
+          "no answer for " + TimeWindowToString(window));
   Run run;
   long long time = result.GetStartTime();
-  for (unsigned int i = 0; i < result.GetSampleCount() && time <= window.end.timestamp; ++i) {
+  for (unsigned int i = 0; i < result.GetSampleCount() && time <= end; ++i) {
     run.samples.push_back(result.GetData()[i]);
-    run.endsWithSample = time == window.end.timestamp;
+    run.endsWithSample = time == end;
     time += static_cast<long long>(result.GetStep());
   }
   return run;
