@@ -38,8 +38,8 @@ std::string LastError::GetReason() const {
     const std::size_t position = message.find(before);
     if (position != std::string::npos) {
       const std::string reason = message.substr(position + before.size());
-      return reason.substr(0, std::min({reason.find(BEHIND[0]), reason.find(BEHIND[1]),
-                                        reason.rfind(']')}));
+      return reason.substr(
+          0, std::min({reason.find(BEHIND[0]), reason.find(BEHIND[1]), reason.rfind(']')}));
     }
   }
   return message;
