@@ -19,7 +19,7 @@ std::string JoinNames(const Items& items, Name name) {
 
 }  // namespace
 
-Rrd::FileDescription DescribeFile(const RrdClient& client, const std::string& path,
+Rrd::FileDescription DescribeFile(const PatientClient& client, const std::string& path,
                                   const std::string& zeltId) {
   const LastError lastError;
   Rrd::FileDescription file;
@@ -28,7 +28,7 @@ Rrd::FileDescription DescribeFile(const RrdClient& client, const std::string& pa
   return file;
 }
 
-Rrd::FileDescription DescribeSingleSource(const RrdClient& client, const std::string& path,
+Rrd::FileDescription DescribeSingleSource(const PatientClient& client, const std::string& path,
                                           const std::string& zeltId) {
   Rrd::FileDescription file = DescribeFile(client, path, zeltId);
   if (file.dataSources.size() != 1) {

@@ -2,18 +2,18 @@
 
 #include <string>
 
-#include "timeseries/rrd_client.h"
+#include "files/patient_client.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 // What the file of an id consists of. Throws CommandError for a file that cannot be read, with the
 // reason.
-Rrd::FileDescription DescribeFile(const RrdClient& client, const std::string& path,
+Rrd::FileDescription DescribeFile(const PatientClient& client, const std::string& path,
                                   const std::string& zeltId);
 
 // The same of a file with one data source, of which every row is one value. Throws CommandError for
 // any other, naming its data sources.
-Rrd::FileDescription DescribeSingleSource(const RrdClient& client, const std::string& path,
+Rrd::FileDescription DescribeSingleSource(const PatientClient& client, const std::string& path,
                                           const std::string& zeltId);
 
 // The archive that a fetch from `start` on reads. Throws CommandError for a file of which the

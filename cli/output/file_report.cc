@@ -76,7 +76,7 @@ Json MakeArray(const std::vector<Item>& items) {
 
 void PrintObject(const Json& object, std::ostream& output) {
   constexpr int INDENT = 2;
-  output << object.dump(INDENT, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+  output << object.dump(INDENT, ' ', true, nlohmann::json::error_handler_t::replace) << '\n';
 }
 
 }  // namespace
@@ -90,7 +90,7 @@ void PrintText(const FileReport& report, std::ostream& output) {
     return report.hasOrigins ? std::string(", from the ") + NameOrigin(isStored) : "";
   };
   const Rrd::FileDescription& file = report.file;
-  output << "path      " << report.path << '\n'
+  output << "path      " << WithoutControls(report.path) << '\n'
          << "step      " << report.step << " s" << origin(report.isStepStored) << '\n'
          << "interval  " << (report.interval ? QueryIntervalToString(*report.interval) : "none")
          << origin(report.isStepStored) << '\n'
@@ -130,7 +130,7 @@ void PrintJson(const FileReport& report, std::ostream& output) {
 
 void PrintText(const ForeignFile& file, const std::string& path, std::ostream& output) {
   const auto& content = file.content;
-  output << "path      " << path << '\n'
+  output << "path      " << WithoutControls(path) << '\n'
          << "layout    " << Rrd::Tool::GetLayoutName(content.layout) << '\n'
          << "step      " << content.step << " s\n"
          << "sources   " << content.dsCount << '\n'
@@ -140,7 +140,8 @@ void PrintText(const ForeignFile& file, const std::string& path, std::ostream& o
   if (content.unusedSize != 0) {
     output << "unused    " << content.unusedSize << " bytes at its end\n";
   }
-  output << "open by   " << (file.command.empty() ? "nothing: " + file.reason : file.command)
+  output << "open by   "
+         << WithoutControls(file.command.empty() ? "nothing: " + file.reason : file.command)
          << '\n';
 }
 
