@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +15,8 @@
 
 #include "command/commands.h"
 #include "files/interruption.h"
+#include "input/nearest_word.h"
+#include "input/scope_text.h"
 #include "output/message.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -21,9 +24,7 @@ namespace {
 
 constexpr char DESCRIPTION[] =
     "Store time series in RRD files and query them per calendar interval.";
-constexpr char FOOTER[] =
-    "ID is a scope, ':' and a name, such as topo:Boiler.\n"
-    "Exit status: 0 done, 1 failed, 2 wrong usage, 3 partial data.";
+constexpr char EXIT_HELP[] = "Exit status: 0 done, 1 failed, 2 wrong usage, 3 partial data.";
 
 constexpr unsigned int LONGEST_WAIT = 86400;  // seconds
 
@@ -68,7 +69,7 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
          [](const std::string& name) {
            Log::RootLogger::GetInstance().SetLevel(LOG_LEVELS.at(name));
          },
-         "none, error (default), info or trace; lines go to standard error")
+         "none (default), error, info or trace; lines go to standard error")
       ->type_name("LEVEL")
       ->take_last()
       ->check([](const std::string& text) {
@@ -112,6 +113,43 @@ std::vector<std::string> ReadArguments(int argc, const char* const* argv) {
   return arguments;
 }
 
+std::string DescribeUnexpected(const CLI::App& app, const std::string& word) {
+  const std::vector<CLI::App*> commands = app.get_subcommands();
+  const bool isOption = word.size() > 1 && word.front() == '-';
+  std::vector<std::string> known;
+  if (isOption) {
+    std::vector<const CLI::App*> levels(commands.begin(), commands.end());
+    levels.push_back(&app);
+    for (const CLI::App* const level : levels) {
+      for (const CLI::Option* const option : level->get_options()) {
+        for (const std::string& name : option->get_lnames()) {
+          known.push_back("--" + name);
+        }
+      }
+    }
+  } else if (commands.empty()) {
+    for (const CLI::App* const command : app.get_subcommands(nullptr)) {
+      known.push_back(command->get_name());
+    }
+  }
+  const char* const kind =
+      isOption ? "unknown option" : (commands.empty() ? "unknown command" : "unexpected argument");
+  return std::string(kind) + " '" + word + "'" + SuggestWord(word.substr(0, word.find('=')), known);
+}
+
+// What was not understood is told first: that something else is missing may only follow from it.
+ExitStatus ExplainUsage(const CLI::App& app, const CLI::ParseError& error) {
+  if (error.get_exit_code() == 0) {  // help and version
+    app.exit(error);
+    return EXIT_DONE;
+  }
+  const std::vector<std::string> unexpected = app.remaining(true);
+  PrintMessage((unexpected.empty() ? std::string(error.what())
+                                   : DescribeUnexpected(app, unexpected.front())) +
+               " (see --help)");
+  return EXIT_WRONG_USAGE;
+}
+
 // As a shell expects it of a command that was interrupted: it ends by the signal itself.
 [[noreturn]] void EndBySignal(int signal) {
   std::cout.flush();
@@ -123,14 +161,12 @@ std::vector<std::string> ReadArguments(int argc, const char* const* argv) {
 }
 
 int Run(int argc, const char* const* argv) {
+  Log::RootLogger::GetInstance().SetLevel(KoraLogLevel::None);
   Context context;
   CLI::App app(DESCRIPTION, "nvx-timeseries");
-  app.footer(FOOTER);
+  app.footer(GetIdHelp() + "\n" + EXIT_HELP);
   app.require_subcommand(0, 1);  // an unknown command is named as such, a missing one below
   app.fallthrough();             // inherited by the commands: global options may follow the command
-  app.failure_message([](const CLI::App*, const CLI::Error& error) {
-    return "nvx-timeseries: " + WithoutControls(error.what()) + " (see --help)\n";
-  });
   AddGlobalOptions(app, context);
   AddCommands(app, context);
   try {
@@ -139,10 +175,10 @@ int Run(int argc, const char* const* argv) {
       throw CLI::RequiredError("A command");
     }
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? EXIT_DONE : EXIT_WRONG_USAGE;
+    return ExplainUsage(app, error);
   } catch (const CommandError& error) {
     PrintMessage(error.GetText());
-    return EXIT_FAILED;
+    return error.GetExitStatus();
   } catch (const Interrupted& interrupted) {
     EndBySignal(interrupted.signal);
   } catch (const std::exception& exception) {
@@ -152,10 +188,20 @@ int Run(int argc, const char* const* argv) {
   return context.exitStatus;
 }
 
-// Output that was lost is a failure, whatever the command thought.
+bool IsReaderGone() {
+  pollfd output{STDOUT_FILENO, POLLOUT, 0};
+  return poll(&output, 1, 0) == 1 && (output.revents & (POLLERR | POLLHUP)) != 0;
+}
+
+// Output that was lost is a failure, whatever the command thought; a reader that has gone away
+// wants no more of it.
 int FlushOutput(int exitStatus) {
   if (std::cout.flush()) {
     return exitStatus;
+  }
+  if (IsReaderGone()) {
+    std::signal(SIGPIPE, SIG_DFL);
+    std::raise(SIGPIPE);
   }
   PrintMessage(CommandError("standard output", "cannot be written", StatusCode::IoError).GetText());
   return EXIT_FAILED;
@@ -167,8 +213,8 @@ int FlushOutput(int exitStatus) {
 int main(int argc, char** argv) {
   namespace CommandLine = nvx::TimeSeriesDatabase::CommandLine;
   CommandLine::OccupyStandardStreams();
-  std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is an error of the output like any other
-  // So is a file at its limit (ulimit -f), which stands for a full disk in tests.
+  std::signal(SIGPIPE, SIG_IGN);  // work on files is not given up for a reader that goes away
+  // A file at its limit (ulimit -f), which stands for a full disk in tests, is an error like any.
   std::signal(SIGXFSZ, SIG_IGN);
   std::ios::sync_with_stdio(false);
   return CommandLine::FlushOutput(CommandLine::Run(argc, argv));

@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "files/foreign_file.h"
+#include "input/scope_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -35,12 +36,12 @@ std::string Context::GetDirectoryPath() const {
 
 std::string Context::GetPath(const std::string& zeltId) {
   std::string path;
-  Require(MakeDatabase().GetPathToRrdFile(zeltId, path), zeltId,
-          "not an id, which is a known scope, ':' and a name");
+  if (MakeDatabase().GetPathToRrdFile(zeltId, path) != StatusCode::Success) {
+    throw UsageError(zeltId, "not an id, which is a scope, ':' and a name" + SuggestScope(zeltId));
+  }
   const std::size_t fileName = GetDirectoryPath().size() + 1;
   if (path.find('/', fileName) != std::string::npos) {
-    throw CommandError(zeltId, "an id with '/' would leave the directory",
-                       StatusCode::InvalidArgument);
+    throw UsageError(zeltId, "an id with '/' would leave the directory");
   }
   return path;
 }

@@ -1,11 +1,17 @@
+#include <algorithm>
 #include <ctime>
 #include <filesystem>
+#include <iostream>
 #include <memory>
 
 #include "command/commands.h"
 #include "files/data_file.h"
 #include "files/file_error.h"
+#include "files/sample_writer.h"
+#include "input/csv_file.h"
+#include "input/csv_reader.h"
 #include "input/file_definition.h"
+#include "input/time_text.h"
 #include "output/message.h"
 #include "timeseries/rrd/file_helper.h"
 
@@ -14,6 +20,16 @@ namespace {
 
 // The past that a new file takes by default, so that a sample of right now is later than its start.
 constexpr long long DEFAULT_LEAD = 10;
+
+// As many samples lie in memory as a whole.
+constexpr std::size_t MAXIMUM_SAMPLE_COUNT = 1 << 25;
+
+struct CreateOptions {
+  FileDefinition definition;
+  CsvOptions csv;
+};
+
+using Samples = std::vector<std::pair<long long, double>>;
 
 // Some ids share a file name with another one, under which the data source is then listed.
 void WarnIfListedOtherwise(const std::string& zeltId, const std::string& path) {
@@ -26,33 +42,124 @@ void WarnIfListedOtherwise(const std::string& zeltId, const std::string& path) {
   }
 }
 
-void Create(const FileDefinition& definition, Context& context) {
+// The samples of the whole file, in the order of their times.
+Samples ReadSamples(const CreateOptions& options) {
+  CsvFile file(*options.csv.path);
+  CsvReader reader(file.GetStream(), file.GetName(), options.csv.column,
+                   LoadZone(options.definition.zoneName));
+  Samples samples;
+  while (const auto sample = reader.Read()) {
+    if (samples.size() == MAXIMUM_SAMPLE_COUNT) {
+      reader.Refuse("too many samples for one file");
+    }
+    samples.push_back(*sample);
+  }
+  if (samples.empty()) {
+    throw CommandError(file.GetName(), "no sample in it", StatusCode::InvalidArgument);
+  }
+  std::sort(samples.begin(), samples.end(),
+            [](const auto& one, const auto& other) { return one.first < other.first; });
+  const auto twice = std::adjacent_find(
+      samples.begin(), samples.end(),
+      [](const auto& one, const auto& other) { return one.first == other.first; });
+  if (twice != samples.end()) {
+    throw CommandError(file.GetName(), "the time " + FormatUtc(twice->first) + " occurs twice",
+                       StatusCode::InvalidArgument);
+  }
+  return samples;
+}
+
+long long RoundUp(long long time, long long step) { return (time + step - 1) / step * step; }
+
+// A file that begins one step before the samples, with a row for each step.
+FileDefinition FitToSamples(FileDefinition definition, std::optional<long long>& start,
+                            const Samples& samples) {
+  const long long first = samples.front().first;
+  const long long step = definition.step.value();
+  start = start.value_or(first - step);
+  if (*start < 1 || *start >= first) {
+    throw CommandError(definition.zeltId,
+                       "the first sample, of " + FormatUtc(first) + ", is too early for the start",
+                       StatusCode::InvalidArgument);
+  }
+  if (!definition.rowCount) {
+    definition.rowCount = (RoundUp(samples.back().first, step) - RoundUp(first, step)) / step + 1;
+    const std::string problem = FindProblem(definition);
+    if (!problem.empty()) {
+      throw CommandError(definition.zeltId,
+                         problem + "; the samples need " + std::to_string(*definition.rowCount),
+                         StatusCode::InvalidArgument);
+    }
+  }
+  return definition;
+}
+
+void StoreSamples(const Samples& samples, SampleWriter& writer) {
+  for (const auto& sample : samples) {
+    if (writer.IsBatchFull()) {
+      writer.StoreBatch();
+    }
+    writer.Add(sample);
+  }
+  writer.StoreBatch();
+}
+
+void Create(const CreateOptions& options, Context& context) {
+  FileDefinition definition = options.definition;
   const std::string path = context.GetPath(definition.zeltId);
-  CheckDefinition(definition);
-  const long long start = ReadStart(definition).value_or(std::time(nullptr) - DEFAULT_LEAD);
+  const std::string problem = FindProblem(definition);
+  if (!problem.empty()) {
+    throw UsageError(definition.zeltId, problem);
+  }
+  if (!definition.rowCount && !options.csv.path) {
+    throw CLI::RequiredError("--rows or --csv");
+  }
+  std::optional<long long> start = ReadStart(definition);
   if (!definition.isForced && Utilities::FileSystem::CheckFileExist(path) == StatusCode::Success) {
     throw CommandError(definition.zeltId, path + " exists; --force replaces it",
                        StatusCode::InvalidArgument);
   }
+  Samples samples;
+  if (options.csv.path) {
+    samples = ReadSamples(options);
+    definition = FitToSamples(definition, start, samples);
+  }
+  std::string summary;
+  const auto fill = [&](const std::string& newPath) {
+    if (!samples.empty()) {
+      SampleWriter writer(context.rrdClient, newPath, definition.zeltId,
+                          {false, definition.isForced});
+      StoreSamples(samples, writer);
+      summary = writer.Describe() + '\n';
+    }
+  };
   try {
-    CreateDataFile(path, MakeDataFileDefinition(definition, start), definition.isForced,
-                   context.rrdClient);
+    CreateDataFile(
+        path, MakeDataFileDefinition(definition, start.value_or(std::time(nullptr) - DEFAULT_LEAD)),
+        definition.isForced, context.rrdClient, fill);
   } catch (const FileError& error) {
     throw CommandError(definition.zeltId, path + " cannot be created: " + error.what(),
                        error.GetStatus());
   }
+  std::cout << summary;
   WarnIfListedOtherwise(definition.zeltId, path);
 }
 
 }  // namespace
 
 void AddCreateCommand(CLI::App& app, Context& context) {
-  CLI::App* const command = app.add_subcommand("create", "Create the file of a data source");
-  const auto definition = std::make_shared<FileDefinition>();
-  AddDefinitionOptions(*command, *definition,
-                       "Only later samples can be stored (default: 10 seconds ago)",
-                       "Replace an existing file");
-  command->callback([definition, &context] { Create(*definition, context); });
+  CLI::App* const command = app.add_subcommand(
+      "create", "Create the file of a data source, with --csv one that has samples");
+  const auto options = std::make_shared<CreateOptions>();
+  AddDefinitionOptions(*command, options->definition,
+                       {"with --csv by default what its samples need",
+                        "10 seconds ago, with --csv one step before its first sample", "no bound",
+                        "Replace an existing file"})
+      ->required();
+  AddCsvOptions(*command, options->csv,
+                "File of samples to store, all or none, or '-' for standard input");
+  command->footer(std::string(CSV_HELP) + "\n" + TIME_HELP);
+  command->callback([options, &context] { Create(*options, context); });
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

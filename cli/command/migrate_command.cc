@@ -3,19 +3,43 @@
 #include "command/commands.h"
 #include "files/data_file.h"
 #include "files/file_error.h"
+#include "files/file_shape.h"
 #include "input/file_definition.h"
 #include "input/time_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-void Migrate(const FileDefinition& definition, Context& context) {
-  const std::string path = context.GetPathOfNative(definition.zeltId);
-  CheckDefinition(definition);
-  const std::optional<long long> givenStart = ReadStart(definition);
-  long long last = 0;
-  Require(context.rrdClient.GetLastTimestamp(path, last), definition.zeltId,
-          path + " cannot be read");
+// What was not given is as it is in the file.
+FileDefinition Complete(FileDefinition definition, const Rrd::FileDescription& file) {
+  const Rrd::DataSourceDescription& source = file.dataSources.front();
+  definition.step = definition.step.value_or(static_cast<long long>(file.step));
+  definition.rowCount =
+      definition.rowCount.value_or(static_cast<long long>(file.archives.front().rowCount));
+  definition.minimum = definition.minimum.value_or(source.minimum);
+  definition.maximum = definition.maximum.value_or(source.maximum);
+  const std::string problem = FindProblem(definition);
+  if (!problem.empty()) {
+    throw CommandError(definition.zeltId, problem, StatusCode::InvalidArgument);
+  }
+  return definition;
+}
+
+void Migrate(const FileDefinition& given, Context& context) {
+  const std::string path = context.GetPath(given.zeltId);
+  const std::string problem = FindProblem(given);
+  if (!problem.empty()) {
+    throw UsageError(given.zeltId, problem);
+  }
+  const std::optional<long long> givenStart = ReadStart(given);
+  context.GetPathOfNative(given.zeltId);
+  const Rrd::FileDescription file = DescribeFile(context.rrdClient, path, given.zeltId);
+  if (!file.HasShapeOfCreate()) {
+    throw CommandError(given.zeltId, "its shape is not of this library: " + DescribeShape(file),
+                       StatusCode::InvalidArgument);
+  }
+  const FileDefinition definition = Complete(given, file);
+  const long long last = file.lastUpdate;
   const long long start = givenStart.value_or(last);
   if (start < last && !definition.isForced) {
     throw CommandError(
@@ -40,8 +64,9 @@ void AddMigrateCommand(CLI::App& app, Context& context) {
       "Make a data source's file anew with its samples; fewer rows keep the newest ones");
   const auto definition = std::make_shared<FileDefinition>();
   AddDefinitionOptions(*command, *definition,
-                       "Only later samples can be stored (default: the last update)",
-                       "Drop samples later than the start");
+                       {"default: those of the file", "the last update", "that of the file",
+                        "Accept that samples are lost"});
+  command->footer(TIME_HELP);
   command->callback([definition, &context] { Migrate(*definition, context); });
 }
 

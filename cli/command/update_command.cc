@@ -1,11 +1,10 @@
-#include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <memory>
-#include <system_error>
+#include <set>
 
 #include "command/commands.h"
 #include "files/sample_writer.h"
+#include "input/csv_file.h"
 #include "input/csv_reader.h"
 #include "input/sample_text.h"
 #include "input/time_text.h"
@@ -18,40 +17,36 @@ namespace {
 struct UpdateOptions {
   std::string zeltId;
   std::vector<std::string> samples;
-  std::optional<std::string> csvPath;
-  std::optional<std::string> column;
+  CsvOptions csv;
   std::string zoneName = "UTC";
-  bool isForced = false;
+  SamplePolicy policy;
 };
 
-constexpr char CSV_HELP[] =
-    "FILE has a header line, then lines of a time, a comma, and the values of the columns. They "
-    "are\n"
-    "stored in batches of 10000; a line that cannot be read keeps its whole batch out of the file.";
-constexpr char STANDARD_INPUT[] = "-";
+constexpr char BATCH_HELP[] =
+    "Lines are stored in batches of 10000; one that cannot be read keeps its whole batch out of\n"
+    "the file.";
 
-std::string CountSamples(unsigned long long count) {
-  return std::to_string(count) + (count == 1 ? " sample" : " samples");
-}
+using Samples = std::vector<std::pair<long long, double>>;
 
-void StoreArguments(const std::vector<std::string>& samples, const cctz::time_zone& zone,
-                    SampleWriter& writer) {
-  for (const std::string& text : samples) {
-    if (!writer.Add(ReadSample(text, zone))) {
-      throw CommandError(text, "its time occurs twice", StatusCode::InvalidArgument);
+Samples ReadArguments(const std::vector<std::string>& texts, const cctz::time_zone& zone) {
+  Samples samples;
+  std::set<long long> times;
+  for (const std::string& text : texts) {
+    samples.push_back(ReadSample(text, zone));
+    if (!times.insert(samples.back().first).second) {
+      throw UsageError(text, "its time occurs twice");
     }
   }
-  writer.StoreBatch();
+  return samples;
 }
 
-// `size` of the whole input is 0 when it is not known.
-void StoreLines(CsvReader& reader, std::istream& input, double size, SampleWriter& writer) {
+void StoreLines(CsvReader& reader, CsvFile& file, SampleWriter& writer) {
   ProgressBar progress;
   while (const auto sample = reader.Read()) {
     if (writer.IsBatchFull()) {
       writer.StoreBatch();
-      if (size > 0) {
-        progress.Show(static_cast<double>(input.tellg()) / size);
+      if (const auto share = file.GetReadShare()) {
+        progress.Show(*share);
       }
     }
     if (!writer.Add(*sample)) {
@@ -61,49 +56,38 @@ void StoreLines(CsvReader& reader, std::istream& input, double size, SampleWrite
   writer.StoreBatch();
 }
 
-void StoreCsv(std::istream& input, double size, const std::string& name,
-              const UpdateOptions& options, const cctz::time_zone& zone, SampleWriter& writer) {
-  CsvReader reader(input, name, options.column, zone);
+void StoreCsv(const UpdateOptions& options, const cctz::time_zone& zone, SampleWriter& writer) {
+  CsvFile file(*options.csv.path);
+  CsvReader reader(file.GetStream(), file.GetName(), options.csv.column, zone);
   try {
-    StoreLines(reader, input, size, writer);
+    StoreLines(reader, file, writer);
   } catch (CommandError& error) {
     if (writer.GetStoredCount() > 0) {
       error.AddNote("; " + CountSamples(writer.GetStoredCount()) + " before this batch stored");
     }
     throw;
   }
-}
-
-void StoreCsvFile(const UpdateOptions& options, const cctz::time_zone& zone, SampleWriter& writer) {
-  const std::string& path = *options.csvPath;
-  if (path == STANDARD_INPUT) {
-    StoreCsv(std::cin, 0, "standard input", options, zone, writer);
-    return;
+  if (!writer.HasSamples()) {
+    throw CommandError(file.GetName(), "no sample in it", StatusCode::InvalidArgument);
   }
-  std::ifstream input(path);
-  if (!input) {
-    throw CommandError(path, "cannot be opened", StatusCode::CannotOpen);
-  }
-  std::error_code error;
-  const bool isRegular = std::filesystem::is_regular_file(path, error);
-  const double size = isRegular ? static_cast<double>(std::filesystem::file_size(path, error)) : 0;
-  StoreCsv(input, size, path, options, zone, writer);
 }
 
 void Update(const UpdateOptions& options, Context& context) {
-  if (options.samples.empty() && !options.csvPath) {
+  if (options.samples.empty() && !options.csv.path) {
     throw CLI::RequiredError("TIME:VALUE or --csv");
   }
-  const std::string path = context.GetPathOfNative(options.zeltId);
   const cctz::time_zone zone = LoadZone(options.zoneName);
-  SampleWriter writer(context.rrdClient, path, options.zeltId, options.isForced);
-  if (options.csvPath) {
-    StoreCsvFile(options, zone, writer);
-  } else {
-    StoreArguments(options.samples, zone, writer);
+  const Samples samples = ReadArguments(options.samples, zone);
+  const std::string path = context.GetPathOfNative(options.zeltId);
+  SampleWriter writer(context.rrdClient, path, options.zeltId, options.policy);
+  if (options.csv.path) {
+    StoreCsv(options, zone, writer);
   }
-  std::cout << WithoutControls(options.zeltId) << ": " << CountSamples(writer.GetStoredCount())
-            << " stored\n";
+  for (const auto& sample : samples) {
+    writer.Add(sample);
+  }
+  writer.StoreBatch();
+  std::cout << WithoutControls(writer.Describe()) << '\n';
 }
 
 }  // namespace
@@ -118,17 +102,15 @@ void AddUpdateCommand(CLI::App& app, Context& context) {
           ->add_option("SAMPLES", options->samples,
                        "The samples, each TIME:VALUE; nan or no value is a missing sample")
           ->type_name("");
-  CLI::Option* const csv =
-      command->add_option("--csv", options->csvPath, "File of them, or '-' for standard input")
-          ->type_name("FILE")
-          ->excludes(samples);
-  command->add_option("--column", options->column, "Column of the value (default: the second)")
-      ->type_name("NAME")
-      ->needs(csv);
+  AddCsvOptions(*command, options->csv, "File of them, or '-' for standard input")
+      ->excludes(samples);
   command->add_option("--zone", options->zoneName, "Time zone of TIME (default: UTC)")
       ->type_name("ZONE");
-  command->add_flag("--force", options->isForced, "Store samples of more than a day in the future");
-  command->footer(std::string(CSV_HELP) + "\n" + TIME_HELP);
+  command->add_flag("--skip-past", options->policy.mayBePast,
+                    "Leave out samples that are not later than the file's last update");
+  command->add_flag("--force", options->policy.mayBeFuture,
+                    "Store samples of more than a day in the future");
+  command->footer(std::string(CSV_HELP) + "\n" + BATCH_HELP + "\n" + TIME_HELP);
   command->callback([options, &context] { Update(*options, context); });
 }
 

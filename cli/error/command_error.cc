@@ -6,7 +6,14 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 
 CommandError::CommandError(const std::string& errorSubject, const std::string& errorProblem,
                            StatusCode errorStatus)
-    : subject(errorSubject), problem(errorProblem), status(errorStatus) {}
+    : CommandError(errorSubject, errorProblem, errorStatus, EXIT_FAILED) {}
+
+CommandError::CommandError(const std::string& errorSubject, const std::string& errorProblem,
+                           StatusCode errorStatus, ExitStatus errorExitStatus)
+    : subject(errorSubject),
+      problem(errorProblem),
+      status(errorStatus),
+      exitStatus(errorExitStatus) {}
 
 std::string CommandError::GetText() const {
   return subject + ": " + problem + " (" + Workstation::StatusCodeToString(status) + ", " +

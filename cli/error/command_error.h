@@ -14,7 +14,7 @@ enum ExitStatus : int {
   EXIT_PARTIAL_DATA = 3,
 };
 
-// Ends a command with one line on standard error and EXIT_FAILED.
+// Ends a command with one line on standard error and an exit status, EXIT_FAILED.
 class CommandError {
  public:
   // The line reads "nvx-timeseries: SUBJECT: PROBLEM (InvalidArgument, 28)".
@@ -26,10 +26,24 @@ class CommandError {
 
   std::string GetText() const;
 
+  ExitStatus GetExitStatus() const { return exitStatus; }
+
+ protected:
+  CommandError(const std::string& errorSubject, const std::string& errorProblem,
+               StatusCode errorStatus, ExitStatus errorExitStatus);
+
  private:
   std::string subject;
   std::string problem;
   StatusCode status;
+  ExitStatus exitStatus;
+};
+
+// An argument that is wrong whatever the files hold: EXIT_WRONG_USAGE, InvalidArgument.
+class UsageError : public CommandError {
+ public:
+  UsageError(const std::string& argument, const std::string& problem)
+      : CommandError(argument, problem, StatusCode::InvalidArgument, EXIT_WRONG_USAGE) {}
 };
 
 // Throws a CommandError unless the status is Success.

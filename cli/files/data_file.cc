@@ -84,7 +84,7 @@ void Finish(FileReplacement& replacement, const DataFileDefinition& definition,
 }  // namespace
 
 void CreateDataFile(const std::string& path, const DataFileDefinition& definition, bool mayReplace,
-                    const RrdClient& client) {
+                    const RrdClient& client, const std::function<void(const std::string&)>& fill) {
   const ResolvedPath resolved = Resolve(path);
   const Directory directory(resolved.directory);
   LockedDirectory lock(directory);
@@ -103,6 +103,8 @@ void CreateDataFile(const std::string& path, const DataFileDefinition& definitio
     RequireDone(status, lastError.GetMessage(), replacement, path);
   }
   Finish(replacement, definition, client);
+  fill(replacement.GetPath());
+  replacement.Sync();
   if (old) {
     replacement.Replace(*old);
   } else {

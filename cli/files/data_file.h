@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "timeseries/rrd_client.h"
@@ -16,9 +17,10 @@ struct DataFileDefinition {
 };
 
 // Makes the data file at `path`, where nothing may be unless `mayReplace`. The new file has been
-// read back and has what was asked for. Throws FileError; all is as it was then.
+// read back and has what was asked for; `fill` stores samples in it, by another path, before it is
+// put in place. Throws FileError and what `fill` throws; all is as it was then.
 void CreateDataFile(const std::string& path, const DataFileDefinition& definition, bool mayReplace,
-                    const RrdClient& client);
+                    const RrdClient& client, const std::function<void(const std::string&)>& fill);
 
 // Makes the data file at `path` anew from itself. The new file has been read back and has what was
 // asked for and the samples of the old one, unless `mayDrop`. Throws FileError; all is as it was

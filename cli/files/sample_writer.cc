@@ -3,6 +3,8 @@
 #include <ctime>
 
 #include "error/command_error.h"
+#include "error/last_error.h"
+#include "files/file_shape.h"
 #include "input/time_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -11,13 +13,35 @@ namespace {
 constexpr std::size_t BATCH_SIZE = 10'000;
 constexpr long long SECONDS_A_DAY = 86'400;
 
+Rrd::FileDescription DescribeWritable(const PatientClient& client, const std::string& path,
+                                      const std::string& name) {
+  Rrd::FileDescription description = DescribeFile(client, path, name);
+  if (description.dataSources.size() != 1) {
+    throw CommandError(name,
+                       "samples can be stored in a file of one data source alone, not of " +
+                           DescribeShape(description),
+                       StatusCode::InvalidArgument);
+  }
+  return description;
+}
+
 }  // namespace
 
-SampleWriter::SampleWriter(const RrdClient& client, const std::string& filePath,
-                           const std::string& fileName, bool mayBeFuture)
-    : rrdClient(client), path(filePath), name(fileName), isFutureAllowed(mayBeFuture) {}
+SampleWriter::SampleWriter(const PatientClient& client, const std::string& filePath,
+                           const std::string& fileName, const SamplePolicy& samplePolicy)
+    : rrdClient(client),
+      path(filePath),
+      name(fileName),
+      policy(samplePolicy),
+      stored(client, filePath, DescribeWritable(client, filePath, fileName)) {
+  formerLast = stored.GetLastTime();
+}
 
 bool SampleWriter::Add(const std::pair<long long, double>& sample) {
+  if (policy.mayBePast && sample.first <= formerLast) {
+    ++pastCount;
+    return true;
+  }
   return batch.insert(sample).second;
 }
 
@@ -27,26 +51,41 @@ void SampleWriter::StoreBatch() {
   if (batch.empty()) {
     return;
   }
+  const LastError lastError;
   long long last = 0;
-  Require(rrdClient.GetLastTimestamp(path, last), name, path + " cannot be read");
+  if (rrdClient.GetLastTimestamp(path, last) != StatusCode::Success) {
+    throw CommandError(name, path + " cannot be read: " + lastError.GetReason(),
+                       StatusCode::Failure);
+  }
   // The RRD library itself would store what stands before the sample that it refuses.
   const long long earliest = batch.begin()->first;
   if (earliest <= last) {
     throw CommandError(name,
                        "the sample of " + FormatUtc(earliest) + " is not later than " +
-                           FormatUtc(last) + ", the last update",
+                           FormatUtc(last) +
+                           ", the last update; --skip-past leaves out what the file has already",
                        StatusCode::InvalidArgument);
   }
   const long long latest = batch.rbegin()->first;
-  if (!isFutureAllowed && latest > std::time(nullptr) + SECONDS_A_DAY) {
+  if (!policy.mayBeFuture && latest > std::time(nullptr) + SECONDS_A_DAY) {
     throw CommandError(name,
                        "the sample of " + FormatUtc(latest) +
                            " is more than a day in the future; --force stores it",
                        StatusCode::InvalidArgument);
   }
-  Require(rrdClient.Update(path, batch), name, path + " cannot be updated");
-  storedCount += batch.size();
+  if (rrdClient.Update(path, batch) != StatusCode::Success) {
+    throw CommandError(name, path + " cannot be updated: " + lastError.GetReason(),
+                       StatusCode::Failure);
+  }
+  stored.Add(batch);
   batch.clear();
+}
+
+std::string SampleWriter::Describe() const {
+  return name + ": " + stored.Describe() +
+         (pastCount == 0 ? ""
+                         : "; " + std::to_string(pastCount) + " left out, not later than " +
+                               FormatUtc(formerLast) + ", the last update before");
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

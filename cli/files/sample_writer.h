@@ -4,17 +4,24 @@
 #include <string>
 #include <utility>
 
-#include "timeseries/rrd_client.h"
+#include "files/patient_client.h"
+#include "files/stored_samples.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Stores samples in a file, in batches that fit in memory.
+// Which samples are more than those that simply follow the ones that a file has.
+struct SamplePolicy {
+  bool mayBePast = false;    // those that the file has already are left out, not refused
+  bool mayBeFuture = false;  // those of more than a day from now, which block the file, are stored
+};
+
+// Stores samples in a file of one data source, in batches that fit in memory. Every operation
+// throws CommandError.
 class SampleWriter {
  public:
-  // `name` is for errors. The client must outlive the writer. Samples more than a day in the future
-  // are refused unless `mayBeFuture`: one wrong year empties the archive and blocks the file.
-  SampleWriter(const RrdClient& client, const std::string& filePath, const std::string& fileName,
-               bool mayBeFuture);
+  // `fileName` is for errors. The client must outlive the writer.
+  SampleWriter(const PatientClient& client, const std::string& filePath,
+               const std::string& fileName, const SamplePolicy& samplePolicy);
 
   // Adds a sample to the batch; false, with the batch unchanged, when it has one of that time.
   bool Add(const std::pair<long long, double>& sample);
@@ -25,15 +32,23 @@ class SampleWriter {
   // when it begins before the file's last update or ends in the future.
   void StoreBatch();
 
-  unsigned long long GetStoredCount() const { return storedCount; }
+  unsigned long long GetStoredCount() const { return stored.GetCount(); }
+
+  // Whether there was any sample, stored or left out.
+  bool HasSamples() const { return GetStoredCount() + pastCount > 0; }
+
+  // What became of the samples.
+  std::string Describe() const;
 
  private:
-  const RrdClient& rrdClient;
+  const PatientClient& rrdClient;
   std::string path;
   std::string name;
-  bool isFutureAllowed;
+  SamplePolicy policy;
+  long long formerLast;
+  StoredSamples stored;
   std::map<long long, double> batch;
-  unsigned long long storedCount = 0;
+  unsigned long long pastCount = 0;
 };
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

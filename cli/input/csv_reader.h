@@ -2,6 +2,7 @@
 
 #include <cctz/time_zone.h>
 
+#include <deque>
 #include <istream>
 #include <optional>
 #include <string>
@@ -10,12 +11,18 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Reads samples from comma-separated lines of equally many fields, without quotes: a header, then a
-// time in the first field and the value in the field of one column. Lines may end with CR LF, and
-// blank lines may stand at the end. Every operation throws CommandError, which names the line.
+constexpr char CSV_HELP[] =
+    "FILE has lines of a time, a comma, and the values of the columns; the first line may name\n"
+    "them. The value is the column that is called value, or else the only one with numbers. Where\n"
+    "a column is called quality, a value of quality bad is a missing sample.";
+
+// Reads samples from comma-separated lines of equally many fields, without quotes: a time in the
+// first field and the value in the field of one column. The first line is a header unless it reads
+// as a sample. Lines may end with CR LF, and blank lines may stand at the end. Every operation
+// throws CommandError, which names the line.
 class CsvReader {
  public:
-  // Reads the header. Without a column name the column is the second. `sourceName` is for errors.
+  // Reads what is needed to know the columns. `sourceName` is for errors.
   CsvReader(std::istream& input, const std::string& sourceName,
             const std::optional<std::string>& columnName, const cctz::time_zone& zone);
 
@@ -25,20 +32,27 @@ class CsvReader {
   [[noreturn]] void Refuse(const std::string& problem) const;
 
  private:
+  using Fields = std::vector<std::string>;
+
   bool ReadLine();
+  bool ReadLineOfStream();
   bool SkipBlankLines();
-  void SplitLine();
-  std::size_t FindColumn(const std::optional<std::string>& columnName) const;
+  bool IsHeader(const Fields& fields, const std::optional<std::string>& columnName) const;
+  std::size_t FindNamedColumn(const Fields& header, const std::string& columnName) const;
+  std::size_t FindOnlyNumericColumn();
+  bool IsNumeric(std::size_t index) const;
+  bool IsTime(std::size_t index) const;
 
   std::istream& stream;
   std::string name;
   cctz::time_zone timeZone;
   std::vector<char> buffer;
   std::size_t column = 0;
-  std::size_t columnCount = 0;
+  std::optional<std::size_t> qualityColumn;
+  Fields columnNames;
   unsigned long long lineNumber = 0;
   std::string line;
-  std::vector<std::string> fields;
+  std::deque<std::string> linesAhead;
 };
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,6 +1,7 @@
 #include "input/file_definition.h"
 
 #include <cmath>
+#include <limits>
 
 #include "error/command_error.h"
 #include "input/time_text.h"
@@ -14,56 +15,60 @@ constexpr long long MAXIMUM_ROW_COUNT = 1LL << 25;
 // More than what lies between the first and the last TIME.
 constexpr long long MAXIMUM_SPAN = 10'000LL * 366 * 86400;
 
-void Refuse(const FileDefinition& definition, const std::string& problem) {
-  throw CommandError(definition.zeltId, problem, StatusCode::InvalidArgument);
-}
+constexpr double NO_BOUND = std::numeric_limits<double>::quiet_NaN();
 
 }  // namespace
 
-void AddDefinitionOptions(CLI::App& command, FileDefinition& definition,
-                          const std::string& startHelp, const std::string& forceHelp) {
+CLI::Option* AddDefinitionOptions(CLI::App& command, FileDefinition& definition,
+                                  const DefinitionHelp& help) {
   command.add_option("ID", definition.zeltId, "Data source")->required()->type_name("");
-  command.add_option("--step", definition.step, "Seconds from one sample to the next")
-      ->required()
-      ->type_name("S");
-  command.add_option("--rows", definition.rowCount, "How many steps the file keeps")
-      ->required()
+  CLI::Option* const step =
+      command.add_option("--step", definition.step, "Seconds from one sample to the next")
+          ->type_name("S");
+  command
+      .add_option("--rows", definition.rowCount,
+                  "How many steps the file keeps (" + help.rowsDefault + ")")
       ->type_name("N");
-  command.add_option("--start", definition.startText, startHelp)->type_name("TIME");
+  command
+      .add_option("--start", definition.startText,
+                  "Only later samples can be stored (default: " + help.startDefault + ")")
+      ->type_name("TIME");
   command.add_option("--zone", definition.zoneName, "Time zone of TIME (default: UTC)")
       ->type_name("ZONE");
   command
       .add_option("--min", definition.minimum,
-                  "Lower values are stored as missing (default: no bound)")
+                  "Lower values are stored as missing (default: " + help.boundDefault + ")")
       ->type_name("X");
   command
       .add_option("--max", definition.maximum,
-                  "Higher values are stored as missing (default: no bound)")
+                  "Higher values are stored as missing (default: " + help.boundDefault + ")")
       ->type_name("Y");
-  command.add_flag("--force", definition.isForced, forceHelp);
-  command.footer(TIME_HELP);
+  command.add_flag("--force", definition.isForced, help.force);
+  return step;
 }
 
-void CheckDefinition(const FileDefinition& definition) {
-  if (definition.rowCount < 1 || definition.rowCount > MAXIMUM_ROW_COUNT) {
-    Refuse(definition, "rows must be from 1 to " + std::to_string(MAXIMUM_ROW_COUNT));
+std::string FindProblem(const FileDefinition& definition) {
+  const long long rowCount = definition.rowCount.value_or(1);
+  const long long step = definition.step.value_or(1);
+  const double minimum = definition.minimum.value_or(NO_BOUND);
+  const double maximum = definition.maximum.value_or(NO_BOUND);
+  if (rowCount < 1 || rowCount > MAXIMUM_ROW_COUNT) {
+    return "rows must be from 1 to " + std::to_string(MAXIMUM_ROW_COUNT);
   }
-  if (definition.step < 1 || definition.step > MAXIMUM_SPAN / definition.rowCount) {
-    Refuse(definition, "step must be from 1 second to " +
-                           std::to_string(MAXIMUM_SPAN / definition.rowCount) +
-                           " with so many rows");
+  if (step < 1 || step > MAXIMUM_SPAN / rowCount) {
+    return "step must be from 1 second to " + std::to_string(MAXIMUM_SPAN / rowCount) +
+           " with so many rows";
   }
-  if (std::isinf(definition.minimum) || std::isinf(definition.maximum)) {
-    Refuse(definition, "a bound must be finite; leave it out for none");
+  if (std::isinf(minimum) || std::isinf(maximum)) {
+    return "a bound must be finite; nan is none";
   }
-  if (definition.minimum >= definition.maximum) {
-    Refuse(definition, "min must be less than max");
-  }
+  return minimum >= maximum ? "min must be less than max" : "";
 }
 
 DataFileDefinition MakeDataFileDefinition(const FileDefinition& definition, long long start) {
-  return {definition.step, start, definition.minimum, definition.maximum,
-          static_cast<unsigned int>(definition.rowCount)};
+  return {definition.step.value(), start, definition.minimum.value_or(NO_BOUND),
+          definition.maximum.value_or(NO_BOUND),
+          static_cast<unsigned int>(definition.rowCount.value())};
 }
 
 std::optional<long long> ReadStart(const FileDefinition& definition) {
@@ -73,7 +78,7 @@ std::optional<long long> ReadStart(const FileDefinition& definition) {
   }
   const long long start = ReadTime(*definition.startText, zone);
   if (start < 1) {  // 0 and -1 stand for the present time in the RRD library
-    Refuse(definition, "start must be later than " + FormatUtc(0));
+    throw UsageError(definition.zeltId, "start must be later than " + FormatUtc(0));
   }
   return start;
 }

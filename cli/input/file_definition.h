@@ -1,7 +1,6 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
-#include <limits>
 #include <optional>
 #include <string>
 
@@ -9,28 +8,38 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// The arguments of the commands that make a file.
+// The arguments of the commands that make a file, as far as they were given.
 struct FileDefinition {
   std::string zeltId;
-  long long step = 0;
-  long long rowCount = 0;
+  std::optional<long long> step;
+  std::optional<long long> rowCount;
   std::optional<std::string> startText;
   std::string zoneName = "UTC";
-  double minimum = std::numeric_limits<double>::quiet_NaN();
-  double maximum = std::numeric_limits<double>::quiet_NaN();
+  std::optional<double> minimum;  // NaN: no bound
+  std::optional<double> maximum;
   bool isForced = false;
 };
 
-void AddDefinitionOptions(CLI::App& command, FileDefinition& definition,
-                          const std::string& startHelp, const std::string& forceHelp);
+// What the help says of the arguments of one command.
+struct DefinitionHelp {
+  std::string rowsDefault;
+  std::string startDefault;
+  std::string boundDefault;
+  std::string force;
+};
 
-// Throws CommandError for a definition of which no file can be made.
-void CheckDefinition(const FileDefinition& definition);
+// The option --step is returned, for the command to say whether it is required.
+CLI::Option* AddDefinitionOptions(CLI::App& command, FileDefinition& definition,
+                                  const DefinitionHelp& help);
 
-// What the file is to be like that begins at `start`.
+// Why no file can be made of what was given; empty when one can.
+std::string FindProblem(const FileDefinition& definition);
+
+// What the file is to be like that begins at `start`. The step and the rows must be there, and no
+// problem.
 DataFileDefinition MakeDataFileDefinition(const FileDefinition& definition, long long start);
 
-// The start that was given, if any. Throws CommandError for one that no file can have.
+// The start that was given, if any. Throws UsageError for one that no file can have.
 std::optional<long long> ReadStart(const FileDefinition& definition);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

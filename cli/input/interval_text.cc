@@ -3,6 +3,7 @@
 #include <strings.h>
 
 #include "error/command_error.h"
+#include "input/nearest_word.h"
 #include "timeseries/time_helper.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -35,7 +36,14 @@ QueryInterval ReadInterval(const std::string& text) {
       return interval;
     }
   }
-  throw CommandError(text, "unknown interval", StatusCode::InvalidArgument);
+  std::string known;
+  std::vector<std::string> words;
+  for (const auto& [shortName, interval] : SHORT_NAMES) {
+    known += (known.empty() ? "" : ", ") + std::string(shortName);
+    words.emplace_back(shortName);
+    words.emplace_back(QueryIntervalToString(interval));
+  }
+  throw UsageError(text, "unknown interval, not one of " + known + SuggestWord(text, words));
 }
 
 std::optional<QueryInterval> FindIntervalOfLength(unsigned long seconds) {

@@ -35,12 +35,11 @@ std::optional<double> ParseValue(const std::string& text) {
 std::pair<long long, double> ReadSample(const std::string& text, const cctz::time_zone& zone) {
   const std::size_t colon = text.rfind(':');
   if (colon == std::string::npos || (MayEndTime(text, colon) && ParseTime(text, zone))) {
-    throw CommandError(text, "not TIME:VALUE, with the seconds of the time where it is in doubt",
-                       StatusCode::InvalidArgument);
+    throw UsageError(text, "not TIME:VALUE, with the seconds of the time where it is in doubt");
   }
   const std::optional<double> value = ParseValue(text.substr(colon + 1));
   if (!value) {
-    throw CommandError(text, "the value is no number", StatusCode::InvalidArgument);
+    throw UsageError(text, "the value is no number");
   }
   return {ReadTime(text.substr(0, colon), zone), *value};
 }

@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
 
 #include "error/command_error.h"
+#include "input/nearest_word.h"
 #include "timeseries/date/date.h"
 #include "timeseries/time_helper.h"
 
@@ -44,13 +48,32 @@ std::optional<long long> ParseIso8601(const std::string& text, const cctz::time_
   return cctz::convert(local, zone).time_since_epoch().count();
 }
 
+// The names of the zoneinfo database, without its copies that count leap seconds or do not.
+std::vector<std::string> ListZones() {
+  namespace fs = std::filesystem;
+  const char* const given = std::getenv("TZDIR");
+  const fs::path root = given == nullptr ? "/usr/share/zoneinfo" : given;
+  std::vector<std::string> names;
+  std::error_code error;
+  for (fs::recursive_directory_iterator entry(root, error), end; entry != end;
+       entry.increment(error)) {
+    const std::string name = entry->path().lexically_relative(root);
+    if (name == "posix" || name == "right") {
+      entry.disable_recursion_pending();
+    } else if (!entry->is_directory(error) && name.find('.') == std::string::npos) {
+      names.push_back(name);
+    }
+  }
+  return names;
+}
+
 }  // namespace
 
 cctz::time_zone LoadZone(const std::string& name) {
   Date::Date date;
-  const StatusCode status =
-      IsNameOfDatabase(name) ? date.Initialize(0, name) : StatusCode::InvalidArgument;
-  Require(status, name, "unknown time zone");
+  if (!IsNameOfDatabase(name) || date.Initialize(0, name) != StatusCode::Success) {
+    throw UsageError(name, "unknown time zone" + SuggestWord(name, ListZones()));
+  }
   return date.timeZone;
 }
 
@@ -67,7 +90,7 @@ std::optional<long long> ParseTime(const std::string& text, const cctz::time_zon
 long long ReadTime(const std::string& text, const cctz::time_zone& zone) {
   const std::optional<long long> seconds = ParseTime(text, zone);
   if (!seconds) {
-    throw CommandError(text, "not a time of the years 1 to 9999", StatusCode::InvalidArgument);
+    throw UsageError(text, "not a time of the years 1 to 9999");
   }
   return *seconds;
 }

@@ -11,7 +11,7 @@ constexpr char TIME_HELP[] =
     "TIME is seconds since the epoch or ISO 8601, such as 2021-03-28, 2021-03-28T01:00 or\n"
     "2021-03-28T01:00:30+02:00; without Z or an offset it is local time in the zone.";
 
-// Throws CommandError for a zone that the zoneinfo database does not know.
+// Throws UsageError for a zone that the zoneinfo database does not know.
 cctz::time_zone LoadZone(const std::string& name);
 
 // The nearest time in the years 1 to 9999.
@@ -22,7 +22,7 @@ long long ClampTime(long long seconds);
 // an instant outside the years 1 to 9999.
 std::optional<long long> ParseTime(const std::string& text, const cctz::time_zone& zone);
 
-// The same; throws CommandError instead.
+// The same; throws UsageError instead.
 long long ReadTime(const std::string& text, const cctz::time_zone& zone);
 
 // The text form of an instant in UTC: "2021-03-28T01:00:00.000+00:00".

@@ -6,8 +6,7 @@
 #include "support/temporary_directory.h"
 
 // Runs commands of the shell in a directory of its own, which is the database directory, too. They
-// find nvx-timeseries, which keeps the library's log to itself unless --log-level asks for it, and
-// the directory of the test data in $DATA.
+// find nvx-timeseries in the PATH and the directory of the test data in $DATA.
 class Shell {
  public:
   ProgramResult Run(const std::string& command) const {
@@ -20,7 +19,6 @@ class Shell {
   static constexpr char PREAMBLE[] = R"(cd "$DIRECTORY" || exit
 PATH=${PROGRAM%/*}:$PATH
 unset COLUMNS NVX_TIMESERIES_DATABASE
-alias nvx-timeseries='nvx-timeseries --log-level none'
 )";
 
   TemporaryDirectory directory;

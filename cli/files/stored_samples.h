@@ -1,0 +1,63 @@
+#pragma once
+
+#include <deque>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "timeseries/rrd_client.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// Counts the samples that were stored in a file of one data source, and those of them that the file
+// cannot show as they were given. Every operation throws CommandError.
+class StoredSamples {
+ public:
+  // `fileDescription` is that of the file before the first sample. The client must outlive it.
+  StoredSamples(const RrdClient& client, const std::string& filePath,
+                const Rrd::FileDescription& fileDescription);
+
+  // To be called after a batch was stored, which is later than the one before.
+  void Add(const std::map<long long, double>& batch);
+
+  unsigned long long GetCount() const { return count; }
+
+  // The time of the last sample, at first that of the file's last update.
+  long long GetLastTime() const { return lastTime; }
+
+  // "6 samples stored", and how many of them the file does not show, and why.
+  std::string Describe() const;
+
+ private:
+  struct Span {
+    long long time;          // of a sample
+    long long previousTime;  // of the one before it, whether that is missing or not
+  };
+
+  long long RoundUp(long long time) const { return (time + step - 1) / step * step; }
+  bool IsOutOfBounds(double value) const;
+  void Classify(long long time, double value);
+  void LookAtRows();
+  bool IsShown(const Span& sample, const Rrd::FetchResult& rows) const;
+  void DropOld();
+  long long GetFirstRow() const;
+
+  const RrdClient& rrdClient;
+  std::string path;
+  Rrd::FileDescription description;
+  long long step;
+  long long lastTime;
+  std::vector<Span> undecided;
+  std::deque<long long> shownTimes;
+  unsigned long long count = 0;
+  unsigned long long gapCount = 0;
+  unsigned long long outOfBoundsCount = 0;
+  unsigned long long unknownCount = 0;
+  unsigned long long averagedCount = 0;
+  unsigned long long oldCount = 0;
+};
+
+// "1 sample" or "2 samples".
+std::string CountSamples(unsigned long long count);
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
