@@ -83,7 +83,7 @@ CsvReader::CsvReader(std::istream& input, const std::string& sourceName,
   } else if (FindName(columnNames, VALUE_NAME) < columnCount) {
     column = FindNamedColumn(columnNames, VALUE_NAME);
   } else {
-    column = columnCount == 2 ? 1 : FindOnlyNumericColumn();
+    column = FindOnlyNumericColumn();
   }
 }
 
@@ -177,14 +177,24 @@ std::size_t CsvReader::FindNamedColumn(const Fields& header, const std::string& 
   return found;
 }
 
-std::size_t CsvReader::FindOnlyNumericColumn() {
-  while (linesAhead.size() < LOOK_AHEAD && ReadLineOfStream()) {
-    linesAhead.push_back(line);
+void CsvReader::ReadAhead() {
+  const unsigned long long numberBefore = lineNumber;
+  for (; linesAhead.size() < LOOK_AHEAD; linesAhead.push_back(line)) {
+    lineNumber = numberBefore + linesAhead.size() + 1;
+    if (!ReadLineOfStream()) {
+      break;
+    }
   }
+  lineNumber = numberBefore;
+}
+
+std::size_t CsvReader::FindOnlyNumericColumn() {
+  ReadAhead();
   Fields candidates;
   std::size_t found = 0;
   for (std::size_t index = 1; index < columnNames.size(); ++index) {
-    if (IsNumeric(index) && !IsTime(index)) {
+    // Of two columns the second is meant, and a line is to blame for what is no number.
+    if ((columnNames.size() == 2 || IsNumeric(index)) && !IsTime(index)) {
       candidates.push_back(columnNames[index]);
       found = index;
     }
@@ -193,7 +203,7 @@ std::size_t CsvReader::FindOnlyNumericColumn() {
     throw CommandError(
         name,
         candidates.empty()
-            ? "none of its columns has numbers: " + Join(columnNames)
+            ? "none of its columns has numbers but the time: " + Join(columnNames)
             : "which column is the value is in doubt: " + Join(candidates) + "; --column names it",
         StatusCode::InvalidArgument);
   }

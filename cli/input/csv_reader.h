@@ -39,6 +39,7 @@ class CsvReader {
   bool SkipBlankLines();
   bool IsHeader(const Fields& fields, const std::optional<std::string>& columnName) const;
   std::size_t FindNamedColumn(const Fields& header, const std::string& columnName) const;
+  void ReadAhead();
   std::size_t FindOnlyNumericColumn();
   bool IsNumeric(std::size_t index) const;
   bool IsTime(std::size_t index) const;
