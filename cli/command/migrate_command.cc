@@ -2,6 +2,7 @@
 
 #include "command/commands.h"
 #include "files/data_file.h"
+#include "files/described_file.h"
 #include "files/file_error.h"
 #include "files/file_shape.h"
 #include "input/file_definition.h"

@@ -2,15 +2,11 @@
 
 #include <string>
 
-#include "timeseries/rrd_client.h"
+#include "timeseries/rrd/file_description.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// What the file at `path` consists of. Throws CommandError about `zeltId` with the reason.
-Rrd::FileDescription DescribeFile(const RrdClient& client, const std::string& path,
-                                  const std::string& zeltId);
-
-// "2 data sources (rx COUNTER, tx COUNTER), 5 archives"
+// "2 data sources (rx COUNTER, tx COUNTER), 1 archive (AVERAGE of 1 step)"
 std::string DescribeShape(const Rrd::FileDescription& description);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -4,7 +4,7 @@
 
 #include "error/command_error.h"
 #include "error/last_error.h"
-#include "files/file_shape.h"
+#include "files/described_file.h"
 #include "input/time_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -12,18 +12,6 @@ namespace {
 
 constexpr std::size_t BATCH_SIZE = 10'000;
 constexpr long long SECONDS_A_DAY = 86'400;
-
-Rrd::FileDescription DescribeWritable(const PatientClient& client, const std::string& path,
-                                      const std::string& name) {
-  Rrd::FileDescription description = DescribeFile(client, path, name);
-  if (description.dataSources.size() != 1) {
-    throw CommandError(name,
-                       "samples can be stored in a file of one data source alone, not of " +
-                           DescribeShape(description),
-                       StatusCode::InvalidArgument);
-  }
-  return description;
-}
 
 }  // namespace
 
@@ -33,7 +21,7 @@ SampleWriter::SampleWriter(const PatientClient& client, const std::string& fileP
       path(filePath),
       name(fileName),
       policy(samplePolicy),
-      stored(client, filePath, DescribeWritable(client, filePath, fileName)) {
+      stored(client, filePath, DescribeSingleSource(client, filePath, fileName)) {
   formerLast = stored.GetLastTime();
 }
 
