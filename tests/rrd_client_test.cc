@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "support/run_program.h"
 #include "support/temporary_directory.h"
 
 using namespace nvx::TimeSeriesDatabase;
@@ -62,35 +61,6 @@ class RrdFile : public testing::Test {
   const std::string path = directory.GetPath("a.rrd");
   const RrdClient client;
 };
-
-TEST_F(RrdFile, IsDescribed) {
-  Rrd::FileDescription own;
-  ASSERT_EQ(client.Describe(path, own), StatusCode::Success);
-  EXPECT_TRUE(own.HasShapeOfCreate());
-  ASSERT_TRUE(own.dataSources.size() == 1 && own.archives.size() == 1);
-  EXPECT_EQ(own.dataSources[0].heartbeat, 120u);
-  EXPECT_EQ(own.archives[0].lastTime, START + 89 * 60);
-  EXPECT_EQ(own.archives[0].firstTime, START - 10 * 60);
-
-  const std::string other = directory.GetPath("other.rrd");
-  ASSERT_EQ(RunProgram({"rrdtool", "create", other, "--start", "1000000000", "--step", "10",
-                        "DS:in:COUNTER:20:0:50", "DS:twice:COMPUTE:in,2,*", "RRA:MAX:0.5:6:7",
-                        "RRA:HWPREDICT:100:0.1:0.0035:10"})
-                .status,
-            0);
-  Rrd::FileDescription description;
-  ASSERT_EQ(client.Describe(other, description), StatusCode::Success);
-  EXPECT_FALSE(description.HasShapeOfCreate());
-  EXPECT_EQ(description.step, 10u);
-  EXPECT_EQ(description.lastUpdate, 1000000000);
-  ASSERT_TRUE(description.dataSources.size() == 2 && description.archives.size() == 6);
-  EXPECT_EQ(description.dataSources[0].name, "in");
-  EXPECT_EQ(description.dataSources[0].maximum, 50);
-  EXPECT_EQ(description.dataSources[1].type, "COMPUTE");
-  EXPECT_EQ(description.archives[0].consolidation, "MAX");
-  EXPECT_EQ(description.archives[0].firstTime, 999999960 - 6 * 60);
-  EXPECT_EQ(description.archives[5].consolidation, "FAILURES");
-}
 
 TEST_F(RrdFile, StaysAsItWasWhenACallFails) {
   const long long end = START + 89 * 60;
