@@ -13,9 +13,9 @@ namespace nvx::TimeSeriesDatabase::Rrd {
 // InvalidArgument, with `scope` unchanged, when none occurs.
 NVX_TIMESERIES_EXPORT StatusCode FindZeltScope(const std::string& key, std::string& scope);
 
-// The table of scopes, with one of which every Zelt id begins: diag, edge_application, event, fw_up,
-// health, historization, io_block, local_device, local_modbus, modbus, security, topo, vrk_system,
-// zigbee.
+// The table of scopes, with one of which every Zelt id begins: diag, edge_application, event,
+// fw_up, health, historization, io_block, local_device, local_modbus, modbus, security, topo,
+// vrk_system, zigbee.
 NVX_TIMESERIES_EXPORT const std::set<std::string>& ListZeltScopes();
 
 // The mapping between Zelt ids, "topo:ZoneList", and bare file names, "topo_ZoneList.rrd". The
