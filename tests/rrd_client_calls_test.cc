@@ -154,6 +154,9 @@ StatusCode Perform(const std::string& name) {
 
 TEST(RrdClientCalls, EveryAnswerIsReportedAtItsLevelAndNotBelow) {
   ForEachRow("rrd_calls.txt", [](const Row& row) {
+    if (sizeof(long) == 4 && row["line"].rfind("step out of range", 0) == 0) {
+      return;  // no step of 32 bits is
+    }
     const int lineLevel = row.GetNumber("level");
     const std::string operation = row["operation"].substr(0, row["operation"].find(' '));
     const std::string line = row["level"] + COMPONENT + " " + operation + ": " + row["line"];

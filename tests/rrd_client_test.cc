@@ -62,6 +62,23 @@ class RrdFile : public testing::Test {
   const RrdClient client;
 };
 
+// What the RRD library, where a long has 32 bits, would answer with nonsense or a broken heap.
+TEST_F(RrdFile, RefusesWhat32BitsDoNotHold) {
+  if (sizeof(long) > 4) {
+    GTEST_SKIP() << "only where a long has 32 bits";
+  }
+  constexpr long long LATEST = 2147483647;
+  EXPECT_EQ(client.Update(path, {{LATEST, 1}, {LATEST + 1, 2}}), StatusCode::Failure);
+  ExpectSame(Fetch(client, path, START, START + 89 * 60), Ramp(90));
+  EXPECT_EQ(client.Update(path, {{LATEST, 1}}), StatusCode::Success);
+
+  Rrd::FetchResult result;
+  EXPECT_EQ(client.Create(path, 1, START, NAN, NAN, 100), StatusCode::Success);
+  for (const long long start : {START - (1LL << 28), START - (1LL << 31), START - (1LL << 32)}) {
+    EXPECT_EQ(client.Fetch(path, start, START, result), StatusCode::Failure) << start;
+  }
+}
+
 TEST_F(RrdFile, StaysAsItWasWhenACallFails) {
   const long long end = START + 89 * 60;
   EXPECT_EQ(client.Update(path, {{end, 1}, {end + 60, 2}}), StatusCode::Failure);

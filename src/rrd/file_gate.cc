@@ -29,6 +29,13 @@ constexpr std::uint64_t LARGEST_FETCH = 1 << 27;
 constexpr const char* FIRST_VERSION = "0001";
 constexpr const char* SECOND_VERSION = "0002";
 
+// In seconds. The RRD library computes it as an unsigned long, which has 32 bits on some machines.
+constexpr unsigned long LONGEST_ARCHIVE =
+    std::min<std::uint64_t>(FARTHEST_TIME, std::numeric_limits<unsigned long>::max());
+
+// The size of a file, and the seconds between two times: the RRD library computes both as a long.
+constexpr long long LARGEST = std::numeric_limits<long>::max();
+
 constexpr long MICROSECONDS = 1000000;
 
 constexpr char TOO_LARGE[] = "it has too many data sources or archives for a file of this machine";
@@ -105,8 +112,8 @@ const char* FindArchiveFault(const std::string& header, const HeaderLayout& layo
   if (!IsTerminated(archive.cf_nam)) {
     return "the name of a consolidation function does not end";
   }
-  if (archive.pdp_cnt == 0 || archive.pdp_cnt > FARTHEST_TIME / head.pdp_step ||
-      archive.row_cnt == 0 || archive.row_cnt > FARTHEST_TIME / (head.pdp_step * archive.pdp_cnt)) {
+  if (archive.pdp_cnt == 0 || archive.pdp_cnt > LONGEST_ARCHIVE / head.pdp_step ||
+      archive.row_cnt == 0 || archive.row_cnt > LONGEST_ARCHIVE / (head.pdp_step * archive.pdp_cnt)) {
     return "the times of an archive are out of range";
   }
   if (ReadStructure<rra_ptr_t>(header, layout.positions, index).cur_row >= archive.row_cnt) {
@@ -160,6 +167,9 @@ const char* FileGate::GetFetchFault(long long start, long long end) const {
   if (archive == nullptr) {
     return fault;
   }
+  if (std::max(end, archive->lastTime) - std::min(start, archive->firstTime) > LARGEST) {
+    return "the window is too far from the archive";
+  }
   const std::uint64_t rows =
       static_cast<std::uint64_t>(end - start) / (description.step * archive->stepsPerRow);
   const bool isBounded = rows <= archive->rowCount || rows <= LARGEST_FETCH / sourceCount;
@@ -178,6 +188,9 @@ const char* FileGate::ReadFile(int fd) {
   struct stat status {};
   if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
     return "it is no regular file";
+  }
+  if (status.st_size > LARGEST) {
+    return "it is too large for this machine";
   }
   std::string header = ReadStart(fd, USUAL_HEADER);
   if (header.compare(0, sizeof RRD_COOKIE, RRD_COOKIE, sizeof RRD_COOKIE) != 0) {

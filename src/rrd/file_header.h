@@ -21,7 +21,7 @@ struct HeaderLayout {
         liveHead(archives + head.rra_cnt * sizeof(rra_def_t)),
         pendingSteps(liveHead + liveHeadSize),
         pendingRows(pendingSteps + head.ds_cnt * sizeof(pdp_prep_t)),
-        positions(pendingRows + head.ds_cnt * head.rra_cnt * sizeof(cdp_prep_t)),
+        positions(pendingRows + std::uint64_t{head.ds_cnt} * head.rra_cnt * sizeof(cdp_prep_t)),
         end(positions + head.rra_cnt * sizeof(rra_ptr_t)) {}
 
   std::uint64_t dataSources;

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -44,6 +45,12 @@ std::time_t SecondBefore(long long time) {
 
 bool IsSpanSafe(long long start, long long end) {
   return -FARTHEST_TIME <= start && start <= end && end <= FARTHEST_TIME;
+}
+
+// Where a long has 32 bits, the RRD library stores nonsense for a sample after January 2038.
+bool IsTooLate(const std::map<long long, double>& samples) {
+  return sizeof(long) == 4 && !samples.empty() &&
+         samples.rbegin()->first > std::numeric_limits<long>::max();
 }
 
 // The data source names of a successful fetch.
@@ -270,7 +277,8 @@ StatusCode RrdClient::Update(const std::string& path,
   if (rrd_test_error() != 0) {
     rrd_clear_error();
   }
-  const char* const fault = FileGate(path).GetFault();
+  const char* const fault =
+      IsTooLate(samples) ? "sample time beyond 32 bits" : FileGate(path).GetFault();
   if (fault != nullptr || rrd_update_r(path.c_str(), nullptr, static_cast<int>(arguments.size()),
                                        arguments.data()) == -1) {
     NVX_ERROR("error [%s], file path [%s], arguments [%s %s]", GetReason(fault), path.c_str(),

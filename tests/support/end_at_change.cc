@@ -1,6 +1,6 @@
 // To be loaded into a program by LD_PRELOAD: kills it before the n-th of its calls that change a
 // file or a directory, where n is the number in NVX_END_AT. Half a write is a change, too. What
-// goes to the standard streams does not count.
+// goes to the standard streams does not count. Offsets have 64 bits everywhere.
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -17,6 +17,9 @@
 
 #pragma GCC visibility push(default)
 namespace {
+
+// What a program with times of 64 bits calls.
+constexpr const char* FUTIMENS = sizeof(long) == 4 ? "__futimens64" : "futimens";
 
 // Whether the end comes at the change after this one.
 bool CountChange() {
@@ -64,7 +67,7 @@ int openat(int directory, const char* path, int flags, ...) {
   va_start(others, flags);
   const auto mode = va_arg(others, mode_t);  // nothing that counts without O_CREAT
   va_end(others);
-  return GetReal(openat, "openat")(directory, path, flags, mode);
+  return GetReal(openat, "openat64")(directory, path, flags, mode);
 }
 int open(const char* path, int flags, ...) {
   std::va_list others;
@@ -87,16 +90,16 @@ ssize_t write(int fd, const void* data, std::size_t size) {
   return Write(write, "write", fd, data, size);
 }
 ssize_t pwrite(int fd, const void* data, std::size_t size, off_t offset) {
-  return Write(pwrite, "pwrite", fd, data, size, offset);
+  return Write(pwrite, "pwrite64", fd, data, size, offset);
 }
 ssize_t sendfile(int to, int from, off_t* offset, std::size_t size) noexcept {
-  return Change(sendfile, "sendfile", to, from, offset, size);
+  return Change(sendfile, "sendfile64", to, from, offset, size);
 }
 ssize_t copy_file_range(int from, off64_t* fromOffset, int to, off64_t* toOffset, std::size_t size,
                         unsigned int flags) {
   return Change(copy_file_range, "copy_file_range", from, fromOffset, to, toOffset, size, flags);
 }
-int ftruncate(int fd, off_t size) noexcept { return Change(ftruncate, "ftruncate", fd, size); }
+int ftruncate(int fd, off_t size) noexcept { return Change(ftruncate, "ftruncate64", fd, size); }
 int fsync(int fd) { return Change(fsync, "fsync", fd); }
 int fdatasync(int fd) { return Change(fdatasync, "fdatasync", fd); }
 int fchmod(int fd, mode_t mode) noexcept { return Change(fchmod, "fchmod", fd, mode); }
@@ -104,7 +107,7 @@ int fchown(int fd, uid_t user, gid_t group) noexcept {
   return Change(fchown, "fchown", fd, user, group);
 }
 int futimens(int fd, const timespec* times) noexcept {
-  return Change(futimens, "futimens", fd, times);
+  return Change(futimens, FUTIMENS, fd, times);
 }
 int fsetxattr(int fd, const char* name, const void* value, std::size_t size, int flags) noexcept {
   return Change(fsetxattr, "fsetxattr", fd, name, value, size, flags);

@@ -49,8 +49,13 @@ struct RrdFileBytes {
       Append(bytes, definition);
       rows += archive.rows;
     }
-    Append(bytes, lastUpdate);
-    Append(bytes, 0L, version < "0003" ? 0 : 1);
+    live_head_t liveHead{};
+    liveHead.last_up = lastUpdate;
+    if (version < "0003") {
+      Append(bytes, liveHead.last_up);
+    } else {
+      Append(bytes, liveHead);
+    }
     Append(bytes, pdp_prep_t{"U", {}}, sources);
     Append(bytes, cdp_prep_t{}, sources * archives.size());
     Append(bytes, rra_ptr_t{}, archives.size());
