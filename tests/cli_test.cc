@@ -27,6 +27,9 @@ std::string GetName(const testing::TestParamInfo<std::string>& transcript) {
 class Transcript : public testing::TestWithParam<std::string> {};
 
 TEST_P(Transcript, IsRepeated) {
+  if (GetParam() == "arm32" && sizeof(long) > 4) {
+    GTEST_SKIP() << "files of 32-bit ARM are read by the RRD library of 32-bit ARM alone";
+  }
   const std::string path = std::string(DIRECTORY) + "/" + GetParam() + ".txt";
   const Shell shell;
   const std::vector<Step> steps = ReadTranscript(path);

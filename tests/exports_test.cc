@@ -21,7 +21,7 @@ std::string ToName(const std::string& line) {
 
 TEST(Exports, AreThePublicInterface) {
   const ProgramResult listed =
-      RunProgram({"nm", "--dynamic", "--demangle", "--defined-only", LIBRARY});
+      RunProgram({NM, "--dynamic", "--demangle", "--defined-only", LIBRARY});
   ASSERT_EQ(listed.status, 0) << listed.error;
   std::set<std::string> exported;
   std::istringstream lines(listed.output);
@@ -47,7 +47,7 @@ TEST(Exports, AreThePublicInterface) {
 }
 
 TEST(Exports, TheLibraryIsFoundByItsName) {
-  const std::string header = RunProgram({"readelf", "--dynamic", LIBRARY}).output;
+  const std::string header = RunProgram({READELF, "--dynamic", LIBRARY}).output;
   EXPECT_NE(header.find("Library soname: [libnvx-timeseries-database.so.0]"), std::string::npos);
 }
 

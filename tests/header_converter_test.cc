@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -123,7 +124,16 @@ rlim_t GetMemorySize() {
   return pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE));
 }
 
+// Neither the memory of a sanitizer nor that of an emulator can be limited.
+bool IsMemoryLimitable() {
+  constexpr int SIZE = 128 << 20;
+  const ResourceLimit limit(RLIMIT_AS, GetMemorySize() + SIZE / 2);
+  void* const memory = mmap(nullptr, SIZE, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  return IS_SANITIZED == 0 && (memory == MAP_FAILED || munmap(memory, SIZE) != 0);
+}
+
 TEST_F(SanitizerTest, TellsEveryFaultOfTheMachine) {
+  const bool isMemoryLimitable = IsMemoryLimitable();
   std::signal(SIGXFSZ, SIG_IGN);
   const std::string gauge = ReadLegacy("gauge");
   WriteFile("gauge", gauge);
@@ -137,7 +147,7 @@ TEST_F(SanitizerTest, TellsEveryFaultOfTheMachine) {
   const int fifo = open("fifo", O_RDWR);  // so that no other open of it waits
   ForEachRow("conversion_faults.txt", [&](const Row& row) {
     const auto memory = row.GetNumber<rlim_t>("MiB of memory");
-    if (IS_SANITIZED != 0 && memory < 1000) {
+    if (!isMemoryLimitable && memory < 1000) {
       return;
     }
     fs::remove("new");
@@ -155,6 +165,9 @@ TEST_F(SanitizerTest, TellsEveryFaultOfTheMachine) {
   });
   EXPECT_TRUE(ReadFile("never-updated") == ReadLegacy("never-updated"));
   close(fifo);
+  if (!isMemoryLimitable) {
+    GTEST_SKIP() << "what happens without memory, for it cannot be limited here";
+  }
 }
 
 TEST_F(SanitizerTest, NoticesASourceThatShrinksWhileItIsRead) {

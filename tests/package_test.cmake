@@ -1,6 +1,7 @@
 # Installs the library, builds the program in docs/example against it with CMake and with pkg-config, and
 # runs both; then builds, tests and installs the library on another host platform, that in
-# docs/host-platform. BUILD_DIR and SOURCE_DIR name the directories of this project.
+# docs/host-platform. BUILD_DIR and SOURCE_DIR name the directories of this project, COMPILER, TOOLCHAIN
+# and EMULATOR what its build uses; the last two may be empty.
 set(work "${BUILD_DIR}/package-test")
 file(REMOVE_RECURSE "${work}")
 file(MAKE_DIRECTORY "${work}/data")
@@ -16,9 +17,9 @@ endfunction()
 
 run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${work}/prefix")
 run(${CMAKE_COMMAND} -S "${SOURCE_DIR}/docs/example" -B "${work}/build" -G Ninja
-    "-DCMAKE_PREFIX_PATH=${work}/prefix")
+    "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}" "-DCMAKE_PREFIX_PATH=${work}/prefix")
 run(${CMAKE_COMMAND} --build "${work}/build")
-run("${work}/build/package-user" "${work}/data")
+run(${EMULATOR} "${work}/build/package-user" "${work}/data")
 if(NOT output MATCHES "2023-11-15T01:00:00.000\\+01:00 20.53 good\n.* 22.50 good")
   message(FATAL_ERROR "unexpected: ${output}")
 endif()
@@ -29,15 +30,15 @@ get_filename_component(library_dir "${package_dir}" DIRECTORY)
 set(ENV{PKG_CONFIG_PATH} "${package_dir}")
 run(pkg-config --cflags --libs nvx-timeseries-database)
 separate_arguments(flags UNIX_COMMAND "${output}")
-run(c++ -std=c++17 "${SOURCE_DIR}/docs/example/main.cc" -o "${work}/pkgconfig-user" ${flags}
+run(${COMPILER} -std=c++17 "${SOURCE_DIR}/docs/example/main.cc" -o "${work}/pkgconfig-user" ${flags}
     "-Wl,-rpath,${library_dir}")
-run("${work}/pkgconfig-user" "${work}/data")
+run(${EMULATOR} "${work}/pkgconfig-user" "${work}/data")
 
 run(${CMAKE_COMMAND} -S "${SOURCE_DIR}" -B "${work}/other" -G Ninja
-    "-DNVX_HOST_PLATFORM=${SOURCE_DIR}/docs/host-platform" -DCMAKE_CXX_VISIBILITY_PRESET=hidden
-    -DNVX_BUILD_TESTS=ON)
+    "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}" "-DNVX_HOST_PLATFORM=${SOURCE_DIR}/docs/host-platform"
+    -DCMAKE_CXX_VISIBILITY_PRESET=hidden -DNVX_BUILD_TESTS=ON)
 run(${CMAKE_COMMAND} --build "${work}/other")
-run("${work}/other/bin/host_test")
+run(${EMULATOR} "${work}/other/bin/host_test")
 run(${CMAKE_COMMAND} --install "${work}/other" --prefix "${work}/other-prefix")
 file(GLOB_RECURSE libraries RELATIVE "${work}/other-prefix" "${work}/other-prefix/*.so.0")
 if(NOT libraries MATCHES "^[^;]*/libnvx-timeseries-database.so.0$")

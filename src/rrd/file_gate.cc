@@ -113,7 +113,8 @@ const char* FindArchiveFault(const std::string& header, const HeaderLayout& layo
     return "the name of a consolidation function does not end";
   }
   if (archive.pdp_cnt == 0 || archive.pdp_cnt > LONGEST_ARCHIVE / head.pdp_step ||
-      archive.row_cnt == 0 || archive.row_cnt > LONGEST_ARCHIVE / (head.pdp_step * archive.pdp_cnt)) {
+      archive.row_cnt == 0 ||
+      archive.row_cnt > LONGEST_ARCHIVE / (head.pdp_step * archive.pdp_cnt)) {
     return "the times of an archive are out of range";
   }
   if (ReadStructure<rra_ptr_t>(header, layout.positions, index).cur_row >= archive.row_cnt) {
