@@ -35,8 +35,8 @@ std::string Format(const RedisConnection::Command& command) {
     sizes.push_back(word.size());
   }
   char* formatted = nullptr;
-  const int size = redisFormatCommandArgv(&formatted, static_cast<int>(command.size()),
-                                          words.data(), sizes.data());
+  const long long size = redisFormatCommandArgv(&formatted, static_cast<int>(command.size()),
+                                                words.data(), sizes.data());
   if (size < 0) {
     throw std::bad_alloc();
   }

@@ -209,7 +209,7 @@ const char* FileGate::ReadFile(int fd) {
     return TOO_LARGE;
   }
   if (layout.end > header.size()) {
-    header = ReadStart(fd, layout.end);
+    header = ReadStart(fd, static_cast<std::size_t>(layout.end));
   }
   if (layout.end > header.size()) {
     return CUT_OFF;

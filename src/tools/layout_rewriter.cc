@@ -73,11 +73,12 @@ StatusCode LayoutRewriter::RewriteRecords(FileReader& reader, const Structure& s
 
 StatusCode LayoutRewriter::CopyValues(std::uint64_t offset, FileWriter& writer) {
   std::uint64_t remaining = file.rowCount * file.dsCount * VALUE_SIZE;
-  const std::size_t pieceSize = std::min<std::uint64_t>(remaining, VALUES_PIECE_SIZE);
+  const auto pieceSize =
+      static_cast<std::size_t>(std::min<std::uint64_t>(remaining, VALUES_PIECE_SIZE));
   FileReader reader(fd, offset, pieceSize);
   bool isWritten = writer.Flush();
   while (isWritten && remaining != 0) {
-    const std::size_t size = std::min<std::uint64_t>(remaining, pieceSize);
+    const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(remaining, pieceSize));
     const unsigned char* const bytes = reader.Read(size);
     if (bytes == nullptr) {
       return Fail(StatusCode::InvalidArgument, "Failed to read data block");

@@ -77,11 +77,11 @@ int open(const char* path, int flags, ...) {
   if ((flags & (O_CREAT | O_TRUNC)) != 0) {
     CountChange();
   }
-  return GetReal(open, "open")(path, flags, mode);
+  return GetReal(open, "open64")(path, flags, mode);
 }
 int mkstemp(char* path) { return Change(mkstemp, "mkstemp", path); }
 int posix_fallocate(int fd, off_t offset, off_t size) {
-  return Change(posix_fallocate, "posix_fallocate", fd, offset, size);
+  return Change(posix_fallocate, "posix_fallocate64", fd, offset, size);
 }
 int rename(const char* from, const char* to) noexcept { return Change(rename, "rename", from, to); }
 int unlink(const char* path) noexcept { return Change(unlink, "unlink", path); }

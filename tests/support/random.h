@@ -23,7 +23,8 @@ class Random {
 
   template <typename Container>
   const auto& Pick(const Container& from) {
-    return std::begin(from)[Between(0, static_cast<long long>(std::size(from)) - 1)];
+    const long long last = static_cast<long long>(std::size(from)) - 1;
+    return std::begin(from)[static_cast<std::ptrdiff_t>(Between(0, last))];
   }
 
  private:
