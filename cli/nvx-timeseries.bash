@@ -1,0 +1,86 @@
+# Completion of nvx-timeseries for bash: its commands and options, as its own --help tells them, and
+# the values that they take.
+
+# The help of the program $1, and of its command $2, if there is one.
+_nvx_timeseries_help() {
+  "$1" --help
+  [ -z "$2" ] || "$1" "$2" --help
+} 2>/dev/null
+
+_nvx_timeseries_commands() {
+  "$1" --help 2>/dev/null | sed -n '/^SUBCOMMANDS:/I,/^$/ s/^  \([a-z]\{1,\}\) .*/\1/p'
+}
+
+# The options of a help.
+_nvx_timeseries_options() { sed -n 's/^ *\(-.,\)\{0,1\} *\(--[a-z-]*\).*/\2/p'; }
+
+# What stands behind the option $1 in a help: in capitals, and the choices in braces.
+_nvx_timeseries_value() {
+  awk -v option="$1" '/^ *-/ && match($0, /^ *(-., *)?(--[a-z-]+)?/) {
+    names = substr($0, 1, RLENGTH) " "
+    gsub(",", " ", names)
+    if (index(names, " " option " ")) print substr($0, RLENGTH + 2)
+  }'
+}
+
+_nvx_timeseries_intervals() {
+  sed -n '/^INTERVAL is/,/name/p' <<<"$1" | tr ', ' '\n' | grep -xE '[0-9]+[a-z]+|all'
+}
+
+_nvx_timeseries_zones() {
+  awk '$1 == "Z" { print $2 } $1 == "L" { print $3 }' "${TZDIR:-/usr/share/zoneinfo}/tzdata.zi"
+}
+
+# Offers the lines of standard input that begin with $1, in the shell's quotes. No line is evaluated:
+# an id may be any text.
+_nvx_timeseries_offer() {
+  local line
+  while IFS= read -r line; do
+    printf -v line %q "$line"
+    [[ $line != "$1"* ]] || COMPREPLY+=("$line")
+  done
+}
+
+_nvx_timeseries() {
+  local cur prev words cword split
+  _init_completion -s -n : || return
+
+  local program=${1/#\~/$HOME} command='' directory=() help commands value i
+  commands=$(_nvx_timeseries_commands "$program")
+  for ((i = 1; i < cword; ++i)); do
+    case ${words[i]} in
+      -d | --directory) directory=(-d "${words[++i]/#\~/$HOME}") ;;
+      --directory=*) directory=(-d "${words[i]#*=}") ;;
+      *) [[ -n $command || $'\n'$commands$'\n' != *$'\n'"${words[i]}"$'\n'* ]] || command=${words[i]} ;;
+    esac
+  done
+  help=$(_nvx_timeseries_help "$program" "$command")
+
+  case $prev in -*) value=$(_nvx_timeseries_value "$prev" <<<"$help") ;; esac
+  case $value in
+    DIR*) _filedir -d ;;
+    FILE*) _filedir ;;
+    ZONE*) _nvx_timeseries_offer "$cur" < <(_nvx_timeseries_zones) ;;
+    INTERVAL*) _nvx_timeseries_offer "$cur" < <(_nvx_timeseries_intervals "$help") ;;
+    LEVEL*) _nvx_timeseries_offer "$cur" < <(printf '%s\n' none error info trace) ;;
+    [A-Z]*:{*)
+      value=${value#*\{}
+      _nvx_timeseries_offer "$cur" < <(tr , '\n' <<<"${value%%\}*}")
+      ;;
+    [A-Z]*) ;;
+    *)
+      if [[ $cur == -* ]]; then
+        _nvx_timeseries_offer "$cur" < <(_nvx_timeseries_options <<<"$help")
+      elif [[ -z $command ]]; then
+        _nvx_timeseries_offer "$cur" <<<"$commands"
+      elif grep -q '^  ID ' <<<"$help"; then
+        _nvx_timeseries_offer "$cur" < <("$program" "${directory[@]}" --log-level none list 2>/dev/null)
+      else
+        _filedir rrd
+      fi
+      ;;
+  esac
+  __ltrim_colon_completions "$cur"
+}
+
+complete -F _nvx_timeseries nvx-timeseries
