@@ -1,0 +1,69 @@
+# For scripts that need a Debian system of their own, in a directory under build/. The machine gets no
+# package and no setting. To be sourced.
+
+# Whether this is root that may mount, where nobody else sees it.
+can_mount() { [ "$(id -u)" -eq 0 ] && unshare --mount true; }
+
+# in_root ROOT COMMAND...
+in_root() {
+  local root=$1
+  shift
+  env -i DEBIAN_FRONTEND=noninteractive HOME=/root LC_ALL=C.UTF-8 PATH=/usr/sbin:/usr/bin:/sbin:/bin \
+    ${TERM:+"TERM=$TERM"} chroot "$root" "$@"
+}
+
+# mount_root ROOT DIRECTORY...: its system directories, and these of the machine under their names.
+mount_root() {
+  local root=$1 directory
+  shift
+  mount -t proc proc "$root/proc"
+  mount --rbind /sys "$root/sys"
+  mount --rbind /dev "$root/dev"
+  for directory in "$@"; do
+    mkdir -p "$root$directory"
+    mount --bind "$directory" "$root$directory"
+  done
+}
+
+# Where the machine's own packages come from.
+find_mirror() {
+  apt-get indextargets --format '$(SITE)' 'Origin: Debian' 'Label: Debian' | sort -u | head -n 1
+}
+
+# debootstrap, unpacked into a directory; it downloads with apt, and so with the machine's own settings.
+unpack_debootstrap() {
+  mkdir -p "$1/bin"
+  (cd "$1" && apt-get download -o APT::Sandbox::User=root debootstrap &&
+    dpkg -x debootstrap_*.deb .) || return
+  cat >"$1/bin/wget" <<'END'
+#!/bin/sh
+while [ "$1" != -O ]; do shift; done
+exec /usr/lib/apt/apt-helper -o APT::Sandbox::User=root download-file "$3" "$2"
+END
+  chmod +x "$1/bin/wget"
+}
+
+# make_root ROOT RELEASE [MIRROR]: a minimal system of the machine's architecture.
+make_root() {
+  local root=$1 release=$2 mirror=${3:-$(find_mirror)} tools
+  tools=$(mktemp -d "$root-tools.XXXXXX")
+  if [ -z "$mirror" ] || ! unpack_debootstrap "$tools"; then
+    apt-get update
+    mirror=${mirror:-$(find_mirror)}
+    unpack_debootstrap "$tools"
+  fi
+  rm -rf --one-file-system "$root"
+  DEBOOTSTRAP_DIR=$tools/usr/share/debootstrap PATH=$tools/bin:$PATH \
+    "$tools/usr/sbin/debootstrap" --variant=minbase "$release" "$root" "$mirror"
+  rm -rf "$tools"
+  # The index of a mirror that stands still is past its date one day.
+  cat >"$root/etc/apt/apt.conf.d/90own" <<'END'
+Acquire::Check-Valid-Until "false";
+Acquire::Languages "none";
+APT::Install-Recommends "false";
+APT::Sandbox::User "root";
+END
+  echo force-unsafe-io >"$root/etc/dpkg/dpkg.cfg.d/own"
+  echo "deb $mirror $release main" >"$root/etc/apt/sources.list"
+  echo "$mirror" >"$root/mirror"
+}
