@@ -20,8 +20,16 @@ run(${CMAKE_COMMAND} -S "${SOURCE_DIR}/docs/example" -B "${work}/build" -G Ninja
     "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}" "-DCMAKE_PREFIX_PATH=${work}/prefix")
 run(${CMAKE_COMMAND} --build "${work}/build")
 run(${EMULATOR} "${work}/build/package-user" "${work}/data")
-if(NOT output MATCHES "2023-11-15T01:00:00.000\\+01:00 20.53 good\n.* 22.50 good")
+if(NOT output STREQUAL "2024-01-01T00:00:00.000+01:00 20.50 good
+2024-02-01T00:00:00.000+01:00 22.50 good
+")
   message(FATAL_ERROR "unexpected: ${output}")
+endif()
+file(READ "${SOURCE_DIR}/README.md" readme)
+file(READ "${SOURCE_DIR}/docs/example/main.cc" example)
+string(FIND "${readme}" "```cpp\n${example}```\n" place)
+if(place EQUAL -1)
+  message(FATAL_ERROR "README.md does not show docs/example/main.cc as it is")
 endif()
 
 file(GLOB_RECURSE package_file "${work}/prefix/*/nvx-timeseries-database.pc")

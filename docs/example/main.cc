@@ -1,5 +1,3 @@
-// Stores two hours of samples and asks for the averages of each.
-
 #include <cstdio>
 #include <map>
 #include <memory>
@@ -8,41 +6,47 @@
 
 #include <nvx/file_system.h>
 #include <nvx/workstation/in_memory_redis_client.h>
-
-#include "timeseries/rrd/database.h"
-#include "timeseries/rrd_client.h"
+#include <timeseries/rrd/database.h>
+#include <timeseries/rrd_client.h>
 
 using namespace nvx::TimeSeriesDatabase;
+using cctz::civil_second;
 
+// Stores samples of every hour in the directory that is its argument, and prints monthly averages.
 int main(int, char** arguments) {
   nvx::Utilities::FileSystem files;
   nvx::Workstation::InMemoryRedisClient store;
   RrdClient rrd;
   const Rrd::Database database(arguments[1], files, store, rrd);
 
-  std::map<long long, double> samples;
-  for (int i = 0; i <= 120; ++i) {
-    samples[1700006400 + i * 60] = i < 60 ? 20.5 : 22.5;
+  const std::string zone = "Europe/Berlin";
+  TimeWindow window;
+  if (window.start.InitializeFromCivilTime(civil_second(2024, 1, 1), zone) != StatusCode::Success ||
+      window.end.InitializeFromCivilTime(civil_second(2024, 3, 1), zone) != StatusCode::Success) {
+    return 1;
+  }
+
+  std::map<long long, double> samples;  // seconds since 1970 to value
+  for (long long time = window.start.timestamp; time <= window.end.timestamp; time += 3600) {
+    samples[time] = samples.size() < 31 * 24 ? 20.5 : 22.5;
   }
   std::string path;
-  if (database.GetPathToRrdFile("topo:Temperature", path) != StatusCode::Success ||
-      rrd.Create(path, 60, 1700006340, -40, 125, 1440) != StatusCode::Success ||
+  // An hour a step, begun a step before the first sample; values from -40 to 125; 8760 rows.
+  const long long begin = window.start.timestamp - 3600;
+  if (database.GetPathToRrdFile("topo:Boiler", path) != StatusCode::Success ||
+      rrd.Create(path, 3600, begin, -40, 125, 8760) != StatusCode::Success ||
       rrd.Update(path, samples) != StatusCode::Success) {
     return 1;
   }
 
-  TimeWindow window;
   std::unique_ptr<NumericalDataSourceInterface> source;
   std::vector<NumericalDataPoint> points;
-  if (window.start.Initialize(1700006400, "Europe/Paris") != StatusCode::Success ||
-      window.end.Initialize(1700013600, "Europe/Paris") != StatusCode::Success ||
-      database.GetNumericalDataSource("topo:Temperature", source) != StatusCode::Success ||
-      source->FetchAverage(window, QueryInterval::Hour, points) != StatusCode::Success) {
+  if (database.GetNumericalDataSource("topo:Boiler", source) != StatusCode::Success ||
+      source->FetchAverage(window, QueryInterval::Month, points) != StatusCode::Success) {
     return 1;
   }
   for (const NumericalDataPoint& point : points) {
     std::printf("%s %.2f %s\n", point.date.ToText().c_str(), point.value,
                 point.quality ? "good" : "bad");
   }
-  return points.size() == 2 ? 0 : 1;
 }
