@@ -201,8 +201,8 @@ StatusCode HeaderConverter::ComputeAndCheckHeaderSize() {
   legacyHeaderSize = static_cast<std::uint32_t>(HeaderSize<legacy_live_head_t>(dsCount, rraCount));
   const std::uint64_t legacySize = std::uint64_t{legacyHeaderSize} + dataSize;
   if (fileSize != legacySize) {
-    NVX_ERROR("Failed to read RRD file: expected %zu but got %llu bytes (%zu + %zu)",
-              std::size_t{fileSize}, static_cast<unsigned long long>(legacySize),
+    NVX_ERROR("Failed to read RRD file: expected %zu but got %zu bytes (%zu + %zu)",
+              std::size_t{fileSize}, static_cast<std::size_t>(legacySize),
               std::size_t{legacyHeaderSize}, std::size_t{dataSize});
     return StatusCode::InvalidArgument;
   }
