@@ -100,7 +100,7 @@ TEST(Date, NamesThatNoZoneCanHaveAreRefused) {
     EXPECT_EQ(date.Initialize(2, name), StatusCode::InvalidArgument);
     EXPECT_EQ(date.timestamp, 1);
     EXPECT_EQ(date.timeZone, cctz::utc_time_zone());
-    const std::string problem = ": Unsupported time zone [" + std::string(name.c_str()) + "]";
+    const std::string problem = ": Unsupported time zone [" + name.substr(0, name.find('\0')) + "]";
     EXPECT_EQ(log.Take(), (Lines{COMPONENT + "IsTimeZoneSupported" + problem,
                                  COMPONENT + "Initialize" + problem}));
   }

@@ -25,6 +25,7 @@
 int RunCommand(int argc, char** argv);  // the main function of the command line
 
 // The RRD library loses a few bytes for each old file, and for each failed update.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the sanitizer calls it by this name
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
   return "leak:librrd";
 }
@@ -65,8 +66,10 @@ std::string ReadFile(const std::string& path) {
   // The RRD library reads outside its memory in every migration, also of a sound file.
   commands.push_back({"migrate", "topo:x", "--step", "60", "--rows", "5"});
 #endif
-  (void)!std::freopen("/dev/null", "w", stdout);
-  (void)!std::freopen((directory + "/messages").c_str(), "w", stderr);
+  if (std::freopen("/dev/null", "w", stdout) == nullptr ||
+      std::freopen((directory + "/messages").c_str(), "w", stderr) == nullptr) {
+    _exit(2);
+  }
   for (current = 0; current < files.size(); current = current + 1) {
     alarm(60);
     for (std::vector<const char*> command : commands) {

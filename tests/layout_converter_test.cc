@@ -53,7 +53,11 @@ class LayoutConverterTest : public ::testing::Test {
 
 TEST_F(LayoutConverterTest, ConvertsTheFilesOfEveryMachineToTheRightBytes) {
   std::ifstream digests(GetPath("converted.sha256"));
-  std::string digest, name, arrow, layout, size;
+  std::string digest;
+  std::string name;
+  std::string arrow;
+  std::string layout;
+  std::string size;
   while (digests >> digest >> name >> arrow >> layout >> size) {
     GetConverted(GetPath(name), LAYOUTS.at(layout));
     EXPECT_EQ(RunProgram({"sha256sum", "new"}).output, digest + "  new\n") << name << layout;

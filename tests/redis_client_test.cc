@@ -66,7 +66,7 @@ class RealRedis : public testing::Test {
   // Any command, on a connection of its own.
   void Command(const char* command) const {
     redisContext* const context = redisConnectUnix(socket.c_str());
-    redisReply* const reply = static_cast<redisReply*>(redisCommand(context, command));
+    auto* const reply = static_cast<redisReply*>(redisCommand(context, command));
     EXPECT_TRUE(reply != nullptr && reply->type != REDIS_REPLY_ERROR) << command;
     freeReplyObject(reply);
     redisFree(context);
@@ -199,7 +199,7 @@ class StrangeServer {
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
-    bind(listener, reinterpret_cast<sockaddr*>(&address), size);
+    EXPECT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), size), 0);
     getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
     listen(listener, 8);
     place = "127.0.0.1:" + std::to_string(ntohs(address.sin_port));

@@ -67,7 +67,7 @@ void FileReplacement::Reopen() {
   RequireCall(descriptor.IsOpen(), "its new file cannot be opened");
 }
 
-void FileReplacement::CopyContent(const OpenedFile& source) {
+void FileReplacement::CopyContent(const OpenedFile& source) const {
   constexpr std::size_t PIECE_SIZE = 65536;
   std::vector<char> piece(PIECE_SIZE);
   off_t offset = 0;
@@ -95,7 +95,7 @@ std::string FileReplacement::FindGrowthError() const {
 
 void FileReplacement::Sync() const { RequireCall(fsync(Get()) == 0, "it cannot be synced"); }
 
-void FileReplacement::SetDefaultMode() {
+void FileReplacement::SetDefaultMode() const {
   constexpr mode_t READ_WRITE = 0666;
   const mode_t mask = umask(0);
   umask(mask);

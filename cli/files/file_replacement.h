@@ -31,7 +31,7 @@ class FileReplacement {
   void Reopen();
 
   // Fills the new file with the content of another.
-  void CopyContent(const OpenedFile& source);
+  void CopyContent(const OpenedFile& source) const;
 
   void Sync() const;
 
@@ -39,7 +39,7 @@ class FileReplacement {
   std::string FindGrowthError() const;
 
   // The mode that a program without special wishes gives to a new file.
-  void SetDefaultMode();
+  void SetDefaultMode() const;
 
   // Puts the new file in place of `old`, unless that was changed meanwhile, and with all that
   // belongs to it.

@@ -51,6 +51,7 @@ std::optional<long long> ParseIso8601(const std::string& text, const cctz::time_
 // The names of the zoneinfo database, without its copies that count leap seconds or do not.
 std::vector<std::string> ListZones() {
   namespace fs = std::filesystem;
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): no thread of the program changes a variable
   const char* const given = std::getenv("TZDIR");
   const fs::path root = given == nullptr ? "/usr/share/zoneinfo" : given;
   std::vector<std::string> names;

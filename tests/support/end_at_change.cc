@@ -23,7 +23,8 @@ constexpr const char* FUTIMENS = sizeof(long) == 4 ? "__futimens64" : "futimens"
 
 // Whether the end comes at the change after this one.
 bool CountChange() {
-  static const long end = std::atol(std::getenv("NVX_END_AT"));
+  static const char* const wanted = std::getenv("NVX_END_AT");
+  static const long end = wanted == nullptr ? 0 : std::strtol(wanted, nullptr, 10);
   static std::atomic<long> count{0};
   const long number = ++count;
   if (number == end) {
