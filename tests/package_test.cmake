@@ -21,8 +21,7 @@ run(${CMAKE_COMMAND} -S "${SOURCE_DIR}/docs/example" -B "${work}/build" -G Ninja
 run(${CMAKE_COMMAND} --build "${work}/build")
 run(${EMULATOR} "${work}/build/package-user" "${work}/data")
 if(NOT output STREQUAL "2024-01-01T00:00:00.000+01:00 20.50 good
-2024-02-01T00:00:00.000+01:00 22.50 good
-")
+2024-02-01T00:00:00.000+01:00 22.50 good")
   message(FATAL_ERROR "unexpected: ${output}")
 endif()
 file(READ "${SOURCE_DIR}/README.md" readme)
