@@ -105,12 +105,7 @@ void CreateDataFile(const std::string& path, const DataFileDefinition& definitio
   Finish(replacement, definition, client);
   fill(replacement.GetPath());
   replacement.Sync();
-  if (old) {
-    replacement.Replace(*old);
-  } else {
-    replacement.SetDefaultMode();
-    replacement.PutInPlace();
-  }
+  replacement.ReplaceOrMake(old);
   directory.Sync();
 }
 

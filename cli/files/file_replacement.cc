@@ -123,6 +123,15 @@ void FileReplacement::PutInPlace() {
   isInPlace = true;
 }
 
+void FileReplacement::ReplaceOrMake(const std::optional<OpenedFile>& old) {
+  if (old) {
+    Replace(*old);
+  } else {
+    SetDefaultMode();
+    PutInPlace();
+  }
+}
+
 void FileReplacement::RequireOwnFile() const {
   RequireArgument(IsFile(directory.GetPrivateDirectory().Get(), name, Get()),
                   "its new file was exchanged");

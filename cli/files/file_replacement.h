@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "files/locked_directory.h"
@@ -38,9 +39,6 @@ class FileReplacement {
   // Why the new file cannot grow; empty when it can.
   std::string FindGrowthError() const;
 
-  // The mode that a program without special wishes gives to a new file.
-  void SetDefaultMode() const;
-
   // Puts the new file in place of `old`, unless that was changed meanwhile, and with all that
   // belongs to it.
   void Replace(const OpenedFile& old);
@@ -48,7 +46,13 @@ class FileReplacement {
   // Puts the new file in place, where nothing may be.
   void PutInPlace();
 
+  // Replaces `old`, or puts a file with the usual mode in place where there is none.
+  void ReplaceOrMake(const std::optional<OpenedFile>& old);
+
  private:
+  // The mode that a program without special wishes gives to a new file.
+  void SetDefaultMode() const;
+
   void RequireOwnFile() const;
 
   LockedDirectory& directory;

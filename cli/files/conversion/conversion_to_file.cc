@@ -35,12 +35,7 @@ void ConvertTo(const ResolvedPath& destination, const OpenedFile& source,
   LockedDirectory lock(directory);
   FileReplacement replacement(lock, destination.name);
   converter.Convert(source, replacement);
-  if (old) {
-    replacement.Replace(*old);
-  } else {
-    replacement.SetDefaultMode();
-    replacement.PutInPlace();
-  }
+  replacement.ReplaceOrMake(old);
   directory.Sync();
 }
 
