@@ -28,6 +28,7 @@ _nvx_timeseries_intervals() {
 }
 
 _nvx_timeseries_zones() {
+  echo local
   awk '$1 == "Z" { print $2 } $1 == "L" { print $3 }' "${TZDIR:-/usr/share/zoneinfo}/tzdata.zi"
 }
 
@@ -61,6 +62,7 @@ _nvx_timeseries() {
     DIR*) _filedir -d ;;
     FILE*) _filedir ;;
     ZONE*) _nvx_timeseries_offer "$cur" < <(_nvx_timeseries_zones) ;;
+    TIME*) _nvx_timeseries_offer "$cur" < <(printf '%s\n' now today yesterday first last) ;;
     INTERVAL*) _nvx_timeseries_offer "$cur" < <(_nvx_timeseries_intervals "$help") ;;
     LEVEL*) _nvx_timeseries_offer "$cur" < <(printf '%s\n' none error info trace) ;;
     [A-Z]*:{*)

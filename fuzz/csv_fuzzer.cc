@@ -7,6 +7,7 @@
 #include "input/csv_reader.h"
 #include "input/sample_text.h"
 #include "input/time_text.h"
+#include "input/zone_text.h"
 #include "timeseries/host.h"
 
 using namespace nvx::TimeSeriesDatabase;
@@ -45,7 +46,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   } catch (const CommandError&) {
   }
   try {
-    Check(ReadSample(text, zone), zone);
+    const auto [time, value] = ReadSample(text, zone);
+    const auto findTime = [] { return YEAR_1000; };
+    Check({time.Resolve({findTime, findTime}), value}, zone);
   } catch (const CommandError&) {
   }
   return 0;

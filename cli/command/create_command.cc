@@ -12,6 +12,7 @@
 #include "input/csv_reader.h"
 #include "input/file_definition.h"
 #include "input/time_text.h"
+#include "input/zone_text.h"
 #include "output/message.h"
 #include "timeseries/rrd/file_helper.h"
 
@@ -104,6 +105,14 @@ void StoreSamples(const Samples& samples, SampleWriter& writer) {
   writer.StoreBatch();
 }
 
+std::optional<long long> ReadStartOfNewFile(const FileDefinition& definition) {
+  const std::optional<TimeExpression> start = ReadStart(definition);
+  if (start && start->IsOfFile()) {
+    throw UsageError(*definition.startText, "a new file has no first and no last sample yet");
+  }
+  return start ? std::optional(ResolveStart(*start, {}, definition.zeltId)) : std::nullopt;
+}
+
 void Create(const CreateOptions& options, Context& context) {
   FileDefinition definition = options.definition;
   const std::string path = context.GetPath(definition.zeltId);
@@ -114,7 +123,7 @@ void Create(const CreateOptions& options, Context& context) {
   if (!definition.rowCount && !options.csv.path) {
     throw CLI::RequiredError("--rows or --csv");
   }
-  std::optional<long long> start = ReadStart(definition);
+  std::optional<long long> start = ReadStartOfNewFile(definition);
   if (!definition.isForced && Utilities::FileSystem::CheckFileExist(path) == StatusCode::Success) {
     throw CommandError(definition.zeltId, path + " exists; --force replaces it",
                        StatusCode::InvalidArgument);
@@ -158,7 +167,7 @@ void AddCreateCommand(CLI::App& app, Context& context) {
       ->required();
   AddCsvOptions(*command, options->csv,
                 "File of samples to store, all or none, or '-' for standard input");
-  command->footer(std::string(CSV_HELP) + "\n" + TIME_HELP);
+  command->footer(std::string(CSV_HELP) + "\n" + TIME_HELP + "\n" + ZONE_HELP);
   command->callback([options, &context] { Create(*options, context); });
 }
 

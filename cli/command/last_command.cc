@@ -6,7 +6,7 @@
 #include "command/commands.h"
 #include "files/described_file.h"
 #include "input/choice.h"
-#include "input/time_text.h"
+#include "input/zone_text.h"
 #include "output/point_format.h"
 #include "output/shortest_text.h"
 
@@ -81,7 +81,7 @@ void AddLastCommand(CLI::App& app, Context& context) {
             {{"text", LastFormat::Text}, {"csv", LastFormat::Csv}, {"json", LastFormat::Json}},
             "Form of the output: DATE TIMESTAMP VALUE (text, default), or as query prints it")
       ->type_name("FORMAT");
-  command->footer("VALUE is nan for a sample that is missing.");
+  command->footer("VALUE is nan for a sample that is missing.\n" + std::string(ZONE_HELP));
   command->callback([options, &context] { Run(*options, context); });
 }
 

@@ -1,12 +1,14 @@
 #include <memory>
 
 #include "command/commands.h"
+#include "command/selected_files.h"
 #include "files/data_file.h"
 #include "files/described_file.h"
 #include "files/file_error.h"
 #include "files/file_shape.h"
 #include "input/file_definition.h"
 #include "input/time_text.h"
+#include "input/zone_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -32,7 +34,7 @@ void Migrate(const FileDefinition& given, Context& context) {
   if (!problem.empty()) {
     throw UsageError(given.zeltId, problem);
   }
-  const std::optional<long long> givenStart = ReadStart(given);
+  const std::optional<TimeExpression> givenStart = ReadStart(given);
   context.GetPathOfNative(given.zeltId);
   const Rrd::FileDescription file = DescribeFile(context.rrdClient, path, given.zeltId);
   if (!file.HasShapeOfCreate()) {
@@ -41,7 +43,8 @@ void Migrate(const FileDefinition& given, Context& context) {
   }
   const FileDefinition definition = Complete(given, file);
   const long long last = file.lastUpdate;
-  const long long start = givenStart.value_or(last);
+  const long long start =
+      givenStart ? ResolveStart(*givenStart, FindTimes(given.zeltId, context), given.zeltId) : last;
   if (start < last && !definition.isForced) {
     throw CommandError(
         definition.zeltId,
@@ -67,7 +70,7 @@ void AddMigrateCommand(CLI::App& app, Context& context) {
   AddDefinitionOptions(*command, *definition,
                        {"default: those of the file", "the last update", "that of the file",
                         "Accept that samples are lost"});
-  command->footer(TIME_HELP);
+  command->footer(std::string(TIME_HELP) + "\n" + ZONE_HELP);
   command->callback([definition, &context] { Migrate(*definition, context); });
 }
 

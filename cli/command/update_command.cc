@@ -3,11 +3,13 @@
 #include <set>
 
 #include "command/commands.h"
+#include "command/selected_files.h"
 #include "files/sample_writer.h"
 #include "input/csv_file.h"
 #include "input/csv_reader.h"
 #include "input/sample_text.h"
-#include "input/time_text.h"
+#include "input/time_expression.h"
+#include "input/zone_text.h"
 #include "output/message.h"
 #include "output/progress_bar.h"
 
@@ -26,18 +28,26 @@ constexpr char BATCH_HELP[] =
     "Lines are stored in batches of 10000; one that cannot be read keeps its whole batch out of\n"
     "the file.";
 
-using Samples = std::vector<std::pair<long long, double>>;
+using Samples = std::vector<std::pair<TimeExpression, double>>;
 
 Samples ReadArguments(const std::vector<std::string>& texts, const cctz::time_zone& zone) {
   Samples samples;
-  std::set<long long> times;
   for (const std::string& text : texts) {
     samples.push_back(ReadSample(text, zone));
-    if (!times.insert(samples.back().first).second) {
-      throw UsageError(text, "its time occurs twice");
-    }
   }
   return samples;
+}
+
+void AddArguments(const UpdateOptions& options, const Samples& samples, const FileTimes& times,
+                  SampleWriter& writer) {
+  std::set<long long> known;
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    const long long time = samples[i].first.Resolve(times);
+    if (!known.insert(time).second) {
+      throw UsageError(options.samples[i], "its time occurs twice");
+    }
+    writer.Add({time, samples[i].second});
+  }
 }
 
 void StoreLines(CsvReader& reader, CsvFile& file, SampleWriter& writer) {
@@ -83,9 +93,7 @@ void Update(const UpdateOptions& options, Context& context) {
   if (options.csv.path) {
     StoreCsv(options, zone, writer);
   }
-  for (const auto& sample : samples) {
-    writer.Add(sample);
-  }
+  AddArguments(options, samples, FindTimes(options.zeltId, context), writer);
   writer.StoreBatch();
   std::cout << WithoutControls(writer.Describe()) << '\n';
 }
@@ -110,7 +118,7 @@ void AddUpdateCommand(CLI::App& app, Context& context) {
                     "Leave out samples that are not later than the file's last update");
   command->add_flag("--force", options->policy.mayBeFuture,
                     "Store samples of more than a day in the future");
-  command->footer(std::string(CSV_HELP) + "\n" + BATCH_HELP + "\n" + TIME_HELP);
+  command->footer(std::string(CSV_HELP) + "\n" + BATCH_HELP + "\n" + TIME_HELP + "\n" + ZONE_HELP);
   command->callback([options, &context] { Update(*options, context); });
 }
 

@@ -5,6 +5,7 @@
 
 #include "error/command_error.h"
 #include "input/time_text.h"
+#include "input/zone_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -71,16 +72,19 @@ DataFileDefinition MakeDataFileDefinition(const FileDefinition& definition, long
           static_cast<unsigned int>(definition.rowCount.value())};
 }
 
-std::optional<long long> ReadStart(const FileDefinition& definition) {
+std::optional<TimeExpression> ReadStart(const FileDefinition& definition) {
   const cctz::time_zone zone = LoadZone(definition.zoneName);
-  if (!definition.startText) {
-    return std::nullopt;
+  return definition.startText ? std::optional(TimeExpression(*definition.startText, zone))
+                              : std::nullopt;
+}
+
+long long ResolveStart(const TimeExpression& start, const FileTimes& file,
+                       const std::string& zeltId) {
+  const long long time = start.Resolve(file);
+  if (time < 1) {  // 0 and -1 stand for the present time in the RRD library
+    throw UsageError(zeltId, "start must be later than " + FormatUtc(0));
   }
-  const long long start = ReadTime(*definition.startText, zone);
-  if (start < 1) {  // 0 and -1 stand for the present time in the RRD library
-    throw UsageError(definition.zeltId, "start must be later than " + FormatUtc(0));
-  }
-  return start;
+  return time;
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "files/data_file.h"
+#include "input/time_expression.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -39,7 +40,11 @@ std::string FindProblem(const FileDefinition& definition);
 // problem.
 DataFileDefinition MakeDataFileDefinition(const FileDefinition& definition, long long start);
 
-// The start that was given, if any. Throws UsageError for one that no file can have.
-std::optional<long long> ReadStart(const FileDefinition& definition);
+// The start that was given, if any. Throws UsageError for one that is no TIME.
+std::optional<TimeExpression> ReadStart(const FileDefinition& definition);
+
+// The same as seconds since the epoch. Throws UsageError for one that no file can have.
+long long ResolveStart(const TimeExpression& start, const FileTimes& file,
+                       const std::string& zeltId);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -15,7 +15,7 @@ bool IsDigit(char character) { return '0' <= character && character <= '9'; }
 
 // Whether minutes or seconds of a time may stand behind its colon.
 bool MayEndTime(const std::string& text, std::size_t colon) {
-  return text.find('T') < colon && text.size() > colon + 2 && IsDigit(text[colon + 1]) &&
+  return text.find_first_of("T ") < colon && text.size() > colon + 2 && IsDigit(text[colon + 1]) &&
          IsDigit(text[colon + 2]);
 }
 
@@ -32,7 +32,7 @@ std::optional<double> ParseValue(const std::string& text) {
   return isValue ? std::optional(value) : std::nullopt;
 }
 
-std::pair<long long, double> ReadSample(const std::string& text, const cctz::time_zone& zone) {
+std::pair<TimeExpression, double> ReadSample(const std::string& text, const cctz::time_zone& zone) {
   const std::size_t colon = text.rfind(':');
   if (colon == std::string::npos || (MayEndTime(text, colon) && ParseTime(text, zone))) {
     throw UsageError(text, "not TIME:VALUE, with the seconds of the time where it is in doubt");
@@ -41,7 +41,7 @@ std::pair<long long, double> ReadSample(const std::string& text, const cctz::tim
   if (!value) {
     throw UsageError(text, "the value is no number");
   }
-  return {ReadTime(text.substr(0, colon), zone), *value};
+  return {TimeExpression(text.substr(0, colon), zone), *value};
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

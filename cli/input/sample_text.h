@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cctz/time_zone.h>
-
 #include <optional>
 #include <string>
 #include <utility>
+
+#include "input/time_expression.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -13,6 +13,6 @@ std::optional<double> ParseValue(const std::string& text);
 
 // Reads "TIME:VALUE". Throws UsageError for any other text, and for one that may just as well be
 // a time without value, such as 2021-03-28T01:00:30.
-std::pair<long long, double> ReadSample(const std::string& text, const cctz::time_zone& zone);
+std::pair<TimeExpression, double> ReadSample(const std::string& text, const cctz::time_zone& zone);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

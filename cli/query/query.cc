@@ -59,10 +59,29 @@ void RequireBoundedPoints(const Query& query, const TimeWindow& window) {
                  MAXIMUM_POINT_COUNT);
 }
 
-long long FindStart(const Query& query, const TimeWindow& window, bool isOnBound,
-                    const RrdClient& client) {
+// A stored timestamp may be any number, and archives may reach back behind 1970, but no sample can.
+long long GetFirstRow(const Query& query) {
+  long long first = 0;
+  Require(query.MakeDataSource().GetFirstTimestamp(first), query.zeltId,
+          "its first timestamp cannot be read");
+  return std::max(ClampTime(first), EARLIEST_SAMPLE);
+}
+
+FileTimes GetFileTimes(const Query& query) {
+  const auto findLast = [&query] { return query.file.lastUpdate; };
+  const auto findFirst = [&query] {
+    TimeWindow window;
+    window.end.timestamp = query.file.lastUpdate;
+    window.start.timestamp = std::min(GetFirstRow(query), window.end.timestamp);
+    RequireBoundedSamples(query, window);
+    return FindStart(query, window, false);
+  };
+  return {findFirst, findLast};
+}
+
+long long FindStart(const Query& query, const TimeWindow& window, bool isOnBound) {
   Rrd::FetchResult result;
-  Require(client.Fetch(query.path, window.start.timestamp, window.end.timestamp, result),
+  Require(query.client.Fetch(query.path, window.start.timestamp, window.end.timestamp, result),
           query.zeltId, "no answer for " + TimeWindowToString(window));
   const double* const end = result.GetData() + result.GetSampleCount();
   const double* const found =

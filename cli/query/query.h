@@ -3,9 +3,10 @@
 #include <optional>
 #include <string>
 
-#include "query/point_function.h"
+#include "input/time_expression.h"
 #include "timeseries/query_interval.h"
 #include "timeseries/rrd/file_description.h"
+#include "timeseries/rrd/numerical_data_source.h"
 #include "timeseries/rrd_client.h"
 #include "timeseries/time_window.h"
 
@@ -15,13 +16,16 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 // differently.
 constexpr long long EARLIEST_SAMPLE = 1;
 
-// What is asked of one file.
+// One file that is asked, and in which intervals. The store and the client must outlive it.
 struct Query {
   std::string zeltId;
   std::string path;
   Rrd::FileDescription file;
   QueryInterval interval;
-  PointFunction function;
+  RedisClientInterface& store;
+  RrdClient& client;
+
+  Rrd::NumericalDataSource MakeDataSource() const { return {path, store, client}; }
 };
 
 // Throws CommandError for a window of more samples than the archive that answers it has, or the
@@ -33,8 +37,15 @@ void RequireBoundedPoints(const Query& query, const TimeWindow& window);
 
 // The start of the first interval with a sample in the window, or the first sample itself where
 // intervals do not begin at their bounds. Throws CommandError when there is no sample.
-long long FindStart(const Query& query, const TimeWindow& window, bool isOnBound,
-                    const RrdClient& client);
+long long FindStart(const Query& query, const TimeWindow& window, bool isOnBound);
+
+// The start of the file's rows, or of its samples as the store has it. Throws CommandError when it
+// cannot be read.
+long long GetFirstRow(const Query& query);
+
+// The file's first and last sample, from which a TIME may be counted. The query must outlive them;
+// the first one throws CommandError when there is no sample.
+FileTimes GetFileTimes(const Query& query);
 
 // Leaves the complete intervals in the window. With `isPartial`, it may be left empty, and the
 // interval that is cut by its end is returned, if one is.

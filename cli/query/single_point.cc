@@ -17,11 +17,11 @@ struct Run {
 };
 
 // A fetch goes on to the step after an end between two steps.
-Run Fetch(const Query& query, const TimeWindow& window, const RrdClient& client) {
+Run Fetch(const Query& query, const TimeWindow& window) {
   const long long end = window.end.timestamp;
   const long long start = std::max(window.start.timestamp, std::min(EARLIEST_SAMPLE, end));
   Rrd::FetchResult result;
-  Require(client.Fetch(query.path, start, end, result), query.zeltId,
+  Require(query.client.Fetch(query.path, start, end, result), query.zeltId,
           "no answer for " + TimeWindowToString(window));
   Run run;
   long long time = result.GetStartTime();
@@ -33,32 +33,32 @@ Run Fetch(const Query& query, const TimeWindow& window, const RrdClient& client)
   return run;
 }
 
-NumericalDataPoint Compute(const Query& query, const TimeWindow& window,
-                           const std::vector<double>& samples) {
+NumericalDataPoint Compute(const Query& query, const PointFunction& function,
+                           const TimeWindow& window, const std::vector<double>& samples) {
   NumericalDataPoint point;
   point.date = window.start;
-  Require(query.function.compute(&samples.front(), &samples.back(), point.value, point.quality),
+  Require(function.compute(&samples.front(), &samples.back(), point.value, point.quality),
           query.zeltId, "no answer for " + TimeWindowToString(window));
   return point;
 }
 
 }  // namespace
 
-NumericalDataPoint ComputeWhole(const Query& query, const TimeWindow& window,
-                                const RrdClient& client) {
-  Run run = Fetch(query, window, client);
+NumericalDataPoint ComputeWhole(const Query& query, const PointFunction& function,
+                                const TimeWindow& window) {
+  Run run = Fetch(query, window);
   // Without a sample at its end, every sample is the window's own.
-  if (run.samples.empty() || (query.function.leavesOutBoundary && !run.endsWithSample)) {
+  if (run.samples.empty() || (function.leavesOutBoundary && !run.endsWithSample)) {
     run.samples.push_back(MISSING);
   }
-  return Compute(query, window, run.samples);
+  return Compute(query, function, window, run.samples);
 }
 
-NumericalDataPoint ComputePartial(const Query& query, const TimeWindow& window,
-                                  const RrdClient& client) {
-  Run run = Fetch(query, window, client);
+NumericalDataPoint ComputePartial(const Query& query, const PointFunction& function,
+                                  const TimeWindow& window) {
+  Run run = Fetch(query, window);
   run.samples.push_back(MISSING);  // what will end the interval
-  NumericalDataPoint point = Compute(query, window, run.samples);
+  NumericalDataPoint point = Compute(query, function, window, run.samples);
   point.quality = false;
   return point;
 }

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cctz/time_zone.h>
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+constexpr char TIME_HELP[] =
+    "TIME is seconds since the epoch or ISO 8601, such as 2021-03-28, 2021-03-28T01:00 (or with a\n"
+    "blank for the T), 2021-03-28T01:00:30+02:00 or 2021-03; without Z or an offset it is local\n"
+    "time in the zone. Or it is now, today, yesterday, first or last, the file's first and last\n"
+    "sample, with any number of offsets, such as now-24h, today-1mo+6h or last-7d. The units are\n"
+    "s, m or min, h, d, w, mo and y; from days on they are of the calendar and keep the clock's\n"
+    "time, and a month that is too short ends with its last day.";
+
+// The times of a file that a TIME may be counted from; they are only looked for when they are
+// needed.
+struct FileTimes {
+  std::function<long long()> findFirst;
+  std::function<long long()> findLast;
+};
+
+// A TIME: a time that is written out, or a word and the offsets from it.
+class TimeExpression {
+ public:
+  // Throws UsageError for a text that is no TIME.
+  TimeExpression(const std::string& timeText, const cctz::time_zone& timeZone);
+
+  // Whether it is counted from the first or the last sample of a file.
+  bool IsOfFile() const;
+
+  // Seconds since the epoch; all of a program are counted from the same present. Throws UsageError
+  // outside the years 1 to 9999, and what the functions throw.
+  long long Resolve(const FileTimes& file) const;
+
+ private:
+  enum class Unit { Second, Day, Month };
+
+  struct Offset {
+    long long number;
+    Unit unit;
+  };
+
+  struct Moment {
+    long long timestamp;
+    cctz::civil_second local;
+  };
+
+  Offset ReadOffset(std::string_view offsetText) const;
+  Moment FindOrigin(const FileTimes& file) const;
+  Moment MakeMoment(long long timestamp) const;
+  Moment MakeMoment(const cctz::civil_second& local) const;
+  Moment Move(const Moment& moment, const Offset& offset) const;
+  [[noreturn]] void Refuse(const std::string& note = "") const;
+
+  std::string text;
+  cctz::time_zone zone;
+  std::string word;  // empty for a time that is written out
+  long long writtenTime = 0;
+  std::vector<Offset> offsets;
+};
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cctz/time_zone.h>
+
+#include <string>
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+constexpr char ZONE_HELP[] =
+    "ZONE is a name of the time zone database, such as Europe/Berlin, or local, the zone of this\n"
+    "machine, which the variable TZ or else /etc/localtime names.";
+
+// The zone of a name of the zoneinfo database, or of the machine for "local". Throws UsageError for
+// any other text, and for a machine whose zone is not to be found.
+cctz::time_zone LoadZone(const std::string& name);
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
