@@ -7,7 +7,7 @@
 #include "files/described_file.h"
 #include "input/choice.h"
 #include "input/zone_text.h"
-#include "output/point_format.h"
+#include "output/point_writer.h"
 #include "output/shortest_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -52,6 +52,11 @@ NumericalDataPoint FindLast(const std::string& zeltId, Context& context) {
   return last;
 }
 
+void Print(PointWriter&& writer, const NumericalDataPoint& point) {
+  writer.Add("", {{point}});
+  writer.Finish();
+}
+
 void Run(const LastOptions& options, Context& context) {
   const cctz::time_zone zone = LoadZone(options.zoneName);
   NumericalDataPoint last = FindLast(options.zeltId, context);
@@ -62,9 +67,9 @@ void Run(const LastOptions& options, Context& context) {
                 << ShortestText(last.value).Get() << '\n';
       return;
     case LastFormat::Csv:
-      return PrintCsv({last}, std::cout);
+      return Print(CsvWriter(AnswerShape(), std::cout), last);
     case LastFormat::Json:
-      return PrintJson({last}, std::cout);
+      return Print(JsonWriter(AnswerShape(), std::cout), last);
   }
 }
 

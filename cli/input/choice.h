@@ -12,20 +12,26 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 template <typename Value>
 using Choices = std::vector<std::pair<std::string, Value>>;
 
+template <typename Value>
+std::vector<std::string> GetNames(const Choices<Value>& choices) {
+  std::vector<std::string> names;
+  for (const auto& choice : choices) {
+    names.push_back(choice.first);
+  }
+  return names;
+}
+
 // Adds an option that sets `value` to what its word stands for. Any other word is wrong usage.
 template <typename Value>
 CLI::Option* AddChoice(CLI::App& command, const std::string& name, Value& value,
                        const Choices<Value>& choices, const std::string& help) {
-  std::vector<std::string> words;
-  for (const auto& choice : choices) {
-    words.push_back(choice.first);
-  }
   const auto choose = [&value, choices](const std::string& word) {
     value = std::find_if(choices.begin(), choices.end(), [&word](const auto& choice) {
               return choice.first == word;
             })->second;
   };
-  return command.add_option_function<std::string>(name, choose, help)->check(CLI::IsMember(words));
+  return command.add_option_function<std::string>(name, choose, help)
+      ->check(CLI::IsMember(GetNames(choices)));
 }
 
 // Why not every word of a list with commas is a different one of `known`; empty when they are.
@@ -47,10 +53,7 @@ inline std::string FindProblem(const std::string& words, const std::vector<std::
 template <typename Value>
 CLI::Option* AddChoiceOfSeveral(CLI::App& command, const std::string& name, Choices<Value>& chosen,
                                 const Choices<Value>& choices, const std::string& help) {
-  std::vector<std::string> known;
-  for (const auto& choice : choices) {
-    known.push_back(choice.first);
-  }
+  const std::vector<std::string> known = GetNames(choices);
   const auto choose = [&chosen, choices](const std::string& words) {
     chosen.clear();
     for (const std::string& word : CLI::detail::split(words, ',')) {

@@ -1,36 +1,84 @@
 #include "output/point_format.h"
 
-#include <cmath>
-#include <nlohmann/json.hpp>
+#include <iostream>
 
-#include "output/shortest_text.h"
+#include "output/chart.h"
+#include "output/gnuplot.h"
+#include "output/message.h"
+#include "output/point_table.h"
+#include "output/terminal.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
 
-const char* GetQualityText(const NumericalDataPoint& point) {
-  return point.quality ? "good" : "bad";
+using AllSeries = std::vector<Series>;
+
+// What tells the columns of a table from one another.
+std::string NameColumn(const Series& series, const AnswerShape& shape) {
+  if (!shape.hasIds) {
+    return series.function;
+  }
+  const std::string id = WithoutControls(series.zeltId);
+  return shape.functions.size() == 1 ? id : id + ' ' + series.function;
 }
 
-void PrintCsv(const std::vector<NumericalDataPoint>& points, std::ostream& output) {
-  output << "date,timestamp,value,quality\n";
-  for (const NumericalDataPoint& point : points) {
-    output << point.date.ToText() << ',' << point.date.timestamp << ','
-           << ShortestText(point.value).Get() << ',' << GetQualityText(point) << '\n';
+void PrintAsTable(const AllSeries& all, const AnswerShape& shape) {
+  if (!shape.hasIds && shape.functions.size() == 1) {
+    return PrintTable(all.front().points, GetTerminalColumns(), std::cout);
   }
+  std::vector<std::string> names;
+  for (const Series& series : all) {
+    names.push_back(NameColumn(series, shape));
+  }
+  PrintTable(all, names, std::cout);
 }
 
-void PrintJson(const std::vector<NumericalDataPoint>& points, std::ostream& output) {
-  output << '[';
-  const char* separator = "\n  ";
-  for (const NumericalDataPoint& point : points) {
-    nlohmann::ordered_json object = {{"date", point.date.ToText()},
-                                     {"timestamp", point.date.timestamp},
-                                     {"value", point.value},  // null when it is not finite
-                                     {"quality", GetQualityText(point)}};
-    output << separator << object;
-    separator = ",\n  ";
+// The whole names of series, for a picture that is on its own.
+std::vector<std::string> NameSeries(const AllSeries& all) {
+  std::vector<std::string> names;
+  for (const Series& series : all) {
+    names.push_back(WithoutControls(series.zeltId) + ' ' + series.function);
   }
-  output << "\n]\n";
+  return names;
+}
+
+// Without colours, only different marks tell several series apart.
+Drawing ChooseDrawing(bool isSeveral) {
+  if (!IsUtf8Locale() || (isSeveral && !HasColours())) {
+    return Drawing::Marks;
+  }
+  return isSeveral ? Drawing::ColouredBraille : Drawing::Braille;
+}
+
+void PrintAsChart(const AllSeries& all, const AnswerShape& /*shape*/) {
+  constexpr unsigned int DEFAULT_COLUMNS = 80;
+  constexpr unsigned int DEFAULT_ROWS = 24;
+  const unsigned int columns = GetTerminalColumns();
+  const unsigned int rows = GetTerminalRows();
+  const ChartSize size{columns == 0 ? DEFAULT_COLUMNS : columns, rows == 0 ? DEFAULT_ROWS : rows};
+  PrintChart(all, NameSeries(all), size, ChooseDrawing(all.size() > 1), std::cout);
+}
+
+void PrintAsScript(const AllSeries& all, const AnswerShape& /*shape*/) {
+  PrintGnuplot(all, NameSeries(all), std::cout);
+}
+
+}  // namespace
+
+std::unique_ptr<PointWriter> MakePointWriter(PointFormat format, const AnswerShape& shape) {
+  switch (format) {
+    case PointFormat::Csv:
+      return std::make_unique<CsvWriter>(shape, std::cout);
+    case PointFormat::Json:
+      return std::make_unique<JsonWriter>(shape, std::cout);
+    case PointFormat::Chart:
+      return std::make_unique<CollectingWriter>(shape, PrintAsChart);
+    case PointFormat::Gnuplot:
+      return std::make_unique<CollectingWriter>(shape, PrintAsScript);
+    case PointFormat::Table:
+      break;
+  }
+  return std::make_unique<CollectingWriter>(shape, PrintAsTable);
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

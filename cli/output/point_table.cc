@@ -1,10 +1,12 @@
+#include "output/point_table.h"
+
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <iomanip>
 #include <limits>
 
-#include "output/point_format.h"
+#include "output/point_row.h"
+#include "output/value_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -13,22 +15,10 @@ constexpr std::size_t QUALITY_WIDTH = 7;  // of the heading
 constexpr std::size_t MINIMUM_BAR_WIDTH = 10;
 constexpr std::size_t MAXIMUM_BAR_WIDTH = 60;
 
-std::string FormatValue(double value) {
-  if (std::isnan(value)) {
-    return "-";
-  }
-  const double size = std::abs(value);
-  const bool isReadable = size == 0 || (size >= 0.001 && size < 1e15) || std::isinf(size);
-  char text[32];
-  std::snprintf(text, sizeof text, isReadable ? "%.3f" : "%.3e", value);
-  return text;
-}
-
 class Bars {
  public:
   // Bars of up to `longestBar` marks; none when it is 0 or no value is finite.
-  Bars(const std::vector<NumericalDataPoint>& points, std::size_t longestBar)
-      : longest(longestBar) {
+  Bars(const Points& points, std::size_t longestBar) : longest(longestBar) {
     for (const NumericalDataPoint& point : points) {
       if (std::isfinite(point.value)) {
         lowest = std::min(lowest, point.value);
@@ -63,7 +53,7 @@ struct Widths {
   std::size_t bar = 0;
 };
 
-Widths Measure(const std::vector<NumericalDataPoint>& points, std::size_t terminalColumns) {
+Widths Measure(const Points& points, std::size_t terminalColumns) {
   Widths widths;
   for (const NumericalDataPoint& point : points) {
     widths.date = std::max(widths.date, point.date.ToText().size());
@@ -78,8 +68,7 @@ Widths Measure(const std::vector<NumericalDataPoint>& points, std::size_t termin
 
 }  // namespace
 
-void PrintTable(const std::vector<NumericalDataPoint>& points, unsigned int terminalColumns,
-                std::ostream& output) {
+void PrintTable(const Points& points, unsigned int terminalColumns, std::ostream& output) {
   const Widths widths = Measure(points, terminalColumns);
   const Bars bars(points, widths.bar);
   const auto printCells = [&](const std::string& date, const std::string& value) {
@@ -93,10 +82,10 @@ void PrintTable(const std::vector<NumericalDataPoint>& points, unsigned int term
     printCells(point.date.ToText(), FormatValue(point.value));
     const std::string bar = bars.Make(point.value);
     if (bar.empty()) {
-      output << GetQualityText(point) << '\n';
+      output << GetQualityText(point.quality) << '\n';
     } else {
-      output << std::left << std::setw(QUALITY_WIDTH) << GetQualityText(point) << "  " << bar
-             << '\n';
+      output << std::left << std::setw(QUALITY_WIDTH) << GetQualityText(point.quality) << "  "
+             << bar << '\n';
     }
   }
   if (bars.AreShown()) {

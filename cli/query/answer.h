@@ -2,14 +2,12 @@
 
 #include <vector>
 
+#include "query/points.h"
 #include "query/query.h"
 #include "query/question.h"
-#include "timeseries/numerical_data_point.h"
 
 // What one file answers. Every operation throws CommandError.
 namespace nvx::TimeSeriesDatabase::CommandLine {
-
-using Points = std::vector<NumericalDataPoint>;
 
 // The window that a question means in a file. Without a start it begins with the first interval
 // that has a sample, without an end it ends with the file's last update.

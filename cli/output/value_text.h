@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cmath>
+#include <cstdio>
+#include <string>
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// A value to be looked at, with three digits after the point; "-" for none.
+inline std::string FormatValue(double value) {
+  if (std::isnan(value)) {
+    return "-";
+  }
+  const double size = std::abs(value);
+  const bool isReadable = size == 0 || (size >= 0.001 && size < 1e15) || std::isinf(size);
+  char text[32];
+  std::snprintf(text, sizeof text, isReadable ? "%.3f" : "%.3e", value);
+  return text;
+}
+
+// The columns that a UTF-8 text takes, each character one.
+inline std::size_t CountCharacters(const std::string& text) {
+  std::size_t count = 0;
+  for (const char character : text) {
+    count += (static_cast<unsigned char>(character) & 0xc0) != 0x80 ? 1 : 0;
+  }
+  return count;
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
