@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cctz/time_zone.h>
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -11,7 +9,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// What the points of series reach over, of whom the finite values have been looked at.
+// From where to where the dates of series go, and their finite values.
 struct Extent {
   Date::Date first;  // both are 1970 without points
   Date::Date last;
