@@ -46,10 +46,16 @@ void OccupyStandardStreams() {
 }
 
 void AddGlobalOptions(CLI::App& app, Context& context) {
-  app.add_option("-d,--directory", context.directory, "Database directory (default: .)")
+  app.add_option_function<std::vector<std::string>>(
+         "-d,--directory",
+         [&context](const std::vector<std::string>& directories) {
+           context.directories = directories;
+           context.directory = directories.back();
+         },
+         "Database directory (default: .); export takes several")
       ->envname("NVX_TIMESERIES_DATABASE")
       ->type_name("DIR")
-      ->take_last()
+      ->allow_extra_args(false)
       ->check([](const std::string& text) { return text.empty() ? "empty directory" : ""; });
   app.add_option_function<std::string>(
          "--metadata-store",
@@ -95,6 +101,7 @@ void AddCommands(CLI::App& app, Context& context) {
   AddInfoCommand(app, context);
   AddLastCommand(app, context);
   AddQueryCommand(app, context);
+  AddExportCommand(app, context);
   AddConvertCommand(app, context);
 }
 

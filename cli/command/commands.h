@@ -16,6 +16,7 @@ void AddListCommand(CLI::App& app, Context& context);
 void AddInfoCommand(CLI::App& app, Context& context);
 void AddLastCommand(CLI::App& app, Context& context);
 void AddQueryCommand(CLI::App& app, Context& context);
+void AddExportCommand(CLI::App& app, Context& context);
 void AddConvertCommand(CLI::App& app, Context& context);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "error/command_error.h"
 #include "files/patient_client.h"
@@ -15,6 +16,8 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 // Every operation throws CommandError.
 struct Context {
   std::string directory = ".";
+  std::vector<std::string> directories = {"."};  // of the commands that take several; `directory`
+                                                 // is one of them
   ExitStatus exitStatus = EXIT_DONE;
   Utilities::FileSystem fileSystem;
   MetadataStore store;

@@ -26,6 +26,8 @@ class CommandError {
 
   std::string GetText() const;
 
+  StatusCode GetStatus() const { return status; }
+
   ExitStatus GetExitStatus() const { return exitStatus; }
 
  protected:

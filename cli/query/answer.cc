@@ -79,6 +79,13 @@ bool FetchIntervals(const Query& query, const PointFunction& function, const Tim
   return true;
 }
 
+void TellPartialData(const Query& query) {
+  PrintMessage(CommandError(query.zeltId,
+                            "no sample of the file starts the window, so no point is good",
+                            StatusCode::PartialData)
+                   .GetText());
+}
+
 Answer FindAnswer(const Question& question, const Query& query) {
   const TimeWindow window = MakeWindow(question, query);
   Answer answer;
@@ -90,10 +97,7 @@ Answer FindAnswer(const Question& question, const Query& query) {
     answer.isPartialData |= !Compute(query, function, task, answer.series.emplace_back());
   }
   if (answer.isPartialData) {
-    PrintMessage(CommandError(query.zeltId,
-                              "no sample of the file starts the window, so no point is good",
-                              StatusCode::PartialData)
-                     .GetText());
+    TellPartialData(query);
   }
   return answer;
 }

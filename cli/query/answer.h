@@ -18,6 +18,9 @@ TimeWindow MakeWindow(const Question& question, const Query& query);
 bool FetchIntervals(const Query& query, const PointFunction& function, const TimeWindow& window,
                     Points& points);
 
+// Tells that no sample of the file starts the window.
+void TellPartialData(const Query& query);
+
 struct Answer {
   std::vector<Points> series;  // one for each function
   bool isPartialData = false;  // no sample starts the window

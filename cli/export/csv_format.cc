@@ -1,0 +1,64 @@
+#include "export/csv_format.h"
+
+#include <cmath>
+
+#include "export/decimal.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+// A field in quotes where it needs them.
+void AppendField(const std::string& field, std::string& text) {
+  if (field.find_first_of(",\"\r\n") == std::string::npos) {
+    text += field;
+    return;
+  }
+  text += '"';
+  for (const char character : field) {
+    text += character == '"' ? "\"\"" : std::string(1, character);
+  }
+  text += '"';
+}
+
+}  // namespace
+
+void CsvFormat::AppendHeader(const Series& first, std::string& text) {
+  text += ID_LABEL;
+  for (const auto& label : first.labels) {
+    if (label.first != ID_LABEL) {
+      text += ',';
+      AppendField(label.first, text);
+    }
+  }
+  text += first.hasQuality ? ",timestamp,value,quality\n" : ",timestamp,value\n";
+}
+
+void CsvFormat::Begin(const Series& series, int /*round*/, std::string& /*text*/) {
+  prefix.clear();
+  AppendField(series.scope + ":" + series.labels.at(ID_LABEL), prefix);
+  for (const auto& label : series.labels) {
+    if (label.first != ID_LABEL) {
+      prefix += ',';
+      AppendField(label.second, prefix);
+    }
+  }
+  prefix += ',';
+  hasQuality = series.hasQuality;
+}
+
+void CsvFormat::Append(const Piece& piece, std::string& text) {
+  for (const StreamedPoint& point : piece) {
+    text += prefix;
+    AppendDecimal(point.timestamp, text);
+    text += ',';
+    if (!std::isnan(point.value)) {
+      AppendDecimal(point.value, text);
+    }
+    if (hasQuality) {
+      text += point.isGood ? ",good" : ",bad";
+    }
+    text += '\n';
+  }
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+#include "export/series_format.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// Lines of the id, the labels, the timestamp and the value, which is empty where it is missing; of
+// points of intervals also "good" or "bad". The first line names the columns.
+class CsvFormat : public SeriesFormat {
+ public:
+  void AppendHeader(const Series& first, std::string& text) override;
+  int GetRoundCount(const Series& /*series*/) const override { return 1; }
+  void Begin(const Series& series, int round, std::string& text) override;
+  void Append(const Piece& piece, std::string& text) override;
+  void AppendTrailer(std::string& /*text*/) override {}
+  bool HasMissing() const override { return true; }
+
+ private:
+  std::string prefix;
+  bool hasQuality = false;
+};
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

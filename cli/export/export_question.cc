@@ -1,0 +1,133 @@
+#include "export/export_question.h"
+
+#include <algorithm>
+
+#include "command/selected_files.h"
+#include "error/command_error.h"
+#include "input/interval_text.h"
+#include "query/answer.h"
+#include "timeseries/date/time_round_helper.h"
+#include "timeseries/time_helper.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+// The first and the last second of the samples that are meant; nothing when there are none.
+std::optional<std::pair<long long, long long>> FindSpan(const AskedWindow& asked,
+                                                        const Query& query,
+                                                        std::optional<long long> confirmed) {
+  const FileTimes times = GetFileTimes(query);
+  const long long last = asked.to ? asked.to->Resolve(times) : query.file.lastUpdate;
+  if (asked.from) {
+    return {{asked.from->Resolve(times), last}};
+  }
+  const long long first = GetFirstRow(query);
+  if (confirmed) {
+    return {{first, last}};
+  }
+  const std::optional<long long> firstSample = FindFirstSample(query, first, last);
+  return firstSample ? std::optional(std::pair(*firstSample, last)) : std::nullopt;
+}
+
+// The complete intervals from that of the first sample on.
+TimeWindow FindIntervals(const ExportQuestion& question, const Query& query,
+                         const std::pair<long long, long long>& span,
+                         std::optional<long long> confirmed) {
+  TimeWindow window;
+  window.start.timeZone = question.window.zone;
+  window.end.timeZone = question.window.zone;
+  window.start.timestamp = span.first;
+  window.end.timestamp = span.second;
+  if (!question.window.from && !confirmed) {
+    Date::Date bound = window.start;
+    Date::TimeRoundHelper::RoundDownTime(query.interval, bound);
+    // Not even for the start of the interval is a coarser archive to answer.
+    if (query.file.FindArchive(bound.timestamp) == query.file.FindArchive(window.start.timestamp)) {
+      window.start = bound;
+    }
+  }
+  if (confirmed && *confirmed >= window.start.timestamp) {
+    Date::Date last = window.start;
+    last.timestamp = *confirmed;
+    TimeHelper::ComputeNextDate(query.interval, last, window.start);
+  }
+  Date::TimeRoundHelper::RoundUpTime(query.interval, window.start);
+  Date::TimeRoundHelper::RoundDownTime(query.interval, window.end);
+  return window;
+}
+
+StreamResult StreamWhole(const ExportQuestion& question, const Query& query,
+                         const PieceConsumer& consume) {
+  const Question whole{question.window, query.interval, {question.function}, false, false};
+  const Answer answer = FindAnswer(whole, query);
+  const NumericalDataPoint& point = answer.series.front().front();
+  consume({{point.date.timestamp, point.value, point.quality}});
+  return StreamResult::Done;
+}
+
+}  // namespace
+
+void AddExportOptions(CLI::App& command, ExportOptions& options) {
+  command.add_option("ID", options.zeltIds, "Data sources (default: all of the directory)")
+      ->type_name("");
+  AddWindowOptions(command, options.window);
+  CLI::Option* const interval =
+      command
+          .add_option("--interval", options.interval,
+                      "Length of the intervals, each of which is a point (default: the samples "
+                      "themselves)")
+          ->type_name("INTERVAL");
+  Choices<NamedFunction> functions;
+  for (const NamedFunction& function : ListPointFunctions()) {
+    functions.emplace_back(function.first, function);
+  }
+  AddChoice(command, "--function", options.function, functions,
+            "average (default), minimum, maximum, sum, count, increase or delta")
+      ->type_name("FUNCTION")
+      ->needs(interval);
+  command
+      .add_option("--label", options.labels,
+                  "What tells these series from others, beside the id; may be repeated")
+      ->type_name("KEY=VALUE")
+      ->allow_extra_args(false);
+}
+
+ExportQuestion ReadExportQuestion(const ExportOptions& options) {
+  ExportQuestion question;
+  question.window = ReadWindow(options.window);
+  if (options.interval) {
+    question.interval = ReadInterval(*options.interval);
+  }
+  question.function = options.function;
+  question.labels = ReadLabels(options.labels);
+  return question;
+}
+
+Query OpenExportQuery(const ExportQuestion& question, const std::string& zeltId, Context& context) {
+  return OpenQuery(zeltId, question.interval.value_or(QueryInterval::OneMinute), context);
+}
+
+StreamResult StreamAnswer(const ExportQuestion& question, const Query& query,
+                          std::optional<long long> confirmed, const PieceConsumer& consume) {
+  if (question.interval == QueryInterval::FullPeriod) {
+    return StreamWhole(question, query, consume);
+  }
+  const auto span = FindSpan(question.window, query, confirmed);
+  if (!span) {
+    return StreamResult::Nothing;
+  }
+  if (!question.interval) {
+    const long long first = confirmed ? std::max(span->first, *confirmed + 1) : span->first;
+    StreamSamples(query, first, span->second, consume);
+    return first <= span->second ? StreamResult::Done : StreamResult::Nothing;
+  }
+  const TimeWindow window = FindIntervals(question, query, *span, confirmed);
+  if (window.start.timestamp >= window.end.timestamp) {
+    return StreamResult::Nothing;
+  }
+  return StreamIntervals(query, question.function.second, window, consume)
+             ? StreamResult::Done
+             : StreamResult::PartialData;
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,98 @@
+#include "export/output_file.h"
+
+#include <unistd.h>
+
+#include <cstring>
+#include <iostream>
+
+#include "error/command_error.h"
+#include "files/file_error.h"
+#include "files/file_replacement.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+// An RRD file is never what an output was meant to replace.
+void RequireNoRrdFile(const OpenedFile& file) {
+  constexpr char COOKIE[] = {'R', 'R', 'D', '\0'};
+  char start[sizeof COOKIE] = {};
+  RequireArgument(pread(file.Get(), start, sizeof start, 0) != sizeof start ||
+                      std::memcmp(start, COOKIE, sizeof COOKIE) != 0,
+                  "is an RRD file, which is not replaced");
+}
+
+template <typename Work>
+auto WithPath(const std::string& path, const Work& work) {
+  try {
+    return work();
+  } catch (const FileError& error) {
+    throw CommandError(path, error.what(), error.GetStatus());
+  }
+}
+
+}  // namespace
+
+class OutputFile::File {
+ public:
+  explicit File(const ResolvedPath& resolved)
+      : directory(resolved.directory), old(OpenOld(resolved.name)), lock(directory) {
+    replacement.emplace(lock, resolved.name);
+    stream.open(replacement->GetPath(), std::ios::binary);
+  }
+
+  bool Write(const std::string& text) {
+    InterruptionGuard::Check();
+    stream << text;
+    RequireCall(stream.good(), "it cannot be written");
+    return true;
+  }
+
+  void PutInPlace() {
+    stream.close();
+    RequireCall(stream.good(), "it cannot be written");
+    replacement->Sync();
+    replacement->ReplaceOrMake(old);
+    directory.Sync();
+  }
+
+ private:
+  std::optional<OpenedFile> OpenOld(const std::string& name) const {
+    if (!directory.Has(name)) {
+      return std::nullopt;
+    }
+    OpenedFile opened(directory, name);
+    opened.RequireReplaceable();
+    RequireNoRrdFile(opened);
+    return opened;
+  }
+
+  Directory directory;
+  std::optional<OpenedFile> old;
+  LockedDirectory lock;
+  std::optional<FileReplacement> replacement;
+  std::ofstream stream;
+};
+
+OutputFile::OutputFile(const std::optional<std::string>& filePath) {
+  if (filePath && *filePath != "-") {
+    path = *filePath;
+    file = WithPath(path, [this] { return std::make_unique<File>(Resolve(path)); });
+  }
+}
+
+OutputFile::~OutputFile() = default;
+
+bool OutputFile::Write(const std::string& text) {
+  if (file == nullptr) {
+    return std::cout.write(text.data(), static_cast<std::streamsize>(text.size())).good();
+  }
+  return WithPath(path, [&] { return file->Write(text); });
+}
+
+void OutputFile::Finish() {
+  if (file != nullptr) {
+    WithPath(path, [this] { file->PutInPlace(); });
+  }
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

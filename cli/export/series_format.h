@@ -1,0 +1,39 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "export/point_stream.h"
+#include "export/series.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// A form in which series are written, one after the other. Text is appended to what is there.
+class SeriesFormat {
+ public:
+  virtual ~SeriesFormat() = default;
+
+  // What stands before all series. All of them have the same labels, and quality or none.
+  virtual void AppendHeader(const Series& first, std::string& text) = 0;
+
+  // How often the series of a scope are to be written, all of them each time.
+  virtual int GetRoundCount(const Series& series) const = 0;
+
+  // Throws CommandError for a series that has no such form.
+  virtual void Begin(const Series& series, int round, std::string& text) = 0;
+
+  // Appends points of the series that was begun.
+  virtual void Append(const Piece& piece, std::string& text) = 0;
+
+  // What stands behind all series.
+  virtual void AppendTrailer(std::string& text) = 0;
+
+  // How many values were left out, since the form has none for an infinite one.
+  virtual unsigned long long GetLeftOutCount() const { return 0; }
+
+  // Whether missing values have a form; they are left out where they have none.
+  virtual bool HasMissing() const { return false; }
+};
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
