@@ -52,7 +52,7 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
            context.directories = directories;
            context.directory = directories.back();
          },
-         "Database directory (default: .); export takes several")
+         "Database directory (default: .); export and push take several")
       ->envname("NVX_TIMESERIES_DATABASE")
       ->type_name("DIR")
       ->allow_extra_args(false)
@@ -102,6 +102,7 @@ void AddCommands(CLI::App& app, Context& context) {
   AddLastCommand(app, context);
   AddQueryCommand(app, context);
   AddExportCommand(app, context);
+  AddPushCommand(app, context);
   AddConvertCommand(app, context);
 }
 

@@ -17,6 +17,7 @@ void AddInfoCommand(CLI::App& app, Context& context);
 void AddLastCommand(CLI::App& app, Context& context);
 void AddQueryCommand(CLI::App& app, Context& context);
 void AddExportCommand(CLI::App& app, Context& context);
+void AddPushCommand(CLI::App& app, Context& context);  // adds none without an HTTP client
 void AddConvertCommand(CLI::App& app, Context& context);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

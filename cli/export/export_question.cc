@@ -13,11 +13,15 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 // The first and the last second of the samples that are meant; nothing when there are none.
-std::optional<std::pair<long long, long long>> FindSpan(const AskedWindow& asked,
+std::optional<std::pair<long long, long long>> FindSpan(const ExportQuestion& question,
                                                         const Query& query,
                                                         std::optional<long long> confirmed) {
+  const AskedWindow& asked = question.window;
   const FileTimes times = GetFileTimes(query);
-  const long long last = asked.to ? asked.to->Resolve(times) : query.file.lastUpdate;
+  long long last = asked.to ? asked.to->Resolve(times) : query.file.lastUpdate;
+  if (question.isFinishedOnly) {
+    last = std::min(last, query.file.lastUpdate);
+  }
   if (asked.from) {
     return {{asked.from->Resolve(times), last}};
   }
@@ -112,7 +116,7 @@ StreamResult StreamAnswer(const ExportQuestion& question, const Query& query,
   if (question.interval == QueryInterval::FullPeriod) {
     return StreamWhole(question, query, consume);
   }
-  const auto span = FindSpan(question.window, query, confirmed);
+  const auto span = FindSpan(question, query, confirmed);
   if (!span) {
     return StreamResult::Nothing;
   }

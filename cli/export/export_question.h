@@ -31,6 +31,7 @@ struct ExportQuestion {
   std::optional<QueryInterval> interval;  // none for the samples themselves
   NamedFunction function;
   Labels labels;
+  bool isFinishedOnly = false;  // no interval ends after the file's last update
 };
 
 // Throws UsageError or CLI::ParseError for options that are wrong.

@@ -27,6 +27,8 @@ InterruptionGuard::~InterruptionGuard() {
   }
 }
 
+bool InterruptionGuard::IsPending() { return pendingSignal != 0; }
+
 void InterruptionGuard::Check() {
   if (pendingSignal != 0) {
     throw Interrupted{pendingSignal};

@@ -19,6 +19,9 @@ class InterruptionGuard {
   InterruptionGuard& operator=(const InterruptionGuard&) = delete;
   ~InterruptionGuard();
 
+  // Whether one of the signals has come.
+  static bool IsPending();
+
   // Throws Interrupted if one of the signals has come.
   static void Check();
 

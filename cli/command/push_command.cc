@@ -1,0 +1,109 @@
+#include <iostream>
+#include <memory>
+
+#include "command/commands.h"
+#include "command/selected_files.h"
+#include "error/command_error.h"
+#include "files/interruption.h"
+#include "output/message.h"
+#include "push/pusher.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+struct PushCommandOptions {
+  std::string url;
+  ExportOptions what;
+  std::optional<std::string> statePath;
+  Secrets secrets;
+  SendOptions send;
+};
+
+constexpr unsigned int LONGEST_TIME = 86400;  // seconds
+
+ExportQuestion ReadPushQuestion(const ExportOptions& options) {
+  ExportQuestion question = ReadExportQuestion(options);
+  if (question.interval == QueryInterval::FullPeriod) {
+    throw CLI::ValidationError("--interval", "the interval all is never complete");
+  }
+  question.isFinishedOnly = true;
+  return question;
+}
+
+void Push(const PushCommandOptions& options, Context& context) {
+  const ExportQuestion question = ReadPushQuestion(options.what);
+  const WriteAddress address = ReadWriteAddress(options.url, options.secrets);
+  const InterruptionGuard guard;
+  const FileList list = ListFiles(options.what.zeltIds, context);
+  PushState state(options.statePath ? *options.statePath : PushState::FindDefaultPath(address.name),
+                  address.name);
+  HttpSender sender(address, options.send);
+  Pusher pusher(question, sender, state, context);
+  try {
+    pusher.Push(list);
+  } catch (const SendError& error) {
+    throw CommandError(address.name, error.what(), error.GetStatus());
+  }
+  std::cout << pusher.GetPointCount() << " points sent, " << sender.GetByteCount() << " bytes in "
+            << sender.GetRequestCount() << " requests\n";
+  if (pusher.GetLeftOutCount() > 0) {
+    PrintMessage(std::to_string(pusher.GetLeftOutCount()) +
+                 " infinite values left out, for which line protocol has no form");
+  }
+}
+
+void AddSecondsOption(CLI::App& command, const std::string& name, std::chrono::seconds& value,
+                      unsigned int least, const std::string& help) {
+  command
+      .add_option_function<unsigned int>(
+          name, [&value](unsigned int seconds) { value = std::chrono::seconds(seconds); }, help)
+      ->type_name("SECONDS")
+      ->check(CLI::Range(least, LONGEST_TIME));
+}
+
+constexpr char PUSH_HELP[] =
+    "URL is the write address of a server that takes InfluxDB's line protocol, such as\n"
+    "http://127.0.0.1:8428/write or http://127.0.0.1:8086/write?db=home. It may hold "
+    "USER:PASSWORD@\n"
+    "before the host. What was confirmed is remembered, so that the same command, given again,\n"
+    "goes on from there; nothing is lost, and what is sent twice is the same point.";
+
+}  // namespace
+
+void AddPushCommand(CLI::App& app, Context& context) {
+  CLI::App* const command =
+      app.add_subcommand("push", "Send what is new to a server of another database");
+  const auto options = std::make_shared<PushCommandOptions>();
+  command->add_option("URL", options->url, "Where the server takes line protocol")
+      ->required()
+      ->type_name("");
+  AddExportOptions(*command, options->what);
+  command
+      ->add_option("--state", options->statePath,
+                   "What the server has confirmed (default: a file for the URL in\n"
+                   "~/.local/state/nvx-timeseries)")
+      ->type_name("FILE");
+  CLI::Option* const userFile = command
+                                    ->add_option("--user-file", options->secrets.userFile,
+                                                 "File whose first line is USER:PASSWORD")
+                                    ->type_name("FILE");
+  command
+      ->add_option("--token-file", options->secrets.tokenFile,
+                   "File whose first line is a token, or a scheme, a blank and a token\n"
+                   "(default scheme: Token)")
+      ->type_name("FILE")
+      ->excludes(userFile);
+  command
+      ->add_option("--ca-file", options->send.authorityFile,
+                   "Certificates of the authorities to trust (default: the system's)")
+      ->type_name("FILE");
+  AddSecondsOption(*command, "--timeout", options->send.timeout, 1,
+                   "How long a request may take (default: 60)");
+  AddSecondsOption(*command, "--retry-for", options->send.retryTime, 0,
+                   "How long a request is repeated while the server is away, overloaded or\n"
+                   "failing (default: 60)");
+  command->footer(std::string(PUSH_HELP) + "\n" + PATTERN_HELP + "\n" + GetQuestionHelp());
+  command->callback([options, &context] { Push(*options, context); });
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

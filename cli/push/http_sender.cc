@@ -1,0 +1,198 @@
+#include "push/http_sender.h"
+
+#include <curl/curl.h>
+#include <nvx/workstation/printable_text.h>
+
+#include <algorithm>
+#include <new>
+#include <thread>
+
+#include "files/interruption.h"
+#include "output/message.h"
+#include "push/gzip.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t MAXIMUM_SHOWN_SIZE = 300;  // of a server's words
+constexpr long CONNECT_SECONDS = 10;
+
+// Keeps the beginning of an answer of any length.
+std::size_t Receive(char* data, std::size_t /*one*/, std::size_t size, void* text) {
+  auto& received = *static_cast<std::string*>(text);
+  received.append(
+      data, std::min(size, MAXIMUM_SHOWN_SIZE - std::min(MAXIMUM_SHOWN_SIZE, received.size())));
+  return size;
+}
+
+// Ends a request when the command is to end.
+int CheckProgress(void* /*unused*/, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+  return InterruptionGuard::IsPending() ? 1 : 0;
+}
+
+// What will not become better by itself.
+bool IsFinal(CURLcode code) {
+  switch (code) {
+    case CURLE_UNSUPPORTED_PROTOCOL:
+    case CURLE_URL_MALFORMAT:
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_CACERT_BADFILE:
+    case CURLE_OUT_OF_MEMORY:
+      return true;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+struct HttpSender::Reply {
+  bool isConfirmed = false;
+  bool isFinal = false;                 // the same again will not be taken either
+  std::chrono::seconds wantedPause{0};  // that the server asked for
+  std::string reason;
+};
+
+// One connection and what all requests over it have in common.
+class HttpSender::Request {
+ public:
+  Request(const WriteAddress& address, const SendOptions& options) : curl(curl_easy_init()) {
+    AddHeader("Content-Encoding: gzip");
+    AddHeader("Content-Type: text/plain; charset=utf-8");
+    AddHeader("Expect:");  // a server that knows it not would be waited for
+    if (!address.authorization.empty()) {
+      AddHeader("Authorization: " + address.authorization);
+    }
+    if (curl == nullptr) {
+      throw std::bad_alloc();
+    }
+    Set(CURLOPT_URL, address.url.c_str());
+    Set(CURLOPT_HTTPHEADER, headers);
+    Set(CURLOPT_POST, 1L);
+    Set(CURLOPT_NOSIGNAL, 1L);
+    Set(CURLOPT_CONNECTTIMEOUT, CONNECT_SECONDS);
+    Set(CURLOPT_TIMEOUT, static_cast<long>(options.timeout.count()));
+    Set(CURLOPT_WRITEFUNCTION, Receive);
+    Set(CURLOPT_NOPROGRESS, 0L);
+    Set(CURLOPT_XFERINFOFUNCTION, CheckProgress);
+    Set(CURLOPT_ERRORBUFFER, problem);
+    Set(CURLOPT_USERAGENT, "nvx-timeseries");
+    if (!address.user.empty() || !address.password.empty()) {
+      Set(CURLOPT_USERNAME, address.user.c_str());
+      Set(CURLOPT_PASSWORD, address.password.c_str());
+    }
+    if (options.authorityFile) {
+      Set(CURLOPT_CAINFO, options.authorityFile->c_str());
+    }
+  }
+  Request(const Request&) = delete;
+  Request& operator=(const Request&) = delete;
+  ~Request() {
+    curl_easy_cleanup(curl);
+    curl_slist_free_all(headers);
+  }
+
+  CURLcode Perform(const std::string& body, std::string& answer) {
+    problem[0] = '\0';
+    Set(CURLOPT_WRITEDATA, &answer);
+    Set(CURLOPT_POSTFIELDS, body.data());
+    Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+    return curl_easy_perform(curl);
+  }
+
+  std::string GetProblem(CURLcode code) const {
+    return problem[0] == '\0' ? curl_easy_strerror(code) : problem;
+  }
+
+  long GetStatus() const {
+    long status = 0;
+    curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
+    return status;
+  }
+
+  std::chrono::seconds GetWantedPause() const {
+    curl_off_t seconds = 0;
+    curl_easy_getinfo(curl, CURLINFO_RETRY_AFTER, &seconds);
+    return std::chrono::seconds(seconds);
+  }
+
+ private:
+  template <typename Value>
+  void Set(CURLoption option, Value value) {
+    curl_easy_setopt(curl, option, value);
+  }
+
+  void AddHeader(const std::string& line) { headers = curl_slist_append(headers, line.c_str()); }
+
+  CURL* const curl;
+  curl_slist* headers = nullptr;
+  char problem[CURL_ERROR_SIZE] = "";
+};
+
+HttpSender::HttpSender(const WriteAddress& writeAddress, const SendOptions& sendOptions)
+    : address(writeAddress),
+      options(sendOptions),
+      request(std::make_unique<Request>(address, options)) {}
+
+HttpSender::~HttpSender() = default;
+
+HttpSender::Reply HttpSender::Post(const std::string& body) {
+  ++requestCount;
+  std::string answer;
+  const CURLcode code = request->Perform(body, answer);
+  InterruptionGuard::Check();
+  Reply reply;
+  if (code != CURLE_OK) {
+    reply.reason = request->GetProblem(code);
+    reply.isFinal = IsFinal(code);
+    return reply;
+  }
+  const long status = request->GetStatus();
+  reply.isConfirmed = status >= 200 && status < 300;
+  reply.isFinal = status < 500 && status != 429 && status != 408;
+  reply.wantedPause = request->GetWantedPause();
+  reply.reason = "the server answers " + std::to_string(status) +
+                 (answer.empty() ? "" : ": " + Workstation::WithoutControls(answer));
+  return reply;
+}
+
+// Waits before the same is sent again; throws SendError when that would be after the deadline.
+void HttpSender::WaitForNext(const Reply& reply, Clock::time_point deadline,
+                             std::chrono::milliseconds& pause) const {
+  constexpr std::chrono::milliseconds LONGEST_PAUSE = 60s;
+  const auto wait = std::max<std::chrono::milliseconds>(pause, reply.wantedPause);
+  const Clock::time_point end = Clock::now() + wait;
+  if (end > deadline) {
+    throw SendError(reply.reason + "; given up after " + std::to_string(options.retryTime.count()) +
+                        " s, the --retry-for",
+                    StatusCode::Unavailable);
+  }
+  while (Clock::now() < end) {
+    InterruptionGuard::Check();
+    std::this_thread::sleep_for(50ms);
+  }
+  pause = std::min(pause * 2, LONGEST_PAUSE);
+}
+
+void HttpSender::Send(const std::string& lines) {
+  const std::string body = Gzip(lines);
+  const Clock::time_point deadline = Clock::now() + options.retryTime;
+  std::chrono::milliseconds pause = 250ms;
+  bool isTold = false;
+  for (Reply reply = Post(body); !reply.isConfirmed; reply = Post(body)) {
+    if (reply.isFinal) {
+      throw SendError(reply.reason, StatusCode::Failure);
+    }
+    if (!isTold && options.retryTime > 0s) {
+      PrintMessage(address.name + ": " + reply.reason + "; trying again");
+      isTold = true;
+    }
+    WaitForNext(reply, deadline, pause);
+  }
+  byteCount += body.size();
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "files/file_descriptor.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// How far a server has confirmed each series, in a file that one process has at a time. Every
+// operation throws CommandError.
+class PushState {
+ public:
+  // Reads the file of `statePath`, of which there may be none yet. `server` tells its servers
+  // apart.
+  PushState(const std::string& statePath, const std::string& server);
+  PushState(const PushState&) = delete;
+  PushState& operator=(const PushState&) = delete;
+
+  // The file for a server in the user's state directory, which is made.
+  static std::string FindDefaultPath(const std::string& server);
+
+  // The time of the last sample, or the start of the last interval, that was confirmed. `kind` is
+  // what was sent of the file.
+  std::optional<long long> Find(const std::string& directory, const std::string& kind,
+                                const std::string& zeltId) const;
+
+  void Set(const std::string& directory, const std::string& kind, const std::string& zeltId,
+           long long time);
+
+  // Replaces the file, if anything was set since it was saved.
+  void Save();
+
+  // The same, but seldom: what is not saved is sent once more.
+  void SaveSometimes();
+
+ private:
+  using Times = std::map<std::string, long long>;  // by id
+  using Kinds = std::map<std::string, Times>;
+  using Directories = std::map<std::string, Kinds>;
+
+  void Lock();
+  void Read();
+
+  std::string path;
+  std::string serverName;
+  FileDescriptor lock;
+  std::map<std::string, Directories> servers;
+  bool isChanged = false;
+  std::chrono::steady_clock::time_point lastSave;
+};
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

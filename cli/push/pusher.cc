@@ -1,0 +1,124 @@
+#include "push/pusher.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "files/described_file.h"
+#include "files/interruption.h"
+#include "input/time_text.h"
+#include "output/message.h"
+#include "query/answer.h"
+#include "timeseries/time_helper.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+// What is sent of a file: other points, or the same with other labels, are other series.
+std::string DescribeKind(const ExportQuestion& question) {
+  nlohmann::json kind = nlohmann::json::array();
+  if (question.interval) {
+    kind = {QueryIntervalToString(*question.interval), question.function.first,
+            question.window.zone.name()};
+  } else {
+    kind.push_back("samples");
+  }
+  kind.push_back(question.labels);
+  return kind.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+std::string Resolve(const std::string& directory) {
+  std::error_code error;
+  const std::filesystem::path resolved = std::filesystem::canonical(directory, error);
+  return error ? directory : resolved.string();
+}
+
+}  // namespace
+
+Pusher::Pusher(const ExportQuestion& exportQuestion, HttpSender& httpSender, PushState& pushState,
+               Context& commandContext)
+    : question(exportQuestion),
+      sender(httpSender),
+      state(pushState),
+      context(commandContext),
+      kind(DescribeKind(question)) {}
+
+void Pusher::Push(const FileList& list) {
+  try {
+    ForEachFile(list, context, [this](const ListedFile& file) { PushFile(file); });
+    SendBatch();
+  } catch (const SendError&) {
+    state.Save();
+    throw;
+  }
+  state.Save();
+}
+
+void Pusher::PushFile(const ListedFile& file) {
+  const Query query = OpenExportQuery(question, file.zeltId, context);
+  const std::string directory = Resolve(file.directory);
+  const std::optional<long long> confirmed = state.Find(directory, kind, file.zeltId);
+  if (confirmed) {
+    TellGap(query, *confirmed);
+  }
+  Labels labels = question.labels;
+  labels.insert(file.labels.begin(), file.labels.end());
+  format.Begin(MakeSeries(file.zeltId, labels, question.interval.has_value()), 0, lines);
+  const StreamResult result = StreamAnswer(question, query, confirmed, [&](const Piece& piece) {
+    Add(piece, directory, file.zeltId);
+    return true;
+  });
+  if (result == StreamResult::PartialData) {
+    TellPartialData(query);
+    context.exitStatus = EXIT_PARTIAL_DATA;
+  }
+}
+
+// What the file no longer had when it was to be sent, and a file that was made anew.
+void Pusher::TellGap(const Query& query, long long confirmed) const {
+  if (confirmed > query.file.lastUpdate) {
+    PrintMessage(query.zeltId + ": its last update, " + FormatUtc(query.file.lastUpdate) +
+                 ", lies before what was sent, " + FormatUtc(confirmed));
+    return;
+  }
+  const Rrd::ArchiveDescription& archive = RequireArchive(query.file, confirmed, query.zeltId);
+  const auto step = static_cast<long long>(GetRowLength(query.file, archive));
+  const long long next = (confirmed / step + 1) * step;
+  if (archive.firstTime > next) {
+    PrintMessage(query.zeltId + ": the samples from " + FormatUtc(next) + " to " +
+                 FormatUtc(archive.firstTime - step) + " are no longer in its file, and not sent");
+    context.exitStatus = EXIT_PARTIAL_DATA;
+  }
+}
+
+void Pusher::Add(const Piece& piece, const std::string& directory, const std::string& zeltId) {
+  // What a request has, about, which a small server takes in a second.
+  constexpr std::size_t BATCH_SIZE = 1 << 19;
+  constexpr std::size_t SLICE_LENGTH = 1000;
+  for (std::size_t begin = 0; begin < piece.size(); begin += SLICE_LENGTH) {
+    InterruptionGuard::Check();
+    const std::size_t end = std::min(piece.size(), begin + SLICE_LENGTH);
+    const Piece slice(piece.begin() + static_cast<std::ptrdiff_t>(begin),
+                      piece.begin() + static_cast<std::ptrdiff_t>(end));
+    format.Append(slice, lines);
+    reached[{directory, zeltId}] = slice.back().timestamp;
+    if (lines.size() >= BATCH_SIZE) {
+      SendBatch();
+    }
+  }
+}
+
+void Pusher::SendBatch() {
+  if (!lines.empty()) {
+    sender.Send(lines);
+    pointCount += static_cast<unsigned long long>(std::count(lines.begin(), lines.end(), '\n'));
+    lines.clear();
+  }
+  for (const auto& [series, time] : reached) {
+    state.Set(series.first, kind, series.second, time);
+  }
+  reached.clear();
+  state.SaveSometimes();
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

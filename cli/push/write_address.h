@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// Where a server takes line protocol, and who is to be let in.
+struct WriteAddress {
+  std::string url;   // with the precision of the timestamps
+  std::string name;  // the same without it, for messages; no secret is in either of them
+  std::string user;  // empty for none
+  std::string password;
+  std::string authorization;  // the value of the header of that name; empty for none
+};
+
+struct Secrets {
+  std::optional<std::string> userFile;   // of a file with "USER:PASSWORD"
+  std::optional<std::string> tokenFile;  // of a file with a token
+};
+
+// Reads the URL of a server. A user and a password before its host, or as its parameters u and p,
+// are taken out of it. Throws UsageError, which tells none of them, and CommandError for a file of
+// secrets that cannot be read.
+WriteAddress ReadWriteAddress(const std::string& text, const Secrets& secrets);
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
