@@ -133,6 +133,9 @@ class Recorder(http.server.ThreadingHTTPServer):
         self.lines, self.requests, self.answers, self.pause = [], [], [], 0
         threading.Thread(target=self.serve_forever, daemon=True).start()
 
+    def handle_error(self, *unused):
+        """A client that was killed or refuses the certificate is none of its own."""
+
 
 class Handler(http.server.BaseHTTPRequestHandler):
     def log_message(self, *unused):

@@ -49,7 +49,7 @@ class Exporter {
     format.AppendHeader(MakeSeries(list.files.front()), text);
     // The files of one scope stand together.
     for (auto begin = list.files.begin(); begin != list.files.end();) {
-      const Series series = MakeSeries(*begin);
+      const ExportedSeries series = MakeSeries(*begin);
       const auto end = std::find_if(begin, list.files.end(), [&](const ListedFile& file) {
         return MakeSeries(file).scope != series.scope;
       });
@@ -68,7 +68,7 @@ class Exporter {
   }
 
  private:
-  Series MakeSeries(const ListedFile& file) const {
+  ExportedSeries MakeSeries(const ListedFile& file) const {
     Labels labels = question.labels;
     labels.insert(file.labels.begin(), file.labels.end());
     return CommandLine::MakeSeries(file.zeltId, labels, question.interval.has_value());

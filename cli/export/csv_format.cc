@@ -22,7 +22,7 @@ void AppendField(const std::string& field, std::string& text) {
 
 }  // namespace
 
-void CsvFormat::AppendHeader(const Series& first, std::string& text) {
+void CsvFormat::AppendHeader(const ExportedSeries& first, std::string& text) {
   text += ID_LABEL;
   for (const auto& label : first.labels) {
     if (label.first != ID_LABEL) {
@@ -33,7 +33,7 @@ void CsvFormat::AppendHeader(const Series& first, std::string& text) {
   text += first.hasQuality ? ",timestamp,value,quality\n" : ",timestamp,value\n";
 }
 
-void CsvFormat::Begin(const Series& series, int /*round*/, std::string& /*text*/) {
+void CsvFormat::Begin(const ExportedSeries& series, int /*round*/, std::string& /*text*/) {
   prefix.clear();
   AppendField(series.scope + ":" + series.labels.at(ID_LABEL), prefix);
   for (const auto& label : series.labels) {

@@ -10,9 +10,9 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 // points of intervals also "good" or "bad". The first line names the columns.
 class CsvFormat : public SeriesFormat {
  public:
-  void AppendHeader(const Series& first, std::string& text) override;
-  int GetRoundCount(const Series& /*series*/) const override { return 1; }
-  void Begin(const Series& series, int round, std::string& text) override;
+  void AppendHeader(const ExportedSeries& first, std::string& text) override;
+  int GetRoundCount(const ExportedSeries& /*series*/) const override { return 1; }
+  void Begin(const ExportedSeries& series, int round, std::string& text) override;
   void Append(const Piece& piece, std::string& text) override;
   void AppendTrailer(std::string& /*text*/) override {}
   bool HasMissing() const override { return true; }

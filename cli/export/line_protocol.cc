@@ -41,7 +41,7 @@ void AppendEscaped(const std::string& text, std::string& line) {
 
 }  // namespace
 
-void LineProtocol::Begin(const Series& series, int /*round*/, std::string& /*text*/) {
+void LineProtocol::Begin(const ExportedSeries& series, int /*round*/, std::string& /*text*/) {
   std::string line = series.scope;
   for (const auto& [key, value] : series.labels) {
     line += ',';

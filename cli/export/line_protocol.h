@@ -11,9 +11,9 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 // seconds.
 class LineProtocol : public SeriesFormat {
  public:
-  void AppendHeader(const Series& /*first*/, std::string& /*text*/) override {}
-  int GetRoundCount(const Series& /*series*/) const override { return 1; }
-  void Begin(const Series& series, int round, std::string& text) override;
+  void AppendHeader(const ExportedSeries& /*first*/, std::string& /*text*/) override {}
+  int GetRoundCount(const ExportedSeries& /*series*/) const override { return 1; }
+  void Begin(const ExportedSeries& series, int round, std::string& text) override;
   void Append(const Piece& piece, std::string& text) override;
   void AppendTrailer(std::string& /*text*/) override {}
   unsigned long long GetLeftOutCount() const override { return leftOutCount; }

@@ -44,7 +44,7 @@ OpenMetrics::OpenMetrics(const Labels& labels) {
   }
 }
 
-void OpenMetrics::Begin(const Series& series, int round, std::string& text) {
+void OpenMetrics::Begin(const ExportedSeries& series, int round, std::string& text) {
   isQuality = round == 1;
   const std::string name = series.scope + (isQuality ? "_quality" : "_value");
   if (name != family) {

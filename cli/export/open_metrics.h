@@ -13,9 +13,11 @@ class OpenMetrics : public SeriesFormat {
   // Throws UsageError for labels whose names are not allowed.
   explicit OpenMetrics(const Labels& labels);
 
-  void AppendHeader(const Series& /*first*/, std::string& /*text*/) override {}
-  int GetRoundCount(const Series& series) const override { return series.hasQuality ? 2 : 1; }
-  void Begin(const Series& series, int round, std::string& text) override;
+  void AppendHeader(const ExportedSeries& /*first*/, std::string& /*text*/) override {}
+  int GetRoundCount(const ExportedSeries& series) const override {
+    return series.hasQuality ? 2 : 1;
+  }
+  void Begin(const ExportedSeries& series, int round, std::string& text) override;
   void Append(const Piece& piece, std::string& text) override;
   void AppendTrailer(std::string& text) override { text += "# EOF\n"; }
 

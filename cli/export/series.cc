@@ -31,9 +31,9 @@ Labels ReadLabels(const std::vector<std::string>& texts) {
   return labels;
 }
 
-Series MakeSeries(const std::string& zeltId, const Labels& labels, bool hasQuality) {
+ExportedSeries MakeSeries(const std::string& zeltId, const Labels& labels, bool hasQuality) {
   const std::size_t colon = zeltId.find(':');
-  Series series{zeltId.substr(0, colon), labels, hasQuality};
+  ExportedSeries series{zeltId.substr(0, colon), labels, hasQuality};
   series.labels[ID_LABEL] = zeltId.substr(colon + 1);
   return series;
 }

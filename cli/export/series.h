@@ -10,7 +10,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 using Labels = std::map<std::string, std::string>;
 
 // What a data source is called where it is sent to.
-struct Series {
+struct ExportedSeries {
   std::string scope;
   Labels labels;            // with that of the name, "id"
   bool hasQuality = false;  // its points are of intervals, and may be bad
@@ -23,6 +23,6 @@ constexpr char ID_LABEL[] = "id";
 // twice and for the keys that the command itself gives.
 Labels ReadLabels(const std::vector<std::string>& texts);
 
-Series MakeSeries(const std::string& zeltId, const Labels& labels, bool hasQuality);
+ExportedSeries MakeSeries(const std::string& zeltId, const Labels& labels, bool hasQuality);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -15,13 +15,13 @@ class SeriesFormat {
   virtual ~SeriesFormat() = default;
 
   // What stands before all series. All of them have the same labels, and quality or none.
-  virtual void AppendHeader(const Series& first, std::string& text) = 0;
+  virtual void AppendHeader(const ExportedSeries& first, std::string& text) = 0;
 
   // How often the series of a scope are to be written, all of them each time.
-  virtual int GetRoundCount(const Series& series) const = 0;
+  virtual int GetRoundCount(const ExportedSeries& series) const = 0;
 
   // Throws CommandError for a series that has no such form.
-  virtual void Begin(const Series& series, int round, std::string& text) = 0;
+  virtual void Begin(const ExportedSeries& series, int round, std::string& text) = 0;
 
   // Appends points of the series that was begun.
   virtual void Append(const Piece& piece, std::string& text) = 0;

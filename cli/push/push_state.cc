@@ -18,6 +18,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
 
 // NOLINTBEGIN(concurrency-mt-unsafe): no thread of the program changes a variable
 fs::path FindStateDirectory() {
@@ -111,17 +112,17 @@ void PushState::Save() {
   if (!isChanged) {
     return;
   }
+  const auto begin = Clock::now();
   OutputFile file(path);
   file.Write(nlohmann::json(servers).dump(1, ' ', false, nlohmann::json::error_handler_t::replace) +
              '\n');
   file.Finish();
   isChanged = false;
-  lastSave = std::chrono::steady_clock::now();
+  nextSave = Clock::now() + 9 * (Clock::now() - begin);
 }
 
 void PushState::SaveSometimes() {
-  constexpr std::chrono::seconds PERIOD{1};
-  if (std::chrono::steady_clock::now() - lastSave >= PERIOD) {
+  if (Clock::now() >= nextSave) {
     Save();
   }
 }

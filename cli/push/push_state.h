@@ -33,7 +33,8 @@ class PushState {
   // Replaces the file, if anything was set since it was saved.
   void Save();
 
-  // The same, but seldom: what is not saved is sent once more.
+  // The same, but only when no more than a tenth of the time is spent with it: the file of many
+  // series is large. What is not saved is sent once more.
   void SaveSometimes();
 
  private:
@@ -49,7 +50,7 @@ class PushState {
   FileDescriptor lock;
   std::map<std::string, Directories> servers;
   bool isChanged = false;
-  std::chrono::steady_clock::time_point lastSave;
+  std::chrono::steady_clock::time_point nextSave;
 };
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine
