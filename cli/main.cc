@@ -11,6 +11,7 @@
 #include <iostream>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "command/commands.h"
@@ -121,6 +122,18 @@ std::vector<std::string> ReadArguments(int argc, const char* const* argv) {
   return arguments;
 }
 
+// Other users see the arguments of a program. What stands between the scheme and the host of a URL
+// is hidden from them as soon as it is read.
+void HideCredentials(int argc, char** argv) {
+  for (int i = 1; i < argc; ++i) {
+    char* const scheme = std::strstr(argv[i], "://");
+    char* const host = scheme == nullptr ? nullptr : std::strrchr(scheme, '@');
+    if (host != nullptr) {
+      std::fill(scheme + 3, host, '*');
+    }
+  }
+}
+
 std::string DescribeUnexpected(const CLI::App& app, const std::string& word) {
   const std::vector<CLI::App*> commands = app.get_subcommands();
   const bool isOption = word.size() > 1 && word.front() == '-';
@@ -168,7 +181,7 @@ ExitStatus ExplainUsage(const CLI::App& app, const CLI::ParseError& error) {
   std::_Exit(EXIT_FAILED);
 }
 
-int Run(int argc, const char* const* argv) {
+int Run(int argc, char** argv) {
   Log::RootLogger::GetInstance().SetLevel(KoraLogLevel::None);
   Context context;
   CLI::App app(DESCRIPTION, "nvx-timeseries");
@@ -178,7 +191,9 @@ int Run(int argc, const char* const* argv) {
   AddGlobalOptions(app, context);
   AddCommands(app, context);
   try {
-    app.parse(ReadArguments(argc, argv));
+    std::vector<std::string> arguments = ReadArguments(argc, argv);
+    HideCredentials(argc, argv);
+    app.parse(std::move(arguments));
     if (app.get_subcommands().empty()) {
       throw CLI::RequiredError("A command");
     }
