@@ -44,8 +44,7 @@ void Push(const PushCommandOptions& options, Context& context) {
   } catch (const SendError& error) {
     throw CommandError(address.name, error.what(), error.GetStatus());
   }
-  std::cout << pusher.GetPointCount() << " points sent, " << sender.GetByteCount() << " bytes in "
-            << sender.GetRequestCount() << " requests\n";
+  std::cout << pusher.GetPointCount() << " points sent in " << sender.GetByteCount() << " bytes\n";
   if (pusher.GetLeftOutCount() > 0) {
     PrintMessage(std::to_string(pusher.GetLeftOutCount()) +
                  " infinite values left out, for which line protocol has no form");

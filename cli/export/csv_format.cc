@@ -23,6 +23,7 @@ void AppendField(const std::string& field, std::string& text) {
 }  // namespace
 
 void CsvFormat::AppendHeader(const ExportedSeries& first, std::string& text) {
+  text += "timestamp,";
   text += ID_LABEL;
   for (const auto& label : first.labels) {
     if (label.first != ID_LABEL) {
@@ -30,27 +31,26 @@ void CsvFormat::AppendHeader(const ExportedSeries& first, std::string& text) {
       AppendField(label.first, text);
     }
   }
-  text += first.hasQuality ? ",timestamp,value,quality\n" : ",timestamp,value\n";
+  text += first.hasQuality ? ",value,quality\n" : ",value\n";
 }
 
 void CsvFormat::Begin(const ExportedSeries& series, int /*round*/, std::string& /*text*/) {
-  prefix.clear();
-  AppendField(series.scope + ":" + series.labels.at(ID_LABEL), prefix);
+  names = ",";
+  AppendField(series.scope + ":" + series.labels.at(ID_LABEL), names);
   for (const auto& label : series.labels) {
     if (label.first != ID_LABEL) {
-      prefix += ',';
-      AppendField(label.second, prefix);
+      names += ',';
+      AppendField(label.second, names);
     }
   }
-  prefix += ',';
+  names += ',';
   hasQuality = series.hasQuality;
 }
 
 void CsvFormat::Append(const Piece& piece, std::string& text) {
   for (const StreamedPoint& point : piece) {
-    text += prefix;
     AppendDecimal(point.timestamp, text);
-    text += ',';
+    text += names;
     if (!std::isnan(point.value)) {
       AppendDecimal(point.value, text);
     }

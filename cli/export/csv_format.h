@@ -6,8 +6,9 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Lines of the id, the labels, the timestamp and the value, which is empty where it is missing; of
-// points of intervals also "good" or "bad". The first line names the columns.
+// Lines of the timestamp, the id, the labels and the value, which is empty where it is missing; of
+// points of intervals also "good" or "bad". The first line names the columns. What is of one id can
+// be stored again.
 class CsvFormat : public SeriesFormat {
  public:
   void AppendHeader(const ExportedSeries& first, std::string& text) override;
@@ -18,7 +19,7 @@ class CsvFormat : public SeriesFormat {
   bool HasMissing() const override { return true; }
 
  private:
-  std::string prefix;
+  std::string names;
   bool hasQuality = false;
 };
 

@@ -140,7 +140,6 @@ HttpSender::HttpSender(const WriteAddress& writeAddress, const SendOptions& send
 HttpSender::~HttpSender() = default;
 
 HttpSender::Reply HttpSender::Post(const std::string& body) {
-  ++requestCount;
   std::string answer;
   const CURLcode code = request->Perform(body, answer);
   InterruptionGuard::Check();

@@ -42,8 +42,6 @@ class HttpSender {
   // the lines or the time is over, and Interrupted.
   void Send(const std::string& lines);
 
-  unsigned long long GetRequestCount() const { return requestCount; }
-
   // Of the confirmed requests, compressed.
   unsigned long long GetByteCount() const { return byteCount; }
 
@@ -58,7 +56,6 @@ class HttpSender {
   const WriteAddress address;
   const SendOptions options;
   std::unique_ptr<Request> request;
-  unsigned long long requestCount = 0;
   unsigned long long byteCount = 0;
 };
 
