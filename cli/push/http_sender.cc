@@ -29,7 +29,8 @@ std::size_t Receive(char* data, std::size_t /*one*/, std::size_t size, void* tex
 }
 
 // Ends a request when the command is to end.
-int CheckProgress(void* /*unused*/, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+int CheckProgress(void* /*unused*/, curl_off_t /*size*/, curl_off_t /*received*/,
+                  curl_off_t /*sizeSent*/, curl_off_t /*sent*/) {
   return InterruptionGuard::IsPending() ? 1 : 0;
 }
 

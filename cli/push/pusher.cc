@@ -50,6 +50,9 @@ void Pusher::Push(const FileList& list) {
   } catch (const SendError&) {
     state.Save();
     throw;
+  } catch (const CommandError&) {
+    state.Save();
+    throw;
   }
   state.Save();
 }
