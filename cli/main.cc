@@ -122,14 +122,21 @@ std::vector<std::string> ReadArguments(int argc, const char* const* argv) {
   return arguments;
 }
 
-// Other users see the arguments of a program. What stands between the scheme and the host of a URL
-// is hidden from them as soon as it is read.
+// Other users see the arguments of a program. What stands between the scheme and the host of a URL,
+// and the parameters of its path, are hidden from them as soon as it is read.
 void HideCredentials(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
     char* const scheme = std::strstr(argv[i], "://");
-    char* const host = scheme == nullptr ? nullptr : std::strrchr(scheme, '@');
+    if (scheme == nullptr) {
+      continue;
+    }
+    char* const host = std::strrchr(scheme, '@');
     if (host != nullptr) {
       std::fill(scheme + 3, host, '*');
+    }
+    char* const query = std::strchr(scheme, '?');
+    if (query != nullptr) {
+      std::fill(query + 1, query + std::strlen(query), '*');
     }
   }
 }

@@ -333,11 +333,15 @@ class PushTest(unittest.TestCase):
         self.assertEqual(push("--label", "a=b", "--from", "last"), ["a=b,id=new value=5 300"])
         update(6, 30)
         self.assertEqual(push("--interval", "2m", status=3)[-1], "id=new value=27,quality=true 1560")
+        self.assertEqual(push("--interval", "2m"), [])
         self.assertEqual(len(push(status=3)), 10)
         other = f"{self.home.name}/d2"
         shutil.copytree(directory, other)
         self.assertEqual(push("-d", other, "topo:n*", "--from", "last")[-1],
                          "directory=d2,id=new value=29 1740")
+        self.run_program("create", "topo:new", "--step", "60", "--rows", "10", "--start", "60",
+                         "--force", directory=directory)
+        self.assertEqual(push(status=3), [])
 
     def test_one_push_at_a_time(self):
         recorder = Recorder()
@@ -350,7 +354,7 @@ class PushTest(unittest.TestCase):
             self.assertIn("another push uses it", self.push(recorder.url, status=1).stderr)
             self.assertEqual(first.wait(), 0)
         pathlib.Path(f"{self.home.name}/state").write_text("spoilt")
-        self.assertIn("not what push wrote", self.push(recorder.url, status=1).stderr)
+        self.assertIn("no file that push wrote", self.push(recorder.url, status=1).stderr)
 
     def test_certificates_are_checked(self):
         key = f"{self.home.name}/key"

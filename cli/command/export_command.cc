@@ -109,6 +109,10 @@ void Export(const ExportCommandOptions& options, Context& context) {
   const FileList list = ListFiles(options.what.zeltIds, context);
   OutputFile output(options.output);
   Exporter(question, *format, output, context).Run(list);
+  if (options.output && context.exitStatus == EXIT_FAILED) {
+    throw CommandError(*options.output, "not written, since a data source failed",
+                       StatusCode::Failure);
+  }
   output.Finish();
 }
 

@@ -25,10 +25,10 @@ std::optional<std::pair<long long, long long>> FindSpan(const ExportQuestion& qu
   if (asked.from) {
     return {{asked.from->Resolve(times), last}};
   }
-  const long long first = GetFirstRow(query);
   if (confirmed) {
-    return {{first, last}};
+    return {{std::max(*confirmed + 1, GetOldestRow(query)), last}};
   }
+  const long long first = GetFirstRow(query);
   const std::optional<long long> firstSample = FindFirstSample(query, first, last);
   return firstSample ? std::optional(std::pair(*firstSample, last)) : std::nullopt;
 }
@@ -50,7 +50,7 @@ TimeWindow FindIntervals(const ExportQuestion& question, const Query& query,
       window.start = bound;
     }
   }
-  if (confirmed && *confirmed >= window.start.timestamp) {
+  if (confirmed && *confirmed + 1 >= window.start.timestamp) {
     Date::Date last = window.start;
     last.timestamp = *confirmed;
     TimeHelper::ComputeNextDate(query.interval, last, window.start);

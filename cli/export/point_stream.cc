@@ -65,14 +65,18 @@ Date::Date FindPieceEnd(const Query& query, const Date::Date& start, const Date:
 
 }  // namespace
 
-void StreamSamples(const Query& query, long long first, long long last,
-                   const PieceConsumer& consume) {
+long long GetOldestRow(const Query& query) {
   long long oldest = query.file.lastUpdate;
   for (const Rrd::ArchiveDescription& archive : query.file.archives) {
     oldest = std::min(oldest, archive.firstTime);
   }
+  return oldest;
+}
+
+void StreamSamples(const Query& query, long long first, long long last,
+                   const PieceConsumer& consume) {
   last = std::min(last, query.file.lastUpdate);
-  long long start = std::max({first, oldest, EARLIEST_SAMPLE});
+  long long start = std::max({first, GetOldestRow(query), EARLIEST_SAMPLE});
   while (start <= last) {
     const long long end = FindPieceEnd(query, start, last);
     if (!consume(FetchSamples(query, start, end))) {

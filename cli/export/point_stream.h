@@ -28,6 +28,9 @@ using PieceConsumer = std::function<bool(const Piece&)>;
 void StreamSamples(const Query& query, long long first, long long last,
                    const PieceConsumer& consume);
 
+// The time of the oldest row of any archive.
+long long GetOldestRow(const Query& query);
+
 // The time of the first row that is not missing.
 std::optional<long long> FindFirstSample(const Query& query, long long first, long long last);
 

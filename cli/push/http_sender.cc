@@ -154,6 +154,7 @@ HttpSender::Reply HttpSender::Post(const std::string& body) {
   reply.isConfirmed = status >= 200 && status < 300;
   reply.isFinal = status < 500 && status != 429 && status != 408;
   reply.wantedPause = request->GetWantedPause();
+  answer.erase(answer.find_last_not_of("\r\n ") + 1);
   reply.reason = "the server answers " + std::to_string(status) +
                  (answer.empty() ? "" : ": " + Workstation::WithoutControls(answer));
   return reply;

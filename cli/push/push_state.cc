@@ -35,6 +35,10 @@ fs::path FindStateDirectory() {
 }
 // NOLINTEND(concurrency-mt-unsafe)
 
+// The form of the file: server, directory, kind, id, time.
+using Kinds = std::map<std::string, std::map<std::string, long long>>;
+using Servers = std::map<std::string, std::map<std::string, Kinds>>;
+
 }  // namespace
 
 PushState::PushState(const std::string& statePath, const std::string& server)
@@ -75,36 +79,35 @@ void PushState::Read() {
   if (!fs::exists(path, error)) {
     return;
   }
+  Servers read;
   try {
-    std::ifstream file(path);
-    servers = nlohmann::json::parse(file).get<decltype(servers)>();
+    std::ifstream file(fs::is_regular_file(path, error) ? path : "");
+    read = nlohmann::json::parse(file).get<Servers>();
   } catch (const nlohmann::json::exception&) {
-    throw CommandError(path, "is not what push wrote; without it, all is sent once more",
-                       StatusCode::InvalidArgument);
+    throw CommandError(path, "is no file that push wrote", StatusCode::InvalidArgument);
+  }
+  for (const auto& [server, directories] : read) {
+    for (const auto& [directory, kinds] : directories) {
+      for (const auto& [kind, times] : kinds) {
+        for (const auto& [zeltId, time] : times) {
+          servers[server][{directory, kind, zeltId}] = time;
+        }
+      }
+    }
   }
 }
 
-std::optional<long long> PushState::Find(const std::string& directory, const std::string& kind,
-                                         const std::string& zeltId) const {
+std::optional<long long> PushState::Find(const PushedSeries& series) const {
   const auto server = servers.find(serverName);
   if (server == servers.end()) {
     return std::nullopt;
   }
-  const auto kinds = server->second.find(directory);
-  if (kinds == server->second.end()) {
-    return std::nullopt;
-  }
-  const auto times = kinds->second.find(kind);
-  if (times == kinds->second.end()) {
-    return std::nullopt;
-  }
-  const auto time = times->second.find(zeltId);
-  return time == times->second.end() ? std::nullopt : std::optional(time->second);
+  const auto time = server->second.find(series);
+  return time == server->second.end() ? std::nullopt : std::optional(time->second);
 }
 
-void PushState::Set(const std::string& directory, const std::string& kind,
-                    const std::string& zeltId, long long time) {
-  servers[serverName][directory][kind][zeltId] = time;
+void PushState::Set(const PushedSeries& series, long long time) {
+  servers[serverName][series] = time;
   isChanged = true;
 }
 
@@ -113,8 +116,14 @@ void PushState::Save() {
     return;
   }
   const auto begin = Clock::now();
+  Servers written;
+  for (const auto& [server, confirmed] : servers) {
+    for (const auto& [series, time] : confirmed) {
+      written[server][series.directory][series.kind][series.zeltId] = time;
+    }
+  }
   OutputFile file(path);
-  file.Write(nlohmann::json(servers).dump(1, ' ', false, nlohmann::json::error_handler_t::replace) +
+  file.Write(nlohmann::json(written).dump(1, ' ', false, nlohmann::json::error_handler_t::replace) +
              '\n');
   file.Finish();
   isChanged = false;

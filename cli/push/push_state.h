@@ -4,10 +4,22 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <tuple>
 
 #include "files/file_descriptor.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// What is sent of a file: `kind` tells samples and points of intervals apart, and their labels.
+struct PushedSeries {
+  std::string directory;
+  std::string kind;
+  std::string zeltId;
+
+  bool operator<(const PushedSeries& other) const {
+    return std::tie(directory, kind, zeltId) < std::tie(other.directory, other.kind, other.zeltId);
+  }
+};
 
 // How far a server has confirmed each series, in a file that one process has at a time. Every
 // operation throws CommandError.
@@ -22,13 +34,10 @@ class PushState {
   // The file for a server in the user's state directory, which is made.
   static std::string FindDefaultPath(const std::string& server);
 
-  // The time of the last sample, or the start of the last interval, that was confirmed. `kind` is
-  // what was sent of the file.
-  std::optional<long long> Find(const std::string& directory, const std::string& kind,
-                                const std::string& zeltId) const;
+  // The time of the last sample, or the start of the last interval, that was confirmed.
+  std::optional<long long> Find(const PushedSeries& series) const;
 
-  void Set(const std::string& directory, const std::string& kind, const std::string& zeltId,
-           long long time);
+  void Set(const PushedSeries& series, long long time);
 
   // Replaces the file, if anything was set since it was saved.
   void Save();
@@ -38,9 +47,7 @@ class PushState {
   void SaveSometimes();
 
  private:
-  using Times = std::map<std::string, long long>;  // by id
-  using Kinds = std::map<std::string, Times>;
-  using Directories = std::map<std::string, Kinds>;
+  using Confirmed = std::map<PushedSeries, long long>;
 
   void Lock();
   void Read();
@@ -48,7 +55,7 @@ class PushState {
   std::string path;
   std::string serverName;
   FileDescriptor lock;
-  std::map<std::string, Directories> servers;
+  std::map<std::string, Confirmed> servers;
   bool isChanged = false;
   std::chrono::steady_clock::time_point nextSave;
 };

@@ -15,7 +15,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 // What is sent of a file: other points, or the same with other labels, are other series.
-std::string DescribeKind(const ExportQuestion& question) {
+std::string DescribeKind(const ExportQuestion& question, const Labels& labels) {
   nlohmann::json kind = nlohmann::json::array();
   if (question.interval) {
     kind = {QueryIntervalToString(*question.interval), question.function.first,
@@ -23,7 +23,7 @@ std::string DescribeKind(const ExportQuestion& question) {
   } else {
     kind.push_back("samples");
   }
-  kind.push_back(question.labels);
+  kind.push_back(labels);
   return kind.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
@@ -37,11 +37,7 @@ std::string Resolve(const std::string& directory) {
 
 Pusher::Pusher(const ExportQuestion& exportQuestion, HttpSender& httpSender, PushState& pushState,
                Context& commandContext)
-    : question(exportQuestion),
-      sender(httpSender),
-      state(pushState),
-      context(commandContext),
-      kind(DescribeKind(question)) {}
+    : question(exportQuestion), sender(httpSender), state(pushState), context(commandContext) {}
 
 void Pusher::Push(const FileList& list) {
   try {
@@ -59,16 +55,16 @@ void Pusher::Push(const FileList& list) {
 
 void Pusher::PushFile(const ListedFile& file) {
   const Query query = OpenExportQuery(question, file.zeltId, context);
-  const std::string directory = Resolve(file.directory);
-  const std::optional<long long> confirmed = state.Find(directory, kind, file.zeltId);
+  Labels labels = question.labels;
+  labels.insert(file.labels.begin(), file.labels.end());
+  const PushedSeries series{Resolve(file.directory), DescribeKind(question, labels), file.zeltId};
+  const std::optional<long long> confirmed = state.Find(series);
   if (confirmed) {
     TellGap(query, *confirmed);
   }
-  Labels labels = question.labels;
-  labels.insert(file.labels.begin(), file.labels.end());
   format.Begin(MakeSeries(file.zeltId, labels, question.interval.has_value()), 0, lines);
   const StreamResult result = StreamAnswer(question, query, confirmed, [&](const Piece& piece) {
-    Add(piece, directory, file.zeltId);
+    Add(piece, series);
     return true;
   });
   if (result == StreamResult::PartialData) {
@@ -81,12 +77,21 @@ void Pusher::PushFile(const ListedFile& file) {
 void Pusher::TellGap(const Query& query, long long confirmed) const {
   if (confirmed > query.file.lastUpdate) {
     PrintMessage(query.zeltId + ": its last update, " + FormatUtc(query.file.lastUpdate) +
-                 ", lies before what was sent, " + FormatUtc(confirmed));
+                 ", lies before what was sent, " + FormatUtc(confirmed) + ", so nothing is sent");
+    context.exitStatus = EXIT_PARTIAL_DATA;
     return;
   }
-  const Rrd::ArchiveDescription& archive = RequireArchive(query.file, confirmed, query.zeltId);
+  long long next = confirmed + 1;
+  if (question.interval) {
+    Date::Date start;
+    start.timeZone = question.window.zone;
+    start.timestamp = confirmed;
+    TimeHelper::ComputeNextDate(query.interval, start, start);
+    next = start.timestamp;
+  }
+  const Rrd::ArchiveDescription& archive = RequireArchive(query.file, next, query.zeltId);
   const auto step = static_cast<long long>(GetRowLength(query.file, archive));
-  const long long next = (confirmed / step + 1) * step;
+  next = (next + step - 1) / step * step;
   if (archive.firstTime > next) {
     PrintMessage(query.zeltId + ": the samples from " + FormatUtc(next) + " to " +
                  FormatUtc(archive.firstTime - step) + " are no longer in its file, and not sent");
@@ -94,7 +99,7 @@ void Pusher::TellGap(const Query& query, long long confirmed) const {
   }
 }
 
-void Pusher::Add(const Piece& piece, const std::string& directory, const std::string& zeltId) {
+void Pusher::Add(const Piece& piece, const PushedSeries& series) {
   // What a request has, about, which a small server takes in a second.
   constexpr std::size_t BATCH_SIZE = 1 << 19;
   constexpr std::size_t SLICE_LENGTH = 1000;
@@ -104,7 +109,7 @@ void Pusher::Add(const Piece& piece, const std::string& directory, const std::st
     const Piece slice(piece.begin() + static_cast<std::ptrdiff_t>(begin),
                       piece.begin() + static_cast<std::ptrdiff_t>(end));
     format.Append(slice, lines);
-    reached[{directory, zeltId}] = slice.back().timestamp;
+    reached[series] = slice.back().timestamp;
     if (lines.size() >= BATCH_SIZE) {
       SendBatch();
     }
@@ -118,7 +123,7 @@ void Pusher::SendBatch() {
     lines.clear();
   }
   for (const auto& [series, time] : reached) {
-    state.Set(series.first, kind, series.second, time);
+    state.Set(series, time);
   }
   reached.clear();
   state.SaveSometimes();

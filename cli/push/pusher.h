@@ -28,17 +28,16 @@ class Pusher {
  private:
   void PushFile(const ListedFile& file);
   void TellGap(const Query& query, long long confirmed) const;
-  void Add(const Piece& piece, const std::string& directory, const std::string& zeltId);
+  void Add(const Piece& piece, const PushedSeries& series);
   void SendBatch();
 
   const ExportQuestion& question;
   HttpSender& sender;
   PushState& state;
   Context& context;
-  const std::string kind;  // of series, for the state
   LineProtocol format;
   std::string lines;
-  std::map<std::pair<std::string, std::string>, long long> reached;  // when the lines are confirmed
+  std::map<PushedSeries, long long> reached;  // when the lines are confirmed
   unsigned long long pointCount = 0;
 };
 
