@@ -24,21 +24,22 @@ StatusCode SetMissing(double& value, bool& valid) {
 }
 
 struct Total {
-  double sum = 0.0;  // of the samples that are not missing
-  std::ptrdiff_t validCount = 0;
-  std::ptrdiff_t count = 0;
+  double sum;  // of the samples that are not missing
+  std::ptrdiff_t validCount;
+  std::ptrdiff_t count;
 };
 
 Total AddUp(const double* first, const double* end) {
-  Total total;
-  total.count = end - first;
+  // Not the fields of the total, which the compiler would write to memory with every sample.
+  double sum = 0.0;
+  std::ptrdiff_t validCount = 0;
   for (const double* sample = first; sample != end; ++sample) {
     if (IsValid(*sample)) {
-      total.sum += *sample;
-      ++total.validCount;
+      sum += *sample;
+      ++validCount;
     }
   }
-  return total;
+  return {sum, validCount, end - first};
 }
 
 // The end of the samples that belong to a run and not to the one that follows it.

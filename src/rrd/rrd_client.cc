@@ -3,6 +3,7 @@
 #include <rrd.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <limits>
 #include <memory>
@@ -130,12 +131,28 @@ void LogFetchError(const char* fault, std::time_t start, std::time_t end, const 
       GetReason(fault), static_cast<long long>(start), static_cast<long long>(end), path.c_str());
 }
 
-std::string MakeSampleText(long long time, double value) {
-  std::string text;
-  AppendNumber(text, time);
-  text += ':';
-  AppendNumber(text, value);
-  return text;
+// The texts of all samples in one buffer, each with a NUL at its end.
+std::string MakeSampleTexts(const std::map<long long, double>& samples) {
+  constexpr std::size_t USUAL_SIZE = 24;
+  std::string texts;
+  texts.reserve(samples.size() * USUAL_SIZE);
+  for (const auto& [time, value] : samples) {
+    AppendNumber(texts, time);
+    texts += ':';
+    AppendNumber(texts, value);
+    texts += '\0';
+  }
+  return texts;
+}
+
+// Where each of the texts begins.
+std::vector<const char*> FindTexts(const std::string& texts, std::size_t count) {
+  std::vector<const char*> starts;
+  starts.reserve(count);
+  for (const char* text = texts.data(); starts.size() < count; text += std::strlen(text) + 1) {
+    starts.push_back(text);
+  }
+  return starts;
 }
 
 }  // namespace
@@ -262,16 +279,8 @@ StatusCode RrdClient::Create(const std::string& path, long long step, long long 
 
 StatusCode RrdClient::Update(const std::string& path,
                              const std::map<long long, double>& samples) const {
-  std::vector<std::string> texts;
-  texts.reserve(samples.size());
-  for (const auto& [time, value] : samples) {
-    texts.push_back(MakeSampleText(time, value));
-  }
-  std::vector<const char*> arguments;
-  arguments.reserve(texts.size());
-  for (const std::string& text : texts) {
-    arguments.push_back(text.c_str());
-  }
+  const std::string texts = MakeSampleTexts(samples);
+  std::vector<const char*> arguments = FindTexts(texts, samples.size());
 
   // An error that an earlier call left would be taken for one of this update, and end it.
   if (rrd_test_error() != 0) {
