@@ -7,6 +7,16 @@ namespace nvx::Utilities {
 
 using nv::kora::StatusCode;
 
+namespace {
+
+// Of most files the directory has told the type; only a symbolic link is followed.
+bool IsFile(const std::filesystem::directory_entry& entry) {
+  std::error_code error;
+  return entry.exists(error) && !entry.is_directory(error);
+}
+
+}  // namespace
+
 const std::string FileSystem::FILENAME_EXTENSION_SEPARATOR = ".";
 
 StatusCode FileSystem::CheckFileExist(const std::string& path) {
@@ -26,11 +36,11 @@ StatusCode FileSystem::GetFileList(const std::string& directory, const std::stri
     return isMissing ? StatusCode::NotFound : StatusCode::IoError;
   }
 
+  const std::string suffix = FILENAME_EXTENSION_SEPARATOR + extension;
   std::set<std::string> found;
   while (entry != std::filesystem::directory_iterator()) {
     const std::filesystem::path& path = entry->path();
-    if (path.extension() == FILENAME_EXTENSION_SEPARATOR + extension &&
-        CheckFileExist(path.string()) == StatusCode::Success) {
+    if (path.extension() == suffix && IsFile(*entry)) {
       found.insert(path.filename().string());
     }
     entry.increment(error);

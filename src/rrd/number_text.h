@@ -1,12 +1,26 @@
 #pragma once
 
+#include <limits>
 #include <string>
 
 namespace nvx::TimeSeriesDatabase {
 
-// Append a number as the RRD library reads it: an integer in decimal, a double with six digits
-// after the point and without exponent ("%f" in the C locale, whatever the locale of the process).
-void AppendNumber(std::string& text, long long number);
-void AppendNumber(std::string& text, double number);
+// What a number needs at most: sign, digits, point and fraction of the longest double.
+inline constexpr int FRACTION_DIGITS = 6;
+inline constexpr int LONGEST_NUMBER =
+    1 + std::numeric_limits<double>::max_exponent10 + 1 + 1 + FRACTION_DIGITS;
+
+// Write a number as the RRD library reads it, to room for LONGEST_NUMBER characters, and return the
+// end: an integer in decimal, a double with six digits after the point and without exponent ("%f"
+// in the C locale, whatever the locale of the process).
+char* WriteNumber(char* text, long long number);
+char* WriteNumber(char* text, double number);
+
+// Append it.
+template <typename Number>
+void AppendNumber(std::string& text, Number number) {
+  char digits[LONGEST_NUMBER];
+  text.append(digits, WriteNumber(digits, number));
+}
 
 }  // namespace nvx::TimeSeriesDatabase

@@ -131,29 +131,41 @@ void LogFetchError(const char* fault, std::time_t start, std::time_t end, const 
       GetReason(fault), static_cast<long long>(start), static_cast<long long>(end), path.c_str());
 }
 
-// The texts of all samples in one buffer, each with a NUL at its end.
-std::string MakeSampleTexts(const std::map<long long, double>& samples) {
-  constexpr std::size_t USUAL_SIZE = 24;
-  std::string texts;
-  texts.reserve(samples.size() * USUAL_SIZE);
-  for (const auto& [time, value] : samples) {
-    AppendNumber(texts, time);
-    texts += ':';
-    AppendNumber(texts, value);
-    texts += '\0';
+// The texts of all samples in one buffer, each with a NUL at its end, and where each begins.
+class SampleTexts {
+ public:
+  explicit SampleTexts(const std::map<long long, double>& samples) {
+    constexpr std::size_t USUAL_SIZE = 24;
+    buffer.reserve(samples.size() * USUAL_SIZE);
+    starts.reserve(samples.size());
+    for (const auto& [time, value] : samples) {
+      starts.push_back(buffer.size());
+      Append(time, value);
+    }
   }
-  return texts;
-}
 
-// Where each of the texts begins.
-std::vector<const char*> FindTexts(const std::string& texts, std::size_t count) {
-  std::vector<const char*> starts;
-  starts.reserve(count);
-  for (const char* text = texts.data(); starts.size() < count; text += std::strlen(text) + 1) {
-    starts.push_back(text);
+  std::vector<const char*> Get() const {
+    std::vector<const char*> texts;
+    texts.reserve(starts.size());
+    for (const std::size_t start : starts) {
+      texts.push_back(buffer.data() + start);
+    }
+    return texts;
   }
-  return starts;
-}
+
+ private:
+  void Append(long long time, double value) {
+    char text[2 * LONGEST_NUMBER + 2];
+    char* end = WriteNumber(text, time);
+    *end++ = ':';
+    end = WriteNumber(end, value);
+    *end++ = '\0';
+    buffer.append(text, end);
+  }
+
+  std::string buffer;
+  std::vector<std::size_t> starts;
+};
 
 }  // namespace
 
@@ -279,8 +291,8 @@ StatusCode RrdClient::Create(const std::string& path, long long step, long long 
 
 StatusCode RrdClient::Update(const std::string& path,
                              const std::map<long long, double>& samples) const {
-  const std::string texts = MakeSampleTexts(samples);
-  std::vector<const char*> arguments = FindTexts(texts, samples.size());
+  const SampleTexts texts(samples);
+  std::vector<const char*> arguments = texts.Get();
 
   // An error that an earlier call left would be taken for one of this update, and end it.
   if (rrd_test_error() != 0) {
