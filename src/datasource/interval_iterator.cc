@@ -76,7 +76,9 @@ StatusCode IntervalIterator::ComputeCurrentIterator() {
     return StatusCode::OutOfRange;
   }
 
-  nextStart = candidate;
+  // Field by field: the processor would wait to read both at once, so soon after each was written.
+  nextStart.timestamp = candidate.timestamp;
+  nextStart.timeZone = candidate.timeZone;
   if (currentFirst != nullptr) {
     const unsigned long long distance =
         StepNumber(nextStart.timestamp, step) - StepNumber(currentStart.timestamp, step);

@@ -4,12 +4,14 @@
 
 namespace nvx::TimeSeriesDatabase {
 
+inline constexpr long long FIXED_SECONDS[] = {60,  120, 180,  300,  360, 600,
+                                              720, 900, 1200, 1800, 3600};
+
 // The length in seconds of an interval that always lasts the same, OneMinute to Hour; 0 for any
 // other value.
 constexpr long long FixedSeconds(QueryInterval interval) {
-  constexpr long long SECONDS[] = {60, 120, 180, 300, 360, 600, 720, 900, 1200, 1800, 3600};
   const auto index = static_cast<unsigned int>(interval);
-  return index < sizeof SECONDS / sizeof *SECONDS ? SECONDS[index] : 0;
+  return index < sizeof FIXED_SECONDS / sizeof *FIXED_SECONDS ? FIXED_SECONDS[index] : 0;
 }
 
 }  // namespace nvx::TimeSeriesDatabase
