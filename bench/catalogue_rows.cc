@@ -1,0 +1,117 @@
+// Directories of many files, and how work grows.
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <fstream>
+#include <memory>
+#include <set>
+
+#include "row.h"
+#include "samples.h"
+#include "timeseries/host.h"
+#include "timeseries/rrd/database.h"
+
+namespace Bench {
+namespace {
+
+using namespace nvx::TimeSeriesDatabase;
+
+constexpr int MANY_FILES = 10000;
+
+// A directory with a file of two days and `fileCount` empty ones.
+class Catalogue {
+ public:
+  Catalogue(int fileCount, unsigned int rowCount) {
+    MakeFile(GetPath("topo_days.rrd"), START, START + 2 * DAY, rowCount);
+    for (int i = 0; i < fileCount; ++i) {
+      std::ofstream(GetPath("modbus_meter" + std::to_string(i) + "__power.rrd")).flush();
+    }
+  }
+
+  std::string GetPath(const std::string& name) const { return directory.GetPath(name); }
+
+  std::set<std::string> List() {
+    std::set<std::string> ids;
+    Require(database.ListDataSources(ids) == StatusCode::Success, "list");
+    return ids;
+  }
+
+  void QueryADay() {
+    std::unique_ptr<NumericalDataSourceInterface> source;
+    Points points;
+    Require(database.GetNumericalDataSource("topo:days", source) == StatusCode::Success &&
+                source->FetchAverage(window, QueryInterval::Hour, points) == StatusCode::Success,
+            "query");
+    Require(points.size() == 24 && points.back().quality, "points");
+  }
+
+ private:
+  Directory directory;
+  nvx::Utilities::FileSystem fileSystem;
+  nvx::Workstation::InMemoryRedisClient redis;
+  RrdClient rrd;
+  Rrd::Database database{GetPath(""), fileSystem, redis, rrd};
+  const TimeWindow window = MakeWindow(START, START + DAY);
+};
+
+int CountFiles(const std::string& path) {
+  DIR* const directory = opendir(path.c_str());
+  Require(directory != nullptr, "opendir");
+  int count = 0;
+  while (const dirent* const entry = readdir(directory)) {
+    struct stat status {};
+    if (fstatat(dirfd(directory), entry->d_name, &status, 0) == 0 && S_ISREG(status.st_mode)) {
+      ++count;
+    }
+  }
+  closedir(directory);
+  return count;
+}
+
+Contest EnterList() {
+  const auto catalogue = std::make_shared<Catalogue>(MANY_FILES - 1, 3000);
+  const std::string path = catalogue->GetPath("");
+  Require(catalogue->List().size() == MANY_FILES && CountFiles(path) == MANY_FILES, "files");
+  return {{[=] { (void)catalogue->List(); }}, {[=] { (void)CountFiles(path); }}};
+}
+
+// The same work in two catalogues.
+Contest EnterCatalogues(const std::shared_ptr<Catalogue>& ours,
+                        const std::shared_ptr<Catalogue>& theirs) {
+  return {{[=] { ours->QueryADay(); }}, {[=] { theirs->QueryADay(); }}};
+}
+
+Contest EnterLengths() {
+  const auto year = std::make_shared<Year>();
+  constexpr long long LENGTH = (END - START) / 3600 / 12 * 3600;
+  const auto query = [=](long long start, long long end) {
+    (void)year->Query(MakeWindow(start, end), QueryInterval::Hour);
+  };
+  return {{[=] { query(START, START + 12 * LENGTH); }}, {[=] {
+            for (int i = 0; i < 12; ++i) {
+              query(START + i * LENGTH, START + (i + 1) * LENGTH);
+            }
+          }}};
+}
+
+}  // namespace
+
+std::vector<Row> ListCatalogueRows() {
+  return {
+      {"`ListDataSources` of 10,000 files", "`readdir` and `stat`", AtMost(1.20), EnterList},
+      {"growth: a year by hour", "12 times a twelfth of it", AtMost(1.10), EnterLengths},
+      {"growth: a day by hour among 10,000 files", "alone in its directory", AtMost(1.10),
+       [] {
+         return EnterCatalogues(std::make_shared<Catalogue>(MANY_FILES, 3000),
+                                std::make_shared<Catalogue>(0, 3000));
+       }},
+      {"growth: a day by hour of a file of 5,256,000 rows", "of one of 525,600 rows", AtMost(1.10),
+       [] {
+         return EnterCatalogues(std::make_shared<Catalogue>(0, 5256000),
+                                std::make_shared<Catalogue>(0, 525600));
+       }},
+  };
+}
+
+}  // namespace Bench

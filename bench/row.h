@@ -1,0 +1,68 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace Bench {
+
+// One of the two ways to do a piece of work.
+struct Side {
+  std::function<void()> work;
+  std::function<void()> prepare = {};  // what must come before each time, and is not measured
+};
+
+struct Contest {
+  Side ours;
+  Side theirs;
+};
+
+// How good we want to be.
+struct Goal {
+  enum class Kind {
+    AtMost,            // this many times their time
+    TimesFaster,       // their time at least this many times ours
+    NanosecondsAPoint  // at most their time and this for each of the points
+  };
+  Kind kind;
+  double limit;
+  double pointCount = 1;
+};
+
+inline Goal AtMost(double ratio) { return {Goal::Kind::AtMost, ratio}; }
+inline Goal TimesFaster(double ratio) { return {Goal::Kind::TimesFaster, ratio}; }
+inline Goal NanosecondsAPoint(double limit, double pointCount) {
+  return {Goal::Kind::NanosecondsAPoint, limit, pointCount};
+}
+
+// A row of the table. `enter` builds what both sides need, and compares their results before
+// anything is timed; it throws NotHere when the machine lacks the rival.
+struct Row {
+  std::string work;
+  std::string rival;
+  Goal goal;
+  std::function<Contest()> enter;
+};
+
+struct NotHere {
+  std::string reason;
+};
+
+// Measures a row, and prints it as a line of the table of HEADINGS.
+void PrintRow(const Row& row);
+
+extern const char* const HEADINGS;
+
+// Ends the process where a result is not right: a wrong one is not worth timing.
+void Require(bool isRight, const char* what);
+
+// Runs a command to its end, which must be a success. Its memory is part of the side's.
+void RunCommand(const std::vector<std::string>& arguments);
+
+// The rows, by what they compare.
+std::vector<Row> ListQueryRows();
+std::vector<Row> ListSqlRows();
+std::vector<Row> ListStorageRows();
+std::vector<Row> ListCatalogueRows();
+
+}  // namespace Bench

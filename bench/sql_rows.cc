@@ -1,0 +1,144 @@
+// Queries by day beside databases, which have the samples in a table of their own, in a file that
+// stays open.
+
+#include <sqlite3.h>
+
+#include "duckdb.h"
+#include "row.h"
+
+namespace Bench {
+namespace {
+
+class Sqlite {
+ public:
+  Sqlite() {
+    Require(sqlite3_open(directory.GetPath("samples.sqlite").c_str(), &database) == SQLITE_OK,
+            "opening SQLite");
+  }
+  Sqlite(const Sqlite&) = delete;
+  Sqlite& operator=(const Sqlite&) = delete;
+  ~Sqlite() { sqlite3_close(database); }
+
+  void Run(const char* statement) {
+    Require(sqlite3_exec(database, statement, nullptr, nullptr, nullptr) == SQLITE_OK, statement);
+  }
+
+  // Inserts the pairs of a map.
+  template <typename Pairs>
+  void Insert(const char* statement, const Pairs& pairs) {
+    Run("BEGIN");
+    sqlite3_stmt* const insert = Prepare(statement);
+    for (const auto& [time, second] : pairs) {
+      sqlite3_bind_int64(insert, 1, time);
+      if constexpr (std::is_floating_point_v<std::decay_t<decltype(second)>>) {
+        sqlite3_bind_double(insert, 2, second);
+      } else {
+        sqlite3_bind_int64(insert, 2, second);
+      }
+      Require(sqlite3_step(insert) == SQLITE_DONE, statement);
+      sqlite3_reset(insert);
+    }
+    sqlite3_finalize(insert);
+    Run("COMMIT");
+  }
+
+  std::vector<Bucket> Query(const char* query) {
+    sqlite3_stmt* const rows = Prepare(query);
+    std::vector<Bucket> buckets;
+    while (sqlite3_step(rows) == SQLITE_ROW) {
+      buckets.push_back({sqlite3_column_int64(rows, 0), sqlite3_column_double(rows, 1)});
+    }
+    Require(sqlite3_finalize(rows) == SQLITE_OK, query);
+    return buckets;
+  }
+
+ private:
+  sqlite3_stmt* Prepare(const char* text) {
+    sqlite3_stmt* statement = nullptr;
+    Require(sqlite3_prepare_v2(database, text, -1, &statement, nullptr) == SQLITE_OK, text);
+    return statement;
+  }
+
+  Directory directory;
+  sqlite3* database = nullptr;
+};
+
+TimeWindow LocalYear() { return MakeWindow(START, END); }
+TimeWindow UtcYear() { return MakeWindow(UTC_START, UTC_END, "UTC"); }
+
+// Our query by day of the window beside a rival's, when both have the same averages.
+template <typename Rival>
+Contest EnterDays(const TimeWindow& window, Rival rival, BoundSample boundSample) {
+  const auto year = std::make_shared<Year>();
+  RequireEqual(year->Query(window, QueryInterval::Day), rival(), window.end.timestamp, boundSample);
+  return {{[=] { (void)year->Query(window, QueryInterval::Day); }}, {[=] { (void)rival(); }}};
+}
+
+std::shared_ptr<Sqlite> FillSqlite() {
+  const auto sqlite = std::make_shared<Sqlite>();
+  sqlite->Run("CREATE TABLE samples(time INTEGER PRIMARY KEY, value REAL)");
+  sqlite->Insert("INSERT INTO samples VALUES(?, ?)", MakeSamples(START, UTC_END));
+  return sqlite;
+}
+
+Contest EnterSqliteByBounds() {
+  const auto sqlite = FillSqlite();
+  std::map<long long, long long> days;
+  nvx::TimeSeriesDatabase::Date::Date start = LocalYear().start;
+  while (start.timestamp < END) {
+    const long long first = start.timestamp;
+    start.AddDays(1);
+    days[first] = start.timestamp;
+  }
+  sqlite->Run("CREATE TABLE days(first INTEGER PRIMARY KEY, next INTEGER)");
+  sqlite->Insert("INSERT INTO days VALUES(?, ?)", days);
+  const auto query = [=] {
+    return sqlite->Query(
+        "SELECT first, avg(value) FROM days JOIN samples ON time BETWEEN first AND next "
+        "GROUP BY first");
+  };
+  return EnterDays(LocalYear(), query, BoundSample::InBoth);
+}
+
+Contest EnterSqliteByGroups() {
+  const auto sqlite = FillSqlite();
+  const std::string query =
+      "SELECT time / 86400 * 86400 AS day, avg(value) FROM samples WHERE time "
+      "BETWEEN " +
+      std::to_string(UTC_START) + " AND " + std::to_string(UTC_END - STEP) + " GROUP BY day";
+  return EnterDays(
+      UtcYear(), [=] { return sqlite->Query(query.c_str()); }, BoundSample::InNext);
+}
+
+// `column` is `instant`, which is truncated in the zone, or `utc`.
+Contest EnterDuckDb(const TimeWindow& window, const std::string& column) {
+  const auto duckDb = std::make_shared<DuckDb>();
+  duckDb->Run(std::string("SET TimeZone = '") + ZONE + "'");
+  duckDb->Run("CREATE TABLE raw(time BIGINT, value DOUBLE)");
+  duckDb->Append("raw", MakeSamples(window.start.timestamp, window.end.timestamp - STEP));
+  duckDb->Run(
+      "CREATE TABLE samples AS SELECT to_timestamp(time) AS instant, "
+      "make_timestamp(time * 1000000) AS utc, value FROM raw");
+  const std::string query =
+      "SELECT epoch(day)::BIGINT, average FROM (SELECT date_trunc('day', " + column +
+      ")::" + (column == "utc" ? "TIMESTAMP" : "TIMESTAMPTZ") +
+      " AS day, avg(value) AS average FROM samples GROUP BY day) ORDER BY day";
+  return EnterDays(
+      window, [=] { return duckDb->Query(query); }, BoundSample::InNext);
+}
+
+}  // namespace
+
+std::vector<Row> ListSqlRows() {
+  return {
+      {"a year by local day", "SQLite, the bounds joined in as a table", TimesFaster(12),
+       EnterSqliteByBounds},
+      {"a year by UTC day", "SQLite, `GROUP BY`", TimesFaster(50), EnterSqliteByGroups},
+      {"a year by local day", "DuckDB, one thread, `date_trunc` in the zone", TimesFaster(80),
+       [] { return EnterDuckDb(LocalYear(), "instant"); }},
+      {"a year by UTC day", "DuckDB, one thread, `date_trunc` in UTC", TimesFaster(3),
+       [] { return EnterDuckDb(UtcYear(), "utc"); }},
+  };
+}
+
+}  // namespace Bench
