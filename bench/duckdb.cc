@@ -33,7 +33,7 @@ void Load(void* library, const char* name, Function*& function) {
 
 struct DuckDb::Library {
   Library() {
-    const char* const path = std::getenv("NVX_BENCH_DUCKDB");
+    const char* const path = std::getenv("NVX_BENCH_DUCKDB");  // NOLINT(concurrency-mt-unsafe)
     void* const loaded = path == nullptr ? nullptr : dlopen(path, RTLD_NOW);
     if (loaded == nullptr) {
       throw NotHere{"no library of DuckDB"};
@@ -76,39 +76,37 @@ struct DuckDb::Library {
   int (*destroyAppender)(Handle* appender);
 };
 
-struct DuckDb::State {
-  Handle database = nullptr;
-  Handle connection = nullptr;
-};
+const DuckDb::Library& DuckDb::GetLibrary() {
+  static const Library library;
+  return library;
+}
 
-DuckDb::DuckDb()
-    : library([]() -> const Library& {
-        static const Library loaded;
-        return loaded;
-      }()),
-      state(std::make_unique<State>()) {
-  Require(library.open(directory.GetPath("samples.duckdb").c_str(), &state->database) == SUCCESS &&
-              library.connect(state->database, &state->connection) == SUCCESS,
+DuckDb::DuckDb() : library(GetLibrary()) {
+  Require(library.open(directory.GetPath("samples.duckdb").c_str(), &database) == SUCCESS &&
+              library.connect(database, &connection) == SUCCESS,
           "opening DuckDB");
   Run("SET threads = 1");
 }
 
 DuckDb::~DuckDb() {
-  library.disconnect(&state->connection);
-  library.close(&state->database);
+  library.disconnect(&connection);
+  library.close(&database);
 }
 
 void DuckDb::Run(const std::string& statement) {
-  duckdb_result result;
-  const int status = library.query(state->connection, statement.c_str(), &result);
-  Require(status == SUCCESS, status == SUCCESS ? "" : library.resultError(&result));
+  duckdb_result result = Execute(statement);
   library.destroyResult(&result);
 }
 
-std::vector<Bucket> DuckDb::Query(const std::string& query) {
+duckdb_result DuckDb::Execute(const std::string& statement) {
   duckdb_result result;
-  const int status = library.query(state->connection, query.c_str(), &result);
+  const int status = library.query(connection, statement.c_str(), &result);
   Require(status == SUCCESS, status == SUCCESS ? "" : library.resultError(&result));
+  return result;
+}
+
+std::vector<Bucket> DuckDb::Query(const std::string& query) {
+  duckdb_result result = Execute(query);
   std::vector<Bucket> buckets;
   for (Handle chunk = library.fetchChunk(result); chunk != nullptr;
        chunk = library.fetchChunk(result)) {
@@ -127,8 +125,7 @@ std::vector<Bucket> DuckDb::Query(const std::string& query) {
 
 void DuckDb::Append(const std::string& table, const std::map<long long, double>& samples) {
   Handle appender = nullptr;
-  bool isDone =
-      library.createAppender(state->connection, nullptr, table.c_str(), &appender) == SUCCESS;
+  bool isDone = library.createAppender(connection, nullptr, table.c_str(), &appender) == SUCCESS;
   for (const auto& [time, value] : samples) {
     isDone = isDone && library.appendNumber(appender, time) == SUCCESS &&
              library.appendDouble(appender, value) == SUCCESS &&

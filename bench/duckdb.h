@@ -1,15 +1,17 @@
 #pragma once
 
-#include <memory>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "samples.h"
 
+struct duckdb_result;
+
 namespace Bench {
 
 // A database of DuckDB in a file, computing with one thread. Its library is loaded from the path in
-// the environment variable NVX_BENCH_DUCKDB; throws NotHere without it.
+// the environment variable NVX_BENCH_DUCKDB; without it, a DuckDb throws NotHere.
 class DuckDb {
  public:
   DuckDb();
@@ -27,11 +29,14 @@ class DuckDb {
 
  private:
   struct Library;
-  struct State;
+
+  static const Library& GetLibrary();
+  duckdb_result Execute(const std::string& statement);
 
   Directory directory;
   const Library& library;
-  std::unique_ptr<State> state;
+  void* database = nullptr;
+  void* connection = nullptr;
 };
 
 }  // namespace Bench

@@ -178,6 +178,7 @@ void Require(bool isRight, const char* what) {
 
 void RunCommand(const std::vector<std::string>& arguments) {
   std::vector<char*> pointers;
+  pointers.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) {
     pointers.push_back(const_cast<char*>(argument.c_str()));
   }

@@ -86,7 +86,8 @@ void RequireEqual(const Points& points, const std::vector<Bucket>& buckets, long
   for (std::size_t i = 0; i < points.size(); ++i) {
     const long long start = points[i].date.timestamp;
     const long long next = i + 1 < points.size() ? points[i + 1].date.timestamp : end;
-    const auto count = static_cast<double>((next - start) / STEP);
+    const long long stepCount = (next - start) / STEP;
+    const auto count = static_cast<double>(stepCount);
     double sum = buckets[i].average * count;
     if (boundSample == BoundSample::InBoth) {
       sum += buckets[i].average;
@@ -105,10 +106,12 @@ std::vector<Bucket> AddUp(const Points& points, long long end) {
     const long long next = i + 1 < points.size() ? points[i + 1].date.timestamp : end;
     const long long last = next == start + STEP ? start : next;  // of one step, the first alone
     double sum = 0;
+    double count = 0;
     for (long long time = start; time <= last; time += STEP) {
       sum += GetSample(time);
+      ++count;
     }
-    buckets.push_back({start, sum / static_cast<double>((last - start) / STEP + 1)});
+    buckets.push_back({start, sum / count});
   }
   return buckets;
 }

@@ -75,7 +75,7 @@ Contest EnterDays(const TimeWindow& window, Rival rival, BoundSample boundSample
 }
 
 std::shared_ptr<Sqlite> FillSqlite() {
-  const auto sqlite = std::make_shared<Sqlite>();
+  auto sqlite = std::make_shared<Sqlite>();
   sqlite->Run("CREATE TABLE samples(time INTEGER PRIMARY KEY, value REAL)");
   sqlite->Insert("INSERT INTO samples VALUES(?, ?)", MakeSamples(START, UTC_END));
   return sqlite;
