@@ -39,9 +39,9 @@ double Time(const Side& side, int count) {
   return std::chrono::duration<double>(Clock::now() - start).count() / count;
 }
 
-// How often work that takes so long is repeated in one run: once, when it has to be prepared.
-int FindCount(const Side& side, double seconds) {
-  return side.prepare ? 1 : std::max(1, static_cast<int>(SHORTEST_RUN / seconds));
+// How often the work is repeated in one run: once, when it has to be prepared.
+int FindCount(const Side& side) {
+  return side.prepare ? 1 : std::max(1, static_cast<int>(SHORTEST_RUN / Time(side, 1)));
 }
 
 double Median(std::vector<double> numbers) {
@@ -78,7 +78,7 @@ long MeasurePeak(const Side& side) {
 struct Measurement {
   explicit Measurement(const Side& measured) : side(measured) {
     (void)Time(side, 1);  // loads what every time needs
-    count = FindCount(side, Time(side, 1));
+    count = FindCount(side);
     peak = MeasurePeak(side);
   }
 

@@ -3,7 +3,6 @@
 #include <rrd.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <limits>
 #include <memory>
