@@ -1,6 +1,5 @@
 #include "push/http_sender.h"
 
-#include <curl/curl.h>
 #include <nvx/workstation/printable_text.h>
 
 #include <algorithm>
@@ -9,6 +8,7 @@
 
 #include "files/interruption.h"
 #include "output/message.h"
+#include "push/curl_library.h"
 #include "push/gzip.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -60,7 +60,7 @@ struct HttpSender::Reply {
 // One connection and what all requests over it have in common.
 class HttpSender::Request {
  public:
-  Request(const WriteAddress& address, const SendOptions& options) : curl(curl_easy_init()) {
+  Request(const WriteAddress& address, const SendOptions& options) : curl(library.easyInit()) {
     AddHeader("Content-Encoding: gzip");
     AddHeader("Content-Type: text/plain; charset=utf-8");
     AddHeader("Expect:");  // a server that knows it not would be waited for
@@ -92,8 +92,8 @@ class HttpSender::Request {
   Request(const Request&) = delete;
   Request& operator=(const Request&) = delete;
   ~Request() {
-    curl_easy_cleanup(curl);
-    curl_slist_free_all(headers);
+    library.easyCleanup(curl);
+    library.listFree(headers);
   }
 
   CURLcode Perform(const std::string& body, std::string& answer) {
@@ -101,33 +101,34 @@ class HttpSender::Request {
     Set(CURLOPT_WRITEDATA, &answer);
     Set(CURLOPT_POSTFIELDS, body.data());
     Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
-    return curl_easy_perform(curl);
+    return library.easyPerform(curl);
   }
 
   std::string GetProblem(CURLcode code) const {
-    return problem[0] == '\0' ? curl_easy_strerror(code) : problem;
+    return problem[0] == '\0' ? library.easyGetErrorText(code) : problem;
   }
 
   long GetStatus() const {
     long status = 0;
-    curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
+    library.easyGetInformation(curl, CURLINFO_RESPONSE_CODE, &status);
     return status;
   }
 
   std::chrono::seconds GetWantedPause() const {
     curl_off_t seconds = 0;
-    curl_easy_getinfo(curl, CURLINFO_RETRY_AFTER, &seconds);
+    library.easyGetInformation(curl, CURLINFO_RETRY_AFTER, &seconds);
     return std::chrono::seconds(seconds);
   }
 
  private:
   template <typename Value>
   void Set(CURLoption option, Value value) {
-    curl_easy_setopt(curl, option, value);
+    library.easySetOption(curl, option, value);
   }
 
-  void AddHeader(const std::string& line) { headers = curl_slist_append(headers, line.c_str()); }
+  void AddHeader(const std::string& line) { headers = library.listAppend(headers, line.c_str()); }
 
+  const CurlLibrary& library = CurlLibrary::Get();
   CURL* const curl;
   curl_slist* headers = nullptr;
   char problem[CURL_ERROR_SIZE] = "";

@@ -1,6 +1,5 @@
 #include "push/push_state.h"
 
-#include <curl/curl.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -13,6 +12,7 @@
 
 #include "error/command_error.h"
 #include "export/output_file.h"
+#include "push/curl_library.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -54,9 +54,10 @@ std::string PushState::FindDefaultPath(const std::string& server) {
   if (error) {
     throw CommandError(directory, "cannot be made: " + error.message(), StatusCode::IoError);
   }
-  char* const escaped = curl_easy_escape(nullptr, server.data(), static_cast<int>(server.size()));
+  char* const escaped =
+      CurlLibrary::Get().easyEscape(nullptr, server.data(), static_cast<int>(server.size()));
   const std::string name = std::string(escaped) + ".json";
-  curl_free(escaped);
+  CurlLibrary::Get().free(escaped);
   return directory / name;
 }
 

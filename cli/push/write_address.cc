@@ -1,13 +1,12 @@
 #include "push/write_address.h"
 
-#include <curl/curl.h>
-
 #include <fstream>
 #include <memory>
 #include <new>
 #include <sstream>
 
 #include "error/command_error.h"
+#include "push/curl_library.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -15,28 +14,28 @@ namespace {
 [[noreturn]] void Refuse(const std::string& problem) { throw UsageError("URL", problem); }
 
 struct CloseUrl {
-  void operator()(CURLU* url) const { curl_url_cleanup(url); }
+  void operator()(CURLU* url) const { CurlLibrary::Get().cleanUpUrl(url); }
 };
 using Url = std::unique_ptr<CURLU, CloseUrl>;
 
 std::string Get(const Url& url, CURLUPart part, unsigned int flags = 0) {
   char* text = nullptr;
-  if (curl_url_get(url.get(), part, &text, flags) != CURLUE_OK) {
+  if (CurlLibrary::Get().getUrlPart(url.get(), part, &text, flags) != CURLUE_OK) {
     return "";
   }
   std::string copy = text;
-  curl_free(text);
+  CurlLibrary::Get().free(text);
   return copy;
 }
 
 void Set(const Url& url, CURLUPart part, const char* text, unsigned int flags = 0) {
-  if (curl_url_set(url.get(), part, text, flags) != CURLUE_OK) {
+  if (CurlLibrary::Get().setUrlPart(url.get(), part, text, flags) != CURLUE_OK) {
     Refuse("it is not one of a server, such as http://127.0.0.1:8428/write");
   }
 }
 
 Url Parse(const std::string& text) {
-  Url url(curl_url());
+  Url url(CurlLibrary::Get().makeUrl());
   if (url == nullptr) {
     throw std::bad_alloc();
   }
@@ -51,9 +50,9 @@ Url Parse(const std::string& text) {
 std::string Decode(const std::string& text) {
   int size = 0;
   char* const decoded =
-      curl_easy_unescape(nullptr, text.data(), static_cast<int>(text.size()), &size);
+      CurlLibrary::Get().easyUnescape(nullptr, text.data(), static_cast<int>(text.size()), &size);
   std::string copy(decoded, static_cast<std::size_t>(size));
-  curl_free(decoded);
+  CurlLibrary::Get().free(decoded);
   return copy;
 }
 
