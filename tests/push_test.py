@@ -275,19 +275,43 @@ class PushTest(unittest.TestCase):
 
     def test_what_is_refused_is_told(self):
         for answer, words in (((400, "field type\nconflict"), "answers 400: field type?conflict"),
-                              ((401, "who?"), "answers 401: who?"),
+                              ((401, "no secret@ here"), "answers 401: no * here"),
+                              ((200, "log in first"), "answers 200: log in first"),
                               ((307, "", ("Location", "http://127.0.0.1:1/")), "answers 307"),
                               ("garbage", "HTTP/0.9")):
             recorder = Recorder()
-            recorder.answers = [answer]
-            result = self.push(recorder.url.replace("//", "//me:secret%40@") + "?u=&p=",
+            recorder.answers = [answer] * 9
+            result = self.push(recorder.url.replace("//", "//me:secret%40@"),
                                "--retry-for", "0", status=1)
             self.assertIn(words, result.stderr)
             self.assertNotIn("secret", result.stderr)
-            self.assertEqual(len(recorder.requests), 1)
+            self.assertTrue(len(recorder.requests) == 1 or "400" in words)
             self.assertFalse(os.path.exists(f"{self.home.name}/state"))
         away = f"http://127.0.0.1:{find_free_port()}/write"
-        self.assertIn("given up after 1 s", self.push(away, "--retry-for", "1", status=1).stderr)
+        self.assertIn("given up, since --retry-for is 1 s", self.push(away, "--retry-for", "1", status=1).stderr)
+
+    def test_one_refused_series_does_not_hold_up_the_others(self):
+        recorder = Recorder()
+        recorder.answers = [400, 204, (400, "conflict")]
+        result = self.push(recorder.url, status=1)
+        self.assertIn("topo:Temperature: the server answers 400: conflict", result.stderr)
+        self.assertEqual(len(recorder.lines), 2 * 8759)
+        self.push(recorder.url)
+        self.assertEqual(sorted(recorder.lines), sorted(self.export("line-protocol").splitlines()))
+
+    def test_points_do_not_depend_on_where_a_push_begins(self):
+        directory = f"{self.home.name}/odd"
+        os.mkdir(directory)
+        at_once, bit_by_bit = Recorder(), Recorder()
+        self.run_program("create", "topo:odd", "--step", "7", "--rows", "9000", "--start", "700000000",
+                         directory=directory)
+        for begin in range(2, 2000, 111):
+            samples = (f"{700000000 + 7 * i}:{i}" for i in range(begin, begin + 111))
+            self.run_program("update", "topo:odd", *samples, directory=directory)
+            self.push(bit_by_bit.url, "--interval", "1m", directory=directory)
+        self.push(at_once.url, "--interval", "1m", directory=directory)
+        self.assertEqual(bit_by_bit.lines, at_once.lines)
+        self.assertGreater(len(at_once.lines), 200)
 
     def test_who_pushes(self):
         secret = pathlib.Path(f"{self.home.name}/secret")
@@ -295,7 +319,7 @@ class PushTest(unittest.TestCase):
         for prefix, query, text, option, expected in (
                 ("me:secret%40@", "", "", "", basic), ("", "?u=me&p=secret%40", "", "", basic),
                 ("", "", "me:secret@\n", "--user-file", basic),
-                ("", "?db=home", "secret@", "--token-file", "Token secret@"),
+                ("", "?db=home&key=secret", "secret@", "--token-file", "Token secret@"),
                 ("", "", "Bearer secret@", "--token-file", "Bearer secret@")):
             recorder = Recorder()
             secret.write_text(text)
@@ -303,7 +327,7 @@ class PushTest(unittest.TestCase):
             self.push(url, *([option, str(secret)] if option else []), "--from", "last")
             path, headers = recorder.requests[0]
             self.assertEqual(headers["Authorization"], expected)
-            self.assertEqual(path, "/write?db=home&precision=s" if "db" in query
+            self.assertEqual(path, "/write?db=home&key=secret&precision=s" if "db" in query
                              else "/write?precision=s")
             self.assertNotIn("secret", pathlib.Path(f"{self.home.name}/state").read_text())
 

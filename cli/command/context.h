@@ -23,6 +23,13 @@ struct Context {
   MetadataStore store;
   PatientClient rrdClient;
 
+  // Ends with EXIT_PARTIAL_DATA, unless something failed.
+  void NotePartialData() {
+    if (exitStatus == EXIT_DONE) {
+      exitStatus = EXIT_PARTIAL_DATA;
+    }
+  }
+
   Rrd::Database MakeDatabase() { return {GetDirectoryPath(), fileSystem, store, rrdClient}; }
 
   // The directory as it is handed over. The RRD library takes a path such as "cb//x.rrd" for the

@@ -92,7 +92,7 @@ class Exporter {
                                                     : ": no sample in the window"));
     } else {
       TellPartialData(query);
-      context.exitStatus = EXIT_PARTIAL_DATA;
+      context.NotePartialData();
     }
   }
 

@@ -26,7 +26,7 @@ ExportQuestion ReadPushQuestion(const ExportOptions& options) {
   if (question.interval == QueryInterval::FullPeriod) {
     throw CLI::ValidationError("--interval", "the interval all is never complete");
   }
-  question.isFinishedOnly = true;
+  question.isResumable = true;
   return question;
 }
 

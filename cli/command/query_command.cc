@@ -23,8 +23,8 @@ void Run(const QueryOptions& options, Context& context) {
       MakePointWriter(options.format, {GetNames(question.functions), selection.isSeveral});
   ForEachFile(selection, context, [&](const std::string& zeltId) {
     Answer answer = FindAnswer(question, OpenQuery(zeltId, question.interval, context));
-    if (answer.isPartialData && context.exitStatus == EXIT_DONE) {
-      context.exitStatus = EXIT_PARTIAL_DATA;
+    if (answer.isPartialData) {
+      context.NotePartialData();
     }
     writer->Add(zeltId, std::move(answer.series));
   });

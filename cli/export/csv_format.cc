@@ -3,24 +3,9 @@
 #include <cmath>
 
 #include "export/decimal.h"
+#include "output/csv_field.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
-namespace {
-
-// A field in quotes where it needs them.
-void AppendField(const std::string& field, std::string& text) {
-  if (field.find_first_of(",\"\r\n") == std::string::npos) {
-    text += field;
-    return;
-  }
-  text += '"';
-  for (const char character : field) {
-    text += character == '"' ? "\"\"" : std::string(1, character);
-  }
-  text += '"';
-}
-
-}  // namespace
 
 void CsvFormat::AppendHeader(const ExportedSeries& first, std::string& text) {
   text += "timestamp,";
@@ -28,7 +13,7 @@ void CsvFormat::AppendHeader(const ExportedSeries& first, std::string& text) {
   for (const auto& label : first.labels) {
     if (label.first != ID_LABEL) {
       text += ',';
-      AppendField(label.first, text);
+      text += QuoteCsv(label.first);
     }
   }
   text += first.hasQuality ? ",value,quality\n" : ",value\n";
@@ -36,11 +21,11 @@ void CsvFormat::AppendHeader(const ExportedSeries& first, std::string& text) {
 
 void CsvFormat::Begin(const ExportedSeries& series, int /*round*/, std::string& /*text*/) {
   names = ",";
-  AppendField(series.scope + ":" + series.labels.at(ID_LABEL), names);
+  names += QuoteCsv(series.scope + ":" + series.labels.at(ID_LABEL));
   for (const auto& label : series.labels) {
     if (label.first != ID_LABEL) {
       names += ',';
-      AppendField(label.second, names);
+      names += QuoteCsv(label.second);
     }
   }
   names += ',';

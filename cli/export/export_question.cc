@@ -19,7 +19,7 @@ std::optional<std::pair<long long, long long>> FindSpan(const ExportQuestion& qu
   const AskedWindow& asked = question.window;
   const FileTimes times = GetFileTimes(query);
   long long last = asked.to ? asked.to->Resolve(times) : query.file.lastUpdate;
-  if (question.isFinishedOnly) {
+  if (question.isResumable) {
     last = std::min(last, query.file.lastUpdate);
   }
   if (asked.from) {
@@ -67,6 +67,23 @@ StreamResult StreamWhole(const ExportQuestion& question, const Query& query,
   const NumericalDataPoint& point = answer.series.front().front();
   consume({{point.date.timestamp, point.value, point.quality}});
   return StreamResult::Done;
+}
+
+// The library judges all intervals of a window by whether its start lies on a row. So the stream
+// begins with an earlier interval that does, if there is one, and what was not asked for is left
+// out.
+StreamResult StreamFromRow(const Query& query, const PointFunction& function,
+                           const TimeWindow& window, const PieceConsumer& consume) {
+  TimeWindow longer = window;
+  longer.start = FindStartOnRow(query, window.start);
+  const auto consumeAsked = [&](const Piece& piece) {
+    const auto asked = std::find_if(piece.begin(), piece.end(), [&](const StreamedPoint& point) {
+      return point.timestamp >= window.start.timestamp;
+    });
+    return asked == piece.end() || consume(Piece(asked, piece.end()));
+  };
+  return StreamIntervals(query, function, longer, consumeAsked) ? StreamResult::Done
+                                                                : StreamResult::PartialData;
 }
 
 }  // namespace
@@ -128,6 +145,9 @@ StreamResult StreamAnswer(const ExportQuestion& question, const Query& query,
   const TimeWindow window = FindIntervals(question, query, *span, confirmed);
   if (window.start.timestamp >= window.end.timestamp) {
     return StreamResult::Nothing;
+  }
+  if (question.isResumable) {
+    return StreamFromRow(query, question.function.second, window, consume);
   }
   return StreamIntervals(query, question.function.second, window, consume)
              ? StreamResult::Done

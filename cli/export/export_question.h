@@ -31,7 +31,10 @@ struct ExportQuestion {
   std::optional<QueryInterval> interval;  // none for the samples themselves
   NamedFunction function;
   Labels labels;
-  bool isFinishedOnly = false;  // no interval ends after the file's last update
+
+  // The points are the same whatever was confirmed before: no interval ends after the file's last
+  // update, and none is judged by the one that the stream happens to begin with.
+  bool isResumable = false;
 };
 
 // Throws UsageError or CLI::ParseError for options that are wrong.

@@ -7,6 +7,7 @@
 #include "files/described_file.h"
 #include "input/time_text.h"
 #include "query/answer.h"
+#include "timeseries/date/time_round_helper.h"
 #include "timeseries/time_helper.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -46,20 +47,21 @@ Piece FetchSamples(const Query& query, long long start, long long end) {
   return piece;
 }
 
+bool IsOnRow(const Query& query, const Date::Date& bound) {
+  return bound.timestamp % GetRowLengthAt(query, bound.timestamp) == 0;
+}
+
 // The end of a piece of intervals, which is a bound that lies to the rows as the start does: by
 // that the library judges all points of a piece.
 Date::Date FindPieceEnd(const Query& query, const Date::Date& start, const Date::Date& end) {
-  const auto isOnRow = [&query](const Date::Date& bound) {
-    return bound.timestamp % GetRowLengthAt(query, bound.timestamp) == 0;
-  };
   const long long pieceLength = PIECE_ROW_COUNT * GetRowLengthAt(query, start.timestamp);
   Date::Date bound = start;
   do {
     Date::Date next;
     TimeHelper::ComputeNextDate(query.interval, bound, next);
     bound = next;
-  } while (bound.timestamp < end.timestamp &&
-           (bound.timestamp - start.timestamp < pieceLength || isOnRow(bound) != isOnRow(start)));
+  } while (bound.timestamp < end.timestamp && (bound.timestamp - start.timestamp < pieceLength ||
+                                               IsOnRow(query, bound) != IsOnRow(query, start)));
   return bound.timestamp < end.timestamp ? bound : end;
 }
 
@@ -97,6 +99,22 @@ std::optional<long long> FindFirstSample(const Query& query, long long first, lo
     return !time;
   });
   return time;
+}
+
+Date::Date FindStartOnRow(const Query& query, const Date::Date& start) {
+  // A row of a day lies on one of as many minutes.
+  constexpr int LONGEST_SEARCH = 24 * 60;
+  Date::Date bound = start;
+  for (int i = 0; i < LONGEST_SEARCH && bound.timestamp > 0; ++i) {
+    const bool isSameArchive =
+        query.file.FindArchive(bound.timestamp) == query.file.FindArchive(start.timestamp);
+    if (isSameArchive && IsOnRow(query, bound)) {
+      return bound;
+    }
+    --bound.timestamp;
+    Date::TimeRoundHelper::RoundDownTime(query.interval, bound);
+  }
+  return start;
 }
 
 bool StreamIntervals(const Query& query, const PointFunction& function, const TimeWindow& window,

@@ -34,6 +34,10 @@ long long GetOldestRow(const Query& query);
 // The time of the first row that is not missing.
 std::optional<long long> FindFirstSample(const Query& query, long long first, long long last);
 
+// The nearest bound, from `start` back, on which a row of the same archive lies; `start` itself
+// where none does.
+Date::Date FindStartOnRow(const Query& query, const Date::Date& start);
+
 // Streams a point for each interval of a window that begins and ends on bounds: those of
 // FetchIntervals. False when no sample of the file starts the window, so that all of them are bad.
 bool StreamIntervals(const Query& query, const PointFunction& function, const TimeWindow& window,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "output/csv_field.h"
 #include "output/point_row.h"
 #include "output/shortest_text.h"
 
@@ -19,18 +20,6 @@ std::vector<const Points*> GetColumns(const std::vector<Points>& series) {
   std::transform(series.begin(), series.end(), columns.begin(),
                  [](const Points& points) { return &points; });
   return columns;
-}
-
-// A field of RFC 4180: an id may have any character.
-std::string QuoteCsv(const std::string& text) {
-  if (text.find_first_of("\",\r\n") == std::string::npos) {
-    return text;
-  }
-  std::string quoted = "\"";
-  for (const char character : text) {
-    quoted += character == '"' ? "\"\"" : std::string(1, character);
-  }
-  return quoted + '"';
 }
 
 }  // namespace

@@ -15,18 +15,21 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 
 namespace {
 
+constexpr unsigned int LARGEST_SIZE = 1000;
+
 std::string_view GetVariable(const char* name) {
   // NOLINTNEXTLINE(concurrency-mt-unsafe): the program has one thread
   const char* const value = std::getenv(name);
   return value == nullptr ? "" : value;
 }
 
-// 0 when it is no number.
+// 0 when it is no number; no terminal is larger than the largest.
 unsigned int GetNumber(const char* name) {
   const std::string_view text = GetVariable(name);
   unsigned int number = 0;
   const auto [rest, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  return error == std::errc() && rest == text.data() + text.size() ? number : 0;
+  return error == std::errc() && rest == text.data() + text.size() ? std::min(number, LARGEST_SIZE)
+                                                                   : 0;
 }
 
 bool IsTerminal() { return isatty(STDOUT_FILENO) != 0; }

@@ -48,11 +48,23 @@ bool IsFinal(CURLcode code) {
   }
 }
 
+// A server may repeat what it was sent.
+void HideSecrets(const WriteAddress& address, std::string& words) {
+  const std::string token = address.authorization.substr(address.authorization.find(' ') + 1);
+  for (const std::string& secret : {address.password, token}) {
+    for (std::size_t at = words.find(secret); !secret.empty() && at != std::string::npos;
+         at = words.find(secret, at)) {
+      words.replace(at, secret.size(), "*");
+    }
+  }
+}
+
 }  // namespace
 
 struct HttpSender::Reply {
   bool isConfirmed = false;
   bool isFinal = false;                 // the same again will not be taken either
+  bool isOfLines = false;               // and that is for what was sent
   std::chrono::seconds wantedPause{0};  // that the server asked for
   std::string reason;
 };
@@ -117,7 +129,8 @@ class HttpSender::Request {
   std::chrono::seconds GetWantedPause() const {
     curl_off_t seconds = 0;
     library.easyGetInformation(curl, CURLINFO_RETRY_AFTER, &seconds);
-    return std::chrono::seconds(seconds);
+    constexpr curl_off_t LONGEST_PAUSE = 86400;
+    return std::chrono::seconds(std::clamp(seconds, curl_off_t{0}, LONGEST_PAUSE));
   }
 
  private:
@@ -152,10 +165,13 @@ HttpSender::Reply HttpSender::Post(const std::string& body) {
     return reply;
   }
   const long status = request->GetStatus();
-  reply.isConfirmed = status >= 200 && status < 300;
+  // A page that answers 200 to everything has stored nothing.
+  reply.isConfirmed = status == 204 || (status == 200 && answer.empty());
+  reply.isOfLines = status == 400 || status == 413 || status == 422;
   reply.isFinal = status < 500 && status != 429 && status != 408;
   reply.wantedPause = request->GetWantedPause();
   answer.erase(answer.find_last_not_of("\r\n ") + 1);
+  HideSecrets(address, answer);
   reply.reason = "the server answers " + std::to_string(status) +
                  (answer.empty() ? "" : ": " + Workstation::WithoutControls(answer));
   return reply;
@@ -168,8 +184,8 @@ void HttpSender::WaitForNext(const Reply& reply, Clock::time_point deadline,
   const auto wait = std::max<std::chrono::milliseconds>(pause, reply.wantedPause);
   const Clock::time_point end = Clock::now() + wait;
   if (end > deadline) {
-    throw SendError(reply.reason + "; given up after " + std::to_string(options.retryTime.count()) +
-                        " s, the --retry-for",
+    throw SendError(reply.reason + "; given up, since --retry-for is " +
+                        std::to_string(options.retryTime.count()) + " s",
                     StatusCode::Unavailable);
   }
   while (Clock::now() < end) {
@@ -186,7 +202,7 @@ void HttpSender::Send(const std::string& lines) {
   bool isTold = false;
   for (Reply reply = Post(body); !reply.isConfirmed; reply = Post(body)) {
     if (reply.isFinal) {
-      throw SendError(reply.reason, StatusCode::Failure);
+      throw SendError(reply.reason, StatusCode::Failure, reply.isOfLines);
     }
     if (!isTold && options.retryTime > 0s) {
       PrintMessage(address.name + ": " + reply.reason + "; trying again");

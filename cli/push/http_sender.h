@@ -14,13 +14,17 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 // Why a server did not take what was sent. No secret is in it.
 class SendError : public std::runtime_error {
  public:
-  SendError(const std::string& reason, StatusCode errorStatus)
-      : std::runtime_error(reason), status(errorStatus) {}
+  SendError(const std::string& reason, StatusCode errorStatus, bool isOfLines = false)
+      : std::runtime_error(reason), status(errorStatus), isLinesRefused(isOfLines) {}
 
   StatusCode GetStatus() const { return status; }
 
+  // Whether the server has found fault with the lines; others may still be taken.
+  bool IsOfLines() const { return isLinesRefused; }
+
  private:
   StatusCode status;
+  bool isLinesRefused;
 };
 
 struct SendOptions {

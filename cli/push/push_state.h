@@ -19,6 +19,7 @@ struct PushedSeries {
   bool operator<(const PushedSeries& other) const {
     return std::tie(directory, kind, zeltId) < std::tie(other.directory, other.kind, other.zeltId);
   }
+  bool operator!=(const PushedSeries& other) const { return *this < other || other < *this; }
 };
 
 // How far a server has confirmed each series, in a file that one process has at a time. Every

@@ -62,14 +62,13 @@ void Pusher::PushFile(const ListedFile& file) {
   if (confirmed) {
     TellGap(query, *confirmed);
   }
-  format.Begin(MakeSeries(file.zeltId, labels, question.interval.has_value()), 0, lines);
-  const StreamResult result = StreamAnswer(question, query, confirmed, [&](const Piece& piece) {
-    Add(piece, series);
-    return true;
-  });
+  std::string header;  // of which line protocol has none
+  format.Begin(MakeSeries(file.zeltId, labels, question.interval.has_value()), 0, header);
+  const StreamResult result = StreamAnswer(question, query, confirmed,
+                                           [&](const Piece& piece) { return Add(piece, series); });
   if (result == StreamResult::PartialData) {
     TellPartialData(query);
-    context.exitStatus = EXIT_PARTIAL_DATA;
+    context.NotePartialData();
   }
 }
 
@@ -78,7 +77,7 @@ void Pusher::TellGap(const Query& query, long long confirmed) const {
   if (confirmed > query.file.lastUpdate) {
     PrintMessage(query.zeltId + ": its last update, " + FormatUtc(query.file.lastUpdate) +
                  ", lies before what was sent, " + FormatUtc(confirmed) + ", so nothing is sent");
-    context.exitStatus = EXIT_PARTIAL_DATA;
+    context.NotePartialData();
     return;
   }
   long long next = confirmed + 1;
@@ -95,11 +94,12 @@ void Pusher::TellGap(const Query& query, long long confirmed) const {
   if (archive.firstTime > next) {
     PrintMessage(query.zeltId + ": the samples from " + FormatUtc(next) + " to " +
                  FormatUtc(archive.firstTime - step) + " are no longer in its file, and not sent");
-    context.exitStatus = EXIT_PARTIAL_DATA;
+    context.NotePartialData();
   }
 }
 
-void Pusher::Add(const Piece& piece, const PushedSeries& series) {
+// False for a series whose lines were refused: nothing behind them may be confirmed.
+bool Pusher::Add(const Piece& piece, const PushedSeries& series) {
   // What a request has, about, which a small server takes in a second.
   constexpr std::size_t BATCH_SIZE = 1 << 19;
   constexpr std::size_t SLICE_LENGTH = 1000;
@@ -108,25 +108,68 @@ void Pusher::Add(const Piece& piece, const PushedSeries& series) {
     const std::size_t end = std::min(piece.size(), begin + SLICE_LENGTH);
     const Piece slice(piece.begin() + static_cast<std::ptrdiff_t>(begin),
                       piece.begin() + static_cast<std::ptrdiff_t>(end));
-    format.Append(slice, lines);
-    reached[series] = slice.back().timestamp;
-    if (lines.size() >= BATCH_SIZE) {
+    if (batch.empty() || batch.back().series != series) {
+      batch.push_back({series, "", 0});
+    }
+    Part& part = batch.back();
+    const std::size_t sizeBefore = part.lines.size();
+    format.Append(slice, part.lines);
+    part.reached = slice.back().timestamp;
+    batchSize += part.lines.size() - sizeBefore;
+    if (batchSize >= BATCH_SIZE) {
       SendBatch();
+    }
+    if (refused.count(series) > 0) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void Pusher::SendBatch() {
+  std::string lines;
+  lines.reserve(batchSize);
+  for (const Part& part : batch) {
+    lines += part.lines;
+  }
+  try {
+    Send(lines);
+    std::for_each(batch.begin(), batch.end(), [this](const Part& part) { Confirm(part); });
+  } catch (const SendError& error) {
+    if (!error.IsOfLines()) {
+      throw;
+    }
+    SendApart();
+  }
+  batch.clear();
+  batchSize = 0;
+  state.SaveSometimes();
+}
+
+// What a server finds fault with in one series is not to keep it from the others.
+void Pusher::SendApart() {
+  for (const Part& part : batch) {
+    try {
+      Send(part.lines);
+      Confirm(part);
+    } catch (const SendError& error) {
+      if (!error.IsOfLines()) {
+        throw;
+      }
+      PrintMessage(CommandError(part.series.zeltId, error.what(), error.GetStatus()).GetText());
+      context.exitStatus = EXIT_FAILED;
+      refused.insert(part.series);
     }
   }
 }
 
-void Pusher::SendBatch() {
+void Pusher::Send(const std::string& lines) {
   if (!lines.empty()) {
     sender.Send(lines);
     pointCount += static_cast<unsigned long long>(std::count(lines.begin(), lines.end(), '\n'));
-    lines.clear();
   }
-  for (const auto& [series, time] : reached) {
-    state.Set(series, time);
-  }
-  reached.clear();
-  state.SaveSometimes();
 }
+
+void Pusher::Confirm(const Part& part) { state.Set(part.series, part.reached); }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

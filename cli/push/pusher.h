@@ -1,8 +1,8 @@
 #pragma once
 
-#include <map>
+#include <set>
 #include <string>
-#include <tuple>
+#include <vector>
 
 #include "command/context.h"
 #include "export/export_question.h"
@@ -26,18 +26,29 @@ class Pusher {
   unsigned long long GetLeftOutCount() const { return format.GetLeftOutCount(); }
 
  private:
+  // Lines of one series, and how far it is confirmed when they are.
+  struct Part {
+    PushedSeries series;
+    std::string lines;
+    long long reached;
+  };
+
   void PushFile(const ListedFile& file);
   void TellGap(const Query& query, long long confirmed) const;
-  void Add(const Piece& piece, const PushedSeries& series);
+  bool Add(const Piece& piece, const PushedSeries& series);
   void SendBatch();
+  void SendApart();
+  void Send(const std::string& lines);
+  void Confirm(const Part& part);
 
   const ExportQuestion& question;
   HttpSender& sender;
   PushState& state;
   Context& context;
   LineProtocol format;
-  std::string lines;
-  std::map<PushedSeries, long long> reached;  // when the lines are confirmed
+  std::vector<Part> batch;
+  std::size_t batchSize = 0;
+  std::set<PushedSeries> refused;
   unsigned long long pointCount = 0;
 };
 

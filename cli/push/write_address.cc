@@ -1,5 +1,6 @@
 #include "push/write_address.h"
 
+#include <cstdint>
 #include <fstream>
 #include <memory>
 #include <new>
@@ -53,23 +54,44 @@ std::string Decode(const std::string& text) {
       CurlLibrary::Get().easyUnescape(nullptr, text.data(), static_cast<int>(text.size()), &size);
   std::string copy(decoded, static_cast<std::size_t>(size));
   CurlLibrary::Get().free(decoded);
+  if (copy.find('\0') != std::string::npos) {
+    Refuse("%00 stands in a parameter");
+  }
   return copy;
 }
 
-// Takes the parameters that are secret out of the query.
+// Parameters that are not known may be secret; their values are told apart all the same.
+std::string DescribeParameter(const std::string& key, const std::string& parameter) {
+  for (const char* const known : {"db", "rp", "org", "orgID", "bucket", "extra_label"}) {
+    if (key == known) {
+      return parameter;
+    }
+  }
+  std::uint64_t hash = 0xcbf29ce484222325;  // FNV-1a
+  for (const char character : parameter) {
+    hash = (hash ^ static_cast<unsigned char>(character)) * 0x100000001b3;
+  }
+  return key + "=*" + std::to_string(hash);
+}
+
+// Takes the user and the password out of the query, which becomes part of the name.
 std::string TakeParameters(const std::string& query, WriteAddress& address) {
   std::istringstream parameters(query);
   std::string rest;
   for (std::string parameter; std::getline(parameters, parameter, '&');) {
-    const std::string key = parameter.substr(0, parameter.find('='));
-    if (key == "u") {
-      address.user = Decode(parameter.substr(2));
-    } else if (key == "p") {
-      address.password = Decode(parameter.substr(2));
+    const std::size_t sign = parameter.find('=');
+    const std::string key = parameter.substr(0, sign);
+    if (key == "u" || key == "p") {
+      if (sign == std::string::npos) {
+        Refuse("its parameter " + key + " has no value");
+      }
+      (key == "u" ? address.user : address.password) = Decode(parameter.substr(sign + 1));
     } else if (key == "precision") {
       Refuse("the precision of the timestamps is given by the command itself");
     } else if (!parameter.empty()) {
-      rest += (rest.empty() ? "" : "&") + parameter;
+      const bool isFirst = rest.empty();
+      rest += (isFirst ? "" : "&") + parameter;
+      address.name += (isFirst ? "?" : "&") + DescribeParameter(key, parameter);
     }
   }
   return rest;
@@ -120,9 +142,11 @@ WriteAddress ReadWriteAddress(const std::string& text, const Secrets& secrets) {
   Set(url, CURLUPART_USER, nullptr);
   Set(url, CURLUPART_PASSWORD, nullptr);
   Set(url, CURLUPART_FRAGMENT, nullptr);
-  const std::string query = TakeParameters(Get(url, CURLUPART_QUERY), address);
-  Set(url, CURLUPART_QUERY, query.empty() ? nullptr : query.c_str());
+  const std::string query = Get(url, CURLUPART_QUERY);
+  Set(url, CURLUPART_QUERY, nullptr);
   address.name = Get(url, CURLUPART_URL);
+  const std::string rest = TakeParameters(query, address);
+  Set(url, CURLUPART_QUERY, rest.empty() ? nullptr : rest.c_str());
   Set(url, CURLUPART_QUERY, "precision=s", CURLU_APPENDQUERY);
   address.url = Get(url, CURLUPART_URL);
   ReadSecrets(secrets, address);

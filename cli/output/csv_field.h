@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// A field of RFC 4180: an id may have any character.
+inline std::string QuoteCsv(const std::string& text) {
+  if (text.find_first_of("\",\r\n") == std::string::npos) {
+    return text;
+  }
+  std::string quoted = "\"";
+  for (const char character : text) {
+    quoted += character == '"' ? "\"\"" : std::string(1, character);
+  }
+  return quoted + '"';
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
