@@ -258,7 +258,8 @@ class PushTest(unittest.TestCase):
                     time.sleep(0.001)
                 time.sleep(0.01 * kill)
                 push.kill()
-        self.push(recorder.url, directory=directory)
+        rest = int(self.push(recorder.url, directory=directory).stdout.split()[0])
+        self.assertLess(rest, 200000)
         expected = self.export("line-protocol", directory=directory).splitlines()
         self.assertEqual(sorted(set(recorder.lines)), sorted(expected))
         print(f"{len(recorder.lines) - len(expected)} of {len(expected)} lines sent twice")
@@ -288,7 +289,8 @@ class PushTest(unittest.TestCase):
             self.assertTrue(len(recorder.requests) == 1 or "400" in words)
             self.assertFalse(os.path.exists(f"{self.home.name}/state"))
         away = f"http://127.0.0.1:{find_free_port()}/write"
-        self.assertIn("given up, since --retry-for is 1 s", self.push(away, "--retry-for", "1", status=1).stderr)
+        self.assertIn("given up, since --retry-for is 1 s",
+                      self.push(away, "--retry-for", "1", status=1).stderr)
 
     def test_one_refused_series_does_not_hold_up_the_others(self):
         recorder = Recorder()
@@ -303,8 +305,8 @@ class PushTest(unittest.TestCase):
         directory = f"{self.home.name}/odd"
         os.mkdir(directory)
         at_once, bit_by_bit = Recorder(), Recorder()
-        self.run_program("create", "topo:odd", "--step", "7", "--rows", "9000", "--start", "700000000",
-                         directory=directory)
+        self.run_program("create", "topo:odd", "--step", "7", "--rows", "9000",
+                         "--start", "700000000", directory=directory)
         for begin in range(2, 2000, 111):
             samples = (f"{700000000 + 7 * i}:{i}" for i in range(begin, begin + 111))
             self.run_program("update", "topo:odd", *samples, directory=directory)

@@ -16,8 +16,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 // Every operation throws CommandError.
 struct Context {
   std::string directory = ".";
-  std::vector<std::string> directories = {"."};  // of the commands that take several; `directory`
-                                                 // is one of them
+  std::vector<std::string> directories = {directory};  // for the commands that take several
   ExitStatus exitStatus = EXIT_DONE;
   Utilities::FileSystem fileSystem;
   MetadataStore store;

@@ -8,7 +8,7 @@
 #include "export/file_list.h"
 #include "export/line_protocol.h"
 #include "export/open_metrics.h"
-#include "export/output_file.h"
+#include "files/output_file.h"
 #include "input/choice.h"
 #include "output/message.h"
 #include "query/answer.h"
@@ -46,12 +46,12 @@ class Exporter {
         context(commandContext) {}
 
   void Run(const FileList& list) {
-    format.AppendHeader(MakeSeries(list.files.front()), text);
+    format.AppendHeader(MakeSeries(question, list.files.front()), text);
     // The files of one scope stand together.
     for (auto begin = list.files.begin(); begin != list.files.end();) {
-      const ExportedSeries series = MakeSeries(*begin);
+      const ExportedSeries series = MakeSeries(question, *begin);
       const auto end = std::find_if(begin, list.files.end(), [&](const ListedFile& file) {
-        return MakeSeries(file).scope != series.scope;
+        return file.GetScope() != series.scope;
       });
       const FileList ofScope{{begin, end}, list.isSeveral};
       for (int round = 0; round < format.GetRoundCount(series); ++round) {
@@ -68,15 +68,9 @@ class Exporter {
   }
 
  private:
-  ExportedSeries MakeSeries(const ListedFile& file) const {
-    Labels labels = question.labels;
-    labels.insert(file.labels.begin(), file.labels.end());
-    return CommandLine::MakeSeries(file.zeltId, labels, question.interval.has_value());
-  }
-
   void Export(const ListedFile& file, int round) {
     const Query query = OpenExportQuery(question, file.zeltId, context);
-    format.Begin(MakeSeries(file), round, text);
+    format.Begin(MakeSeries(question, file), round, text);
     const StreamResult result =
         StreamAnswer(question, query, std::nullopt, [this](const Piece& piece) {
           format.Append(piece, text);
@@ -109,7 +103,7 @@ void Export(const ExportCommandOptions& options, Context& context) {
   const FileList list = ListFiles(options.what.zeltIds, context);
   OutputFile output(options.output);
   Exporter(question, *format, output, context).Run(list);
-  if (options.output && context.exitStatus == EXIT_FAILED) {
+  if (output.IsFile() && context.exitStatus == EXIT_FAILED) {
     throw CommandError(*options.output, "not written, since a data source failed",
                        StatusCode::Failure);
   }
@@ -119,10 +113,9 @@ void Export(const ExportCommandOptions& options, Context& context) {
 constexpr char FORMAT_HELP[] =
     "line-protocol is what InfluxDB and many others take: the scope with the labels as tags, the\n"
     "field value, for points of intervals the field quality (true or false), and seconds.\n"
-    "openmetrics has the same as topo_value and topo_quality. A missing sample is left out, but "
-    "in\n"
-    "csv its value is empty. Of several directories (-d), each series gets the label directory,\n"
-    "the directory's name.";
+    "openmetrics has the same as topo_value and topo_quality. A missing sample is left out, but\n"
+    "in csv its value is empty. Of several directories (-d), each series gets the label\n"
+    "directory, the directory's name.";
 
 }  // namespace
 

@@ -35,8 +35,9 @@ void Push(const PushCommandOptions& options, Context& context) {
   const WriteAddress address = ReadWriteAddress(options.url, options.secrets);
   const InterruptionGuard guard;
   const FileList list = ListFiles(options.what.zeltIds, context);
-  PushState state(options.statePath ? *options.statePath : PushState::FindDefaultPath(address.name),
-                  address.name);
+  PushState state(
+      options.statePath ? *options.statePath : PushState::FindDefaultPath(address.fileName),
+      address.name);
   HttpSender sender(address, options.send);
   Pusher pusher(question, sender, state, context);
   try {
@@ -62,10 +63,9 @@ void AddSecondsOption(CLI::App& command, const std::string& name, std::chrono::s
 
 constexpr char PUSH_HELP[] =
     "URL is the write address of a server that takes InfluxDB's line protocol, such as\n"
-    "http://127.0.0.1:8428/write or http://127.0.0.1:8086/write?db=home. It may hold "
-    "USER:PASSWORD@\n"
-    "before the host. What was confirmed is remembered, so that the same command, given again,\n"
-    "goes on from there; nothing is lost, and what is sent twice is the same point.";
+    "http://127.0.0.1:8428/write or http://127.0.0.1:8086/write?db=home. It may hold\n"
+    "USER:PASSWORD@ before the host. What was confirmed is remembered, so that the same command,\n"
+    "given again, goes on from there; nothing is lost, and what is sent twice is the same point.";
 
 }  // namespace
 

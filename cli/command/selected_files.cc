@@ -36,7 +36,7 @@ std::vector<std::string> FindMatches(const std::string& pattern, Context& contex
     }
   }
   if (matches.empty()) {
-    throw CommandError(pattern, "no data source matches", StatusCode::NotFound);
+    throw NoMatch(pattern);
   }
   return matches;
 }

@@ -15,6 +15,13 @@ constexpr char PATTERN_HELP[] =
     "An ID with *, ? or [...] that is no data source itself is a pattern of the shell, in quotes,\n"
     "such as 'topo:Boiler*'.";
 
+// A pattern that no id matches.
+class NoMatch : public CommandError {
+ public:
+  explicit NoMatch(const std::string& pattern)
+      : CommandError(pattern, "no data source matches", StatusCode::NotFound) {}
+};
+
 struct Selection {
   std::vector<std::string> zeltIds;
   bool isSeveral = false;  // several were asked for, though it may have become a single one
@@ -24,7 +31,8 @@ struct Selection {
 std::vector<std::string> ListDataSources(Context& context);
 
 // The ids in the order of the arguments, each of them once, those of a pattern sorted. An id need
-// not exist; a pattern that matches none is an error. No argument selects all of the directory.
+// not exist; a pattern that matches none throws
+// NoMatch. No argument selects all of the directory.
 Selection SelectFiles(const std::vector<std::string>& arguments, Context& context);
 
 // Calls `work` for each id. Of several, one that fails is told on standard error, and the others

@@ -26,8 +26,6 @@ class CommandError {
 
   std::string GetText() const;
 
-  StatusCode GetStatus() const { return status; }
-
   ExitStatus GetExitStatus() const { return exitStatus; }
 
  protected:

@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "export/decimal.h"
 #include "output/csv_field.h"
+#include "output/shortest_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -34,10 +34,10 @@ void CsvFormat::Begin(const ExportedSeries& series, int /*round*/, std::string& 
 
 void CsvFormat::Append(const Piece& piece, std::string& text) {
   for (const StreamedPoint& point : piece) {
-    AppendDecimal(point.timestamp, text);
+    text += std::to_string(point.timestamp);
     text += names;
     if (!std::isnan(point.value)) {
-      AppendDecimal(point.value, text);
+      text += ShortestText(point.value).Get();
     }
     if (hasQuality) {
       text += point.isGood ? ",good" : ",bad";

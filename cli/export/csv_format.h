@@ -16,7 +16,6 @@ class CsvFormat : public SeriesFormat {
   void Begin(const ExportedSeries& series, int round, std::string& text) override;
   void Append(const Piece& piece, std::string& text) override;
   void AppendTrailer(std::string& /*text*/) override {}
-  bool HasMissing() const override { return true; }
 
  private:
   std::string names;

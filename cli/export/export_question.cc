@@ -43,12 +43,8 @@ TimeWindow FindIntervals(const ExportQuestion& question, const Query& query,
   window.start.timestamp = span.first;
   window.end.timestamp = span.second;
   if (!question.window.from && !confirmed) {
-    Date::Date bound = window.start;
-    Date::TimeRoundHelper::RoundDownTime(query.interval, bound);
-    // Not even for the start of the interval is a coarser archive to answer.
-    if (query.file.FindArchive(bound.timestamp) == query.file.FindArchive(window.start.timestamp)) {
-      window.start = bound;
-    }
+    window.start =
+        FindIntervalStart(query, window.start, query.file.FindArchive(window.start.timestamp));
   }
   if (confirmed && *confirmed + 1 >= window.start.timestamp) {
     Date::Date last = window.start;
@@ -77,6 +73,9 @@ StreamResult StreamFromRow(const Query& query, const PointFunction& function,
   TimeWindow longer = window;
   longer.start = FindStartOnRow(query, window.start);
   const auto consumeAsked = [&](const Piece& piece) {
+    if (piece.empty() || piece.front().timestamp >= window.start.timestamp) {
+      return consume(piece);
+    }
     const auto asked = std::find_if(piece.begin(), piece.end(), [&](const StreamedPoint& point) {
       return point.timestamp >= window.start.timestamp;
     });
@@ -122,6 +121,13 @@ ExportQuestion ReadExportQuestion(const ExportOptions& options) {
   question.function = options.function;
   question.labels = ReadLabels(options.labels);
   return question;
+}
+
+ExportedSeries MakeSeries(const ExportQuestion& question, const ListedFile& file) {
+  ExportedSeries series{file.GetScope(), question.labels, question.interval.has_value()};
+  series.labels.insert(file.labels.begin(), file.labels.end());
+  series.labels[ID_LABEL] = file.zeltId.substr(series.scope.size() + 1);
+  return series;
 }
 
 Query OpenExportQuery(const ExportQuestion& question, const std::string& zeltId, Context& context) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "command/context.h"
+#include "export/file_list.h"
 #include "export/point_stream.h"
 #include "export/series.h"
 #include "query/question.h"
@@ -39,6 +40,9 @@ struct ExportQuestion {
 
 // Throws UsageError or CLI::ParseError for options that are wrong.
 ExportQuestion ReadExportQuestion(const ExportOptions& options);
+
+// What the answer of a file is sent as.
+ExportedSeries MakeSeries(const ExportQuestion& question, const ListedFile& file);
 
 // The file of an id, as OpenQuery does it.
 Query OpenExportQuery(const ExportQuestion& question, const std::string& zeltId, Context& context);

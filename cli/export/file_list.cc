@@ -38,10 +38,6 @@ void Append(const Selection& selection, const std::string& directory, const Labe
   list.isSeveral |= selection.isSeveral;
 }
 
-std::string GetScope(const ListedFile& file) {
-  return file.zeltId.substr(0, file.zeltId.find(':'));
-}
-
 }  // namespace
 
 FileList ListFiles(const std::vector<std::string>& arguments, Context& context) {
@@ -54,22 +50,25 @@ FileList ListFiles(const std::vector<std::string>& arguments, Context& context) 
     context.directory = directory;
     try {
       Append(SelectFiles(arguments, context), directory, labels, list);
-    } catch (const CommandError& error) {
-      const bool hasNoMatch = !arguments.empty() && error.GetStatus() == StatusCode::NotFound;
+    } catch (const UsageError&) {
+      throw;
+    } catch (const NoMatch&) {
       if (!list.isSeveral) {
         throw;
       }
-      if (!hasNoMatch) {
-        PrintMessage(error.GetText());
-        context.exitStatus = EXIT_FAILED;
+    } catch (const CommandError& error) {
+      if (!list.isSeveral) {
+        throw;
       }
+      PrintMessage(error.GetText());
+      context.exitStatus = EXIT_FAILED;
     }
   }
   if (list.files.empty()) {
     throw CommandError("no directory", "has any of the data sources", StatusCode::NotFound);
   }
   std::stable_sort(list.files.begin(), list.files.end(), [](const auto& one, const auto& other) {
-    return GetScope(one) < GetScope(other);
+    return one.GetScope() < other.GetScope();
   });
   return list;
 }

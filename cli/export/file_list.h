@@ -9,14 +9,13 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// The label of the directory, where files of several are sent; its value is the directory's name.
-constexpr char DIRECTORY_LABEL[] = "directory";
-
 // A file of one of the directories that the command was given.
 struct ListedFile {
   std::string directory;
   std::string zeltId;
   Labels labels;  // of the directory
+
+  std::string GetScope() const { return zeltId.substr(0, zeltId.find(':')); }
 };
 
 struct FileList {

@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "error/command_error.h"
-#include "export/decimal.h"
+#include "output/shortest_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -60,12 +60,12 @@ void LineProtocol::Append(const Piece& piece, std::string& text) {
       continue;
     }
     text += prefix;
-    AppendDecimal(point.value, text);
+    text += ShortestText(point.value).Get();
     if (hasQuality) {
       text += point.isGood ? ",quality=true" : ",quality=false";
     }
     text += ' ';
-    AppendDecimal(point.timestamp, text);
+    text += std::to_string(point.timestamp);
     text += '\n';
   }
 }

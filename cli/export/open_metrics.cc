@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "error/command_error.h"
-#include "export/decimal.h"
+#include "output/shortest_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -28,7 +28,7 @@ void AppendNumber(double number, std::string& text) {
   if (std::isinf(number)) {
     text += number < 0 ? "-Inf" : "+Inf";
   } else {
-    AppendDecimal(number, text);
+    text += ShortestText(number).Get();
   }
 }
 
@@ -68,7 +68,7 @@ void OpenMetrics::Append(const Piece& piece, std::string& text) {
     text += prefix;
     AppendNumber(isQuality ? (point.isGood ? 1 : 0) : point.value, text);
     text += ' ';
-    AppendDecimal(point.timestamp, text);
+    text += std::to_string(point.timestamp);
     text += '\n';
   }
 }

@@ -19,10 +19,11 @@ struct ExportedSeries {
 // The label of what follows the scope in an id.
 constexpr char ID_LABEL[] = "id";
 
+// The label of the directory, where files of several are sent; its value is the directory's name.
+constexpr char DIRECTORY_LABEL[] = "directory";
+
 // Reads texts of the form "KEY=VALUE". Throws UsageError for any other, for a key that is given
 // twice and for the keys that the command itself gives.
 Labels ReadLabels(const std::vector<std::string>& texts);
-
-ExportedSeries MakeSeries(const std::string& zeltId, const Labels& labels, bool hasQuality);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <memory>
 #include <string>
-#include <vector>
 
 #include "export/point_stream.h"
 #include "export/series.h"
@@ -23,7 +21,7 @@ class SeriesFormat {
   // Throws CommandError for a series that has no such form.
   virtual void Begin(const ExportedSeries& series, int round, std::string& text) = 0;
 
-  // Appends points of the series that was begun.
+  // Appends points of the series that was begun; missing values where they have a form.
   virtual void Append(const Piece& piece, std::string& text) = 0;
 
   // What stands behind all series.
@@ -31,9 +29,6 @@ class SeriesFormat {
 
   // How many values were left out, since the form has none for an infinite one.
   virtual unsigned long long GetLeftOutCount() const { return 0; }
-
-  // Whether missing values have a form; they are left out where they have none.
-  virtual bool HasMissing() const { return false; }
 };
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -17,14 +17,16 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t MAXIMUM_SHOWN_SIZE = 300;  // of a server's words
+// Of a server's words: more is read than shown, lest a secret that is cut is not known as one.
+constexpr std::size_t MAXIMUM_READ_SIZE = 4096;
+constexpr std::size_t MAXIMUM_SHOWN_SIZE = 300;
 constexpr long CONNECT_SECONDS = 10;
 
 // Keeps the beginning of an answer of any length.
 std::size_t Receive(char* data, std::size_t /*one*/, std::size_t size, void* text) {
   auto& received = *static_cast<std::string*>(text);
-  received.append(
-      data, std::min(size, MAXIMUM_SHOWN_SIZE - std::min(MAXIMUM_SHOWN_SIZE, received.size())));
+  received.append(data,
+                  std::min(size, MAXIMUM_READ_SIZE - std::min(MAXIMUM_READ_SIZE, received.size())));
   return size;
 }
 
@@ -170,8 +172,9 @@ HttpSender::Reply HttpSender::Post(const std::string& body) {
   reply.isOfLines = status == 400 || status == 413 || status == 422;
   reply.isFinal = status < 500 && status != 429 && status != 408;
   reply.wantedPause = request->GetWantedPause();
-  answer.erase(answer.find_last_not_of("\r\n ") + 1);
   HideSecrets(address, answer);
+  answer.resize(std::min(answer.size(), MAXIMUM_SHOWN_SIZE));
+  answer.erase(answer.find_last_not_of("\r\n ") + 1);
   reply.reason = "the server answers " + std::to_string(status) +
                  (answer.empty() ? "" : ": " + Workstation::WithoutControls(answer));
   return reply;

@@ -11,8 +11,7 @@
 #include <system_error>
 
 #include "error/command_error.h"
-#include "export/output_file.h"
-#include "push/curl_library.h"
+#include "files/output_file.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -47,18 +46,14 @@ PushState::PushState(const std::string& statePath, const std::string& server)
   Read();
 }
 
-std::string PushState::FindDefaultPath(const std::string& server) {
+std::string PushState::FindDefaultPath(const std::string& name) {
   const fs::path directory = FindStateDirectory() / "nvx-timeseries";
   std::error_code error;
   fs::create_directories(directory, error);
   if (error) {
     throw CommandError(directory, "cannot be made: " + error.message(), StatusCode::IoError);
   }
-  char* const escaped =
-      CurlLibrary::Get().easyEscape(nullptr, server.data(), static_cast<int>(server.size()));
-  const std::string name = std::string(escaped) + ".json";
-  CurlLibrary::Get().free(escaped);
-  return directory / name;
+  return directory / (name + ".json");
 }
 
 // The file itself is replaced when it is saved, so another one is locked.

@@ -32,8 +32,8 @@ class PushState {
   PushState(const PushState&) = delete;
   PushState& operator=(const PushState&) = delete;
 
-  // The file for a server in the user's state directory, which is made.
-  static std::string FindDefaultPath(const std::string& server);
+  // The file of that name in the user's state directory, which is made.
+  static std::string FindDefaultPath(const std::string& name);
 
   // The time of the last sample, or the start of the last interval, that was confirmed.
   std::optional<long long> Find(const PushedSeries& series) const;

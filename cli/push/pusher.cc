@@ -15,7 +15,8 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 // What is sent of a file: other points, or the same with other labels, are other series.
-std::string DescribeKind(const ExportQuestion& question, const Labels& labels) {
+std::string DescribeKind(const ExportQuestion& question, Labels labels) {
+  labels.insert(question.labels.begin(), question.labels.end());
   nlohmann::json kind = nlohmann::json::array();
   if (question.interval) {
     kind = {QueryIntervalToString(*question.interval), question.function.first,
@@ -43,11 +44,8 @@ void Pusher::Push(const FileList& list) {
   try {
     ForEachFile(list, context, [this](const ListedFile& file) { PushFile(file); });
     SendBatch();
-  } catch (const SendError&) {
-    state.Save();
-    throw;
-  } catch (const CommandError&) {
-    state.Save();
+  } catch (...) {
+    state.Save();  // which an interruption ends as well
     throw;
   }
   state.Save();
@@ -55,15 +53,15 @@ void Pusher::Push(const FileList& list) {
 
 void Pusher::PushFile(const ListedFile& file) {
   const Query query = OpenExportQuery(question, file.zeltId, context);
-  Labels labels = question.labels;
-  labels.insert(file.labels.begin(), file.labels.end());
-  const PushedSeries series{Resolve(file.directory), DescribeKind(question, labels), file.zeltId};
+  const ExportedSeries exported = MakeSeries(question, file);
+  const PushedSeries series{Resolve(file.directory), DescribeKind(question, file.labels),
+                            file.zeltId};
   const std::optional<long long> confirmed = state.Find(series);
   if (confirmed) {
     TellGap(query, *confirmed);
   }
   std::string header;  // of which line protocol has none
-  format.Begin(MakeSeries(file.zeltId, labels, question.interval.has_value()), 0, header);
+  format.Begin(exported, 0, header);
   const StreamResult result = StreamAnswer(question, query, confirmed,
                                            [&](const Piece& piece) { return Add(piece, series); });
   if (result == StreamResult::PartialData) {

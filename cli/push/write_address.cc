@@ -60,6 +60,14 @@ std::string Decode(const std::string& text) {
   return copy;
 }
 
+std::string Encode(const std::string& text) {
+  char* const encoded =
+      CurlLibrary::Get().easyEscape(nullptr, text.data(), static_cast<int>(text.size()));
+  std::string copy = encoded;
+  CurlLibrary::Get().free(encoded);
+  return copy;
+}
+
 // Parameters that are not known may be secret; their values are told apart all the same.
 std::string DescribeParameter(const std::string& key, const std::string& parameter) {
   for (const char* const known : {"db", "rp", "org", "orgID", "bucket", "extra_label"}) {
@@ -149,6 +157,7 @@ WriteAddress ReadWriteAddress(const std::string& text, const Secrets& secrets) {
   Set(url, CURLUPART_QUERY, rest.empty() ? nullptr : rest.c_str());
   Set(url, CURLUPART_QUERY, "precision=s", CURLU_APPENDQUERY);
   address.url = Get(url, CURLUPART_URL);
+  address.fileName = Encode(address.name);
   ReadSecrets(secrets, address);
   return address;
 }

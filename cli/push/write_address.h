@@ -7,9 +7,10 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 
 // Where a server takes line protocol, and who is to be let in.
 struct WriteAddress {
-  std::string url;   // with the precision of the timestamps
-  std::string name;  // for messages, and to tell servers apart; without any secret
-  std::string user;  // empty for none
+  std::string url;       // with the precision of the timestamps
+  std::string name;      // for messages, and to tell servers apart; without any secret
+  std::string fileName;  // the same, of characters that a file's name may have
+  std::string user;      // empty for none
   std::string password;
   std::string authorization;  // the value of the header of that name; empty for none
 };

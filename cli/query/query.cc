@@ -93,14 +93,15 @@ long long FindStart(const Query& query, const TimeWindow& window, bool isOnBound
     throw CommandError(query.zeltId, "no sample in " + TimeWindowToString(window),
                        StatusCode::NotFound);
   }
-  Date::Date bound = start;
-  if (isOnBound) {
-    Date::TimeRoundHelper::RoundDownTime(query.interval, bound);
-  }
-  // Not even for the start of the interval is a coarser archive to answer.
-  const bool isSameArchive =
-      query.file.FindArchive(bound.timestamp) == query.file.FindArchive(window.start.timestamp);
-  return (isSameArchive ? bound : start).timestamp;
+  return isOnBound ? FindIntervalStart(query, start, &GetArchive(query, window)).timestamp
+                   : start.timestamp;
+}
+
+Date::Date FindIntervalStart(const Query& query, const Date::Date& sample,
+                             const Rrd::ArchiveDescription* archive) {
+  Date::Date bound = sample;
+  Date::TimeRoundHelper::RoundDownTime(query.interval, bound);
+  return query.file.FindArchive(bound.timestamp) == archive ? bound : sample;
 }
 
 std::optional<TimeWindow> AdjustWindow(const Query& query, bool isPartial, TimeWindow& window) {

@@ -39,6 +39,12 @@ void RequireBoundedPoints(const Query& query, const TimeWindow& window);
 // intervals do not begin at their bounds. Throws CommandError when there is no sample.
 long long FindStart(const Query& query, const TimeWindow& window, bool isOnBound);
 
+// The start of the interval of a sample that was found in an archive, or the sample itself where
+// that does not reach back so far: not even for the start of an interval is a coarser one to
+// answer.
+Date::Date FindIntervalStart(const Query& query, const Date::Date& sample,
+                             const Rrd::ArchiveDescription* archive);
+
 // The start of the file's rows, or of its samples as the store has it. Throws CommandError when it
 // cannot be read.
 long long GetFirstRow(const Query& query);

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <fstream>
 #include <memory>
 #include <optional>
-#include <ostream>
 #include <string>
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -18,7 +16,10 @@ class OutputFile {
   OutputFile& operator=(const OutputFile&) = delete;
   ~OutputFile();
 
-  // False when no more can be written.
+  // Whether it is a file, which is not there before the end.
+  bool IsFile() const { return file != nullptr; }
+
+  // False when standard output takes no more.
   bool Write(const std::string& text);
 
   // Puts the file in place.

@@ -1,8 +1,9 @@
-#include "export/output_file.h"
+#include "files/output_file.h"
 
 #include <unistd.h>
 
 #include <cstring>
+#include <fstream>
 #include <iostream>
 
 #include "error/command_error.h"
@@ -35,23 +36,23 @@ auto WithPath(const std::string& path, const Work& work) {
 class OutputFile::File {
  public:
   explicit File(const ResolvedPath& resolved)
-      : directory(resolved.directory), old(OpenOld(resolved.name)), lock(directory) {
-    replacement.emplace(lock, resolved.name);
-    stream.open(replacement->GetPath(), std::ios::binary);
-  }
+      : directory(resolved.directory),
+        old(OpenOld(resolved.name)),
+        lock(directory),
+        replacement(lock, resolved.name),
+        stream(replacement.GetPath(), std::ios::binary) {}
 
-  bool Write(const std::string& text) {
+  void Write(const std::string& text) {
     InterruptionGuard::Check();
     stream << text;
     RequireCall(stream.good(), "it cannot be written");
-    return true;
   }
 
   void PutInPlace() {
     stream.close();
     RequireCall(stream.good(), "it cannot be written");
-    replacement->Sync();
-    replacement->ReplaceOrMake(old);
+    replacement.Sync();
+    replacement.ReplaceOrMake(old);
     directory.Sync();
   }
 
@@ -69,7 +70,7 @@ class OutputFile::File {
   Directory directory;
   std::optional<OpenedFile> old;
   LockedDirectory lock;
-  std::optional<FileReplacement> replacement;
+  FileReplacement replacement;
   std::ofstream stream;
 };
 
@@ -86,7 +87,8 @@ bool OutputFile::Write(const std::string& text) {
   if (file == nullptr) {
     return std::cout.write(text.data(), static_cast<std::streamsize>(text.size())).good();
   }
-  return WithPath(path, [&] { return file->Write(text); });
+  WithPath(path, [&] { file->Write(text); });
+  return true;
 }
 
 void OutputFile::Finish() {
