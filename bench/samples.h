@@ -7,6 +7,7 @@
 
 #include "nvx/workstation/in_memory_redis_client.h"
 #include "timeseries/rrd/numerical_data_source.h"
+#include "timeseries/rrd/tool/sanitizer.h"
 #include "timeseries/rrd_client.h"
 
 // The samples of 2021, one a minute, by which queries are measured.

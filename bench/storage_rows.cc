@@ -134,7 +134,8 @@ Side MakeSide(const std::string& file, const std::function<void()>& work) {
 Contest EnterCopy() {
   const auto files = std::make_shared<Conversion>();
   const Side ours = MakeSide(files->converted, [=] {
-    RunCommand({NVX_COMMAND, "convert", files->source, files->converted});
+    Require(Rrd::Tool::Sanitizer().Convert(files->source, files->converted) == StatusCode::Success,
+            "conversion");
   });
   const Side theirs = MakeSide(files->theirs, [=] {
     RunShell("cp " + files->source + " " + files->theirs + " && sync " + files->theirs);
@@ -189,8 +190,8 @@ std::vector<Row> ListStorageRows() {
   return {
       {"`Update`, 525,600 samples in batches of 10,000",
        "`rrd_update_r`, and `std::to_chars` of the same texts", AtMost(1.05), EnterUpdate},
-      {"conversion of 64 MiB", "`cp` and `sync`", AtMost(1.00), EnterCopy},
-      {"conversion of 64 MiB to 64 bits", "`rrdtool dump` into `restore`, and `sync`",
+      {"`Convert` of 64 MiB", "`cp` and `sync`", AtMost(1.00), EnterCopy},
+      {"`nvx-timeseries convert --to 64bit` of 64 MiB", "`rrdtool dump` into `restore`, and `sync`",
        TimesFaster(50), EnterDump},
   };
 }

@@ -1,11 +1,12 @@
 #pragma once
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstddef>
 #include <vector>
+
+#include "tools/writeback.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 
@@ -42,22 +43,14 @@ class FileWriter {
       const std::size_t done = count < 0 ? 0 : static_cast<std::size_t>(count);
       bytes += done;
       size -= done;
-      waiting += done;
-    }
-    if (waiting >= WRITEBACK_SIZE) {
-      sync_file_range(fd, 0, 0, SYNC_FILE_RANGE_WRITE);  // starts and does not wait
-      waiting = 0;
+      writeback.Add(fd, done);
     }
     return true;
   }
 
  private:
-  // After so many bytes the system begins to write them to the disk, so that a sync at the end
-  // finds little left to do.
-  static constexpr std::size_t WRITEBACK_SIZE = std::size_t{16} << 20;
-
   int fd;
-  std::size_t waiting = 0;
+  Writeback writeback;
   std::vector<unsigned char> piece;
 };
 

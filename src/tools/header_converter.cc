@@ -13,6 +13,7 @@
 
 #include "foundation/log.h"
 #include "tools/rrd_layout.h"
+#include "tools/writeback.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 namespace {
@@ -273,6 +274,7 @@ StatusCode HeaderConverter::CopyData() const {
   }
   lseek64(sourceFd, legacyHeaderSize, SEEK_SET);
   std::uint32_t remaining = fileSize - legacyHeaderSize;
+  Writeback writeback;
   while (remaining != 0) {
     const std::uint32_t chunk = std::min(remaining, CHUNK_SIZE);
     if (read(sourceFd, buffer.get(), chunk) != static_cast<ssize_t>(chunk)) {
@@ -284,6 +286,7 @@ StatusCode HeaderConverter::CopyData() const {
     if (rc != StatusCode::Success) {
       return rc;
     }
+    writeback.Add(destinationFd, chunk);
   }
   if (fsync(destinationFd) < 0) {
     NVX_ERROR("Failed to sync output file %s: %s", destinationPath.c_str(), ErrorText());

@@ -1,6 +1,5 @@
 #include "files/conversion/file_converter.h"
 
-#include "files/conversion/early_writeback.h"
 #include "files/file_error.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -29,7 +28,6 @@ void FileConverter::Check(const OpenedFile& source) {
 }
 
 void FileConverter::Convert(const OpenedFile& source, const FileReplacement& replacement) {
-  const EarlyWriteback writeback(replacement.Get());
   const StatusCode status =
       target ? converter.Convert(source.GetPath(), replacement.GetPath(), *target)
              : sanitizer.Convert(source.GetPath(), replacement.GetPath());

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <fcntl.h>
+
+#include <cstddef>
+
+namespace nvx::TimeSeriesDatabase::Rrd::Tool {
+
+// Has the system write a growing file to the disk while it grows, so that a sync at the end finds
+// little left to do. Nothing depends on its success.
+class Writeback {
+ public:
+  // To be told of every piece that was written.
+  void Add(int fd, std::size_t size) {
+    waiting += size;
+    if (waiting >= PIECE_SIZE) {
+      sync_file_range(fd, 0, 0, SYNC_FILE_RANGE_WRITE);  // starts and does not wait
+      waiting = 0;
+    }
+  }
+
+ private:
+  static constexpr std::size_t PIECE_SIZE = std::size_t{2} << 20;
+
+  std::size_t waiting = 0;
+};
+
+}  // namespace nvx::TimeSeriesDatabase::Rrd::Tool
