@@ -10,24 +10,45 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-std::string GetDirectoryName(const std::string& directory) {
+namespace fs = std::filesystem;
+
+fs::path ResolveDirectory(const std::string& directory) {
   std::error_code error;
-  const std::filesystem::path resolved = std::filesystem::weakly_canonical(directory, error);
-  return error ? directory : resolved.filename().string();
+  const fs::path resolved = fs::weakly_canonical(directory, error);
+  return error ? fs::path(directory) : resolved;
 }
 
-// No label where there is one directory, since nothing else has to be told from it.
-Labels MakeLabels(const std::string& directory, std::map<std::string, std::string>& named,
-                  const Context& context) {
-  if (context.directories.size() < 2) {
-    return {};
+// Cuts off what all paths end with, as each device's files may lie in a directory of the same name.
+void RemoveCommonEnd(std::vector<fs::path>& paths) {
+  const auto endsAsFirst = [&paths](const fs::path& path) {
+    return path.has_relative_path() && path.filename() == paths.front().filename();
+  };
+  while (std::all_of(paths.begin(), paths.end(), endsAsFirst)) {
+    for (fs::path& path : paths) {
+      path = path.parent_path();
+    }
   }
-  const std::string name = GetDirectoryName(directory);
-  const auto [known, isNew] = named.emplace(name, directory);
-  if (!isNew) {
-    throw UsageError(directory, "has the name " + name + ", as " + known->second + " has");
+}
+
+// The label of each directory. None where there is one, since nothing has to be told from it.
+std::vector<Labels> MakeLabels(const std::vector<std::string>& directories) {
+  if (directories.size() < 2) {
+    return {{}};
   }
-  return {{DIRECTORY_LABEL, name}};
+  std::vector<fs::path> paths(directories.size());
+  std::transform(directories.begin(), directories.end(), paths.begin(), ResolveDirectory);
+  RemoveCommonEnd(paths);
+  std::vector<Labels> labels;
+  std::map<std::string, std::string> named;
+  for (std::size_t i = 0; i < paths.size(); ++i) {
+    const std::string name = paths[i].filename();
+    const auto [known, isNew] = named.emplace(name, directories[i]);
+    if (!isNew) {
+      throw UsageError(directories[i], "cannot be told from " + known->second + " by its name");
+    }
+    labels.push_back({{DIRECTORY_LABEL, name}});
+  }
+  return labels;
 }
 
 void Append(const Selection& selection, const std::string& directory, const Labels& labels,
@@ -44,12 +65,11 @@ FileList ListFiles(const std::vector<std::string>& arguments, Context& context) 
   const std::vector<std::string> directories = context.directories;
   FileList list;
   list.isSeveral = directories.size() > 1;
-  std::map<std::string, std::string> named;
-  for (const std::string& directory : directories) {
-    const Labels labels = MakeLabels(directory, named, context);
-    context.directory = directory;
+  const std::vector<Labels> labels = MakeLabels(directories);
+  for (std::size_t i = 0; i < directories.size(); ++i) {
+    context.directory = directories[i];
     try {
-      Append(SelectFiles(arguments, context), directory, labels, list);
+      Append(SelectFiles(arguments, context), directories[i], labels[i], list);
     } catch (const UsageError&) {
       throw;
     } catch (const NoMatch&) {
