@@ -16,6 +16,8 @@ in_root() {
 mount_root() {
   local root=$1 directory
   shift
+  # Where / is no mount point, nothing can be mounted apart from the rest, as a test does.
+  mount --bind "$root" "$root"
   mount -t proc proc "$root/proc"
   mount --rbind /sys "$root/sys"
   mount --rbind /dev "$root/dev"
