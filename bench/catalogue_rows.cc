@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <fstream>
 #include <memory>
 #include <set>
@@ -37,13 +38,13 @@ class Catalogue {
     return ids;
   }
 
-  void QueryADay() {
+  Points QueryADay() {
     std::unique_ptr<NumericalDataSourceInterface> source;
     Points points;
     Require(database.GetNumericalDataSource("topo:days", source) == StatusCode::Success &&
                 source->FetchAverage(window, QueryInterval::Hour, points) == StatusCode::Success,
             "query");
-    Require(points.size() == 24 && points.back().quality, "points");
+    return points;
   }
 
  private:
@@ -82,18 +83,35 @@ Contest EnterList() {
 // The same work in two catalogues.
 Contest EnterCatalogues(const std::shared_ptr<Catalogue>& ours,
                         const std::shared_ptr<Catalogue>& theirs) {
-  return {{[=] { ours->QueryADay(); }}, {[=] { theirs->QueryADay(); }}};
+  for (const auto& catalogue : {ours, theirs}) {
+    const Points points = catalogue->QueryADay();
+    RequireEqual(points, AddUp(points, START + DAY), START + DAY, BoundSample::InBoth);
+  }
+  return {{[=] { (void)ours->QueryADay(); }}, {[=] { (void)theirs->QueryADay(); }}};
 }
 
 Contest EnterLengths() {
   const auto year = std::make_shared<Year>();
   constexpr long long LENGTH = (END - START) / 3600 / 12 * 3600;
-  const auto query = [=](long long start, long long end) {
-    (void)year->Query(MakeWindow(start, end), QueryInterval::Hour);
+  const auto query = [=](long long part, long long partCount) {
+    const long long start = START + part * LENGTH;
+    return year->Query(MakeWindow(start, start + partCount * LENGTH), QueryInterval::Hour);
   };
-  return {{[=] { query(START, START + 12 * LENGTH); }}, {[=] {
-            for (int i = 0; i < 12; ++i) {
-              query(START + i * LENGTH, START + (i + 1) * LENGTH);
+  const Points points = query(0, 12);
+  Points parts;
+  for (long long part = 0; part < 12; ++part) {
+    const Points found = query(part, 1);
+    parts.insert(parts.end(), found.begin(), found.end());
+  }
+  Require(std::equal(points.begin(), points.end(), parts.begin(), parts.end(),
+                     [](const auto& point, const auto& other) {
+                       return point.date.timestamp == other.date.timestamp &&
+                              point.value == other.value && point.quality && other.quality;
+                     }),
+          "a twelfth");
+  return {{[=] { (void)query(0, 12); }}, {[=] {
+            for (long long part = 0; part < 12; ++part) {
+              (void)query(part, 1);
             }
           }}};
 }

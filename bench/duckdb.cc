@@ -34,7 +34,7 @@ void Load(void* library, const char* name, Function*& function) {
 struct DuckDb::Library {
   Library() {
     const char* const path = std::getenv("NVX_BENCH_DUCKDB");  // NOLINT(concurrency-mt-unsafe)
-    void* const loaded = path == nullptr ? nullptr : dlopen(path, RTLD_NOW);
+    void* const loaded = path == nullptr || *path == '\0' ? nullptr : dlopen(path, RTLD_NOW);
     if (loaded == nullptr) {
       throw NotHere{"no library of DuckDB"};
     }

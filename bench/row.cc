@@ -23,6 +23,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr double SHORTEST_RUN = 0.02;  // seconds; faster work is repeated until it takes as long
 constexpr std::chrono::seconds BUDGET(8);  // for the rounds of a row
+constexpr std::size_t FEWEST_ROUNDS = 3;
 constexpr std::size_t MOST_ROUNDS = 101;
 
 long peakOfCommands = 0;  // KiB
@@ -96,7 +97,8 @@ void Compare(Measurement& ours, Measurement& theirs) {
   do {
     ours.Run();
     theirs.Run();
-  } while (Clock::now() - start < BUDGET && ours.times.size() < MOST_ROUNDS);
+  } while (ours.times.size() < FEWEST_ROUNDS ||
+           (Clock::now() - start < BUDGET && ours.times.size() < MOST_ROUNDS));
 }
 
 std::string Format(const char* format, double number) {
