@@ -27,6 +27,8 @@ constexpr char DESCRIPTION[] =
     "Store time series in RRD files and query them per calendar interval.";
 constexpr char EXIT_HELP[] = "Exit status: 0 done, 1 failed, 2 wrong usage, 3 partial data.";
 
+constexpr char STORE_VARIABLE[] = "NVX_TIMESERIES_METADATA_STORE";
+
 constexpr unsigned int LONGEST_WAIT = 86400;  // seconds
 
 const std::map<std::string, KoraLogLevel> LOG_LEVELS = {
@@ -46,6 +48,11 @@ void OccupyStandardStreams() {
   }
 }
 
+bool HasValue(const char* variable, const std::string& value) {
+  const char* const found = std::getenv(variable);  // NOLINT(concurrency-mt-unsafe): no threads yet
+  return found != nullptr && found == value;
+}
+
 void AddGlobalOptions(CLI::App& app, Context& context) {
   app.add_option_function<std::vector<std::string>>(
          "-d,--directory",
@@ -62,13 +69,18 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
          "--metadata-store",
          [&context](const std::string& url) {
            std::string problem;
-           if (context.store.SetUrl(url, problem) != StatusCode::Success) {
+           if (context.store.SetUrl(url, problem) == StatusCode::Success) {
+             return;
+           }
+           if (!HasValue(STORE_VARIABLE, url)) {
              throw CLI::ValidationError("--metadata-store", problem);
            }
+           PrintMessage(std::string("the metadata store is not used: ") + STORE_VARIABLE + ": " +
+                        problem);
          },
          "Where first timestamps and intervals are looked up before the files:\n"
          "redis://[:PASSWORD@]HOST:PORT[/DB] or unix:///PATH (default: nowhere)")
-      ->envname("NVX_TIMESERIES_METADATA_STORE")
+      ->envname(STORE_VARIABLE)
       ->type_name("URL")
       ->take_last();
   app.add_option_function<std::string>(

@@ -1,15 +1,8 @@
 # Completion of nvx-timeseries for bash: its commands and options, as its own --help tells them, and
 # the values that they take.
 
-# The help of the program $1, and of its command $2, if there is one.
-_nvx_timeseries_help() {
-  "$1" --help
-  [ -z "$2" ] || "$1" "$2" --help
-} 2>/dev/null
-
-_nvx_timeseries_commands() {
-  "$1" --help 2>/dev/null | sed -n '/^SUBCOMMANDS:/I,/^$/ s/^  \([a-z]\{1,\}\) .*/\1/p'
-}
+# The commands of the program's help.
+_nvx_timeseries_commands() { sed -n '/^SUBCOMMANDS:/I,/^$/ s/^  \([a-z]\{1,\}\) .*/\1/p'; }
 
 # The options of a help.
 _nvx_timeseries_options() { sed -n 's/^ *\(-.,\)\{0,1\} *\(--[a-z-]*\).*/\2/p'; }
@@ -47,15 +40,17 @@ _nvx_timeseries() {
   _init_completion -s -n : || return
 
   local program=${1/#\~/$HOME} command='' directory=() help commands value i
-  commands=$(_nvx_timeseries_commands "$program")
+  help=$("$program" --help 2>/dev/null)
+  commands=$(_nvx_timeseries_commands <<<"$help")
   for ((i = 1; i < cword; ++i)); do
     case ${words[i]} in
       -d | --directory) directory=(-d "${words[++i]/#\~/$HOME}") ;;
       --directory=*) directory=(-d "${words[i]#*=}") ;;
+      -*) [[ -n $command || -z $(_nvx_timeseries_value "${words[i]}" <<<"$help") ]] || ((++i)) ;;
       *) [[ -n $command || $'\n'$commands$'\n' != *$'\n'"${words[i]}"$'\n'* ]] || command=${words[i]} ;;
     esac
   done
-  help=$(_nvx_timeseries_help "$program" "$command")
+  [[ -z $command ]] || help+=$'\n'$("$program" "$command" --help 2>/dev/null)
 
   case $prev in -*) value=$(_nvx_timeseries_value "$prev" <<<"$help") ;; esac
   case $value in

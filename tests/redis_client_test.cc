@@ -165,7 +165,7 @@ TEST_F(RealRedis, ServesEightThreadsAtOnce) {
 TEST_F(RealRedis, TellsTheCommandOfFirstTimestampsAndIntervals) {
   RedisServer server(socket);
   const Shell shell;
-  setenv("NVX_TIMESERIES_METADATA_STORE", url.c_str(), 1);
+  const std::string store = "export NVX_TIMESERIES_METADATA_STORE=" + url + "\n";
   const std::string name = TEST_DATA "/metadata_store.txt";
   for (const Step& step : ReadTranscript(name)) {
     if (step.command.rfind("redis ", 0) == 0) {
@@ -176,7 +176,7 @@ TEST_F(RealRedis, TellsTheCommandOfFirstTimestampsAndIntervals) {
       server.Kill();
       continue;
     }
-    std::string answer = Show(shell.Run(step.command));
+    std::string answer = Show(shell.Run(store + step.command));
     for (std::size_t at; (at = answer.find(url)) != std::string::npos;) {
       answer.replace(at, url.size(), "URL");
     }
@@ -186,7 +186,6 @@ TEST_F(RealRedis, TellsTheCommandOfFirstTimestampsAndIntervals) {
                                               << answer;
     }
   }
-  unsetenv("NVX_TIMESERIES_METADATA_STORE");
 }
 
 // Listens on a port of its own, sends a text to the first that connects, and then one "x" after the

@@ -78,9 +78,13 @@ class RedisClient::Session {
   }
 
   bool TryOnce(const RedisConnection::Command& command, RedisReply& reply, std::string& reason) {
-    return (connection.IsOpen() ||
-            connection.Open(address, timeouts.connect, timeouts.command, reason)) &&
-           connection.Ask(command, timeouts.command, reply, reason);
+    const bool isNew = !connection.IsOpen();
+    if (isNew && !connection.Open(address, timeouts.connect, reason)) {
+      return false;
+    }
+    const Clock::time_point deadline = Clock::now() + timeouts.command;
+    return (!isNew || connection.Introduce(address, deadline, reason)) &&
+           connection.Ask(command, deadline, reply, reason);
   }
 
   const RedisAddress address;

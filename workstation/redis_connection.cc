@@ -58,9 +58,8 @@ bool FailWithErrno(std::string& problem) {
 
 std::string_view GetText(const redisReply& reply) { return {reply.str, reply.len}; }
 
-bool RedisConnection::Open(const RedisAddress& address, Milliseconds connectTime,
-                           Milliseconds commandTime, std::string& problem) {
-  context.reset(Connect(address, ToTimeval(connectTime)));
+bool RedisConnection::Open(const RedisAddress& address, Milliseconds time, std::string& problem) {
+  context.reset(Connect(address, ToTimeval(time)));
   if (context == nullptr) {
     throw std::bad_alloc();
   }
@@ -70,19 +69,23 @@ bool RedisConnection::Open(const RedisAddress& address, Milliseconds connectTime
     return false;
   }
   fcntl(context->fd, F_SETFD, FD_CLOEXEC);
+  return true;
+}
+
+bool RedisConnection::Introduce(const RedisAddress& address, Time deadline, std::string& problem) {
   const std::string database = std::to_string(address.database);
   return (address.password.empty() ||
-          Demand({"AUTH", address.password}, commandTime, "refuses the password", problem)) &&
+          Demand({"AUTH", address.password}, deadline, "refuses the password", problem)) &&
          (address.database == 0 ||
-          Demand({"SELECT", database}, commandTime, "refuses database " + database, problem));
+          Demand({"SELECT", database}, deadline, "refuses database " + database, problem));
 }
 
 // Of a refusal no more than its first word, its kind, is told: some quote the command, and so the
 // password.
-bool RedisConnection::Demand(const Command& command, Milliseconds time, const std::string& refusal,
+bool RedisConnection::Demand(const Command& command, Time deadline, const std::string& refusal,
                              std::string& problem) {
   RedisReply reply;
-  if (!Ask(command, time, reply, problem)) {
+  if (!Ask(command, deadline, reply, problem)) {
     return false;
   }
   if (reply->type == REDIS_REPLY_STATUS) {
@@ -94,9 +97,8 @@ bool RedisConnection::Demand(const Command& command, Milliseconds time, const st
   return Fail(refusal + " (" + std::string(kind.substr(0, kind.find(' '))) + ")", problem);
 }
 
-bool RedisConnection::Ask(const Command& command, Milliseconds time, RedisReply& reply,
+bool RedisConnection::Ask(const Command& command, Time deadline, RedisReply& reply,
                           std::string& problem) {
-  const Time deadline = Clock::now() + time;
   if (Send(Format(command), deadline, problem) && Receive(deadline, reply, problem)) {
     return true;
   }

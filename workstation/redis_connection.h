@@ -26,24 +26,24 @@ class RedisConnection {
  public:
   using Command = std::vector<std::string_view>;
   using Milliseconds = std::chrono::milliseconds;
+  using Time = std::chrono::steady_clock::time_point;
 
   bool IsOpen() const { return context != nullptr; }
 
-  // Connects within `connectTime`; gives the password and chooses the database, each within
-  // `commandTime`.
-  bool Open(const RedisAddress& address, Milliseconds connectTime, Milliseconds commandTime,
-            std::string& problem);
+  bool Open(const RedisAddress& address, Milliseconds time, std::string& problem);
 
-  // Sends a command and waits for its reply, both together within `time`.
-  bool Ask(const Command& command, Milliseconds time, RedisReply& reply, std::string& problem);
+  // Gives the password and chooses the database, as the first thing on a new connection.
+  bool Introduce(const RedisAddress& address, Time deadline, std::string& problem);
+
+  // Sends a command and waits for its reply.
+  bool Ask(const Command& command, Time deadline, RedisReply& reply, std::string& problem);
 
  private:
-  using Time = std::chrono::steady_clock::time_point;
   struct Close {
     void operator()(redisContext* connected) const { redisFree(connected); }
   };
 
-  bool Demand(const Command& command, Milliseconds time, const std::string& refusal,
+  bool Demand(const Command& command, Time deadline, const std::string& refusal,
               std::string& problem);
   bool Send(std::string_view bytes, Time deadline, std::string& problem);
   bool Receive(Time deadline, RedisReply& reply, std::string& problem);

@@ -19,15 +19,18 @@ StatusCode MetadataStore::SetUrl(const std::string& url, std::string& problem) {
 StatusCode MetadataStore::HashGet(const std::string& key, const std::string& field,
                                   std::string& value) {
   wasFound = false;
-  if (client == nullptr || isAway) {
+  if (client == nullptr || isAway || key == refusedKey) {
     return StatusCode::NotFound;
   }
   std::string problem;
   const StatusCode status = client->HashGet(key, field, value, problem);
   wasFound = status == StatusCode::Success;
-  isAway = !problem.empty();
-  if (isAway) {
-    PrintMessage(CommandError("the metadata store is not used", problem, status).GetText());
+  if (!problem.empty()) {
+    isAway = status == StatusCode::Unavailable;
+    refusedKey = key;
+    const std::string subject = isAway ? "" : WithoutControls(key) + ": ";
+    PrintMessage(
+        CommandError(subject + "the metadata store is not used", problem, status).GetText());
   }
   return status;
 }

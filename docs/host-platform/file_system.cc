@@ -16,9 +16,11 @@ StatusCode FileSystem::CheckFileExist(const std::string& path) {
 StatusCode FileSystem::GetFileList(const std::string& directory, const std::string& extension,
                                    std::set<std::string>& fileNames) {
   std::error_code error;
-  for (const auto& entry : std::filesystem::directory_iterator(directory, error)) {
-    if (entry.path().extension() == "." + extension && entry.is_regular_file(error)) {
-      fileNames.insert(entry.path().filename());
+  std::filesystem::directory_iterator entry(directory, error);
+  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    std::error_code ignored;  // of a link that leads nowhere
+    if (entry->path().extension() == "." + extension && entry->is_regular_file(ignored)) {
+      fileNames.insert(entry->path().filename());
     }
   }
   return error ? StatusCode::IoError : StatusCode::Success;

@@ -18,7 +18,7 @@ class Shell {
  private:
   static constexpr char PREAMBLE[] = R"(cd "$DIRECTORY" || exit
 PATH=${PROGRAM%/*}:$PATH
-unset COLUMNS NVX_TIMESERIES_DATABASE
+unset COLUMNS NVX_TIMESERIES_DATABASE NVX_TIMESERIES_METADATA_STORE
 )";
 
   TemporaryDirectory directory;
