@@ -12,6 +12,7 @@ class NVX_TIMESERIES_EXPORT DataSourceInterface {
  public:
   virtual ~DataSourceInterface();
 
+  // The oldest time that is kept, which may precede the first sample.
   virtual StatusCode GetFirstTimestamp(long long& firstTimestamp) const = 0;
   virtual StatusCode GetLastTimestamp(long long& lastTimestamp) const = 0;
 
