@@ -39,7 +39,7 @@ _nvx_timeseries() {
   local cur prev words cword split
   _init_completion -s -n : || return
 
-  local program=${1/#\~/$HOME} command='' directory=() help commands value i
+  local program=${1/#\~/$HOME} command='' directory=() help commands value rest i
   help=$("$program" --help 2>/dev/null)
   commands=$(_nvx_timeseries_commands <<<"$help")
   for ((i = 1; i < cword; ++i)); do
@@ -62,7 +62,9 @@ _nvx_timeseries() {
     LEVEL*) _nvx_timeseries_offer "$cur" < <(printf '%s\n' none error info trace) ;;
     [A-Z]*:{*)
       value=${value#*\{}
-      _nvx_timeseries_offer "$cur" < <(tr , '\n' <<<"${value%%\}*}")
+      value=${value%%\}*}
+      rest=${cur##*,}  # the last of a list
+      mapfile -t COMPREPLY < <(compgen -P "${cur%"$rest"}" -W "${value//,/ }" -- "$rest")
       ;;
     [A-Z]*) ;;
     *)
