@@ -277,6 +277,7 @@ class PushTest(unittest.TestCase):
     def test_what_is_refused_is_told(self):
         for answer, words in (((400, "field type\nconflict"), "answers 400: field type?conflict"),
                               ((401, "no secret@ here"), "answers 401: no * here"),
+                              ((401, "no Basic bWU6c2VjcmV0QA== *"), "answers 401: no Basic * *"),
                               ((200, "log in first"), "answers 200: log in first"),
                               ((307, "", ("Location", "http://127.0.0.1:1/")), "answers 307"),
                               ("garbage", "HTTP/0.9")):
@@ -288,6 +289,9 @@ class PushTest(unittest.TestCase):
             self.assertNotIn("secret", result.stderr)
             self.assertTrue(len(recorder.requests) == 1 or "400" in words)
             self.assertFalse(os.path.exists(f"{self.home.name}/state"))
+        recorder = Recorder()
+        recorder.answers = [(401, "no *")]
+        self.assertIn("401: no *", self.push(recorder.url.replace("//", "//me:*@"), status=1).stderr)
         away = f"http://127.0.0.1:{find_free_port()}/write"
         self.assertIn("given up, since --retry-for is 1 s",
                       self.push(away, "--retry-for", "1", status=1).stderr)
@@ -300,6 +304,12 @@ class PushTest(unittest.TestCase):
         self.assertEqual(len(recorder.lines), 2 * 8759)
         self.push(recorder.url)
         self.assertEqual(sorted(recorder.lines), sorted(self.export("line-protocol").splitlines()))
+
+    def test_what_a_server_keeps_no_more_is_not_sent_again(self):
+        recorder = Recorder()
+        recorder.answers = [(400, "partial write: points beyond retention policy dropped=5")] * 9
+        self.assertEqual(self.push(recorder.url).stderr.count("dropped=5"), 1)
+        self.assertIn("0 points sent", self.push(recorder.url).stdout)
 
     def test_points_do_not_depend_on_where_a_push_begins(self):
         directory = f"{self.home.name}/odd"
@@ -319,7 +329,7 @@ class PushTest(unittest.TestCase):
         secret = pathlib.Path(f"{self.home.name}/secret")
         basic = "Basic " + base64.b64encode(b"me:secret@").decode()
         for prefix, query, text, option, expected in (
-                ("me:secret%40@", "", "", "", basic), ("", "?u=me&p=secret%40", "", "", basic),
+                ("me:secret%40@", "", "", "", basic), ("", "?u=me&%70=secret%40", "", "", basic),
                 ("", "", "me:secret@\n", "--user-file", basic),
                 ("", "?db=home&key=secret", "secret@", "--token-file", "Token secret@"),
                 ("", "", "Bearer secret@", "--token-file", "Bearer secret@")):

@@ -69,14 +69,17 @@ class Exporter {
 
  private:
   void Export(const ListedFile& file, int round) {
+    if (isOver) {
+      return;
+    }
     const Query query = OpenExportQuery(question, file.zeltId, context);
     format.Begin(MakeSeries(question, file), round, text);
     const StreamResult result =
         StreamAnswer(question, query, std::nullopt, [this](const Piece& piece) {
           format.Append(piece, text);
-          const bool isWritten = output.Write(text);
+          isOver = !output.Write(text);
           text.clear();
-          return isWritten;
+          return !isOver;
         });
     if (round > 0 || result == StreamResult::Done) {
       return;
@@ -95,6 +98,7 @@ class Exporter {
   OutputFile& output;
   Context& context;
   std::string text;
+  bool isOver = false;  // since nobody reads any more
 };
 
 void Export(const ExportCommandOptions& options, Context& context) {

@@ -56,6 +56,16 @@ TimeWindow FindIntervals(const ExportQuestion& question, const Query& query,
   return window;
 }
 
+// Of the time that the file does not cover, no more is answered for than by a query.
+void RequireBounded(const Query& query, const TimeWindow& window) {
+  TimeWindow before = window;
+  before.end.timestamp = std::max(window.start.timestamp, GetOldestRow(query));
+  RequireBoundedPoints(query, before);
+  TimeWindow behind = window;
+  behind.start.timestamp = std::min(window.end.timestamp, query.file.lastUpdate);
+  RequireBoundedPoints(query, behind);
+}
+
 StreamResult StreamWhole(const ExportQuestion& question, const Query& query,
                          const PieceConsumer& consume) {
   const Question whole{question.window, query.interval, {question.function}, false, false};
@@ -152,6 +162,7 @@ StreamResult StreamAnswer(const ExportQuestion& question, const Query& query,
   if (window.start.timestamp >= window.end.timestamp) {
     return StreamResult::Nothing;
   }
+  RequireBounded(query, window);
   if (question.isResumable) {
     return StreamFromRow(query, question.function.second, window, consume);
   }

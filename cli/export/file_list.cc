@@ -21,7 +21,7 @@ fs::path ResolveDirectory(const std::string& directory) {
 // Cuts off what all paths end with, as each device's files may lie in a directory of the same name.
 void RemoveCommonEnd(std::vector<fs::path>& paths) {
   const auto endsAsFirst = [&paths](const fs::path& path) {
-    return path.has_relative_path() && path.filename() == paths.front().filename();
+    return path.parent_path().has_relative_path() && path.filename() == paths.front().filename();
   };
   while (std::all_of(paths.begin(), paths.end(), endsAsFirst)) {
     for (fs::path& path : paths) {
@@ -85,7 +85,9 @@ FileList ListFiles(const std::vector<std::string>& arguments, Context& context) 
     }
   }
   if (list.files.empty()) {
-    throw CommandError("no directory", "has any of the data sources", StatusCode::NotFound);
+    throw list.isSeveral
+        ? CommandError("no directory", "has any of the data sources", StatusCode::NotFound)
+        : CommandError(directories.front(), "has no data source", StatusCode::NotFound);
   }
   std::stable_sort(list.files.begin(), list.files.end(), [](const auto& one, const auto& other) {
     return one.GetScope() < other.GetScope();

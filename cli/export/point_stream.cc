@@ -14,6 +14,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 constexpr long long PIECE_ROW_COUNT = 1 << 16;
+constexpr int PIECE_POINT_COUNT = 1 << 16;
 
 long long GetRowLengthAt(const Query& query, long long time) {
   return static_cast<long long>(
@@ -56,12 +57,17 @@ bool IsOnRow(const Query& query, const Date::Date& bound) {
 Date::Date FindPieceEnd(const Query& query, const Date::Date& start, const Date::Date& end) {
   const long long pieceLength = PIECE_ROW_COUNT * GetRowLengthAt(query, start.timestamp);
   Date::Date bound = start;
+  int pointCount = 0;
+  const auto isShort = [&] {
+    return bound.timestamp - start.timestamp < pieceLength && pointCount < PIECE_POINT_COUNT;
+  };
   do {
     Date::Date next;
     TimeHelper::ComputeNextDate(query.interval, bound, next);
     bound = next;
-  } while (bound.timestamp < end.timestamp && (bound.timestamp - start.timestamp < pieceLength ||
-                                               IsOnRow(query, bound) != IsOnRow(query, start)));
+    ++pointCount;
+  } while (bound.timestamp < end.timestamp &&
+           (isShort() || IsOnRow(query, bound) != IsOnRow(query, start)));
   return bound.timestamp < end.timestamp ? bound : end;
 }
 

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <new>
+#include <regex>
 #include <thread>
+#include <utility>
 
 #include "files/interruption.h"
 #include "output/message.h"
@@ -52,19 +54,27 @@ bool IsFinal(CURLcode code) {
 
 // A server may repeat what it was sent.
 void HideSecrets(const WriteAddress& address, std::string& words) {
-  const std::string token = address.authorization.substr(address.authorization.find(' ') + 1);
-  for (const std::string& secret : {address.password, token}) {
-    for (std::size_t at = words.find(secret); !secret.empty() && at != std::string::npos;
-         at = words.find(secret, at)) {
+  for (const std::string& secret : address.secrets) {
+    for (std::size_t at = words.find(secret); at != std::string::npos;
+         at = words.find(secret, at + 1)) {
       words.replace(at, secret.size(), "*");
     }
   }
+  static const std::regex authorization("(Basic|Bearer|Token) +[^ \"'<>]+");
+  words = std::regex_replace(words, authorization, "$1 *");
+}
+
+// InfluxDB has taken the rest of the lines. What is older than it keeps others drop without a word.
+bool HasDroppedOldOnes(long status, const std::string& answer) {
+  return status == 400 &&
+         answer.find("partial write: points beyond retention policy dropped") != std::string::npos;
 }
 
 }  // namespace
 
 struct HttpSender::Reply {
   bool isConfirmed = false;
+  bool isPartial = false;               // and yet not all of it was kept
   bool isFinal = false;                 // the same again will not be taken either
   bool isOfLines = false;               // and that is for what was sent
   std::chrono::seconds wantedPause{0};  // that the server asked for
@@ -168,7 +178,8 @@ HttpSender::Reply HttpSender::Post(const std::string& body) {
   }
   const long status = request->GetStatus();
   // A page that answers 200 to everything has stored nothing.
-  reply.isConfirmed = status == 204 || (status == 200 && answer.empty());
+  reply.isPartial = HasDroppedOldOnes(status, answer);
+  reply.isConfirmed = status == 204 || (status == 200 && answer.empty()) || reply.isPartial;
   reply.isOfLines = status == 400 || status == 413 || status == 422;
   reply.isFinal = status < 500 && status != 429 && status != 408;
   reply.wantedPause = request->GetWantedPause();
@@ -184,9 +195,10 @@ HttpSender::Reply HttpSender::Post(const std::string& body) {
 void HttpSender::WaitForNext(const Reply& reply, Clock::time_point deadline,
                              std::chrono::milliseconds& pause) const {
   constexpr std::chrono::milliseconds LONGEST_PAUSE = 60s;
-  const auto wait = std::max<std::chrono::milliseconds>(pause, reply.wantedPause);
-  const Clock::time_point end = Clock::now() + wait;
-  if (end > deadline) {
+  const Clock::time_point now = Clock::now();
+  const Clock::time_point end =
+      std::max(now + reply.wantedPause, std::min<Clock::time_point>(now + pause, deadline));
+  if (now >= deadline || end > deadline) {
     throw SendError(reply.reason + "; given up, since --retry-for is " +
                         std::to_string(options.retryTime.count()) + " s",
                     StatusCode::Unavailable);
@@ -203,7 +215,8 @@ void HttpSender::Send(const std::string& lines) {
   const Clock::time_point deadline = Clock::now() + options.retryTime;
   std::chrono::milliseconds pause = 250ms;
   bool isTold = false;
-  for (Reply reply = Post(body); !reply.isConfirmed; reply = Post(body)) {
+  Reply reply = Post(body);
+  for (; !reply.isConfirmed; reply = Post(body)) {
     if (reply.isFinal) {
       throw SendError(reply.reason, StatusCode::Failure, reply.isOfLines);
     }
@@ -212,6 +225,9 @@ void HttpSender::Send(const std::string& lines) {
       isTold = true;
     }
     WaitForNext(reply, deadline, pause);
+  }
+  if (reply.isPartial && !std::exchange(isDroppingTold, true)) {
+    PrintMessage(address.name + ": " + reply.reason);
   }
   byteCount += body.size();
 }

@@ -41,7 +41,8 @@ class HttpSender {
   HttpSender& operator=(const HttpSender&) = delete;
   ~HttpSender();
 
-  // Returns when the server has confirmed the lines. Where it is away, overloaded (429) or fails
+  // Returns when the server has confirmed the lines, of which it may have dropped what is older
+  // than it keeps: the first time a message says so. Where it is away, overloaded (429) or fails
   // (5xx), the request is repeated with growing pauses. Throws SendError when the server refuses
   // the lines or the time is over, and Interrupted.
   void Send(const std::string& lines);
@@ -61,6 +62,7 @@ class HttpSender {
   const SendOptions options;
   std::unique_ptr<Request> request;
   unsigned long long byteCount = 0;
+  bool isDroppingTold = false;
 };
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -34,6 +34,13 @@ fs::path FindStateDirectory() {
 }
 // NOLINTEND(concurrency-mt-unsafe)
 
+// So that whoever names the file by a link finds its lock. No name is that of standard output.
+std::string ResolveLinks(const std::string& path) {
+  std::error_code error;
+  const fs::path resolved = fs::weakly_canonical(path, error);
+  return error ? path : fs::absolute(resolved, error).string();
+}
+
 // The form of the file: server, directory, kind, id, time.
 using Kinds = std::map<std::string, std::map<std::string, long long>>;
 using Servers = std::map<std::string, std::map<std::string, Kinds>>;
@@ -41,7 +48,7 @@ using Servers = std::map<std::string, std::map<std::string, Kinds>>;
 }  // namespace
 
 PushState::PushState(const std::string& statePath, const std::string& server)
-    : path(statePath), serverName(server) {
+    : path(ResolveLinks(statePath)), serverName(server) {
   Lock();
   Read();
 }

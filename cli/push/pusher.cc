@@ -137,7 +137,7 @@ void Pusher::SendBatch() {
     if (!error.IsOfLines()) {
       throw;
     }
-    SendApart();
+    batch.size() == 1 ? Refuse(batch.front(), error) : SendApart();
   }
   batch.clear();
   batchSize = 0;
@@ -154,11 +154,15 @@ void Pusher::SendApart() {
       if (!error.IsOfLines()) {
         throw;
       }
-      PrintMessage(CommandError(part.series.zeltId, error.what(), error.GetStatus()).GetText());
-      context.exitStatus = EXIT_FAILED;
-      refused.insert(part.series);
+      Refuse(part, error);
     }
   }
+}
+
+void Pusher::Refuse(const Part& part, const SendError& error) {
+  PrintMessage(CommandError(part.series.zeltId, error.what(), error.GetStatus()).GetText());
+  context.exitStatus = EXIT_FAILED;
+  refused.insert(part.series);
 }
 
 void Pusher::Send(const std::string& lines) {

@@ -38,6 +38,7 @@ class Pusher {
   bool Add(const Piece& piece, const PushedSeries& series);
   void SendBatch();
   void SendApart();
+  void Refuse(const Part& part, const SendError& error);
   void Send(const std::string& lines);
   void Confirm(const Part& part);
 

@@ -1,5 +1,6 @@
 #include "push/write_address.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <fstream>
 #include <memory>
@@ -68,18 +69,41 @@ std::string Encode(const std::string& text) {
   return copy;
 }
 
-// Parameters that are not known may be secret; their values are told apart all the same.
-std::string DescribeParameter(const std::string& key, const std::string& parameter) {
-  for (const char* const known : {"db", "rp", "org", "orgID", "bucket", "extra_label"}) {
-    if (key == known) {
-      return parameter;
-    }
-  }
+std::string Hash(const std::string& text) {
   std::uint64_t hash = 0xcbf29ce484222325;  // FNV-1a
-  for (const char character : parameter) {
+  for (const char character : text) {
     hash = (hash ^ static_cast<unsigned char>(character)) * 0x100000001b3;
   }
-  return key + "=*" + std::to_string(hash);
+  return std::to_string(hash);
+}
+
+bool IsKnown(const std::string& key) {
+  const auto known = {"db", "rp", "org", "orgID", "bucket", "extra_label"};
+  return std::find(known.begin(), known.end(), key) != known.end();
+}
+
+void AddSecret(const std::string& secret, WriteAddress& address) {
+  if (!secret.empty()) {
+    address.secrets.push_back(secret);
+  }
+}
+
+// Parameters that are not known may be secret; their values are told apart all the same.
+std::string DescribeParameter(const std::string& key, const std::string& parameter,
+                              const std::string& value, WriteAddress& address) {
+  if (IsKnown(key)) {
+    return parameter;
+  }
+  AddSecret(value, address);
+  AddSecret(Decode(value), address);
+  return key + "=*" + Hash(parameter);
+}
+
+// A name of any length, as a file may have it.
+std::string MakeFileName(const std::string& name) {
+  constexpr std::size_t LONGEST = 200;
+  const std::string encoded = Encode(name);
+  return encoded.size() <= LONGEST ? encoded : encoded.substr(0, LONGEST) + Hash(name);
 }
 
 // Takes the user and the password out of the query, which becomes part of the name.
@@ -88,18 +112,19 @@ std::string TakeParameters(const std::string& query, WriteAddress& address) {
   std::string rest;
   for (std::string parameter; std::getline(parameters, parameter, '&');) {
     const std::size_t sign = parameter.find('=');
-    const std::string key = parameter.substr(0, sign);
+    const std::string key = Decode(parameter.substr(0, sign));
+    const std::string value = sign == std::string::npos ? "" : parameter.substr(sign + 1);
     if (key == "u" || key == "p") {
       if (sign == std::string::npos) {
         Refuse("its parameter " + key + " has no value");
       }
-      (key == "u" ? address.user : address.password) = Decode(parameter.substr(sign + 1));
+      (key == "u" ? address.user : address.password) = Decode(value);
     } else if (key == "precision") {
       Refuse("the precision of the timestamps is given by the command itself");
     } else if (!parameter.empty()) {
       const bool isFirst = rest.empty();
       rest += (isFirst ? "" : "&") + parameter;
-      address.name += (isFirst ? "?" : "&") + DescribeParameter(key, parameter);
+      address.name += (isFirst ? "?" : "&") + DescribeParameter(key, parameter, value, address);
     }
   }
   return rest;
@@ -137,7 +162,9 @@ void ReadSecrets(const Secrets& secrets, WriteAddress& address) {
     const std::string token = ReadSecret(*secrets.tokenFile);
     const bool hasScheme = token.find(' ') != std::string::npos;
     address.authorization = hasScheme ? token : "Token " + token;
+    AddSecret(token.substr(token.find(' ') + 1), address);
   }
+  AddSecret(address.password, address);
 }
 
 }  // namespace
@@ -157,7 +184,7 @@ WriteAddress ReadWriteAddress(const std::string& text, const Secrets& secrets) {
   Set(url, CURLUPART_QUERY, rest.empty() ? nullptr : rest.c_str());
   Set(url, CURLUPART_QUERY, "precision=s", CURLU_APPENDQUERY);
   address.url = Get(url, CURLUPART_URL);
-  address.fileName = Encode(address.name);
+  address.fileName = MakeFileName(address.name);
   ReadSecrets(secrets, address);
   return address;
 }

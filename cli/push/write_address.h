@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -12,7 +13,8 @@ struct WriteAddress {
   std::string fileName;  // the same, of characters that a file's name may have
   std::string user;      // empty for none
   std::string password;
-  std::string authorization;  // the value of the header of that name; empty for none
+  std::string authorization;         // the value of the header of that name; empty for none
+  std::vector<std::string> secrets;  // none of them empty; no message may have them
 };
 
 struct Secrets {
