@@ -166,7 +166,7 @@ std::vector<double> ReadAll(const std::string& path) {
   Rrd::FetchResult result;
   Require(rrd.GetLastTimestamp(path, last) == StatusCode::Success &&
               rrd.GetInterval(path, step) == StatusCode::Success &&
-              rrd.Fetch(path, last - LENGTH * static_cast<long long>(step), last, result) ==
+              rrd.Fetch(path, last - (LENGTH - 1) * static_cast<long long>(step), last, result) ==
                   StatusCode::Success,
           "fetch");
   return {result.GetData(), result.GetData() + result.GetSampleCount()};
