@@ -278,7 +278,7 @@ class PushTest(unittest.TestCase):
     def test_what_is_refused_is_told(self):
         for answer, words in (((400, "field type\nconflict"), "answers 400: field type?conflict"),
                               ((401, "no secret@ here"), "answers 401: no * here"),
-                              ((401, "no Basic bWU6c2VjcmV0QA== *"), "answers 401: no Basic * *"),
+                              ((401, "no Basic bWU6c2VjcmV0QA== *"), "answers 401: no Basic *== *"),
                               ((200, "log in first"), "answers 200: log in first"),
                               ((307, "", ("Location", "http://127.0.0.1:1/")), "answers 307"),
                               ("garbage", "HTTP/0.9")):

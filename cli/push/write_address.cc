@@ -77,6 +77,22 @@ std::string Hash(const std::string& text) {
   return std::to_string(hash);
 }
 
+// As a header of HTTP has it, without the padding.
+std::string EncodeBase64(const std::string& text) {
+  constexpr char DIGITS[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  constexpr unsigned int DIGIT_BITS = 6;
+  std::string encoded;
+  unsigned int bits = 0;
+  unsigned int bitCount = 0;
+  for (const char character : text) {
+    bits = bits << 8 | static_cast<unsigned char>(character);
+    for (bitCount += 8; bitCount >= DIGIT_BITS; bitCount -= DIGIT_BITS) {
+      encoded += DIGITS[bits >> (bitCount - DIGIT_BITS) & 63];
+    }
+  }
+  return bitCount == 0 ? encoded : encoded + DIGITS[bits << (DIGIT_BITS - bitCount) & 63];
+}
+
 bool IsKnown(const std::string& key) {
   const auto known = {"db", "rp", "org", "orgID", "bucket", "extra_label"};
   return std::find(known.begin(), known.end(), key) != known.end();
@@ -165,6 +181,9 @@ void ReadSecrets(const Secrets& secrets, WriteAddress& address) {
     AddSecret(token.substr(token.find(' ') + 1), address);
   }
   AddSecret(address.password, address);
+  if (!address.password.empty()) {
+    AddSecret(EncodeBase64(address.user + ":" + address.password), address);
+  }
 }
 
 }  // namespace
