@@ -11,11 +11,8 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 // seconds.
 class LineProtocol : public SeriesFormat {
  public:
-  void AppendHeader(const ExportedSeries& /*first*/, std::string& /*text*/) override {}
-  int GetRoundCount(const ExportedSeries& /*series*/) const override { return 1; }
   void Begin(const ExportedSeries& series, int round, std::string& text) override;
   void Append(const Piece& piece, std::string& text) override;
-  void AppendTrailer(std::string& /*text*/) override {}
   unsigned long long GetLeftOutCount() const override { return leftOutCount; }
 
  private:

@@ -13,7 +13,6 @@ class OpenMetrics : public SeriesFormat {
   // Throws UsageError for labels whose names are not allowed.
   explicit OpenMetrics(const Labels& labels);
 
-  void AppendHeader(const ExportedSeries& /*first*/, std::string& /*text*/) override {}
   int GetRoundCount(const ExportedSeries& series) const override {
     return series.hasQuality ? 2 : 1;
   }

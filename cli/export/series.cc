@@ -4,6 +4,7 @@
 #include "output/message.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
+
 Labels ReadLabels(const std::vector<std::string>& texts) {
   Labels labels;
   for (const std::string& text : texts) {
