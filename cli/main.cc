@@ -14,11 +14,11 @@
 #include <utility>
 #include <vector>
 
+#include "arguments/nearest_word.h"
+#include "arguments/scope_text.h"
+#include "base/message.h"
 #include "command/commands.h"
-#include "files/interruption.h"
-#include "input/nearest_word.h"
-#include "input/scope_text.h"
-#include "output/message.h"
+#include "replace/interruption.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {

@@ -3,11 +3,11 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "error/command_error.h"
-#include "input/csv_reader.h"
-#include "input/sample_text.h"
-#include "input/time_text.h"
-#include "input/zone_text.h"
+#include "arguments/csv_reader.h"
+#include "arguments/sample_text.h"
+#include "arguments/zone_text.h"
+#include "base/command_error.h"
+#include "base/time_text.h"
 #include "timeseries/host.h"
 
 using namespace nvx::TimeSeriesDatabase;

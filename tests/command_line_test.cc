@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "error/last_error.h"
+#include "base/last_error.h"
 #include "support/log_capture.h"
 #include "timeseries/date/date.h"
 

@@ -1,6 +1,6 @@
 // The replacement of data files beside processes that hold, swap or remove what lies there.
 
-#include "files/file_replacement.h"
+#include "replace/file_replacement.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -11,8 +11,8 @@
 #include <csignal>
 #include <filesystem>
 
-#include "files/conversion/in_place_conversion.h"
-#include "files/file_error.h"
+#include "convert/in_place_conversion.h"
+#include "replace/file_error.h"
 #include "support/legacy_file.h"
 #include "support/temporary_directory.h"
 

@@ -2,7 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "command/context.h"
+#include "points/context.h"
 
 // Each adds one command to the program. The command runs while the arguments are parsed, after the
 // global options are set, and ends with CommandError when it fails; what is wrong with its usage

@@ -1,12 +1,12 @@
 #include <filesystem>
 #include <memory>
 
+#include "arguments/choice.h"
 #include "command/commands.h"
-#include "files/conversion/conversion_plan.h"
-#include "files/conversion/conversion_to_file.h"
-#include "files/conversion/in_place_conversion.h"
-#include "files/interruption.h"
-#include "input/choice.h"
+#include "convert/conversion_plan.h"
+#include "convert/conversion_to_file.h"
+#include "convert/in_place_conversion.h"
+#include "replace/interruption.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {

@@ -4,16 +4,16 @@
 #include <iostream>
 #include <memory>
 
+#include "arguments/csv_file.h"
+#include "arguments/csv_reader.h"
+#include "arguments/zone_text.h"
+#include "base/message.h"
+#include "base/time_text.h"
 #include "command/commands.h"
-#include "files/data_file.h"
-#include "files/file_error.h"
-#include "files/sample_writer.h"
-#include "input/csv_file.h"
-#include "input/csv_reader.h"
-#include "input/file_definition.h"
-#include "input/time_text.h"
-#include "input/zone_text.h"
-#include "output/message.h"
+#include "replace/file_error.h"
+#include "rrd/data_file.h"
+#include "rrd/file_definition.h"
+#include "rrd/sample_writer.h"
 #include "timeseries/rrd/file_helper.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {

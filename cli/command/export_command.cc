@@ -1,17 +1,17 @@
 #include <algorithm>
 #include <memory>
 
+#include "arguments/choice.h"
+#include "base/message.h"
 #include "command/commands.h"
-#include "command/selected_files.h"
-#include "export/csv_format.h"
-#include "export/export_question.h"
-#include "export/file_list.h"
-#include "export/line_protocol.h"
-#include "export/open_metrics.h"
-#include "files/output_file.h"
-#include "input/choice.h"
-#include "output/message.h"
-#include "query/answer.h"
+#include "formats/csv_format.h"
+#include "formats/line_protocol.h"
+#include "formats/open_metrics.h"
+#include "points/answer.h"
+#include "points/export_question.h"
+#include "points/file_list.h"
+#include "points/selected_files.h"
+#include "replace/output_file.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {

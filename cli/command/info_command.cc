@@ -1,13 +1,13 @@
 #include <iostream>
 #include <memory>
 
+#include "arguments/choice.h"
+#include "arguments/interval_text.h"
+#include "base/message.h"
 #include "command/commands.h"
-#include "files/described_file.h"
-#include "files/foreign_file.h"
-#include "input/choice.h"
-#include "input/interval_text.h"
-#include "output/file_report.h"
-#include "output/message.h"
+#include "rrd/described_file.h"
+#include "rrd/file_report.h"
+#include "rrd/foreign_file.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {

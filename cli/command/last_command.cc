@@ -3,12 +3,12 @@
 #include <limits>
 #include <memory>
 
+#include "arguments/choice.h"
+#include "arguments/zone_text.h"
+#include "base/shortest_text.h"
 #include "command/commands.h"
-#include "files/described_file.h"
-#include "input/choice.h"
-#include "input/zone_text.h"
-#include "output/point_writer.h"
-#include "output/shortest_text.h"
+#include "formats/point_writer.h"
+#include "rrd/described_file.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {

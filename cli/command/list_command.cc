@@ -1,9 +1,9 @@
 #include <iostream>
 #include <string>
 
+#include "base/message.h"
 #include "command/commands.h"
-#include "command/selected_files.h"
-#include "output/message.h"
+#include "points/selected_files.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {

@@ -1,14 +1,14 @@
 #include <memory>
 
+#include "arguments/zone_text.h"
+#include "base/time_text.h"
 #include "command/commands.h"
-#include "command/selected_files.h"
-#include "files/data_file.h"
-#include "files/described_file.h"
-#include "files/file_error.h"
-#include "files/file_shape.h"
-#include "input/file_definition.h"
-#include "input/time_text.h"
-#include "input/zone_text.h"
+#include "points/selected_files.h"
+#include "replace/file_error.h"
+#include "rrd/data_file.h"
+#include "rrd/described_file.h"
+#include "rrd/file_definition.h"
+#include "rrd/file_shape.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {

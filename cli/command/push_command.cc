@@ -1,12 +1,12 @@
 #include <iostream>
 #include <memory>
 
+#include "base/command_error.h"
+#include "base/message.h"
 #include "command/commands.h"
-#include "command/selected_files.h"
-#include "error/command_error.h"
-#include "files/interruption.h"
-#include "output/message.h"
+#include "points/selected_files.h"
 #include "push/pusher.h"
+#include "replace/interruption.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {

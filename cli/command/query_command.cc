@@ -1,10 +1,10 @@
 #include <memory>
 
+#include "arguments/choice.h"
 #include "command/commands.h"
-#include "command/selected_files.h"
-#include "input/choice.h"
-#include "output/point_format.h"
-#include "query/answer.h"
+#include "formats/point_format.h"
+#include "points/answer.h"
+#include "points/selected_files.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {

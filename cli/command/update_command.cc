@@ -2,16 +2,16 @@
 #include <memory>
 #include <set>
 
+#include "arguments/csv_file.h"
+#include "arguments/csv_reader.h"
+#include "arguments/sample_text.h"
+#include "arguments/time_expression.h"
+#include "arguments/zone_text.h"
+#include "base/message.h"
+#include "base/progress_bar.h"
 #include "command/commands.h"
-#include "command/selected_files.h"
-#include "files/sample_writer.h"
-#include "input/csv_file.h"
-#include "input/csv_reader.h"
-#include "input/sample_text.h"
-#include "input/time_expression.h"
-#include "input/zone_text.h"
-#include "output/message.h"
-#include "output/progress_bar.h"
+#include "points/selected_files.h"
+#include "rrd/sample_writer.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <dlfcn.h>
 
-#include "error/command_error.h"
+#include "base/command_error.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {

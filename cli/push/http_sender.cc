@@ -7,10 +7,10 @@
 #include <thread>
 #include <utility>
 
-#include "files/interruption.h"
-#include "output/message.h"
+#include "base/message.h"
 #include "push/curl_library.h"
 #include "push/gzip.h"
+#include "replace/interruption.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {

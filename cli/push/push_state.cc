@@ -10,8 +10,8 @@
 #include <nlohmann/json.hpp>
 #include <system_error>
 
-#include "error/command_error.h"
-#include "files/output_file.h"
+#include "base/command_error.h"
+#include "replace/output_file.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {

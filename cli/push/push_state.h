@@ -6,7 +6,7 @@
 #include <string>
 #include <tuple>
 
-#include "files/file_descriptor.h"
+#include "replace/file_descriptor.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 

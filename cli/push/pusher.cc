@@ -4,11 +4,11 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "files/described_file.h"
-#include "files/interruption.h"
-#include "input/time_text.h"
-#include "output/message.h"
-#include "query/answer.h"
+#include "base/message.h"
+#include "base/time_text.h"
+#include "points/answer.h"
+#include "replace/interruption.h"
+#include "rrd/described_file.h"
 #include "timeseries/time_helper.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {

@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "command/context.h"
-#include "export/export_question.h"
-#include "export/file_list.h"
-#include "export/line_protocol.h"
+#include "formats/line_protocol.h"
+#include "points/context.h"
+#include "points/export_question.h"
+#include "points/file_list.h"
 #include "push/http_sender.h"
 #include "push/push_state.h"
 

@@ -7,7 +7,7 @@
 #include <new>
 #include <sstream>
 
-#include "error/command_error.h"
+#include "base/command_error.h"
 #include "push/curl_library.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {

@@ -1,0 +1,231 @@
+#include "arguments/csv_reader.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <system_error>
+
+#include "arguments/nearest_word.h"
+#include "arguments/sample_text.h"
+#include "base/command_error.h"
+#include "base/time_text.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+// Longer lines are no samples; without a bound an endless one would fill the memory.
+constexpr std::size_t MAXIMUM_LINE_SIZE = 65536;
+
+// So many lines tell whether a column has numbers.
+constexpr std::size_t LOOK_AHEAD = 100;
+
+constexpr char VALUE_NAME[] = "value";
+constexpr char QUALITY_NAME[] = "quality";
+constexpr char BAD_QUALITY[] = "bad";
+
+std::vector<std::string> Split(const std::string& line) {
+  std::vector<std::string> fields;
+  std::size_t start = 0;
+  for (std::size_t comma = line.find(','); comma != std::string::npos;
+       comma = line.find(',', start)) {
+    fields.push_back(line.substr(start, comma - start));
+    start = comma + 1;
+  }
+  fields.push_back(line.substr(start));
+  return fields;
+}
+
+bool IsFiniteNumber(const std::string& text) {
+  const std::optional<double> value = ParseValue(text);
+  return value && !std::isnan(*value);
+}
+
+// The position behind the first field, which is the time; that of the end when there is none.
+std::size_t FindName(const std::vector<std::string>& names, const std::string& name) {
+  return static_cast<std::size_t>(std::find(names.begin() + 1, names.end(), name) - names.begin());
+}
+
+std::string Join(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) {
+    text += (text.empty() ? "" : ", ") + name;
+  }
+  return text;
+}
+
+}  // namespace
+
+CsvReader::CsvReader(std::istream& input, const std::string& sourceName,
+                     const std::optional<std::string>& columnName, const cctz::time_zone& zone)
+    : stream(input), name(sourceName), timeZone(zone), buffer(MAXIMUM_LINE_SIZE) {
+  if (!ReadLine()) {
+    throw CommandError(name, "it is empty", StatusCode::InvalidArgument);
+  }
+  columnNames = Split(line);
+  const std::size_t columnCount = columnNames.size();
+  if (columnCount < 2) {
+    Refuse("only one column, where a time, a comma and a value are needed");
+  }
+  const bool hasHeader = IsHeader(columnNames, columnName);
+  if (!hasHeader) {
+    linesAhead.push_back(line);
+    --lineNumber;
+    for (std::size_t index = 0; index < columnCount; ++index) {
+      columnNames[index] = "column " + std::to_string(index + 1);
+    }
+  }
+  const std::size_t quality = FindName(columnNames, QUALITY_NAME);
+  if (quality < columnCount) {
+    qualityColumn = quality;
+  }
+  if (columnName) {
+    column = FindNamedColumn(columnNames, *columnName);
+  } else if (FindName(columnNames, VALUE_NAME) < columnCount) {
+    column = FindNamedColumn(columnNames, VALUE_NAME);
+  } else {
+    column = FindOnlyNumericColumn();
+  }
+}
+
+std::optional<std::pair<long long, double>> CsvReader::Read() {
+  if (!ReadLine() || (line.empty() && !SkipBlankLines())) {
+    return std::nullopt;
+  }
+  const Fields fields = Split(line);
+  if (fields.size() != columnNames.size()) {
+    Refuse(std::to_string(fields.size()) + " fields instead of " +
+           std::to_string(columnNames.size()));
+  }
+  const std::optional<long long> time = ParseTime(fields.front(), timeZone);
+  if (!time) {
+    Refuse("'" + fields.front() + "' is not a time of the years 1 to 9999");
+  }
+  const std::optional<double> value = ParseValue(fields[column]);
+  if (!value) {
+    Refuse("'" + fields[column] + "' is no number");
+  }
+  const bool isBad = qualityColumn && fields[*qualityColumn] == BAD_QUALITY;
+  return std::pair(*time, isBad ? std::nan("") : *value);
+}
+
+void CsvReader::Refuse(const std::string& problem) const {
+  throw CommandError(name, "line " + std::to_string(lineNumber) + ": " + problem,
+                     StatusCode::InvalidArgument);
+}
+
+// False at the end of the input.
+bool CsvReader::ReadLine() {
+  ++lineNumber;
+  if (linesAhead.empty()) {
+    return ReadLineOfStream();
+  }
+  line = linesAhead.front();
+  linesAhead.pop_front();
+  return true;
+}
+
+bool CsvReader::ReadLineOfStream() {
+  errno = 0;
+  stream.getline(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+  if (stream.bad()) {
+    const std::string reason = errno == 0 ? "" : ": " + std::generic_category().message(errno);
+    throw CommandError(name, "cannot be read" + reason, StatusCode::IoError);
+  }
+  const auto taken = static_cast<std::size_t>(stream.gcount());
+  if (stream.fail() && !stream.eof()) {
+    Refuse("the line is too long");
+  }
+  if (stream.fail()) {
+    return false;
+  }
+  line.assign(buffer.data(), stream.eof() ? taken : taken - 1);  // the line break is counted
+  if (!line.empty() && line.back() == '\r') {
+    line.pop_back();
+  }
+  return true;
+}
+
+// False when only blank lines remain; one in the middle is an error.
+bool CsvReader::SkipBlankLines() {
+  while (ReadLine()) {
+    if (!line.empty()) {
+      --lineNumber;
+      Refuse("the line is blank");
+    }
+  }
+  return false;
+}
+
+// A line with a time or a number is no header, unless one of its fields is the name that is looked
+// for.
+bool CsvReader::IsHeader(const Fields& fields, const std::optional<std::string>& columnName) const {
+  return FindName(fields, columnName.value_or(VALUE_NAME)) < fields.size() ||
+         (!ParseTime(fields.front(), timeZone) &&
+          std::none_of(fields.begin() + 1, fields.end(), IsFiniteNumber));
+}
+
+std::size_t CsvReader::FindNamedColumn(const Fields& header, const std::string& columnName) const {
+  const std::size_t found = FindName(header, columnName);
+  if (found == header.size()) {
+    Refuse("no value column '" + columnName + "' among " + Join(header) +
+           SuggestWord(columnName, {header.begin() + 1, header.end()}));
+  }
+  if (std::find(header.begin() + static_cast<std::ptrdiff_t>(found) + 1, header.end(),
+                columnName) != header.end()) {
+    Refuse("the header has several columns '" + columnName + "'");
+  }
+  return found;
+}
+
+void CsvReader::ReadAhead() {
+  const unsigned long long numberBefore = lineNumber;
+  for (; linesAhead.size() < LOOK_AHEAD; linesAhead.push_back(line)) {
+    lineNumber = numberBefore + linesAhead.size() + 1;
+    if (!ReadLineOfStream()) {
+      break;
+    }
+  }
+  lineNumber = numberBefore;
+}
+
+std::size_t CsvReader::FindOnlyNumericColumn() {
+  ReadAhead();
+  Fields candidates;
+  std::size_t found = 0;
+  for (std::size_t index = 1; index < columnNames.size(); ++index) {
+    // Of two columns the second is meant, and a line is to blame for what is no number.
+    if ((columnNames.size() == 2 || IsNumeric(index)) && !IsTime(index)) {
+      candidates.push_back(columnNames[index]);
+      found = index;
+    }
+  }
+  if (candidates.size() != 1) {
+    throw CommandError(
+        name,
+        candidates.empty()
+            ? "none of its columns has numbers but the time: " + Join(columnNames)
+            : "which column is the value is in doubt: " + Join(candidates) + "; --column names it",
+        StatusCode::InvalidArgument);
+  }
+  return found;
+}
+
+// Whether the lines ahead have nothing but numbers in a column, where they have anything.
+bool CsvReader::IsNumeric(std::size_t index) const {
+  return std::all_of(linesAhead.begin(), linesAhead.end(), [index](const std::string& ahead) {
+    const Fields fields = Split(ahead);
+    return index >= fields.size() || ParseValue(fields[index]);
+  });
+}
+
+// Whether a column says the time of the first one once more.
+bool CsvReader::IsTime(std::size_t index) const {
+  return !linesAhead.empty() &&
+         std::all_of(linesAhead.begin(), linesAhead.end(), [this, index](const std::string& ahead) {
+           const Fields fields = Split(ahead);
+           return index >= fields.size() ||
+                  ParseTime(fields[index], timeZone) == ParseTime(fields.front(), timeZone);
+         });
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

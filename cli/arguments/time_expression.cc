@@ -1,0 +1,141 @@
+#include "arguments/time_expression.h"
+
+#include <algorithm>
+#include <charconv>
+#include <ctime>
+#include <optional>
+
+#include "arguments/nearest_word.h"
+#include "base/command_error.h"
+#include "base/time_text.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+constexpr char LETTERS[] = "abcdefghijklmnopqrstuvwxyz";
+
+const std::vector<std::string> WORDS = {"now", "today", "yesterday", "first", "last"};
+
+long long GetNow() {
+  static const long long now = std::time(nullptr);
+  return now;
+}
+
+std::string RemoveBlanks(std::string text) {
+  text.erase(std::remove(text.begin(), text.end(), ' '), text.end());
+  return text;
+}
+
+}  // namespace
+
+TimeExpression::TimeExpression(const std::string& timeText, const cctz::time_zone& timeZone)
+    : text(timeText),
+      zone(timeZone),
+      word(text.substr(0, std::min(text.find_first_not_of(LETTERS), text.size()))) {
+  if (word.empty()) {
+    const std::optional<long long> written = ParseTime(text, zone);
+    if (!written) {
+      Refuse();
+    }
+    writtenTime = *written;
+    return;
+  }
+  if (std::find(WORDS.begin(), WORDS.end(), word) == WORDS.end()) {
+    Refuse(SuggestWord(word, WORDS));
+  }
+  const std::string rest = RemoveBlanks(text.substr(word.size()));
+  for (std::size_t begin = 0; begin < rest.size();) {
+    const std::size_t end = std::min(rest.find_first_of("+-", begin + 1), rest.size());
+    offsets.push_back(ReadOffset(std::string_view(rest).substr(begin, end - begin)));
+    begin = end;
+  }
+}
+
+TimeExpression::Offset TimeExpression::ReadOffset(std::string_view offsetText) const {
+  struct UnitName {
+    std::string_view text;
+    long long count;
+    Unit unit;
+  };
+  constexpr UnitName UNITS[] = {
+      {"s", 1, Unit::Second},    {"m", 60, Unit::Second}, {"min", 60, Unit::Second},
+      {"h", 3600, Unit::Second}, {"d", 1, Unit::Day},     {"w", 7, Unit::Day},
+      {"mo", 1, Unit::Month},    {"y", 12, Unit::Month},
+  };
+  constexpr long long GREATEST_NUMBER = 1'000'000'000'000;  // more seconds than in 9999 years
+  long long number = -1;
+  const char* const end = offsetText.data() + offsetText.size();
+  const char* const digits = offsetText.data() + 1;
+  const auto [rest, error] = std::from_chars(digits, end, number);
+  const std::string_view unitText(rest, static_cast<std::size_t>(end - rest));
+  const auto* const unit = std::find_if(std::begin(UNITS), std::end(UNITS),
+                                        [&](const auto& known) { return known.text == unitText; });
+  const bool isSigned = offsetText[0] == '+' || offsetText[0] == '-';
+  if (!isSigned || number < 0 || number > GREATEST_NUMBER || unit == std::end(UNITS)) {
+    throw UsageError(text, "'" + std::string(offsetText) +
+                               "' is no offset such as -24h; the units are s, m or min, h, d, w, "
+                               "mo and y");
+  }
+  return {(offsetText[0] == '-' ? -number : number) * unit->count, unit->unit};
+}
+
+bool TimeExpression::IsOfFile() const { return word == "first" || word == "last"; }
+
+long long TimeExpression::Resolve(const FileTimes& file) const {
+  if (word.empty()) {
+    return writtenTime;
+  }
+  Moment moment = FindOrigin(file);
+  for (const Offset& offset : offsets) {
+    moment = Move(moment, offset);
+    if (ClampTime(moment.timestamp) != moment.timestamp) {
+      Refuse();
+    }
+  }
+  return moment.timestamp;
+}
+
+TimeExpression::Moment TimeExpression::FindOrigin(const FileTimes& file) const {
+  if (IsOfFile()) {
+    return MakeMoment(word == "first" ? file.findFirst() : file.findLast());
+  }
+  const Moment now = MakeMoment(GetNow());
+  if (word == "now") {
+    return now;
+  }
+  // Its midnight, of which days are counted even if the clocks skip it.
+  const cctz::civil_day today(now.local);
+  return MakeMoment(cctz::civil_second(word == "today" ? today : today - 1));
+}
+
+TimeExpression::Moment TimeExpression::MakeMoment(long long timestamp) const {
+  const cctz::time_point<cctz::seconds> instant{cctz::seconds(timestamp)};
+  return {timestamp, cctz::convert(instant, zone)};
+}
+
+TimeExpression::Moment TimeExpression::MakeMoment(const cctz::civil_second& local) const {
+  return {cctz::convert(local, zone).time_since_epoch().count(), local};
+}
+
+TimeExpression::Moment TimeExpression::Move(const Moment& moment, const Offset& offset) const {
+  if (offset.unit == Unit::Second) {
+    return MakeMoment(moment.timestamp + offset.number);
+  }
+  const cctz::civil_second& local = moment.local;
+  cctz::civil_day day(local);
+  if (offset.unit == Unit::Day) {
+    day += offset.number;
+  } else {
+    const cctz::civil_month month = cctz::civil_month(local) + offset.number;
+    const cctz::civil_day lastOfMonth = cctz::civil_day(month + 1) - 1;
+    day = std::min(cctz::civil_day(month) + (local.day() - 1), lastOfMonth);
+  }
+  return MakeMoment(cctz::civil_second(day.year(), day.month(), day.day(), local.hour(),
+                                       local.minute(), local.second()));
+}
+
+void TimeExpression::Refuse(const std::string& note) const {
+  throw UsageError(text, "not a time of the years 1 to 9999" + note);
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,29 @@
+#include "base/command_error.h"
+
+#include "nvx/workstation/status_code_name.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+CommandError::CommandError(const std::string& errorSubject, const std::string& errorProblem,
+                           StatusCode errorStatus)
+    : CommandError(errorSubject, errorProblem, errorStatus, EXIT_FAILED) {}
+
+CommandError::CommandError(const std::string& errorSubject, const std::string& errorProblem,
+                           StatusCode errorStatus, ExitStatus errorExitStatus)
+    : subject(errorSubject),
+      problem(errorProblem),
+      status(errorStatus),
+      exitStatus(errorExitStatus) {}
+
+std::string CommandError::GetText() const {
+  return subject + ": " + problem + " (" + Workstation::StatusCodeToString(status) + ", " +
+         std::to_string(static_cast<int>(status)) + ")";
+}
+
+void Require(StatusCode status, const std::string& subject, const std::string& problem) {
+  if (status != StatusCode::Success) {
+    throw CommandError(subject, problem, status);
+  }
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,72 @@
+#include "base/time_text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <system_error>
+
+#include "timeseries/date/date.h"
+#include "timeseries/time_helper.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+constexpr long long EARLIEST_TIME = -62135596800;  // 0001-01-01T00:00:00Z
+constexpr long long LATEST_TIME = 253402300799;    // 9999-12-31T23:59:59Z
+
+// The ISO 8601 of a month, or of a time with a blank where that has a T.
+std::string Complete(std::string text) {
+  constexpr std::size_t MONTH_SIZE = 7;
+  constexpr std::size_t DAY_SIZE = 10;
+  if (text.size() == MONTH_SIZE) {
+    return text + "-01";
+  }
+  if (text.size() > DAY_SIZE && text[DAY_SIZE] == ' ') {
+    text[DAY_SIZE] = 'T';
+  }
+  return text;
+}
+
+bool HasOffset(const std::string& text) {
+  const std::size_t clock = text.find('T');
+  return clock != std::string::npos && text.find_first_of("Z+-", clock) != std::string::npos;
+}
+
+std::optional<long long> ParseSeconds(const std::string& text) {
+  long long seconds = 0;
+  const char* const end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, seconds);
+  return rest == end && error == std::errc() ? std::optional(seconds) : std::nullopt;
+}
+
+std::optional<long long> ParseIso8601(const std::string& text, const cctz::time_zone& zone) {
+  long long seconds = 0;
+  if (!TimeHelper::ConvertStringDateToUnixTime(text, seconds)) {
+    return std::nullopt;
+  }
+  if (HasOffset(text)) {
+    return seconds;
+  }
+  const cctz::time_point<cctz::seconds> read{cctz::seconds(seconds)};
+  const cctz::civil_second local = cctz::convert(read, cctz::utc_time_zone());
+  return cctz::convert(local, zone).time_since_epoch().count();
+}
+
+}  // namespace
+
+long long ClampTime(long long seconds) { return std::clamp(seconds, EARLIEST_TIME, LATEST_TIME); }
+
+std::optional<long long> ParseTime(const std::string& text, const cctz::time_zone& zone) {
+  std::optional<long long> seconds = ParseSeconds(text);
+  if (!seconds) {
+    seconds = ParseIso8601(Complete(text), zone);
+  }
+  return seconds && ClampTime(*seconds) == *seconds ? seconds : std::nullopt;
+}
+
+std::string FormatUtc(long long timestamp) {
+  Date::Date date;
+  date.timestamp = timestamp;
+  return date.ToText();
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

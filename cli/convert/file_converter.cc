@@ -1,0 +1,58 @@
+#include "convert/file_converter.h"
+
+#include "replace/file_error.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+void Require(StatusCode status, const std::string& reason) {
+  if (status != StatusCode::Success) {
+    throw FileError(reason, status);
+  }
+}
+
+}  // namespace
+
+void FileConverter::Check(const OpenedFile& source) {
+  const std::string path = source.GetPath();
+  note.clear();
+  if (!target) {
+    CheckLegacy(path);
+    return;
+  }
+  Require(converter.Check(path, *target), converter.GetReason());
+  const std::uint64_t size = FindUnusedSize(path);
+  if (size != 0) {
+    note = "the unused word at its end, " + std::to_string(size) + " bytes, is left out";
+  }
+}
+
+void FileConverter::Convert(const OpenedFile& source, const FileReplacement& replacement) {
+  const StatusCode status =
+      target ? converter.Convert(source.GetPath(), replacement.GetPath(), *target)
+             : sanitizer.Convert(source.GetPath(), replacement.GetPath());
+  // A write that was merely cut short has no reason of its own; the next one has.
+  const std::string cause = status == StatusCode::IoError ? replacement.FindGrowthError() : "";
+  if (!cause.empty()) {
+    throw FileError("the new file cannot be written: " + cause, status);
+  }
+  Require(status, target ? converter.GetReason() : lastError.GetMessage());
+}
+
+void FileConverter::CheckLegacy(const std::string& source) {
+  const StatusCode status = sanitizer.Check(source);
+  std::string reason = lastError.GetMessage();
+  if (status == StatusCode::InvalidArgument && FindUnusedSize(source) != 0) {
+    reason += "; it ends with an unused word, which --to " +
+              std::string(GetLayoutName(Rrd::Tool::Layout::Arm32Time64)) + " leaves out";
+  }
+  Require(status, reason);
+}
+
+std::uint64_t FileConverter::FindUnusedSize(const std::string& source) {
+  Rrd::Tool::RecognisedFile file;
+  const bool isRecognised = converter.Recognise(source, file) == StatusCode::Success;
+  return isRecognised ? file.unusedSize : 0;
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

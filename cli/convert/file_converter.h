@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "base/last_error.h"
+#include "replace/file_replacement.h"
+#include "timeseries/host.h"
+#include "timeseries/rrd/tool/layout_converter.h"
+#include "timeseries/rrd/tool/sanitizer.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// Converts single files: from the layout of a 32-bit time_t to that of a 64-bit one, or from any
+// layout to the one that is asked for. The library's error lines become the reasons of failures
+// instead of lines of the log.
+class FileConverter {
+ public:
+  explicit FileConverter(std::optional<Rrd::Tool::Layout> target) : target(target) {}
+
+  // Throw FileError for every status but Success.
+  void Check(const OpenedFile& source);
+  void Convert(const OpenedFile& source, const FileReplacement& replacement);
+
+  // What else the user has to know of the file that was checked last; or empty.
+  const std::string& GetNote() const { return note; }
+
+ private:
+  void CheckLegacy(const std::string& source);
+  std::uint64_t FindUnusedSize(const std::string& source);
+
+  std::optional<Rrd::Tool::Layout> target;
+  std::string note;
+  LastError lastError;
+  Rrd::Tool::Sanitizer sanitizer;
+  Rrd::Tool::LayoutConverter converter;
+};
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,174 @@
+#include "formats/gnuplot.h"
+
+#include <cmath>
+
+#include "base/shortest_text.h"
+#include "formats/drawn_points.h"
+#include "formats/time_axis.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+// More points are only told from their line where they stand alone or are bad.
+constexpr std::size_t MAXIMUM_SHOWN_POINTS = 100;
+
+constexpr char STYLES[] =
+    "set terminal pngcairo size 1000,500\n"
+    "set grid\n"
+    "set border 3\n"
+    "set tics nomirror\n"
+    "set key above left noenhanced\n";
+
+// In single quotes gnuplot takes every character as it is but the quote.
+std::string Quote(const std::string& text) {
+  std::string quoted = "'";
+  for (const char character : text) {
+    quoted += character == '\'' ? "''" : std::string(1, character);
+  }
+  return quoted + '\'';
+}
+
+std::string Format(double value) { return std::string(ShortestText(value).Get()); }
+
+bool IsOnLine(const Points& /*points*/, std::size_t /*index*/) { return true; }
+
+// A good point that no line leads to, or one of few.
+bool IsDot(const Points& points, std::size_t index) {
+  const bool isAlone = !IsDrawn(points, index - 1) && !IsDrawn(points, index + 1);
+  return points[index].quality && (isAlone || points.size() <= MAXIMUM_SHOWN_POINTS);
+}
+
+bool IsBad(const Points& points, std::size_t index) { return !points[index].quality; }
+
+// What is drawn of each series, one over the other.
+struct Layer {
+  const char* style;
+  bool (*has)(const Points& points, std::size_t index);
+};
+
+constexpr Layer LAYERS[] = {
+    {"lines linewidth 1.5", IsOnLine},
+    {"points pointtype 7 pointsize 0.5", IsDot},
+    {"points pointtype 6", IsBad},
+};
+
+bool IsShown(const Points& points, std::size_t index, const Layer& layer) {
+  return IsDrawn(points, index) && layer.has(points, index);
+}
+
+bool IsEmpty(const Points& points, const Layer& layer) {
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    if (IsShown(points, i, layer)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+class Script {
+ public:
+  Script(const std::vector<Series>& scriptSeries, std::ostream& textOutput)
+      : series(scriptSeries), extent(FindExtent(series)), output(textOutput) {}
+
+  void Print(const std::vector<std::string>& names) {
+    output << STYLES;
+    PrintRanges();
+    PrintTicks();
+    PrintChanges();
+    PrintPlot(names);
+    for (const Series& one : series) {
+      for (const Layer& layer : LAYERS) {
+        PrintData(one.points, layer);
+      }
+    }
+  }
+
+ private:
+  // gnuplot warns of a range without width.
+  void PrintRanges() {
+    const long long first = extent.first.timestamp;
+    const long long last = extent.last.timestamp;
+    const long long margin = first == last ? 1 : 0;
+    output << "set xrange [" << first - margin << ':' << last + margin << "]\n";
+    if (!extent.HasValues()) {
+      output << "set yrange [0:1]\n";
+    } else if (extent.lowest == extent.highest) {
+      const double distance = std::max(1.0, std::abs(extent.highest));
+      output << "set yrange [" << Format(extent.lowest - distance) << ':'
+             << Format(extent.highest + distance) << "]\n";
+    }
+  }
+
+  void PrintTicks() {
+    constexpr std::size_t MAXIMUM_TICK_COUNT = 12;
+    output << "set xtics (";
+    const char* separator = "";
+    for (const Tick& tick : ListTicks(extent.first.timestamp, extent.last.timestamp,
+                                      extent.first.timeZone, MAXIMUM_TICK_COUNT)) {
+      output << separator << Quote(tick.label) << ' ' << tick.timestamp;
+      separator = ", ";
+    }
+    output << ")\n"
+           << "set xlabel " << Quote(extent.first.ToText() + " - " + extent.last.ToText()) << '\n';
+  }
+
+  void PrintChanges() {
+    for (const Tick& change :
+         ListClockChanges(extent.first.timestamp, extent.last.timestamp, extent.first.timeZone)) {
+      output << "set arrow from " << change.timestamp << ", graph 0 to " << change.timestamp
+             << ", graph 1 nohead dashtype 2 linecolor 'gray40'\n"
+             << "set label " << Quote("clocks " + change.label) << " at " << change.timestamp
+             << ", graph 0.97 offset 0.5 textcolor 'gray40'\n";
+    }
+  }
+
+  // The data follow in the same order. gnuplot warns of a layer without points, but not of NaN.
+  void PrintPlot(const std::vector<std::string>& names) {
+    const char* separator = "plot ";
+    for (std::size_t i = 0; i < series.size(); ++i) {
+      const std::string style = " linetype " + std::to_string(i + 1);
+      std::string title = " title " + Quote(names[i]);
+      for (const Layer& layer : LAYERS) {
+        const bool isEmpty = IsEmpty(series[i].points, layer);
+        if (!isEmpty || &layer == LAYERS) {
+          output << separator << (isEmpty ? "NaN" : "'-'") << " with " << layer.style << style
+                 << title;
+        }
+        separator = ", \\\n  ";
+        title = " notitle";
+      }
+    }
+    output << '\n';
+  }
+
+  // A blank line breaks a line.
+  void PrintData(const Points& points, const Layer& layer) {
+    if (IsEmpty(points, layer)) {
+      return;
+    }
+    bool hasBreak = true;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+      if (IsShown(points, i, layer)) {
+        output << points[i].date.timestamp << ' ' << ShortestText(points[i].value).Get() << '\n';
+        hasBreak = false;
+      } else if (!hasBreak) {
+        output << '\n';
+        hasBreak = true;
+      }
+    }
+    output << "e\n";
+  }
+
+  const std::vector<Series>& series;
+  Extent extent;
+  std::ostream& output;
+};
+
+}  // namespace
+
+void PrintGnuplot(const std::vector<Series>& series, const std::vector<std::string>& names,
+                  std::ostream& output) {
+  Script(series, output).Print(names);
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <string>
+
+#include "replace/file_descriptor.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// A name in a directory whose path has no symbolic links.
+struct ResolvedPath {
+  std::string directory;
+  std::string name;
+};
+
+// Follows the symbolic links of `path`, which need not exist. Throws FileError for one that names
+// nothing that could be a file: an empty path, a link to nothing, a path that ends with "/".
+ResolvedPath Resolve(const std::string& path);
+
+// An open directory. Names are looked up in it whatever becomes of its path.
+class Directory {
+ public:
+  // Throws FileError, also when a part of the path has become a symbolic link since it was
+  // resolved.
+  explicit Directory(const std::string& resolvedPath);
+
+  int Get() const { return descriptor.Get(); }
+  const std::string& GetPath() const { return path; }
+  std::string GetDescriptorPath() const { return descriptor.GetPath(); }
+
+  // Whether it has an entry of that name, of whatever kind.
+  bool Has(const std::string& name) const;
+
+  // Makes what was done to its entries survive a loss of power. Throws FileError.
+  void Sync() const;
+
+ private:
+  std::string path;
+  FileDescriptor descriptor;
+};
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "replace/locked_directory.h"
+#include "replace/opened_file.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// Makes or replaces a file in one instant: the new content grows in the private directory of its
+// directory and is put in place when it is whole. Every operation throws FileError.
+class FileReplacement {
+ public:
+  // Makes an empty file that becomes `fileName`.
+  FileReplacement(LockedDirectory& fileDirectory, const std::string& fileName);
+  FileReplacement(const FileReplacement&) = delete;
+  FileReplacement& operator=(const FileReplacement&) = delete;
+
+  // Removes the new file unless it was put in place.
+  ~FileReplacement();
+
+  int Get() const { return descriptor.Get(); }
+
+  // The path of the new file for the library. Nobody else can put another file there.
+  std::string GetPath() const;
+
+  // Throws FileError when the file system has no room for another file of `size` bytes.
+  void RequireRoom(off_t size) const;
+
+  // To be called after the new file was itself replaced, as the RRD library does it.
+  void Reopen();
+
+  // Fills the new file with the content of another.
+  void CopyContent(const OpenedFile& source) const;
+
+  void Sync() const;
+
+  // Why the new file cannot grow; empty when it can.
+  std::string FindGrowthError() const;
+
+  // Puts the new file in place of `old`, unless that was changed meanwhile, and with all that
+  // belongs to it.
+  void Replace(const OpenedFile& old);
+
+  // Puts the new file in place, where nothing may be.
+  void PutInPlace();
+
+  // Replaces `old`, or puts a file with the usual mode in place where there is none.
+  void ReplaceOrMake(const std::optional<OpenedFile>& old);
+
+ private:
+  // The mode that a program without special wishes gives to a new file.
+  void SetDefaultMode() const;
+
+  void RequireOwnFile() const;
+
+  LockedDirectory& directory;
+  std::string name;
+  FileDescriptor descriptor;
+  bool isInPlace = false;
+};
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,136 @@
+#include "replace/locked_directory.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "base/message.h"
+#include "replace/file_error.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::string_view TEMPORARY_PREFIX = ".nvx-convert-";
+constexpr std::string_view TEMPORARY_PATTERN = "XXXXXX";
+
+FileDescriptor OpenDirectory(int parent, const char* name) {
+  return FileDescriptor(openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+std::vector<std::string> ListNames(int directory) {
+  const std::unique_ptr<DIR, int (*)(DIR*)> stream(
+      fdopendir(OpenDirectory(directory, ".").Release()), closedir);
+  std::vector<std::string> names;
+  if (stream == nullptr) {
+    return names;
+  }
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): of a stream that nobody else has
+  while (const dirent* const entry = readdir(stream.get())) {
+    names.emplace_back(entry->d_name);
+  }
+  return names;
+}
+
+void RemoveDirectory(int parent, const std::string& name, const FileDescriptor& directory) {
+  for (const std::string& entry : ListNames(directory.Get())) {
+    unlinkat(directory.Get(), entry.c_str(), 0);
+  }
+  unlinkat(parent, name.c_str(), AT_REMOVEDIR);
+}
+
+// What cannot be removed stays; it takes space and does no harm. In a directory of somebody else
+// only what is one's own is looked into.
+void RemoveLeftovers(int directory) {
+  for (const std::string& name : ListNames(directory)) {
+    if (!IsTemporaryName(name)) {
+      continue;
+    }
+    const FileDescriptor left = OpenDirectory(directory, name.c_str());
+    struct stat status {};
+    if (!left.IsOpen()) {
+      unlinkat(directory, name.c_str(), 0);
+    } else if (fstat(left.Get(), &status) == 0 && status.st_uid == geteuid()) {
+      RemoveDirectory(directory, name, left);
+    }
+  }
+}
+
+// False when the file system has no locks.
+bool Lock(const Directory& directory, int fd, std::chrono::milliseconds patience) {
+  constexpr auto PAUSE = 50ms;
+  const auto deadline = std::chrono::steady_clock::now() + patience;
+  bool isTold = false;
+  while (flock(fd, LOCK_EX | LOCK_NB) != 0) {
+    if (errno != EWOULDBLOCK) {
+      return false;
+    }
+    if (!isTold) {
+      PrintMessage(directory.GetPath() + ": waiting for another process that replaces files in it");
+      isTold = true;
+    }
+    InterruptionGuard::Check();
+    if (std::chrono::steady_clock::now() >= deadline) {
+      throw FileError("another process still replaces files in its directory", StatusCode::IoError);
+    }
+    std::this_thread::sleep_for(PAUSE);
+  }
+  return true;
+}
+
+}  // namespace
+
+LockedDirectory::LockedDirectory(const Directory& lockedDirectory,
+                                 std::chrono::milliseconds patience)
+    : directory(lockedDirectory), lock(OpenDirectory(directory.Get(), ".")) {
+  RequireCall(lock.IsOpen(), "the directory cannot be opened");
+  if (Lock(directory, lock.Get(), patience)) {
+    RemoveLeftovers(directory.Get());
+  }
+}
+
+LockedDirectory::~LockedDirectory() {
+  if (privateDirectory.IsOpen()) {
+    RemoveDirectory(directory.Get(), privateName, privateDirectory);
+  }
+}
+
+const FileDescriptor& LockedDirectory::GetPrivateDirectory() {
+  if (privateDirectory.IsOpen()) {
+    return privateDirectory;
+  }
+  std::string pattern = directory.GetDescriptorPath() + "/";
+  pattern.append(TEMPORARY_PREFIX).append(TEMPORARY_PATTERN);
+  RequireCall(mkdtemp(pattern.data()) != nullptr, "no temporary directory can be made beside it");
+  privateName = pattern.substr(pattern.rfind('/') + 1);
+  privateDirectory = OpenDirectory(directory.Get(), privateName.c_str());
+  struct stat status {};
+  RequireCall(privateDirectory.IsOpen() && fstat(privateDirectory.Get(), &status) == 0,
+              "its temporary directory cannot be opened");
+  RequireArgument(status.st_uid == geteuid() && (status.st_mode & 077) == 0,
+                  "its temporary directory was exchanged");
+  return privateDirectory;
+}
+
+bool IsTemporaryName(const std::string& name) {
+  const std::string_view all = name;
+  if (all.size() != TEMPORARY_PREFIX.size() + TEMPORARY_PATTERN.size() ||
+      all.substr(0, TEMPORARY_PREFIX.size()) != TEMPORARY_PREFIX) {
+    return false;
+  }
+  const std::string_view rest = all.substr(TEMPORARY_PREFIX.size());
+  return std::all_of(rest.begin(), rest.end(),
+                     [](unsigned char letter) { return std::isalnum(letter) != 0; });
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,100 @@
+#include "replace/output_file.h"
+
+#include <unistd.h>
+
+#include <cstring>
+#include <fstream>
+#include <iostream>
+
+#include "base/command_error.h"
+#include "replace/file_error.h"
+#include "replace/file_replacement.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+// An RRD file is never what an output was meant to replace.
+void RequireNoRrdFile(const OpenedFile& file) {
+  constexpr char COOKIE[] = {'R', 'R', 'D', '\0'};
+  char start[sizeof COOKIE] = {};
+  RequireArgument(pread(file.Get(), start, sizeof start, 0) != sizeof start ||
+                      std::memcmp(start, COOKIE, sizeof COOKIE) != 0,
+                  "is an RRD file, which is not replaced");
+}
+
+template <typename Work>
+auto WithPath(const std::string& path, const Work& work) {
+  try {
+    return work();
+  } catch (const FileError& error) {
+    throw CommandError(path, error.what(), error.GetStatus());
+  }
+}
+
+}  // namespace
+
+class OutputFile::File {
+ public:
+  explicit File(const ResolvedPath& resolved)
+      : directory(resolved.directory),
+        old(OpenOld(resolved.name)),
+        lock(directory),
+        replacement(lock, resolved.name),
+        stream(replacement.GetPath(), std::ios::binary) {}
+
+  void Write(const std::string& text) {
+    InterruptionGuard::Check();
+    stream << text;
+    RequireCall(stream.good(), "it cannot be written");
+  }
+
+  void PutInPlace() {
+    stream.close();
+    RequireCall(stream.good(), "it cannot be written");
+    replacement.Sync();
+    replacement.ReplaceOrMake(old);
+    directory.Sync();
+  }
+
+ private:
+  std::optional<OpenedFile> OpenOld(const std::string& name) const {
+    if (!directory.Has(name)) {
+      return std::nullopt;
+    }
+    OpenedFile opened(directory, name);
+    opened.RequireReplaceable();
+    RequireNoRrdFile(opened);
+    return opened;
+  }
+
+  Directory directory;
+  std::optional<OpenedFile> old;
+  LockedDirectory lock;
+  FileReplacement replacement;
+  std::ofstream stream;
+};
+
+OutputFile::OutputFile(const std::optional<std::string>& filePath) {
+  if (filePath && *filePath != "-") {
+    path = *filePath;
+    file = WithPath(path, [this] { return std::make_unique<File>(Resolve(path)); });
+  }
+}
+
+OutputFile::~OutputFile() = default;
+
+bool OutputFile::Write(const std::string& text) {
+  if (file == nullptr) {
+    return std::cout.write(text.data(), static_cast<std::streamsize>(text.size())).good();
+  }
+  WithPath(path, [&] { file->Write(text); });
+  return true;
+}
+
+void OutputFile::Finish() {
+  if (file != nullptr) {
+    WithPath(path, [this] { file->PutInPlace(); });
+  }
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

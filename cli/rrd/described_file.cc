@@ -1,0 +1,67 @@
+#include "rrd/described_file.h"
+
+#include "base/command_error.h"
+#include "base/last_error.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+// "a, b and c".
+template <typename Items, typename Name>
+std::string JoinNames(const Items& items, Name name) {
+  std::string text;
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    const bool isLast = i + 1 == items.size();
+    text += (i == 0 ? "" : isLast ? " and " : ", ") + name(items[i]);
+  }
+  return text;
+}
+
+}  // namespace
+
+Rrd::FileDescription DescribeFile(const PatientClient& client, const std::string& path,
+                                  const std::string& zeltId) {
+  const LastError lastError;
+  Rrd::FileDescription file;
+  const StatusCode status = client.Describe(path, file);
+  Require(status, zeltId, "its file cannot be read: " + lastError.GetReason());
+  return file;
+}
+
+Rrd::FileDescription DescribeSingleSource(const PatientClient& client, const std::string& path,
+                                          const std::string& zeltId) {
+  Rrd::FileDescription file = DescribeFile(client, path, zeltId);
+  if (file.dataSources.size() != 1) {
+    throw CommandError(
+        zeltId,
+        "its file has " + std::to_string(file.dataSources.size()) + " data sources, " +
+            JoinNames(file.dataSources, [](const auto& source) { return source.name; }) +
+            "; only files with one are read",
+        StatusCode::InvalidArgument);
+  }
+  return file;
+}
+
+const Rrd::ArchiveDescription& RequireArchive(const Rrd::FileDescription& file, long long start,
+                                              const std::string& zeltId) {
+  const Rrd::ArchiveDescription* const archive = file.FindArchive(start);
+  if (archive == nullptr) {
+    throw CommandError(
+        zeltId,
+        "only archives of LAST, or with a row for each step, are read; its file has " +
+            JoinNames(file.archives,
+                      [&](const auto& other) {
+                        return other.consolidation + " with rows of " +
+                               std::to_string(GetRowLength(file, other)) + " s";
+                      }),
+        StatusCode::InvalidArgument);
+  }
+  return *archive;
+}
+
+unsigned long GetRowLength(const Rrd::FileDescription& file,
+                           const Rrd::ArchiveDescription& archive) {
+  return archive.stepsPerRow * file.step;
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+
+#include "rrd/patient_client.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// What the file of an id consists of. Throws CommandError for a file that cannot be read, with the
+// reason.
+Rrd::FileDescription DescribeFile(const PatientClient& client, const std::string& path,
+                                  const std::string& zeltId);
+
+// The same of a file with one data source, of which every row is one value. Throws CommandError for
+// any other, naming its data sources.
+Rrd::FileDescription DescribeSingleSource(const PatientClient& client, const std::string& path,
+                                          const std::string& zeltId);
+
+// The archive that a fetch from `start` on reads. Throws CommandError for a file of which the
+// library reads none, naming its archives.
+const Rrd::ArchiveDescription& RequireArchive(const Rrd::FileDescription& file, long long start,
+                                              const std::string& zeltId);
+
+// Seconds from one row of an archive to the next.
+unsigned long GetRowLength(const Rrd::FileDescription& file,
+                           const Rrd::ArchiveDescription& archive);
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,79 @@
+#include "rrd/sample_writer.h"
+
+#include <ctime>
+
+#include "base/command_error.h"
+#include "base/last_error.h"
+#include "base/time_text.h"
+#include "rrd/described_file.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+constexpr std::size_t BATCH_SIZE = 10'000;
+constexpr long long SECONDS_A_DAY = 86'400;
+
+}  // namespace
+
+SampleWriter::SampleWriter(const PatientClient& client, const std::string& filePath,
+                           const std::string& fileName, const SamplePolicy& samplePolicy)
+    : rrdClient(client),
+      path(filePath),
+      name(fileName),
+      policy(samplePolicy),
+      stored(client, filePath, DescribeSingleSource(client, filePath, fileName)) {
+  formerLast = stored.GetLastTime();
+}
+
+bool SampleWriter::Add(const std::pair<long long, double>& sample) {
+  if (policy.mayBePast && sample.first <= formerLast) {
+    ++pastCount;
+    return true;
+  }
+  return batch.insert(sample).second;
+}
+
+bool SampleWriter::IsBatchFull() const { return batch.size() == BATCH_SIZE; }
+
+void SampleWriter::StoreBatch() {
+  if (batch.empty()) {
+    return;
+  }
+  const LastError lastError;
+  long long last = 0;
+  if (rrdClient.GetLastTimestamp(path, last) != StatusCode::Success) {
+    throw CommandError(name, path + " cannot be read: " + lastError.GetReason(),
+                       StatusCode::Failure);
+  }
+  // The RRD library itself would store what stands before the sample that it refuses.
+  const long long earliest = batch.begin()->first;
+  if (earliest <= last) {
+    throw CommandError(name,
+                       "the sample of " + FormatUtc(earliest) + " is not later than " +
+                           FormatUtc(last) +
+                           ", the last update; --skip-past leaves out what the file has already",
+                       StatusCode::InvalidArgument);
+  }
+  const long long latest = batch.rbegin()->first;
+  if (!policy.mayBeFuture && latest > std::time(nullptr) + SECONDS_A_DAY) {
+    throw CommandError(name,
+                       "the sample of " + FormatUtc(latest) +
+                           " is more than a day in the future; --force stores it",
+                       StatusCode::InvalidArgument);
+  }
+  if (rrdClient.Update(path, batch) != StatusCode::Success) {
+    throw CommandError(name, path + " cannot be updated: " + lastError.GetReason(),
+                       StatusCode::Failure);
+  }
+  stored.Add(batch);
+  batch.clear();
+}
+
+std::string SampleWriter::Describe() const {
+  return name + ": " + stored.Describe() +
+         (pastCount == 0 ? ""
+                         : "; " + std::to_string(pastCount) + " left out, not later than " +
+                               FormatUtc(formerLast) + ", the last update before");
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
