@@ -58,7 +58,6 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
          "-d,--directory",
          [&context](const std::vector<std::string>& directories) {
            context.directories = directories;
-           context.directory = directories.back();
          },
          "Database directory (default: .); export and push take several")
       ->envname("NVX_TIMESERIES_DATABASE")

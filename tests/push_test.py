@@ -363,7 +363,7 @@ class PushTest(unittest.TestCase):
         self.assertEqual(push(), [])
         update(2, 4)
         self.assertEqual(push(), ["id=new value=2 120", "id=new value=3 180"])
-        self.assertEqual(push("--interval", "2m"), [])
+        self.assertEqual(push("--interval", "2m", status=1), [])
         update(4, 6)
         self.assertEqual(push("--interval", "2m"), ["id=new value=3,quality=true 120"])
         self.assertEqual(push(), ["id=new value=4 240", "id=new value=5 300"])

@@ -5,20 +5,20 @@
 
 #include "arguments/choice.h"
 #include "arguments/zone_text.h"
+#include "base/message.h"
 #include "base/shortest_text.h"
 #include "command/commands.h"
+#include "formats/local_time.h"
 #include "formats/point_writer.h"
-#include "rrd/described_file.h"
+#include "points/row_reader.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-enum class LastFormat { Text, Csv, Json };
-
 struct LastOptions {
-  std::string zeltId;
+  std::vector<std::string> zeltIds;
   std::string zoneName = "UTC";
-  LastFormat format = LastFormat::Text;
+  std::optional<PointFormat> format;  // none for text
 };
 
 // NaN for a reading that is missing or that the bounds exclude.
@@ -33,60 +33,79 @@ double ReadValue(const Rrd::DataSourceDescription& source) {
 
 // The newest row, or the reading behind it, of which no row is made yet. Only of a gauge is a
 // reading a value.
-NumericalDataPoint FindLast(const std::string& zeltId, Context& context) {
-  const std::string path = context.GetPathOfNative(zeltId);
-  const Rrd::FileDescription file = DescribeSingleSource(context.rrdClient, path, zeltId);
-  const Rrd::ArchiveDescription& archive = RequireArchive(file, file.lastUpdate, zeltId);
-  NumericalDataPoint last;
-  if (file.lastUpdate > archive.lastTime && file.dataSources.front().type == "GAUGE") {
-    last.date.timestamp = file.lastUpdate;
-    last.value = ReadValue(file.dataSources.front());
-  } else {
-    last.date.timestamp = archive.lastTime;
-    Rrd::FetchResult result;
-    Require(context.rrdClient.Fetch(path, archive.lastTime, archive.lastTime, result), zeltId,
-            "its last sample cannot be read");
-    last.value = result.GetData()[0];
-  }
-  last.quality = last.value == last.value;
+Piece FindLast(const Source& source) {
+  const Rrd::FileDescription& file = source.file;
+  const ChosenArchive chosen = ChooseArchive(source, file.lastUpdate);
+  const long long lastRow = chosen.archive->lastTime;
+  const bool isReading = file.lastUpdate > lastRow && file.dataSources.front().type == "GAUGE";
+  const double value = isReading ? ReadValue(file.dataSources.front())
+                                 : *RowReader(source).Read(chosen, lastRow, lastRow, lastRow);
+  Piece last(1);
+  last.AddTime(isReading ? file.lastUpdate : lastRow);
+  last.AddValue({value, value == value});
   return last;
 }
 
-void Print(PointWriter&& writer, const NumericalDataPoint& point) {
-  writer.Add("", {{point}});
-  writer.Finish();
-}
+// DATE TIMESTAMP VALUE, and of several files the id.
+class TextWriter : public PointWriter {
+ public:
+  explicit TextWriter(AnswerShape answerShape) : shape(std::move(answerShape)) {}
+
+  void Begin(const Series& series, int /*round*/, std::string& /*text*/) override {
+    end = (shape.isSeveral ? " " + WithoutControls(series.zeltId) : "") + '\n';
+  }
+
+  void Append(const Piece& piece, std::string& text) override {
+    text +=
+        FormatLocal(piece.GetTime(0), shape.zone) + ' ' + std::to_string(piece.GetTime(0)) + ' ';
+    text += ShortestText(piece.GetRow(0)->number).Get();
+    text += end;
+  }
+
+ private:
+  AnswerShape shape;
+  std::string end;
+};
 
 void Run(const LastOptions& options, Context& context) {
-  const cctz::time_zone zone = LoadZone(options.zoneName);
-  NumericalDataPoint last = FindLast(options.zeltId, context);
-  last.date.timeZone = zone;
-  switch (options.format) {
-    case LastFormat::Text:
-      std::cout << last.date.ToText() << ' ' << last.date.timestamp << ' '
-                << ShortestText(last.value).Get() << '\n';
-      return;
-    case LastFormat::Csv:
-      return Print(CsvWriter(AnswerShape(), std::cout), last);
-    case LastFormat::Json:
-      return Print(JsonWriter(AnswerShape(), std::cout), last);
-  }
+  AnswerShape shape;
+  shape.zone = LoadZone(options.zoneName);
+  context.GetDirectory();  // which must be one
+  const Selection selection = SelectFiles(options.zeltIds, context);
+  shape.isSeveral = selection.isSeveral;
+  const std::unique_ptr<PointWriter> writer = options.format
+                                                  ? MakePointWriter(*options.format, shape)
+                                                  : std::make_unique<TextWriter>(shape);
+  std::string text;
+  ForEachFile(selection, context, [&](const SelectedFile& file) {
+    const Piece last = FindLast(Source(file, context));
+    writer->Begin(file.MakeSeries({}), 0, text);
+    writer->Append(last, text);
+    writer->End();
+  });
+  writer->Finish(text);
+  std::cout << text;
 }
 
 }  // namespace
 
 void AddLastCommand(CLI::App& app, Context& context) {
   CLI::App* const command =
-      app.add_subcommand("last", "Print time and value of the last sample of a data source");
+      app.add_subcommand("last", "Print time and value of the last sample of data sources");
   const auto options = std::make_shared<LastOptions>();
-  command->add_option("ID", options->zeltId, "Data source")->required()->type_name("");
+  command->add_option("ID", options->zeltIds, "Data sources, or patterns of their ids")
+      ->required()
+      ->type_name("");
   command->add_option("--zone", options->zoneName, "Time zone of the printed date (default: UTC)")
       ->type_name("ZONE");
   AddChoice(*command, "--format", options->format,
-            {{"text", LastFormat::Text}, {"csv", LastFormat::Csv}, {"json", LastFormat::Json}},
-            "Form of the output: DATE TIMESTAMP VALUE (text, default), or as query prints it")
+            Choices<std::optional<PointFormat>>{
+                {"text", std::nullopt}, {"csv", PointFormat::Csv}, {"json", PointFormat::Json}},
+            "Form of the output: DATE TIMESTAMP VALUE, and of several the ID (text, default), or\n"
+            "as query prints it")
       ->type_name("FORMAT");
-  command->footer("VALUE is nan for a sample that is missing.\n" + std::string(ZONE_HELP));
+  command->footer(std::string(PATTERN_HELP) + "\nVALUE is nan for a sample that is missing.\n" +
+                  ZONE_HELP);
   command->callback([options, &context] { Run(*options, context); });
 }
 

@@ -9,7 +9,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 void List(Context& context) {
-  for (const std::string& zeltId : ListDataSources(context)) {
+  for (const std::string& zeltId : ListDataSources(context.GetDirectory(), context)) {
     std::cout << WithoutControls(zeltId) << '\n';
   }
 }

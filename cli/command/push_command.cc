@@ -13,7 +13,8 @@ namespace {
 
 struct PushCommandOptions {
   std::string url;
-  ExportOptions what;
+  std::vector<std::string> zeltIds;
+  QuestionOptions question;
   std::optional<std::string> statePath;
   Secrets secrets;
   SendOptions send;
@@ -21,8 +22,12 @@ struct PushCommandOptions {
 
 constexpr unsigned int LONGEST_TIME = 86400;  // seconds
 
-ExportQuestion ReadPushQuestion(const ExportOptions& options) {
-  ExportQuestion question = ReadExportQuestion(options);
+Question ReadPushQuestion(const QuestionOptions& options) {
+  if (options.isPartial || options.isUnadjusted) {
+    throw CLI::ValidationError(options.isPartial ? "--partial" : "--no-adjust",
+                               "what was sent is not sent again, so only complete intervals are");
+  }
+  Question question = ReadQuestion(options);
   if (question.interval == QueryInterval::FullPeriod) {
     throw CLI::ValidationError("--interval", "the interval all is never complete");
   }
@@ -31,17 +36,17 @@ ExportQuestion ReadPushQuestion(const ExportOptions& options) {
 }
 
 void Push(const PushCommandOptions& options, Context& context) {
-  const ExportQuestion question = ReadPushQuestion(options.what);
+  const Question question = ReadPushQuestion(options.question);
   const WriteAddress address = ReadWriteAddress(options.url, options.secrets);
   const InterruptionGuard guard;
-  const FileList list = ListFiles(options.what.zeltIds, context);
+  const Selection selection = SelectFiles(options.zeltIds, context);
   PushState state(
       options.statePath ? *options.statePath : PushState::FindDefaultPath(address.fileName),
       address.name);
   HttpSender sender(address, options.send);
   Pusher pusher(question, sender, state, context);
   try {
-    pusher.Push(list);
+    pusher.Push(selection);
   } catch (const SendError& error) {
     throw CommandError(address.name, error.what(), error.GetStatus());
   }
@@ -76,7 +81,11 @@ void AddPushCommand(CLI::App& app, Context& context) {
   command->add_option("URL", options->url, "Where the server takes line protocol")
       ->required()
       ->type_name("");
-  AddExportOptions(*command, options->what);
+  command
+      ->add_option("ID", options->zeltIds, "Data sources, or patterns of their ids (default: all)")
+      ->type_name("");
+  AddQuestionOptions(*command, options->question);
+  AddLabelOption(*command, options->question);
   command
       ->add_option("--state", options->statePath,
                    "What the server has confirmed (default: a file for the URL in\n"

@@ -29,35 +29,35 @@ long long Canvas::GetHeight() const {
   return static_cast<long long>(cells.size() / columns) * dotRows;
 }
 
-void Canvas::DrawLine(const Dot& from, const Dot& to, std::size_t series) {
+void Canvas::DrawLine(const Dot& from, const Dot& to, std::size_t curve) {
   const long long width = to.x - from.x;
   const long long height = to.y - from.y;
   const long long count = std::max({std::llabs(width), std::llabs(height), 1LL});
   for (long long i = 0; i <= count; ++i) {
-    SetDot({from.x + width * i / count, from.y + height * i / count}, series);
+    SetDot({from.x + width * i / count, from.y + height * i / count}, curve);
   }
 }
 
 // Together with its neighbours in the same character.
-void Canvas::DrawPoint(const Dot& dot, std::size_t series) {
-  SetDot(dot, series);
+void Canvas::DrawPoint(const Dot& dot, std::size_t curve) {
+  SetDot(dot, curve);
   if (IsBraille()) {
-    SetDot({dot.x ^ 1, dot.y}, series);
-    SetDot({dot.x, dot.y ^ 1}, series);
-    SetDot({dot.x ^ 1, dot.y ^ 1}, series);
+    SetDot({dot.x ^ 1, dot.y}, curve);
+    SetDot({dot.x, dot.y ^ 1}, curve);
+    SetDot({dot.x ^ 1, dot.y ^ 1}, curve);
   }
 }
 
-void Canvas::DrawHollowPoint(const Dot& dot, std::size_t series) {
-  SetDot(dot, series).isHollow = true;
+void Canvas::DrawHollowPoint(const Dot& dot, std::size_t curve) {
+  SetDot(dot, curve).isHollow = true;
 }
 
-Canvas::Cell& Canvas::SetDot(const Dot& dot, std::size_t series) {
+Canvas::Cell& Canvas::SetDot(const Dot& dot, std::size_t curve) {
   constexpr unsigned char BITS[2][4] = {{0x01, 0x02, 0x04, 0x40}, {0x08, 0x10, 0x20, 0x80}};
   Cell& cell = cells[static_cast<std::size_t>(dot.y / dotRows) * columns +
                      static_cast<std::size_t>(dot.x / dotColumns)];
   cell.dots |= BITS[dot.x % dotColumns][dot.y % dotRows];
-  cell.series = series;
+  cell.curve = curve;
   return cell;
 }
 
@@ -77,21 +77,21 @@ std::string Canvas::Format(const Cell& cell) const {
     return " ";
   }
   if (cell.isHollow) {
-    return Colour(std::string(1, HOLLOW), cell.series);
+    return Colour(std::string(1, HOLLOW), cell.curve);
   }
-  return IsBraille() ? Colour(EncodeBraille(cell.dots), cell.series) : GetSample(cell.series);
+  return IsBraille() ? Colour(EncodeBraille(cell.dots), cell.curve) : GetSample(cell.curve);
 }
 
-std::string Canvas::GetSample(std::size_t series) const {
+std::string Canvas::GetSample(std::size_t curve) const {
   constexpr std::string_view MARKS = "*+x#@%&$";
-  return IsBraille() ? Colour(EncodeBraille(0x12) + EncodeBraille(0x12), series)
-                     : std::string(1, MARKS[series % MARKS.size()]);
+  return IsBraille() ? Colour(EncodeBraille(0x12) + EncodeBraille(0x12), curve)
+                     : std::string(1, MARKS[curve % MARKS.size()]);
 }
 
-std::string Canvas::Colour(const std::string& text, std::size_t series) const {
+std::string Canvas::Colour(const std::string& text, std::size_t curve) const {
   constexpr std::size_t COLOUR_COUNT = 6;
   return drawing == Drawing::ColouredBraille
-             ? "\x1b[3" + std::to_string(1 + series % COLOUR_COUNT) + "m" + text + "\x1b[0m"
+             ? "\x1b[3" + std::to_string(1 + curve % COLOUR_COUNT) + "m" + text + "\x1b[0m"
              : text;
 }
 

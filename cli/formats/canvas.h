@@ -8,9 +8,9 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 
 // How a chart is drawn.
 enum class Drawing {
-  Marks,           // each series with another character of ASCII
+  Marks,           // each curve with another character of ASCII
   Braille,         // with the dots of Braille patterns, eight a character
-  ColouredBraille  // the same, each series in another colour
+  ColouredBraille  // the same, each curve in another colour
 };
 
 // A grid of characters on which lines are drawn. Its dots, several a character with Braille, count
@@ -27,29 +27,29 @@ class Canvas {
   long long GetWidth() const;   // in dots
   long long GetHeight() const;  // in dots
 
-  void DrawLine(const Dot& from, const Dot& to, std::size_t series);
+  void DrawLine(const Dot& from, const Dot& to, std::size_t curve);
 
   // Draw a point that is seen on its own; a hollow one takes its whole character.
-  void DrawPoint(const Dot& dot, std::size_t series);
-  void DrawHollowPoint(const Dot& dot, std::size_t series);
+  void DrawPoint(const Dot& dot, std::size_t curve);
+  void DrawHollowPoint(const Dot& dot, std::size_t curve);
 
   // A row of characters, without blanks at its end.
   std::string GetRow(std::size_t row) const;
 
-  // What a series is drawn with, for the legend.
-  std::string GetSample(std::size_t series) const;
+  // What a curve is drawn with, for the legend.
+  std::string GetSample(std::size_t curve) const;
 
  private:
   struct Cell {
     unsigned char dots = 0;
     bool isHollow = false;
-    std::size_t series = 0;
+    std::size_t curve = 0;
   };
 
   bool IsBraille() const { return drawing != Drawing::Marks; }
-  Cell& SetDot(const Dot& dot, std::size_t series);
+  Cell& SetDot(const Dot& dot, std::size_t curve);
   std::string Format(const Cell& cell) const;
-  std::string Colour(const std::string& text, std::size_t series) const;
+  std::string Colour(const std::string& text, std::size_t curve) const;
 
   std::size_t columns;
   Drawing drawing;

@@ -34,19 +34,19 @@ long long Scale(double part, long long dotCount) {
 
 class Chart {
  public:
-  Chart(const std::vector<Series>& chartSeries, const ChartSize& size, Drawing chartDrawing)
-      : extent(FindExtent(chartSeries)),
+  Chart(const std::vector<Curve>& chartCurves, const ChartSize& size, Drawing chartDrawing)
+      : extent(FindExtent(chartCurves)),
         highest(FormatValue(extent.highest)),
         middle(FormatValue(extent.lowest / 2 + extent.highest / 2)),
         lowest(FormatValue(extent.lowest)),
         labelWidth(std::max({highest.size(), middle.size(), lowest.size()})),
         columns(std::max(size.columns, static_cast<unsigned int>(labelWidth + 2 + LEAST_COLUMNS)) -
                 labelWidth - 2),
-        rows(ChooseRows(size, chartSeries.size())),
+        rows(ChooseRows(size, chartCurves.size())),
         frame(chartDrawing == Drawing::Marks ? ASCII_FRAME : BOX_FRAME),
         canvas(columns, rows, chartDrawing) {
-    for (std::size_t i = 0; i < chartSeries.size(); ++i) {
-      Draw(chartSeries[i].points, i);
+    for (std::size_t i = 0; i < chartCurves.size(); ++i) {
+      Draw(chartCurves[i].points, i);
     }
   }
 
@@ -61,7 +61,8 @@ class Chart {
       PrintTimes(output);
     }
     output << extent.first.ToText() << " - " << extent.last.ToText()
-           << (extent.HasValues() ? "" : ": no value") << (hasBad ? "; o is bad" : "") << '\n';
+           << (extent.HasValues() ? "" : ": no value") << (hasBad ? "; o is bad" : "")
+           << (extent.hasInfinite ? "; infinite values are not drawn" : "") << '\n';
   }
 
  private:
@@ -89,7 +90,7 @@ class Chart {
 
   // A line is drawn where it goes beyond what its column of dots shows already: there may be many
   // more points than columns.
-  void Draw(const Points& points, std::size_t series) {
+  void Draw(const Points& points, std::size_t curve) {
     std::optional<Canvas::Dot> previous;
     long long top = 0;
     long long bottom = 0;
@@ -101,14 +102,14 @@ class Chart {
       const Canvas::Dot dot = Locate(points[i]);
       const bool isInColumn = previous && previous->x == dot.x;
       if (!previous && !IsDrawn(points, i + 1)) {
-        canvas.DrawPoint(dot, series);
+        canvas.DrawPoint(dot, curve);
       } else if (!isInColumn || dot.y < top || dot.y > bottom) {
-        canvas.DrawLine(previous.value_or(dot), dot, series);
+        canvas.DrawLine(previous.value_or(dot), dot, curve);
         top = isInColumn ? std::min(top, dot.y) : dot.y;
         bottom = isInColumn ? std::max(bottom, dot.y) : dot.y;
       }
       if (!points[i].quality) {
-        canvas.DrawHollowPoint(dot, series);
+        canvas.DrawHollowPoint(dot, curve);
         hasBad = true;
       }
       previous = dot;
@@ -174,9 +175,9 @@ class Chart {
 
 }  // namespace
 
-void PrintChart(const std::vector<Series>& series, const std::vector<std::string>& names,
+void PrintChart(const std::vector<Curve>& curves, const std::vector<std::string>& names,
                 const ChartSize& size, Drawing drawing, std::ostream& output) {
-  Chart(series, size, drawing).Print(names, output);
+  Chart(curves, size, drawing).Print(names, output);
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

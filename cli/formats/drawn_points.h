@@ -5,16 +5,18 @@
 #include <limits>
 #include <vector>
 
-#include "points/points.h"
+#include "formats/curves.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// From where to where the dates of series go, and their finite values.
+// From where to where the dates of curves go, and their finite values.
 struct Extent {
   Date::Date first;  // both are 1970 without points
   Date::Date last;
   double lowest = std::numeric_limits<double>::infinity();
   double highest = -std::numeric_limits<double>::infinity();
+
+  bool hasInfinite = false;  // values that are not drawn
 
   bool HasValues() const { return lowest <= highest; }
 };
@@ -24,10 +26,10 @@ inline bool IsDrawn(const Points& points, std::size_t index) {
   return index < points.size() && std::isfinite(points[index].value);
 }
 
-inline Extent FindExtent(const std::vector<Series>& series) {
+inline Extent FindExtent(const std::vector<Curve>& curves) {
   Extent extent;
   bool isFirst = true;
-  for (const Series& one : series) {
+  for (const Curve& one : curves) {
     for (const NumericalDataPoint& point : one.points) {
       if (isFirst || point.date.timestamp < extent.first.timestamp) {
         extent.first = point.date;
@@ -40,6 +42,7 @@ inline Extent FindExtent(const std::vector<Series>& series) {
         extent.lowest = std::min(extent.lowest, point.value);
         extent.highest = std::max(extent.highest, point.value);
       }
+      extent.hasInfinite |= std::isinf(point.value);
     }
   }
   return extent;

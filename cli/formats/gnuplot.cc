@@ -19,11 +19,13 @@ constexpr char STYLES[] =
     "set tics nomirror\n"
     "set key above left noenhanced\n";
 
-// In single quotes gnuplot takes every character as it is but the quote.
+// In single quotes gnuplot takes every character as it is but the quote. That is written twice, of
+// which two in a row are not understood, or else between double quotes.
 std::string Quote(const std::string& text) {
+  const bool hasPair = text.find("''") != std::string::npos;
   std::string quoted = "'";
   for (const char character : text) {
-    quoted += character == '\'' ? "''" : std::string(1, character);
+    quoted += character != '\'' ? std::string(1, character) : hasPair ? "'.\"'\".'" : "''";
   }
   return quoted + '\'';
 }
@@ -40,7 +42,7 @@ bool IsDot(const Points& points, std::size_t index) {
 
 bool IsBad(const Points& points, std::size_t index) { return !points[index].quality; }
 
-// What is drawn of each series, one over the other.
+// What is drawn of each curve, one over the other.
 struct Layer {
   const char* style;
   bool (*has)(const Points& points, std::size_t index);
@@ -67,16 +69,16 @@ bool IsEmpty(const Points& points, const Layer& layer) {
 
 class Script {
  public:
-  Script(const std::vector<Series>& scriptSeries, std::ostream& textOutput)
-      : series(scriptSeries), extent(FindExtent(series)), output(textOutput) {}
+  Script(const std::vector<Curve>& scriptCurves, std::ostream& textOutput)
+      : curves(scriptCurves), extent(FindExtent(curves)), output(textOutput) {}
 
   void Print(const std::vector<std::string>& names) {
-    output << STYLES;
+    output << STYLES << (extent.hasInfinite ? "# infinite values are not drawn\n" : "");
     PrintRanges();
     PrintTicks();
     PrintChanges();
     PrintPlot(names);
-    for (const Series& one : series) {
+    for (const Curve& one : curves) {
       for (const Layer& layer : LAYERS) {
         PrintData(one.points, layer);
       }
@@ -125,11 +127,11 @@ class Script {
   // The data follow in the same order. gnuplot warns of a layer without points, but not of NaN.
   void PrintPlot(const std::vector<std::string>& names) {
     const char* separator = "plot ";
-    for (std::size_t i = 0; i < series.size(); ++i) {
+    for (std::size_t i = 0; i < curves.size(); ++i) {
       const std::string style = " linetype " + std::to_string(i + 1);
       std::string title = " title " + Quote(names[i]);
       for (const Layer& layer : LAYERS) {
-        const bool isEmpty = IsEmpty(series[i].points, layer);
+        const bool isEmpty = IsEmpty(curves[i].points, layer);
         if (!isEmpty || &layer == LAYERS) {
           output << separator << (isEmpty ? "NaN" : "'-'") << " with " << layer.style << style
                  << title;
@@ -159,16 +161,16 @@ class Script {
     output << "e\n";
   }
 
-  const std::vector<Series>& series;
+  const std::vector<Curve>& curves;
   Extent extent;
   std::ostream& output;
 };
 
 }  // namespace
 
-void PrintGnuplot(const std::vector<Series>& series, const std::vector<std::string>& names,
+void PrintGnuplot(const std::vector<Curve>& curves, const std::vector<std::string>& names,
                   std::ostream& output) {
-  Script(series, output).Print(names);
+  Script(curves, output).Print(names);
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

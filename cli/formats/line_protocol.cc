@@ -41,31 +41,41 @@ void AppendEscaped(const std::string& text, std::string& line) {
 
 }  // namespace
 
-void LineProtocol::Begin(const ExportedSeries& series, int /*round*/, std::string& /*text*/) {
-  std::string line = series.scope;
+void LineProtocol::Begin(const Series& series, int /*round*/, std::string& /*text*/) {
+  prefix = series.GetScope();
   for (const auto& [key, value] : series.labels) {
-    line += ',';
-    AppendEscaped(key, line);
-    line += '=';
-    AppendEscaped(value, line);
+    prefix += ',';
+    AppendEscaped(key, prefix);
+    prefix += '=';
+    AppendEscaped(value, prefix);
   }
-  prefix = line + " value=";
-  hasQuality = series.hasQuality;
+  prefix += ' ';
 }
 
 void LineProtocol::Append(const Piece& piece, std::string& text) {
-  for (const StreamedPoint& point : piece) {
-    if (!std::isfinite(point.value)) {
-      leftOutCount += std::isnan(point.value) ? 0 : 1;
+  for (std::size_t row = 0; row < piece.GetRowCount(); ++row) {
+    const std::size_t begin = text.size();
+    const char* separator = prefix.c_str();
+    for (std::size_t i = 0; i < piece.GetColumnCount(); ++i) {
+      const double number = piece.GetRow(row)[i].number;
+      if (!std::isfinite(number)) {
+        leftOutCount += std::isnan(number) ? 0 : 1;
+        continue;
+      }
+      text += separator;
+      text += shape.names[i];
+      text += '=';
+      text += ShortestText(number).Get();
+      separator = ",";
+    }
+    if (text.size() == begin) {
       continue;
     }
-    text += prefix;
-    text += ShortestText(point.value).Get();
-    if (hasQuality) {
-      text += point.isGood ? ",quality=true" : ",quality=false";
+    if (shape.hasQuality) {
+      text += piece.IsGood(row) ? ",quality=true" : ",quality=false";
     }
     text += ' ';
-    text += std::to_string(point.timestamp);
+    text += std::to_string(piece.GetTime(row));
     text += '\n';
   }
 }

@@ -1,23 +1,25 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
-#include "formats/series_format.h"
+#include "formats/point_writer.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 // "topo,device=d1,id=Boiler value=21.5 1262336400": the measurement is the scope, the tags are the
-// labels, and a point of an interval also has the field quality, true or false. Timestamps are in
-// seconds.
-class LineProtocol : public SeriesFormat {
+// labels, the fields the value or those of several functions, under their names. A point of an
+// interval also has the field quality, true or false. Timestamps are in seconds.
+class LineProtocol : public PointWriter {
  public:
-  void Begin(const ExportedSeries& series, int round, std::string& text) override;
+  explicit LineProtocol(AnswerShape answerShape) : shape(std::move(answerShape)) {}
+  void Begin(const Series& series, int round, std::string& text) override;
   void Append(const Piece& piece, std::string& text) override;
   unsigned long long GetLeftOutCount() const override { return leftOutCount; }
 
  private:
+  AnswerShape shape;
   std::string prefix;
-  bool hasQuality = false;
   unsigned long long leftOutCount = 0;
 };
 

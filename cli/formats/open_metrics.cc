@@ -1,7 +1,9 @@
 #include "formats/open_metrics.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <utility>
 
 #include "base/command_error.h"
 #include "base/shortest_text.h"
@@ -34,8 +36,8 @@ void AppendNumber(double number, std::string& text) {
 
 }  // namespace
 
-OpenMetrics::OpenMetrics(const Labels& labels) {
-  for (const auto& label : labels) {
+OpenMetrics::OpenMetrics(AnswerShape answerShape) : shape(std::move(answerShape)) {
+  for (const auto& label : shape.labels) {
     if (!IsLabelName(label.first)) {
       throw UsageError(label.first,
                        "a label's name has letters, digits and '_' in OpenMetrics, and "
@@ -44,9 +46,10 @@ OpenMetrics::OpenMetrics(const Labels& labels) {
   }
 }
 
-void OpenMetrics::Begin(const ExportedSeries& series, int round, std::string& text) {
-  isQuality = round == 1;
-  const std::string name = series.scope + (isQuality ? "_quality" : "_value");
+void OpenMetrics::Begin(const Series& series, int round, std::string& text) {
+  column = static_cast<std::size_t>(round);
+  const std::string name =
+      series.GetScope() + "_" + (column < shape.names.size() ? shape.names[column] : "quality");
   if (name != family) {
     text += "# TYPE " + name + " gauge\n";
     family = name;
@@ -61,14 +64,20 @@ void OpenMetrics::Begin(const ExportedSeries& series, int round, std::string& te
 }
 
 void OpenMetrics::Append(const Piece& piece, std::string& text) {
-  for (const StreamedPoint& point : piece) {
-    if (std::isnan(point.value)) {
+  for (std::size_t row = 0; row < piece.GetRowCount(); ++row) {
+    const Value* const values = piece.GetRow(row);
+    const bool isQuality = column == piece.GetColumnCount();
+    const bool isThere =
+        isQuality ? std::any_of(values, values + column,
+                                [](const Value& value) { return !std::isnan(value.number); })
+                  : !std::isnan(values[column].number);
+    if (!isThere) {
       continue;
     }
     text += prefix;
-    AppendNumber(isQuality ? (point.isGood ? 1 : 0) : point.value, text);
+    AppendNumber(isQuality ? (piece.IsGood(row) ? 1 : 0) : values[column].number, text);
     text += ' ';
-    text += std::to_string(point.timestamp);
+    text += std::to_string(piece.GetTime(row));
     text += '\n';
   }
 }

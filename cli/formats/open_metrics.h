@@ -2,28 +2,31 @@
 
 #include <string>
 
-#include "formats/series_format.h"
+#include "formats/point_writer.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// OpenMetrics text: the family "topo_value" of gauges, and after it "topo_quality", 1 or 0, for
-// points of intervals. These are the names that readers of line protocol make of its fields.
-class OpenMetrics : public SeriesFormat {
+// OpenMetrics text: the family "topo_value" of gauges, or one for each of several functions, and
+// after them "topo_quality", 1 or 0, for points of intervals. These are the names that readers of
+// line protocol make of its fields.
+class OpenMetrics : public PointWriter {
  public:
   // Throws UsageError for labels whose names are not allowed.
-  explicit OpenMetrics(const Labels& labels);
+  explicit OpenMetrics(AnswerShape answerShape);
 
-  int GetRoundCount(const ExportedSeries& series) const override {
-    return series.hasQuality ? 2 : 1;
+  // A family each.
+  int GetRoundCount() const override {
+    return static_cast<int>(shape.names.size()) + (shape.hasQuality ? 1 : 0);
   }
-  void Begin(const ExportedSeries& series, int round, std::string& text) override;
+  void Begin(const Series& series, int round, std::string& text) override;
   void Append(const Piece& piece, std::string& text) override;
-  void AppendTrailer(std::string& text) override { text += "# EOF\n"; }
+  void Finish(std::string& text) override { text += "# EOF\n"; }
 
  private:
+  AnswerShape shape;
   std::string family;  // the last one that was begun
   std::string prefix;
-  bool isQuality = false;
+  std::size_t column = 0;  // or behind the last one, for the quality
 };
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "base/value_text.h"
-#include "formats/point_row.h"
+#include "formats/local_time.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {

@@ -3,7 +3,7 @@
 #include <ostream>
 #include <vector>
 
-#include "points/points.h"
+#include "formats/curves.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -12,9 +12,9 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 // line tells which these are. 0 columns stand for no terminal.
 void PrintTable(const Points& points, unsigned int terminalColumns, std::ostream& output);
 
-// A column of dates and one for each series, under its name. "*" marks a bad value, and "-" stands
+// A column of dates and one for each curve, under its name. "*" marks a bad value, and "-" stands
 // where there is none.
-void PrintTable(const std::vector<Series>& series, const std::vector<std::string>& names,
+void PrintTable(const std::vector<Curve>& curves, const std::vector<std::string>& names,
                 std::ostream& output);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

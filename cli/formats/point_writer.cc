@@ -1,82 +1,145 @@
+#include <sstream>
+
+#include "base/message.h"
+#include "base/terminal.h"
+#include "formats/chart.h"
+#include "formats/csv_writer.h"
+#include "formats/gnuplot.h"
+#include "formats/json_writer.h"
+#include "formats/line_protocol.h"
+#include "formats/open_metrics.h"
+#include "formats/point_table.h"
 #include "formats/point_writer.h"
-
-#include <algorithm>
-#include <nlohmann/json.hpp>
-
-#include "base/shortest_text.h"
-#include "formats/csv_field.h"
-#include "formats/point_row.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-// The names of the columns of values.
-std::vector<std::string> GetValueNames(const AnswerShape& shape) {
-  return shape.functions.size() == 1 ? std::vector<std::string>{"value"} : shape.functions;
+using Curves = std::vector<Curve>;
+using Print = void (*)(const Curves& curves, const AnswerShape& shape, std::ostream& output);
+
+// What tells the columns of a table from one another.
+std::string NameColumn(const Curve& curve, const AnswerShape& shape) {
+  if (!shape.isSeveral) {
+    return curve.function;
+  }
+  const std::string id = WithoutControls(curve.zeltId);
+  return shape.functions.size() == 1 ? id : id + ' ' + curve.function;
 }
 
-std::vector<const Points*> GetColumns(const std::vector<Points>& series) {
-  std::vector<const Points*> columns(series.size());
-  std::transform(series.begin(), series.end(), columns.begin(),
-                 [](const Points& points) { return &points; });
-  return columns;
+void PrintAsTable(const Curves& curves, const AnswerShape& shape, std::ostream& output) {
+  if (!shape.isSeveral && shape.functions.size() == 1) {
+    const unsigned int columns = shape.isOnTerminal ? GetTerminalColumns() : 0;
+    return PrintTable(curves.front().points, columns, output);
+  }
+  std::vector<std::string> names;
+  for (const Curve& curve : curves) {
+    names.push_back(NameColumn(curve, shape));
+  }
+  PrintTable(curves, names, output);
 }
+
+// The whole names of curves, for a picture that is on its own.
+std::vector<std::string> NameCurves(const Curves& curves) {
+  std::vector<std::string> names;
+  for (const Curve& curve : curves) {
+    names.push_back(WithoutControls(curve.zeltId) + ' ' + curve.function);
+  }
+  return names;
+}
+
+// Without colours, only different marks tell several curves apart.
+Drawing ChooseDrawing(bool isSeveral, bool isOnTerminal) {
+  if (!IsUtf8Locale() || (isSeveral && !(isOnTerminal && HasColours()))) {
+    return Drawing::Marks;
+  }
+  return isSeveral ? Drawing::ColouredBraille : Drawing::Braille;
+}
+
+void PrintAsChart(const Curves& curves, const AnswerShape& shape, std::ostream& output) {
+  constexpr unsigned int DEFAULT_COLUMNS = 80;
+  constexpr unsigned int DEFAULT_ROWS = 24;
+  const unsigned int columns = shape.isOnTerminal ? GetTerminalColumns() : 0;
+  const unsigned int rows = shape.isOnTerminal ? GetTerminalRows() : 0;
+  const ChartSize size{columns == 0 ? DEFAULT_COLUMNS : columns, rows == 0 ? DEFAULT_ROWS : rows};
+  PrintChart(curves, NameCurves(curves), size, ChooseDrawing(curves.size() > 1, shape.isOnTerminal),
+             output);
+}
+
+void PrintAsScript(const Curves& curves, const AnswerShape& /*shape*/, std::ostream& output) {
+  PrintGnuplot(curves, NameCurves(curves), output);
+}
+
+// Writes all answers together, at the end; nothing when there is none.
+class CollectingWriter : public PointWriter {
+ public:
+  CollectingWriter(AnswerShape answerShape, Print printAll)
+      : shape(std::move(answerShape)), print(printAll) {}
+
+  bool IsAtOnce() const override { return true; }
+
+  void Begin(const Series& series, int /*round*/, std::string& /*text*/) override {
+    begun.clear();
+    for (const std::string& function : shape.functions) {
+      begun.push_back({series.zeltId, function, {}});
+    }
+  }
+
+  void Append(const Piece& piece, std::string& /*text*/) override {
+    NumericalDataPoint point;
+    point.date.timeZone = shape.zone;
+    for (std::size_t row = 0; row < piece.GetRowCount(); ++row) {
+      point.date.timestamp = piece.GetTime(row);
+      for (std::size_t i = 0; i < begun.size(); ++i) {
+        const Value& value = piece.GetRow(row)[i];
+        if (value.isAsked) {
+          point.value = value.number;
+          point.quality = value.isGood;
+          begun[i].points.push_back(point);
+        }
+      }
+    }
+  }
+
+  void End() override {
+    curves.insert(curves.end(), std::make_move_iterator(begun.begin()),
+                  std::make_move_iterator(begun.end()));
+  }
+
+  void Finish(std::string& text) override {
+    std::ostringstream output;
+    if (!curves.empty()) {
+      print(curves, shape, output);
+    }
+    text += output.str();
+  }
+
+ private:
+  AnswerShape shape;
+  Print print;
+  Curves begun;
+  Curves curves;
+};
 
 }  // namespace
 
-void CsvWriter::PrintHeader() {
-  if (hasHeader) {
-    return;
+std::unique_ptr<PointWriter> MakePointWriter(PointFormat format, const AnswerShape& shape) {
+  switch (format) {
+    case PointFormat::Csv:
+      return std::make_unique<CsvWriter>(shape);
+    case PointFormat::Json:
+      return std::make_unique<JsonWriter>(shape);
+    case PointFormat::Chart:
+      return std::make_unique<CollectingWriter>(shape, PrintAsChart);
+    case PointFormat::Gnuplot:
+      return std::make_unique<CollectingWriter>(shape, PrintAsScript);
+    case PointFormat::LineProtocol:
+      return std::make_unique<LineProtocol>(shape);
+    case PointFormat::OpenMetrics:
+      return std::make_unique<OpenMetrics>(shape);
+    case PointFormat::Table:
+      break;
   }
-  hasHeader = true;
-  output << "date,timestamp" << (shape.hasIds ? ",id" : "");
-  for (const std::string& name : GetValueNames(shape)) {
-    output << ',' << name;
-  }
-  output << ",quality\n";
-}
-
-void CsvWriter::Add(const std::string& zeltId, std::vector<Points> series) {
-  PrintHeader();
-  const std::string id = shape.hasIds ? ',' + QuoteCsv(zeltId) : "";
-  ForEachRow(GetColumns(series), [&](const Date::Date& date, const Row& row) {
-    output << date.ToText() << ',' << date.timestamp << id;
-    for (const NumericalDataPoint* const point : row) {
-      output << ',';
-      if (point != nullptr) {
-        output << ShortestText(point->value).Get();
-      }
-    }
-    output << ',' << GetQualityText(IsGood(row)) << '\n';
-  });
-}
-
-void JsonWriter::Add(const std::string& zeltId, std::vector<Points> series) {
-  const std::vector<std::string> names = GetValueNames(shape);
-  ForEachRow(GetColumns(series), [&](const Date::Date& date, const Row& row) {
-    nlohmann::ordered_json object = {{"date", date.ToText()}, {"timestamp", date.timestamp}};
-    if (shape.hasIds) {
-      object["id"] = zeltId;
-    }
-    for (std::size_t i = 0; i < row.size(); ++i) {
-      object[names[i]] = nullptr;
-      if (row[i] != nullptr) {
-        object[names[i]] = row[i]->value;  // null when it is not finite
-      }
-    }
-    object["quality"] = GetQualityText(IsGood(row));
-    output << (hasPoints ? ",\n  " : "[\n  ")
-           << object.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
-    hasPoints = true;
-  });
-}
-
-void JsonWriter::Finish() { output << (hasPoints ? "\n]\n" : "[\n]\n"); }
-
-void CollectingWriter::Add(const std::string& zeltId, std::vector<Points> series) {
-  for (std::size_t i = 0; i < series.size(); ++i) {
-    all.push_back({zeltId, shape.functions[i], std::move(series[i])});
-  }
+  return std::make_unique<CollectingWriter>(shape, PrintAsTable);
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,23 +1,31 @@
 #pragma once
 
-#include <functional>
-#include <ostream>
+#include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "points/points.h"
+#include "points/question.h"
+#include "points/series.h"
 
-// The ways to print the answers of files to one question.
+// The forms in which the answers of files to one question are written.
 namespace nvx::TimeSeriesDatabase::CommandLine {
+
+enum class PointFormat { Table, Csv, Json, Chart, Gnuplot, LineProtocol, OpenMetrics };
 
 // What the answers have in common.
 struct AnswerShape {
-  std::vector<std::string> functions = {"value"};  // of the series of each answer
-  bool hasIds = false;  // the answers may be those of several data sources
+  cctz::time_zone zone;
+  std::vector<std::string> names = {"value"};  // of the values of a point
+  bool isSeveral = false;                      // the answers may be those of several files
+  bool hasQuality = true;
+  bool isForSeries = false;   // CSV and JSON are for another database, without local times
+  Labels labels;              // of the series of another database, in each of them by these names
+  bool isOnTerminal = false;  // tables and charts fit the terminal that is standard output
+  std::vector<std::string> functions = names;  // what charts call the values
 };
 
-// Prints answers one after the other.
+// Writes answers one after the other. Text is appended to what is there.
 class PointWriter {
  public:
   PointWriter() = default;
@@ -25,64 +33,29 @@ class PointWriter {
   PointWriter& operator=(const PointWriter&) = delete;
   virtual ~PointWriter() = default;
 
-  // The answer of a data source, a series for each function.
-  virtual void Add(const std::string& zeltId, std::vector<Points> series) = 0;
+  // How often the files of a scope are to be asked, all of them each time.
+  virtual int GetRoundCount() const { return 1; }
 
-  // To be called behind the last answer, of which there may be none.
-  virtual void Finish() = 0;
+  // Whether all points are held until the end.
+  virtual bool IsAtOnce() const { return false; }
+
+  // Begins the answer of a file. Throws CommandError for a series that has no such form.
+  virtual void Begin(const Series& series, int round, std::string& text) = 0;
+
+  // Appends points of the answer that was begun.
+  virtual void Append(const Piece& piece, std::string& text) = 0;
+
+  // Ends the answer, which is whole.
+  virtual void End() {}
+
+  // What stands behind all answers, of which there may be none.
+  virtual void Finish(std::string& /*text*/) {}
+
+  // How many values were left out, since the form has none for an infinite one.
+  virtual unsigned long long GetLeftOutCount() const { return 0; }
 };
 
-// A header, then a line for each date: date, timestamp, the id if there may be several, the value
-// in the shortest form that reads back to the same double ("nan" for none), quality. Several
-// functions have a column each, named after them, which is empty where one has no point; the
-// quality is good when all values of the line are.
-class CsvWriter : public PointWriter {
- public:
-  CsvWriter(AnswerShape answerShape, std::ostream& textOutput)
-      : shape(std::move(answerShape)), output(textOutput) {}
-  void Add(const std::string& zeltId, std::vector<Points> series) override;
-  void Finish() override { PrintHeader(); }
-
- private:
-  void PrintHeader();
-
-  AnswerShape shape;
-  std::ostream& output;
-  bool hasHeader = false;
-};
-
-// An array of objects with the names of the CSV columns; null for a value that is not finite.
-class JsonWriter : public PointWriter {
- public:
-  JsonWriter(AnswerShape answerShape, std::ostream& textOutput)
-      : shape(std::move(answerShape)), output(textOutput) {}
-  void Add(const std::string& zeltId, std::vector<Points> series) override;
-  void Finish() override;
-
- private:
-  AnswerShape shape;
-  std::ostream& output;
-  bool hasPoints = false;
-};
-
-// Prints all answers together, at the end; nothing when there is none.
-class CollectingWriter : public PointWriter {
- public:
-  using Print = std::function<void(const std::vector<Series>&, const AnswerShape&)>;
-
-  CollectingWriter(AnswerShape answerShape, Print printAll)
-      : shape(std::move(answerShape)), print(std::move(printAll)) {}
-  void Add(const std::string& zeltId, std::vector<Points> series) override;
-  void Finish() override {
-    if (!all.empty()) {
-      print(all, shape);
-    }
-  }
-
- private:
-  AnswerShape shape;
-  Print print;
-  std::vector<Series> all;
-};
+// A new form is added to PointFormat and here. Throws UsageError for labels that it does not take.
+std::unique_ptr<PointWriter> MakePointWriter(PointFormat format, const AnswerShape& shape);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -2,13 +2,42 @@
 #include <cmath>
 
 #include "base/value_text.h"
-#include "formats/point_row.h"
 #include "formats/point_table.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 constexpr char BAD_MARK = '*';
+
+// The points of one date, one for each column; null where a column has none.
+using Row = std::vector<const NumericalDataPoint*>;
+
+// Calls `work` with each date and its row, in the order of the dates.
+template <typename Work>
+void ForEachRow(const std::vector<const Points*>& columns, Work work) {
+  std::vector<std::size_t> positions(columns.size());
+  Row row(columns.size());
+  for (;;) {
+    const Date::Date* date = nullptr;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      row[i] = positions[i] < columns[i]->size() ? &(*columns[i])[positions[i]] : nullptr;
+      if (row[i] != nullptr && (date == nullptr || row[i]->date.timestamp < date->timestamp)) {
+        date = &row[i]->date;
+      }
+    }
+    if (date == nullptr) {
+      return;
+    }
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      if (row[i] != nullptr && row[i]->date.timestamp == date->timestamp) {
+        ++positions[i];
+      } else {
+        row[i] = nullptr;
+      }
+    }
+    work(*date, row);
+  }
+}
 
 // The value, and behind it a place for the mark.
 std::string FormatCell(const NumericalDataPoint* point) {
@@ -18,33 +47,33 @@ std::string FormatCell(const NumericalDataPoint* point) {
   return FormatValue(point->value) + (point->quality ? ' ' : BAD_MARK);
 }
 
-struct Layout {
+struct Widths {
   std::size_t date = 4;  // of the heading
   std::vector<std::size_t> columns;
   bool hasBad = false;
 };
 
-Layout Measure(const std::vector<const Points*>& columns, const std::vector<std::string>& names) {
-  Layout layout;
+Widths Measure(const std::vector<const Points*>& columns, const std::vector<std::string>& names) {
+  Widths widths;
   for (const std::string& name : names) {
-    layout.columns.push_back(CountCharacters(name) + 1);
+    widths.columns.push_back(CountCharacters(name) + 1);
   }
-  ForEachRow(columns, [&layout](const Date::Date& date, const Row& row) {
-    layout.date = std::max(layout.date, date.ToText().size());
+  ForEachRow(columns, [&widths](const Date::Date& date, const Row& row) {
+    widths.date = std::max(widths.date, date.ToText().size());
     for (std::size_t i = 0; i < row.size(); ++i) {
       const std::string cell = FormatCell(row[i]);
-      layout.columns[i] = std::max(layout.columns[i], cell.size());
-      layout.hasBad = layout.hasBad || cell.back() == BAD_MARK;
+      widths.columns[i] = std::max(widths.columns[i], cell.size());
+      widths.hasBad = widths.hasBad || cell.back() == BAD_MARK;
     }
   });
-  return layout;
+  return widths;
 }
 
-void PrintLine(const Layout& layout, const std::string& date, const std::vector<std::string>& cells,
+void PrintLine(const Widths& widths, const std::string& date, const std::vector<std::string>& cells,
                std::ostream& output) {
-  std::string line = date + std::string(layout.date - date.size(), ' ');
+  std::string line = date + std::string(widths.date - date.size(), ' ');
   for (std::size_t i = 0; i < cells.size(); ++i) {
-    line += ' ' + std::string(layout.columns[i] + 1 - CountCharacters(cells[i]), ' ') + cells[i];
+    line += ' ' + std::string(widths.columns[i] + 1 - CountCharacters(cells[i]), ' ') + cells[i];
   }
   line.erase(line.find_last_not_of(' ') + 1);
   output << line << '\n';
@@ -52,21 +81,21 @@ void PrintLine(const Layout& layout, const std::string& date, const std::vector<
 
 }  // namespace
 
-void PrintTable(const std::vector<Series>& series, const std::vector<std::string>& names,
+void PrintTable(const std::vector<Curve>& curves, const std::vector<std::string>& names,
                 std::ostream& output) {
-  std::vector<const Points*> columns(series.size());
-  std::transform(series.begin(), series.end(), columns.begin(),
-                 [](const Series& one) { return &one.points; });
-  const Layout layout = Measure(columns, names);
+  std::vector<const Points*> columns(curves.size());
+  std::transform(curves.begin(), curves.end(), columns.begin(),
+                 [](const Curve& one) { return &one.points; });
+  const Widths widths = Measure(columns, names);
   std::vector<std::string> cells(names.size());
   std::transform(names.begin(), names.end(), cells.begin(),
                  [](const std::string& name) { return name + ' '; });
-  PrintLine(layout, "date", cells, output);
+  PrintLine(widths, "date", cells, output);
   ForEachRow(columns, [&](const Date::Date& date, const Row& row) {
     std::transform(row.begin(), row.end(), cells.begin(), FormatCell);
-    PrintLine(layout, date.ToText(), cells, output);
+    PrintLine(widths, date.ToText(), cells, output);
   });
-  if (layout.hasBad) {
+  if (widths.hasBad) {
     output << BAD_MARK << " is bad.\n";
   }
 }

@@ -27,35 +27,48 @@ namespace fs = std::filesystem;
       StatusCode::NotFound);
 }
 
-}  // namespace
-
-std::string Context::GetDirectoryPath() const {
+// The directory as it is handed over. The RRD library takes a path such as "cb//x.rrd" for the
+// URL of a server, but not one that begins with "/" or "./".
+std::string GetDirectoryPath(const std::string& directory) {
   const bool isPlain = directory == "." || directory[0] == '/' || directory.rfind("./", 0) == 0;
   return isPlain ? directory : "./" + directory;
 }
 
-std::string Context::GetPath(const std::string& zeltId) {
+}  // namespace
+
+const std::string& Context::GetDirectory() const {
+  if (directories.size() > 1) {
+    throw UsageError(directories[1], "a second directory, but the command takes one");
+  }
+  return directories.front();
+}
+
+Rrd::Database Context::MakeDatabase(const std::string& directory) {
+  return {GetDirectoryPath(directory), fileSystem, store, rrdClient};
+}
+
+std::string Context::GetPath(const std::string& directory, const std::string& zeltId) {
   std::string path;
-  if (MakeDatabase().GetPathToRrdFile(zeltId, path) != StatusCode::Success) {
+  if (MakeDatabase(directory).GetPathToRrdFile(zeltId, path) != StatusCode::Success) {
     throw UsageError(zeltId, "not an id, which is a scope, ':' and a name" + SuggestScope(zeltId));
   }
-  const std::size_t fileName = GetDirectoryPath().size() + 1;
+  const std::size_t fileName = GetDirectoryPath(directory).size() + 1;
   if (path.find('/', fileName) != std::string::npos) {
     throw UsageError(zeltId, "an id with '/' would leave the directory");
   }
   return path;
 }
 
-std::string Context::GetPathOfExisting(const std::string& zeltId) {
-  std::string path = GetPath(zeltId);
+std::string Context::GetPathOfExisting(const std::string& directory, const std::string& zeltId) {
+  std::string path = GetPath(directory, zeltId);
   if (Utilities::FileSystem::CheckFileExist(path) != StatusCode::Success) {
     RefuseAbsent(zeltId, path);
   }
   return path;
 }
 
-std::string Context::GetPathOfNative(const std::string& zeltId) {
-  std::string path = GetPathOfExisting(zeltId);
+std::string Context::GetPathOfNative(const std::string& directory, const std::string& zeltId) {
+  std::string path = GetPathOfExisting(directory, zeltId);
   const std::optional<ForeignFile> foreign = FindForeignFile(path);
   if (foreign) {
     throw CommandError(zeltId, foreign->Describe(), StatusCode::InvalidArgument);

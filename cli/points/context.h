@@ -12,11 +12,10 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// What the commands share: the database directory, the services under it, and the exit status.
+// What the commands share: the database directories, the services under them, and the exit status.
 // Every operation throws CommandError.
 struct Context {
-  std::string directory = ".";
-  std::vector<std::string> directories = {directory};  // for the commands that take several
+  std::vector<std::string> directories = {"."};
   ExitStatus exitStatus = EXIT_DONE;
   Utilities::FileSystem fileSystem;
   MetadataStore store;
@@ -29,20 +28,26 @@ struct Context {
     }
   }
 
-  Rrd::Database MakeDatabase() { return {GetDirectoryPath(), fileSystem, store, rrdClient}; }
+  // The directory of a command that takes one. Throws UsageError when several were given.
+  const std::string& GetDirectory() const;
 
-  // The directory as it is handed over. The RRD library takes a path such as "cb//x.rrd" for the
-  // URL of a server, but not one that begins with "/" or "./".
-  std::string GetDirectoryPath() const;
+  Rrd::Database MakeDatabase(const std::string& directory);
 
   // The path of an id's file, whether it exists or not; it lies in the directory itself.
-  std::string GetPath(const std::string& zeltId);
+  std::string GetPath(const std::string& directory, const std::string& zeltId);
+  std::string GetPath(const std::string& zeltId) { return GetPath(GetDirectory(), zeltId); }
 
   // The path of an id's file, which exists.
-  std::string GetPathOfExisting(const std::string& zeltId);
+  std::string GetPathOfExisting(const std::string& directory, const std::string& zeltId);
+  std::string GetPathOfExisting(const std::string& zeltId) {
+    return GetPathOfExisting(GetDirectory(), zeltId);
+  }
 
   // The path of an id's file, which exists and was not written by another machine.
-  std::string GetPathOfNative(const std::string& zeltId);
+  std::string GetPathOfNative(const std::string& directory, const std::string& zeltId);
+  std::string GetPathOfNative(const std::string& zeltId) {
+    return GetPathOfNative(GetDirectory(), zeltId);
+  }
 
   // The data source of a file, which is not opened yet.
   Rrd::NumericalDataSource MakeDataSource(const std::string& path) {

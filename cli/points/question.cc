@@ -15,7 +15,7 @@ constexpr char FUNCTION_HELP[] =
 
 }  // namespace
 
-void AddWindowOptions(CLI::App& command, WindowOptions& options) {
+CLI::Option* AddQuestionOptions(CLI::App& command, QuestionOptions& options) {
   command
       .add_option("--from", options.from, "Start (default: of the first interval with a sample)")
       ->type_name("TIME");
@@ -25,51 +25,63 @@ void AddWindowOptions(CLI::App& command, WindowOptions& options) {
       .add_option("--zone", options.zoneName,
                   "Time zone of TIME, of days and of months (default: UTC)")
       ->type_name("ZONE");
-}
-
-CLI::Option* AddPointOptions(CLI::App& command, PointOptions& options) {
   CLI::Option* const interval =
       command.add_option("--interval", options.interval, "Length of the intervals")
           ->type_name("INTERVAL");
   AddChoiceOfSeveral(command, "--function", options.functions, ListPointFunctions(),
                      "average (default), minimum, maximum, sum, count, increase or delta, or\n"
                      "several with a comma between them")
-      ->type_name("FUNCTION");
+      ->type_name("FUNCTION")
+      ->needs(interval);
   CLI::Option* const noAdjust =
-      command.add_flag("--no-adjust", options.isUnadjusted,
-                       "Take the window as it is, not only its complete intervals");
+      command
+          .add_flag("--no-adjust", options.isUnadjusted,
+                    "Take the window as it is, not only its complete intervals")
+          ->needs(interval);
   command
       .add_flag("--partial", options.isPartial,
                 "Add the interval that the end of the window cuts, as bad")
+      ->needs(interval)
       ->excludes(noAdjust);
   return interval;
+}
+
+void AddLabelOption(CLI::App& command, QuestionOptions& options) {
+  command
+      .add_option("--label", options.labels,
+                  "Label to add to every series, beside the id; may be repeated")
+      ->type_name("KEY=VALUE")
+      ->allow_extra_args(false);
 }
 
 std::string GetQuestionHelp() {
   return std::string(INTERVAL_HELP) + "\n" + FUNCTION_HELP + "\n" + TIME_HELP + "\n" + ZONE_HELP;
 }
 
-AskedWindow ReadWindow(const WindowOptions& options) {
-  AskedWindow window{LoadZone(options.zoneName), {}, {}};
+Question ReadQuestion(const QuestionOptions& options) {
+  Question question;
+  if (options.interval) {
+    question.interval = ReadInterval(*options.interval);
+    question.intervalName = *options.interval;
+  }
+  question.zone = LoadZone(options.zoneName);
   if (options.from) {
-    window.from.emplace(*options.from, window.zone);
+    question.from.emplace(*options.from, question.zone);
   }
   if (options.to) {
-    window.to.emplace(*options.to, window.zone);
+    question.to.emplace(*options.to, question.zone);
   }
   const bool isOfFile =
-      (window.from && window.from->IsOfFile()) || (window.to && window.to->IsOfFile());
-  if (window.from && window.to && !isOfFile && window.from->Resolve({}) >= window.to->Resolve({})) {
+      (question.from && question.from->IsOfFile()) || (question.to && question.to->IsOfFile());
+  if (question.from && question.to && !isOfFile &&
+      question.from->Resolve({}) >= question.to->Resolve({})) {
     throw CLI::ValidationError("--to", "is not after --from");
   }
-  return window;
-}
-
-Question ReadQuestion(const WindowOptions& windowOptions, const PointOptions& pointOptions) {
-  const QueryInterval interval = ReadInterval(pointOptions.interval);
-  Question question{ReadWindow(windowOptions), interval, pointOptions.functions,
-                    pointOptions.isUnadjusted, pointOptions.isPartial};
-  if (question.isPartial && interval == QueryInterval::FullPeriod) {
+  question.functions = options.functions;
+  question.labels = ReadLabels(options.labels);
+  question.isUnadjusted = options.isUnadjusted;
+  question.isPartial = options.isPartial;
+  if (question.isPartial && question.interval == QueryInterval::FullPeriod) {
     throw CLI::ValidationError("--partial", "the interval all is never cut");
   }
   return question;

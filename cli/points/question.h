@@ -7,50 +7,55 @@
 
 #include "arguments/time_expression.h"
 #include "points/point_function.h"
+#include "points/series.h"
 #include "timeseries/query_interval.h"
 
 // What the user asks of any file. Options are added to a command, and read when it runs: what is
 // wrong with them is thrown as UsageError or CLI::ParseError.
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-struct WindowOptions {
+struct QuestionOptions {
   std::optional<std::string> from;
   std::optional<std::string> to;
   std::string zoneName = "UTC";
-};
-
-// --from, --to and --zone.
-void AddWindowOptions(CLI::App& command, WindowOptions& options);
-
-struct PointOptions {
-  std::string interval;
+  std::optional<std::string> interval;
   Choices<PointFunction> functions = {ListPointFunctions().front()};
   bool isUnadjusted = false;
   bool isPartial = false;
+  std::vector<std::string> labels;
 };
 
-// --interval, which is returned, --function, --no-adjust and --partial.
-CLI::Option* AddPointOptions(CLI::App& command, PointOptions& options);
+// --from, --to, --zone, --interval, which is returned, --function, --no-adjust and --partial.
+CLI::Option* AddQuestionOptions(CLI::App& command, QuestionOptions& options);
+
+// --label.
+void AddLabelOption(CLI::App& command, QuestionOptions& options);
 
 // What the help says of INTERVAL, FUNCTION, TIME and ZONE.
 std::string GetQuestionHelp();
 
-struct AskedWindow {
+struct Question {
   cctz::time_zone zone;
   std::optional<TimeExpression> from;
   std::optional<TimeExpression> to;
+  std::optional<QueryInterval> interval;  // none for the samples themselves
+  std::string intervalName;               // as it was typed
+  Choices<PointFunction> functions;       // at least one
+  bool isUnadjusted = false;              // the window is taken as it is
+  bool isPartial = false;                 // the interval that its end cuts is added
+  Labels labels;                          // of each series, for another database
+  bool isAtOnce = false;                  // all points are to lie in memory
+
+  // The points are the same whatever was answered before: no interval ends after the file's last
+  // update.
+  bool isResumable = false;
+
+  // The names of the values of a point.
+  std::vector<std::string> GetValueNames() const {
+    return functions.size() == 1 ? std::vector<std::string>{"value"} : GetNames(functions);
+  }
 };
 
-AskedWindow ReadWindow(const WindowOptions& options);
-
-struct Question {
-  AskedWindow window;
-  QueryInterval interval;
-  Choices<PointFunction> functions;  // at least one
-  bool isUnadjusted;                 // the window is taken as it is
-  bool isPartial;                    // the interval that its end cuts is added
-};
-
-Question ReadQuestion(const WindowOptions& windowOptions, const PointOptions& pointOptions);
+Question ReadQuestion(const QuestionOptions& options);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -2,16 +2,25 @@
 
 #include <fnmatch.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <set>
 #include <system_error>
 
 #include "base/last_error.h"
 #include "base/message.h"
-#include "rrd/described_file.h"
+#include "points/window.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
+
+// A pattern that no id matches.
+class NoMatch : public CommandError {
+ public:
+  explicit NoMatch(const std::string& pattern)
+      : CommandError(pattern, "no data source matches", StatusCode::NotFound) {}
+};
 
 // A directory that is missing is told by the status.
 std::string DescribeUnreadable(const std::string& directory) {
@@ -22,15 +31,16 @@ std::string DescribeUnreadable(const std::string& directory) {
 }
 
 // An id may have the characters of a pattern.
-bool IsPattern(const std::string& argument, Context& context) {
+bool IsPattern(const std::string& argument, const std::string& directory, Context& context) {
   const LastError unseen;  // that there is no such id is no error
   return argument.find_first_of("*?[") != std::string::npos &&
-         context.MakeDatabase().HasDataSource(argument) != StatusCode::Success;
+         context.MakeDatabase(directory).HasDataSource(argument) != StatusCode::Success;
 }
 
-std::vector<std::string> FindMatches(const std::string& pattern, Context& context) {
+std::vector<std::string> FindMatches(const std::string& pattern, const std::string& directory,
+                                     Context& context) {
   std::vector<std::string> matches;
-  for (const std::string& zeltId : ListDataSources(context)) {
+  for (const std::string& zeltId : ListDataSources(directory, context)) {
     if (fnmatch(pattern.c_str(), zeltId.c_str(), 0) == 0) {
       matches.push_back(zeltId);
     }
@@ -41,68 +51,114 @@ std::vector<std::string> FindMatches(const std::string& pattern, Context& contex
   return matches;
 }
 
+// The ids of one directory, each of them once.
+std::vector<std::string> SelectIds(const std::vector<std::string>& arguments,
+                                   const std::string& directory, Context& context,
+                                   bool& isSeveral) {
+  if (arguments.empty()) {
+    isSeveral = true;
+    return ListDataSources(directory, context);
+  }
+  std::vector<std::string> selected;
+  std::set<std::string> known;
+  for (const std::string& argument : arguments) {
+    std::vector<std::string> zeltIds{argument};
+    if (IsPattern(argument, directory, context)) {
+      zeltIds = FindMatches(argument, directory, context);
+      isSeveral = true;
+    } else {
+      context.GetPath(directory, argument);  // which it must have
+    }
+    std::copy_if(zeltIds.begin(), zeltIds.end(), std::back_inserter(selected),
+                 [&known](const std::string& zeltId) { return known.insert(zeltId).second; });
+  }
+  return selected;
+}
+
+// Of several, one that fails is told.
+void TellOrThrow(const CommandError& error, bool isSeveral, Context& context) {
+  if (!isSeveral) {
+    throw;
+  }
+  PrintMessage(error.GetText());
+  context.exitStatus = EXIT_FAILED;
+}
+
 }  // namespace
 
-std::vector<std::string> ListDataSources(Context& context) {
+Series SelectedFile::MakeSeries(const Labels& more) const {
+  Series series{zeltId, more};
+  series.labels.insert(labels.begin(), labels.end());
+  series.labels[ID_LABEL] = zeltId.substr(series.GetScope().size() + 1);
+  return series;
+}
+
+void Selection::SortByScope() {
+  std::stable_sort(files.begin(), files.end(), [](const auto& one, const auto& other) {
+    return one.GetScope() < other.GetScope();
+  });
+}
+
+std::vector<std::string> ListDataSources(const std::string& directory, Context& context) {
   std::set<std::string> zeltIds;
-  const StatusCode status = context.MakeDatabase().ListDataSources(zeltIds);
-  Require(status, context.directory,
+  const StatusCode status = context.MakeDatabase(directory).ListDataSources(zeltIds);
+  Require(status, directory,
           status == StatusCode::Failure ? "none of its files is named after an id"
-                                        : DescribeUnreadable(context.directory));
+                                        : DescribeUnreadable(directory));
   return {zeltIds.begin(), zeltIds.end()};
 }
 
 Selection SelectFiles(const std::vector<std::string>& arguments, Context& context) {
-  if (arguments.empty()) {
-    return {ListDataSources(context), true};
-  }
+  const std::vector<std::string>& directories = context.directories;
+  const bool hasSeveral = directories.size() > 1;
+  const std::vector<Labels> labels = MakeDirectoryLabels(directories);
   Selection selection;
-  std::set<std::string> known;
-  for (const std::string& argument : arguments) {
-    std::vector<std::string> zeltIds{argument};
-    if (IsPattern(argument, context)) {
-      zeltIds = FindMatches(argument, context);
-      selection.isSeveral = true;
-    } else {
-      context.GetPath(argument);  // which it must have
-    }
-    for (const std::string& zeltId : zeltIds) {
-      if (known.insert(zeltId).second) {
-        selection.zeltIds.push_back(zeltId);
+  selection.isSeveral = hasSeveral || arguments.size() > 1;
+  for (std::size_t i = 0; i < directories.size(); ++i) {
+    try {
+      for (const std::string& zeltId :
+           SelectIds(arguments, directories[i], context, selection.isSeveral)) {
+        selection.files.push_back({directories[i], zeltId, labels[i]});
       }
+    } catch (const UsageError&) {
+      throw;
+    } catch (const NoMatch&) {
+      if (!hasSeveral) {
+        throw;
+      }
+    } catch (const CommandError& error) {
+      TellOrThrow(error, hasSeveral, context);
     }
   }
-  selection.isSeveral |= arguments.size() > 1;
+  if (selection.files.empty()) {
+    throw hasSeveral
+        ? CommandError("no directory", "has any of the data sources", StatusCode::NotFound)
+        : CommandError(directories.front(), "has no data source", StatusCode::NotFound);
+  }
   return selection;
 }
 
 void ForEachFile(const Selection& selection, Context& context,
-                 const std::function<void(const std::string&)>& work) {
-  for (const std::string& zeltId : selection.zeltIds) {
+                 const std::function<void(const SelectedFile&)>& work) {
+  for (const SelectedFile& file : selection.files) {
     try {
-      work(zeltId);
+      work(file);
     } catch (const CommandError& error) {
-      if (!selection.isSeveral) {
-        throw;
-      }
-      PrintMessage(error.GetText());
-      context.exitStatus = EXIT_FAILED;
+      TellOrThrow(error, selection.isSeveral, context);
     }
   }
 }
 
-Query OpenQuery(const std::string& zeltId, QueryInterval interval, Context& context) {
-  const std::string path = context.GetPathOfNative(zeltId);
-  return {zeltId,   path,          DescribeSingleSource(context.rrdClient, path, zeltId),
-          interval, context.store, context.rrdClient};
-}
-
 FileTimes FindTimes(const std::string& zeltId, Context& context) {
   const auto open = [zeltId, &context] {
-    return OpenQuery(zeltId, QueryInterval::FullPeriod, context);
+    return Source({context.GetDirectory(), zeltId, {}}, context);
   };
-  return {[open] { return GetFileTimes(open()).findFirst(); },
-          [open] { return GetFileTimes(open()).findLast(); }};
+  return {[open] {
+            const Source source = open();
+            RowReader rows(source);
+            return GetFirstSample(source, rows);
+          },
+          [open] { return open().file.lastUpdate; }};
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

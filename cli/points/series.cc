@@ -1,9 +1,29 @@
 #include "points/series.h"
 
+#include <algorithm>
+#include <filesystem>
+
 #include "base/command_error.h"
 #include "base/message.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Cuts off what all paths end with, as each device's files may lie in a directory of the same name.
+void RemoveCommonEnd(std::vector<fs::path>& paths) {
+  const auto endsAsFirst = [&paths](const fs::path& path) {
+    return path.parent_path().has_relative_path() && path.filename() == paths.front().filename();
+  };
+  while (std::all_of(paths.begin(), paths.end(), endsAsFirst)) {
+    for (fs::path& path : paths) {
+      path = path.parent_path();
+    }
+  }
+}
+
+}  // namespace
 
 Labels ReadLabels(const std::vector<std::string>& texts) {
   Labels labels;
@@ -22,6 +42,32 @@ Labels ReadLabels(const std::vector<std::string>& texts) {
     }
   }
   return labels;
+}
+
+std::vector<Labels> MakeDirectoryLabels(const std::vector<std::string>& directories) {
+  if (directories.size() < 2) {
+    return {{}};
+  }
+  std::vector<fs::path> paths(directories.size());
+  std::transform(directories.begin(), directories.end(), paths.begin(), ResolvePath);
+  RemoveCommonEnd(paths);
+  std::vector<Labels> labels;
+  std::map<std::string, std::string> named;
+  for (std::size_t i = 0; i < paths.size(); ++i) {
+    const std::string name = paths[i].filename();
+    const auto [known, isNew] = named.emplace(name, directories[i]);
+    if (!isNew) {
+      throw UsageError(directories[i], "cannot be told from " + known->second + " by its name");
+    }
+    labels.push_back({{DIRECTORY_LABEL, name}});
+  }
+  return labels;
+}
+
+std::string ResolvePath(const std::string& path) {
+  std::error_code error;
+  const fs::path resolved = fs::weakly_canonical(path, error);
+  return error ? path : resolved.string();
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -9,11 +9,12 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 // What tells a series from others, by name; the names in order.
 using Labels = std::map<std::string, std::string>;
 
-// What a data source is called where it is sent to.
-struct ExportedSeries {
-  std::string scope;
-  Labels labels;            // with that of the name, "id"
-  bool hasQuality = false;  // its points are of intervals, and may be bad
+// What another database gets of a file.
+struct Series {
+  std::string zeltId;
+  Labels labels;  // with that of the name, "id"
+
+  std::string GetScope() const { return zeltId.substr(0, zeltId.find(':')); }
 };
 
 // The label of what follows the scope in an id.
@@ -25,5 +26,12 @@ constexpr char DIRECTORY_LABEL[] = "directory";
 // Reads texts of the form "KEY=VALUE". Throws UsageError for any other, for a key that is given
 // twice and for the keys that the command itself gives.
 Labels ReadLabels(const std::vector<std::string>& texts);
+
+// The labels of directories, in their order. None where there is one, since nothing has to be told
+// from it. Throws UsageError for two directories of one name.
+std::vector<Labels> MakeDirectoryLabels(const std::vector<std::string>& directories);
+
+// The path without links, as far as it exists.
+std::string ResolvePath(const std::string& path);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

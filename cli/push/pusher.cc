@@ -1,12 +1,12 @@
 #include "push/pusher.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "base/message.h"
+#include "base/round_up.h"
 #include "base/time_text.h"
-#include "points/answer.h"
+#include "points/reader.h"
 #include "replace/interruption.h"
 #include "rrd/described_file.h"
 #include "timeseries/time_helper.h"
@@ -15,12 +15,12 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 // What is sent of a file: other points, or the same with other labels, are other series.
-std::string DescribeKind(const ExportQuestion& question, Labels labels) {
+std::string DescribeKind(const Question& question, Labels labels) {
   labels.insert(question.labels.begin(), question.labels.end());
   nlohmann::json kind = nlohmann::json::array();
   if (question.interval) {
-    kind = {QueryIntervalToString(*question.interval), question.function.first,
-            question.window.zone.name()};
+    kind = {QueryIntervalToString(*question.interval),
+            CLI::detail::join(GetNames(question.functions), ","), question.zone.name()};
   } else {
     kind.push_back("samples");
   }
@@ -28,21 +28,26 @@ std::string DescribeKind(const ExportQuestion& question, Labels labels) {
   return kind.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-std::string Resolve(const std::string& directory) {
-  std::error_code error;
-  const std::filesystem::path resolved = std::filesystem::canonical(directory, error);
-  return error ? directory : resolved.string();
+AnswerShape MakeShape(const Question& question) {
+  AnswerShape shape;
+  shape.names = question.GetValueNames();
+  shape.hasQuality = question.interval.has_value();
+  return shape;
 }
 
 }  // namespace
 
-Pusher::Pusher(const ExportQuestion& exportQuestion, HttpSender& httpSender, PushState& pushState,
+Pusher::Pusher(const Question& pushedQuestion, HttpSender& httpSender, PushState& pushState,
                Context& commandContext)
-    : question(exportQuestion), sender(httpSender), state(pushState), context(commandContext) {}
+    : question(pushedQuestion),
+      sender(httpSender),
+      state(pushState),
+      context(commandContext),
+      format(MakeShape(pushedQuestion)) {}
 
-void Pusher::Push(const FileList& list) {
+void Pusher::Push(const Selection& selection) {
   try {
-    ForEachFile(list, context, [this](const ListedFile& file) { PushFile(file); });
+    ForEachFile(selection, context, [this](const SelectedFile& file) { PushFile(file); });
     SendBatch();
   } catch (...) {
     state.Save();  // which an interruption ends as well
@@ -51,29 +56,31 @@ void Pusher::Push(const FileList& list) {
   state.Save();
 }
 
-void Pusher::PushFile(const ListedFile& file) {
-  const Query query = OpenExportQuery(question, file.zeltId, context);
-  const ExportedSeries exported = MakeSeries(question, file);
-  const PushedSeries series{Resolve(file.directory), DescribeKind(question, file.labels),
+void Pusher::PushFile(const SelectedFile& file) {
+  const Source source(file, context);
+  const PushedSeries series{ResolvePath(file.directory), DescribeKind(question, file.labels),
                             file.zeltId};
   const std::optional<long long> confirmed = state.Find(series);
   if (confirmed) {
-    TellGap(query, *confirmed);
+    TellGap(source, *confirmed);
   }
   std::string header;  // of which line protocol has none
-  format.Begin(exported, 0, header);
-  const StreamResult result = StreamAnswer(question, query, confirmed,
-                                           [&](const Piece& piece) { return Add(piece, series); });
-  if (result == StreamResult::PartialData) {
-    TellPartialData(query);
+  format.Begin(file.MakeSeries(question.labels), 0, header);
+  Reader reader(question, source, confirmed);
+  if (reader.IsEmpty()) {
+    return;
+  }
+  reader.Tell();
+  if (reader.IsPartialData()) {
     context.NotePartialData();
   }
+  reader.Stream([&](const Piece& piece) { return Add(piece, series); });
 }
 
 // What the file no longer had when it was to be sent, and a file that was made anew.
-void Pusher::TellGap(const Query& query, long long confirmed) const {
-  if (confirmed > query.file.lastUpdate) {
-    PrintMessage(query.zeltId + ": its last update, " + FormatUtc(query.file.lastUpdate) +
+void Pusher::TellGap(const Source& source, long long confirmed) const {
+  if (confirmed > source.file.lastUpdate) {
+    PrintMessage(source.zeltId + ": its last update, " + FormatUtc(source.file.lastUpdate) +
                  ", lies before what was sent, " + FormatUtc(confirmed) + ", so nothing is sent");
     context.NotePartialData();
     return;
@@ -81,16 +88,16 @@ void Pusher::TellGap(const Query& query, long long confirmed) const {
   long long next = confirmed + 1;
   if (question.interval) {
     Date::Date start;
-    start.timeZone = question.window.zone;
+    start.timeZone = question.zone;
     start.timestamp = confirmed;
-    TimeHelper::ComputeNextDate(query.interval, start, start);
+    TimeHelper::ComputeNextDate(*question.interval, Date::Date(start), start);
     next = start.timestamp;
   }
-  const Rrd::ArchiveDescription& archive = RequireArchive(query.file, next, query.zeltId);
-  const auto step = static_cast<long long>(GetRowLength(query.file, archive));
-  next = (next + step - 1) / step * step;
+  const Rrd::ArchiveDescription& archive = RequireArchive(source.file, next, source.zeltId);
+  const auto step = static_cast<long long>(GetRowLength(source.file, archive));
+  next = RoundUp(next, step);
   if (archive.firstTime > next) {
-    PrintMessage(query.zeltId + ": the samples from " + FormatUtc(next) + " to " +
+    PrintMessage(source.zeltId + ": the samples from " + FormatUtc(next) + " to " +
                  FormatUtc(archive.firstTime - step) + " are no longer in its file, and not sent");
     context.NotePartialData();
   }
@@ -100,28 +107,19 @@ void Pusher::TellGap(const Query& query, long long confirmed) const {
 bool Pusher::Add(const Piece& piece, const PushedSeries& series) {
   // What a request has, about, which a small server takes in a second.
   constexpr std::size_t BATCH_SIZE = 1 << 19;
-  constexpr std::size_t SLICE_LENGTH = 1000;
-  for (std::size_t begin = 0; begin < piece.size(); begin += SLICE_LENGTH) {
-    InterruptionGuard::Check();
-    const std::size_t end = std::min(piece.size(), begin + SLICE_LENGTH);
-    const Piece slice(piece.begin() + static_cast<std::ptrdiff_t>(begin),
-                      piece.begin() + static_cast<std::ptrdiff_t>(end));
-    if (batch.empty() || batch.back().series != series) {
-      batch.push_back({series, "", 0});
-    }
-    Part& part = batch.back();
-    const std::size_t sizeBefore = part.lines.size();
-    format.Append(slice, part.lines);
-    part.reached = slice.back().timestamp;
-    batchSize += part.lines.size() - sizeBefore;
-    if (batchSize >= BATCH_SIZE) {
-      SendBatch();
-    }
-    if (refused.count(series) > 0) {
-      return false;
-    }
+  InterruptionGuard::Check();
+  if (batch.empty() || batch.back().series != series) {
+    batch.push_back({series, "", 0});
   }
-  return true;
+  Part& part = batch.back();
+  const std::size_t sizeBefore = part.lines.size();
+  format.Append(piece, part.lines);
+  part.reached = piece.GetTime(piece.GetRowCount() - 1);
+  batchSize += part.lines.size() - sizeBefore;
+  if (batchSize >= BATCH_SIZE) {
+    SendBatch();
+  }
+  return refused.count(series) == 0;
 }
 
 void Pusher::SendBatch() {

@@ -6,8 +6,9 @@
 
 #include "formats/line_protocol.h"
 #include "points/context.h"
-#include "points/export_question.h"
-#include "points/file_list.h"
+#include "points/question.h"
+#include "points/selected_files.h"
+#include "points/source.h"
 #include "push/http_sender.h"
 #include "push/push_state.h"
 
@@ -16,11 +17,11 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 // Sends what is new in files since the server last confirmed it, in batches over all of them.
 class Pusher {
  public:
-  Pusher(const ExportQuestion& exportQuestion, HttpSender& httpSender, PushState& pushState,
+  Pusher(const Question& pushedQuestion, HttpSender& httpSender, PushState& pushState,
          Context& commandContext);
 
   // Throws SendError, after what was confirmed is saved, and Interrupted.
-  void Push(const FileList& list);
+  void Push(const Selection& selection);
 
   unsigned long long GetPointCount() const { return pointCount; }
   unsigned long long GetLeftOutCount() const { return format.GetLeftOutCount(); }
@@ -33,8 +34,8 @@ class Pusher {
     long long reached;
   };
 
-  void PushFile(const ListedFile& file);
-  void TellGap(const Query& query, long long confirmed) const;
+  void PushFile(const SelectedFile& file);
+  void TellGap(const Source& source, long long confirmed) const;
   bool Add(const Piece& piece, const PushedSeries& series);
   void SendBatch();
   void SendApart();
@@ -42,7 +43,7 @@ class Pusher {
   void Send(const std::string& lines);
   void Confirm(const Part& part);
 
-  const ExportQuestion& question;
+  const Question& question;
   HttpSender& sender;
   PushState& state;
   Context& context;

@@ -1,0 +1,159 @@
+#include "command/answer_command.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "arguments/choice.h"
+#include "base/message.h"
+#include "points/reader.h"
+#include "points/selected_files.h"
+#include "replace/output_file.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+AnswerShape MakeShape(const AnswerOptions& options, const Question& question,
+                      const Selection& selection, const OutputFile& output) {
+  AnswerShape shape;
+  shape.zone = question.zone;
+  shape.names = question.GetValueNames();
+  shape.functions = question.interval ? GetNames(question.functions) : shape.names;
+  shape.isSeveral = selection.isSeveral;
+  shape.hasQuality = question.interval.has_value();
+  shape.isForSeries = options.isForSeries;
+  shape.labels = question.labels;
+  shape.labels.insert(selection.files.front().labels.begin(), selection.files.front().labels.end());
+  shape.isOnTerminal = !output.IsFile();
+  return shape;
+}
+
+// Writes the answers of files in one format to one place.
+class AnswerWriter {
+ public:
+  AnswerWriter(const Question& askedQuestion, PointWriter& pointWriter, OutputFile& outputFile,
+               Context& commandContext)
+      : question(askedQuestion), writer(pointWriter), output(outputFile), context(commandContext) {}
+
+  // Where a format has several rounds, the files of one scope stand together.
+  void Write(const Selection& selection) {
+    const auto& files = selection.files;
+    for (auto begin = files.begin(); begin != files.end();) {
+      const auto end = writer.GetRoundCount() == 1 ? files.end() : FindScopeEnd(begin, files.end());
+      for (int round = 0; round < writer.GetRoundCount(); ++round) {
+        ForEachFile({{begin, end}, selection.isSeveral}, context,
+                    [&](const SelectedFile& file) { WriteFile(file, round); });
+      }
+      begin = end;
+    }
+    writer.Finish(text);
+    output.Write(text);
+    if (writer.GetLeftOutCount() > 0) {
+      PrintMessage(std::to_string(writer.GetLeftOutCount()) +
+                   " infinite values left out, for which the format has no form");
+    }
+  }
+
+ private:
+  using Files = std::vector<SelectedFile>::const_iterator;
+
+  static Files FindScopeEnd(Files begin, Files end) {
+    return std::find_if(begin, end, [begin](const SelectedFile& file) {
+      return file.GetScope() != begin->GetScope();
+    });
+  }
+
+  void WriteFile(const SelectedFile& file, int round) {
+    if (isOver) {
+      return;
+    }
+    const Source source(file, context);
+    writer.Begin(file.MakeSeries(question.labels), round, text);
+    Reader reader(question, source);
+    if (round == 0) {
+      Tell(reader, file);
+    }
+    reader.Stream([this](const Piece& piece) {
+      writer.Append(piece, text);
+      isOver = !output.Write(text);
+      text.clear();
+      return !isOver;
+    });
+    writer.End();
+  }
+
+  void Tell(const Reader& reader, const SelectedFile& file) {
+    reader.Tell();
+    if (reader.IsEmpty()) {
+      PrintMessage(file.zeltId + ": no sample in the window");
+    }
+    if (reader.IsPartialData()) {
+      context.NotePartialData();
+    }
+  }
+
+  const Question& question;
+  PointWriter& writer;
+  OutputFile& output;
+  Context& context;
+  std::string text;
+  bool isOver = false;  // since nobody reads any more
+};
+
+constexpr char FORMAT_HELP[] =
+    "csv and json have whole values, chart draws in the terminal, gnuplot is a script: ... "
+    "--format\n"
+    "gnuplot | gnuplot >points.png. line-protocol is what InfluxDB and many others take: the "
+    "scope\n"
+    "with the labels as tags, the field value or one for each of several functions, for points of\n"
+    "intervals the field quality (true or false), and seconds. openmetrics has the same as\n"
+    "topo_value and topo_quality. A missing value is nan in csv, null in json, empty in the csv\n"
+    "of export and left out in these two.";
+
+}  // namespace
+
+AddedOptions AddAnswerOptions(CLI::App& command, AnswerOptions& options) {
+  AddedOptions added{};
+  added.zeltIds =
+      command.add_option("ID", options.zeltIds, "Data sources, or patterns of their ids")
+          ->type_name("");
+  added.interval = AddQuestionOptions(command, options.question);
+  added.format =
+      AddChoice(command, "--format", options.format,
+                Choices<std::optional<PointFormat>>{{"table", PointFormat::Table},
+                                                    {"csv", PointFormat::Csv},
+                                                    {"json", PointFormat::Json},
+                                                    {"chart", PointFormat::Chart},
+                                                    {"gnuplot", PointFormat::Gnuplot},
+                                                    {"line-protocol", PointFormat::LineProtocol},
+                                                    {"openmetrics", PointFormat::OpenMetrics}},
+                "table, csv, json, chart, gnuplot, line-protocol or openmetrics")
+          ->type_name("FORMAT");
+  command
+      .add_option("--output", options.output, "File to make or replace (default: standard output)")
+      ->type_name("FILE");
+  return added;
+}
+
+std::string GetAnswerHelp() {
+  return std::string(PATTERN_HELP) + "\n" + FORMAT_HELP + "\n" + GetQuestionHelp();
+}
+
+void WriteAnswers(const AnswerOptions& options, Context& context) {
+  Question question = ReadQuestion(options.question);
+  Selection selection = SelectFiles(options.zeltIds, context);
+  OutputFile output(options.output);
+  const std::unique_ptr<PointWriter> writer =
+      MakePointWriter(*options.format, MakeShape(options, question, selection, output));
+  question.isAtOnce = writer->IsAtOnce();
+  if (options.isForSeries || writer->GetRoundCount() > 1) {
+    selection.SortByScope();
+  }
+  AnswerWriter(question, *writer, output, context).Write(selection);
+  if (output.IsFile() && context.exitStatus == EXIT_FAILED) {
+    throw CommandError(*options.output, "not written, since a data source failed",
+                       StatusCode::Failure);
+  }
+  output.Finish();
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

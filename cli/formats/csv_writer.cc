@@ -1,0 +1,59 @@
+#include "formats/csv_writer.h"
+
+#include <cmath>
+
+#include "base/shortest_text.h"
+#include "formats/csv_field.h"
+#include "formats/local_time.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+void CsvWriter::AppendHeader(std::string& text) {
+  if (hasHeader) {
+    return;
+  }
+  hasHeader = true;
+  text += shape.isForSeries ? "timestamp" : "date,timestamp";
+  text += shape.isForSeries || shape.isSeveral ? ",id" : "";
+  for (const auto& label : shape.labels) {
+    text += label.first == ID_LABEL ? "" : "," + QuoteCsv(label.first);
+  }
+  for (const std::string& name : shape.names) {
+    text += "," + name;
+  }
+  text += shape.hasQuality ? ",quality\n" : "\n";
+}
+
+void CsvWriter::Begin(const Series& series, int /*round*/, std::string& text) {
+  AppendHeader(text);
+  names = shape.isForSeries || shape.isSeveral ? "," + QuoteCsv(series.zeltId) : "";
+  for (const auto& label : shape.isForSeries ? series.labels : Labels()) {
+    names += label.first == ID_LABEL ? "" : "," + QuoteCsv(label.second);
+  }
+}
+
+void CsvWriter::Append(const Piece& piece, std::string& text) {
+  for (std::size_t row = 0; row < piece.GetRowCount(); ++row) {
+    const long long time = piece.GetTime(row);
+    if (!shape.isForSeries) {
+      text += FormatLocal(time, shape.zone);
+      text += ',';
+    }
+    text += std::to_string(time);
+    text += names;
+    for (std::size_t i = 0; i < piece.GetColumnCount(); ++i) {
+      const Value& value = piece.GetRow(row)[i];
+      text += ',';
+      if (value.isAsked && !(shape.isForSeries && std::isnan(value.number))) {
+        text += ShortestText(value.number).Get();
+      }
+    }
+    if (shape.hasQuality) {
+      text += ',';
+      text += GetQualityText(piece.IsGood(row));
+    }
+    text += '\n';
+  }
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <utility>
+
+#include "formats/point_writer.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// A header, then a line for each date: date, timestamp, the id if there may be several, a value for
+// each function in the shortest form that reads back to the same double ("nan" for a missing one,
+// nothing where only other functions have a point), and the quality, good when all values of the
+// line are. For another database: timestamp, id, labels, values, which are empty where they are
+// missing, and the quality of points of intervals; what is of one id can be stored again.
+class CsvWriter : public PointWriter {
+ public:
+  explicit CsvWriter(AnswerShape answerShape) : shape(std::move(answerShape)) {}
+  void Begin(const Series& series, int round, std::string& text) override;
+  void Append(const Piece& piece, std::string& text) override;
+  void Finish(std::string& text) override { AppendHeader(text); }
+
+ private:
+  void AppendHeader(std::string& text);
+
+  AnswerShape shape;
+  std::string names;  // what follows the timestamp in each line
+  bool hasHeader = false;
+};
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "timeseries/numerical_data_point.h"
+
+// Whole answers, for the formats that need all of one before they write the first of it.
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+using Points = std::vector<NumericalDataPoint>;
+
+// The points of one function of a file, in the order of their dates.
+struct Curve {
+  std::string zeltId;
+  std::string function;  // its name
+  Points points;
+};
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+#include "formats/point_writer.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// An array of objects with the names of the CSV columns; for another database an object a line. A
+// missing value is null, an infinite one "inf" or "-inf", as JSON has no number for it.
+class JsonWriter : public PointWriter {
+ public:
+  // Throws UsageError for a label of the name of another field.
+  explicit JsonWriter(AnswerShape answerShape);
+
+  void Begin(const Series& series, int round, std::string& text) override;
+  void Append(const Piece& piece, std::string& text) override;
+  void Finish(std::string& text) override;
+
+ private:
+  AnswerShape shape;
+  Series series;
+  bool hasPoints = false;
+};
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "points/source.h"
+
+// Which archives of a file answer. This is decided here alone, once for a question. Every operation
+// throws CommandError for a file of which no archive is read.
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+struct ChosenArchive {
+  const Rrd::ArchiveDescription* archive;
+  long long rowLength;  // seconds
+  long long begin;      // it answers from this time on, until the next one begins
+};
+
+// The archive of all points of intervals from `start` on: the one that the library reads for such a
+// window. Sums of rows of different lengths would not be comparable.
+ChosenArchive ChooseArchive(const Source& source, long long start);
+
+// The archives of the samples from `first` to `last`: each time is that of the finest archive that
+// reaches back to it.
+std::vector<ChosenArchive> ChooseArchives(const Source& source, long long first, long long last);
+
+// The time of the oldest row of any archive that is read.
+long long GetOldestRow(const Source& source);
+
+// Whether all that the library reads of the file lies in one archive.
+bool HasSingleArchive(const Source& source);
+
+// Tells on standard error which archives of a file of another shape answer. Of intervals, also
+// whether rows are repeated because `intervalName`, of `intervalLength` seconds, is shorter.
+void TellArchives(const Source& source, const std::vector<ChosenArchive>& chosen);
+void TellRepeatedRows(const Source& source, const ChosenArchive& chosen,
+                      const std::string& intervalName, long long intervalLength);
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

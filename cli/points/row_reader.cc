@@ -1,0 +1,106 @@
+#include "points/row_reader.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "base/command_error.h"
+#include "base/round_up.h"
+#include "base/time_text.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+// The last row from which on the RRD library reads the archive, and no finer one that reaches back
+// to it.
+long long FindOwnRow(const Source& source, const ChosenArchive& chosen, long long row) {
+  for (const Rrd::ArchiveDescription& other : source.file.archives) {
+    if (other.stepsPerRow < chosen.archive->stepsPerRow) {
+      const auto length = static_cast<long long>(other.stepsPerRow * source.file.step);
+      row = std::min(row, other.firstTime - length);
+    }
+  }
+  return std::max(row - row % chosen.rowLength, chosen.archive->firstTime);
+}
+
+}  // namespace
+
+const double* RowReader::Read(const ChosenArchive& chosen, long long first, long long last,
+                              long long end) {
+  const long long length = chosen.rowLength;
+  const long long from =
+      std::max({first, chosen.archive->firstTime, RoundUp(EARLIEST_SAMPLE, length)});
+  const long long to = std::min(last, chosen.archive->lastTime);
+  if (from <= to && !Has(chosen, from, to)) {
+    const long long ahead = std::max(to, from + (ROW_COUNT - 1) * length);
+    Fetch(chosen, from, std::min({ahead, std::max(to, end), chosen.archive->lastTime}));
+  }
+  if (from == first && to == last) {
+    return GetRow(first);
+  }
+  padded.assign(static_cast<std::size_t>((last - first) / length + 1),
+                std::numeric_limits<double>::quiet_NaN());
+  if (from <= to) {
+    std::copy_n(GetRow(from), (to - from) / length + 1, padded.begin() + (from - first) / length);
+  }
+  return padded.data();
+}
+
+void RowReader::ReadAll(const std::vector<ChosenArchive>& chosen, long long first, long long last,
+                        const RowConsumer& work) {
+  constexpr long long STRIDE = 4096;  // rows
+  for (std::size_t i = 0; i < chosen.size(); ++i) {
+    const long long length = chosen[i].rowLength;
+    const long long next = i + 1 < chosen.size() ? chosen[i + 1].begin : last + 1;
+    const long long end = std::min({next - 1, last, chosen[i].archive->lastTime});
+    const long long begin =
+        std::max({first, chosen[i].begin, chosen[i].archive->firstTime, EARLIEST_SAMPLE});
+    for (long long row = RoundUp(begin, length); row <= end; row += STRIDE * length) {
+      const long long count = std::min(STRIDE, (end - row) / length + 1);
+      const double* const values = Read(chosen[i], row, row + (count - 1) * length, last);
+      if (!work(row, values, count, length)) {
+        return;
+      }
+    }
+  }
+}
+
+std::optional<long long> RowReader::FindFirstSample(long long first, long long last) {
+  std::optional<long long> sample;
+  ReadAll(ChooseArchives(source, first, last), first, last,
+          [&](long long time, const double* values, long long count, long long length) {
+            const double* const found = std::find_if(
+                values, values + count, [](double value) { return !std::isnan(value); });
+            if (found != values + count) {
+              sample = time + (found - values) * length;
+            }
+            return !sample;
+          });
+  return sample;
+}
+
+bool RowReader::Has(const ChosenArchive& chosen, long long first, long long last) const {
+  return fetched.GetStep() == static_cast<unsigned long long>(chosen.rowLength) &&
+         fetched.GetStartTime() <= first && last <= fetched.GetEndTime();
+}
+
+void RowReader::Fetch(const ChosenArchive& chosen, long long first, long long last) {
+  const Rrd::ArchiveDescription* const read = source.file.FindArchive(first);
+  if (read->stepsPerRow != chosen.archive->stepsPerRow) {
+    first = FindOwnRow(source, chosen, first);
+  }
+  const std::string span = FormatUtc(first) + " to " + FormatUtc(last);
+  Require(source.context.rrdClient.Fetch(source.path, first, last, fetched), source.zeltId,
+          "no samples from " + span);
+  if (!Has(chosen, first, last)) {
+    throw CommandError(source.zeltId, "its rows have moved on while they were read, from " + span,
+                       StatusCode::Failure);
+  }
+}
+
+const double* RowReader::GetRow(long long time) const {
+  return fetched.GetData() +
+         (time - fetched.GetStartTime()) / static_cast<long long>(fetched.GetStep());
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

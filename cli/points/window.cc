@@ -1,0 +1,227 @@
+#include "points/window.h"
+
+#include <algorithm>
+
+#include "base/command_error.h"
+#include "base/time_text.h"
+#include "timeseries/date/time_round_helper.h"
+#include "timeseries/time_helper.h"
+#include "timeseries/time_window_helper.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+// Points and rows of the time that a file does not cover, and points that lie in memory at once.
+constexpr unsigned long long MAXIMUM_ROW_COUNT = 1ULL << 23;
+constexpr unsigned long long MAXIMUM_POINT_COUNT = 1ULL << 21;
+
+TimeWindow MakeWindow(const Question& question, long long start, long long end) {
+  TimeWindow window;
+  window.start.timeZone = question.zone;
+  window.start.timestamp = start;
+  window.end.timeZone = question.zone;
+  window.end.timestamp = end;
+  return window;
+}
+
+// The start of the file's rows, or of its samples as a store has it. A stored timestamp may be any
+// number, and archives may reach back behind 1970, but no sample can.
+long long GetFirstRow(const Source& source) {
+  MetadataStore& store = source.context.store;
+  if (store.IsNamed()) {
+    long long first = 0;
+    Require(source.context.MakeDataSource(source.path).GetFirstTimestamp(first), source.zeltId,
+            "its first timestamp cannot be read");
+    if (store.WasFound()) {
+      return std::max(ClampTime(first), EARLIEST_SAMPLE);
+    }
+  }
+  return std::max(GetOldestRow(source), EARLIEST_SAMPLE);
+}
+
+[[noreturn]] void RefuseMissing(const Source& source, const TimeWindow& window) {
+  throw CommandError(source.zeltId, "no sample in " + TimeWindowToString(window),
+                     StatusCode::NotFound);
+}
+
+// The first sample up to `end`; nothing when there is none.
+std::optional<long long> FindFirst(RowReader& rows, long long firstRow, long long end) {
+  return firstRow > end ? firstRow : rows.FindFirstSample(firstRow, end);
+}
+
+// The start of the interval of a sample, or the sample itself where its archive does not reach back
+// so far: not even for the start of an interval is a coarser one to answer.
+Date::Date FindIntervalStart(const Question& question, const Source& source,
+                             const Date::Date& sample) {
+  Date::Date bound = sample;
+  Date::TimeRoundHelper::RoundDownTime(*question.interval, bound);
+  return source.file.FindArchive(bound.timestamp) == source.file.FindArchive(sample.timestamp)
+             ? bound
+             : sample;
+}
+
+unsigned long long GetSeconds(const TimeWindow& window) {
+  return static_cast<unsigned long long>(
+      std::max(0LL, window.end.timestamp - window.start.timestamp));
+}
+
+void RequireCount(const Source& source, const ChosenArchive& chosen, unsigned long long count,
+                  unsigned long long maximum) {
+  if (count > std::max<unsigned long long>(chosen.archive->rowCount, maximum)) {
+    throw CommandError(source.zeltId,
+                       "the window is too long; the file covers " +
+                           FormatUtc(chosen.archive->firstTime) + " - " +
+                           FormatUtc(source.file.lastUpdate),
+                       StatusCode::OutOfRange);
+  }
+}
+
+// How the clocks change in a window by what is no multiple of an interval, so that its intervals,
+// counted in seconds, no longer end on bounds.
+std::string DescribeClockChange(const TimeWindow& window, long long intervalLength) {
+  constexpr long long HALF_AN_HOUR = 1800;
+  cctz::time_point<cctz::seconds> instant{cctz::seconds(window.start.timestamp)};
+  cctz::time_zone::civil_transition change;
+  while (window.start.timeZone.next_transition(instant, &change)) {
+    instant = window.start.timeZone.lookup(change.to).trans;
+    if (instant.time_since_epoch().count() > window.end.timestamp) {
+      break;
+    }
+    const long long seconds = std::abs(change.to - change.from);
+    if (seconds == HALF_AN_HOUR && seconds % intervalLength != 0) {
+      return ": the clocks change by half an hour in it; the intervals 30m and 1d work";
+    }
+    if (seconds % intervalLength != 0) {
+      return ": the clocks change by " + std::to_string(seconds) +
+             " s in it; the interval 1d works";
+    }
+  }
+  return "";
+}
+
+}  // namespace
+
+long long GetFirstSample(const Source& source, RowReader& rows) {
+  const long long last = source.file.lastUpdate;
+  const long long firstRow = GetFirstRow(source);
+  const std::optional<long long> first = FindFirst(rows, firstRow, last);
+  if (!first) {
+    RefuseMissing(source, MakeWindow(Question(), firstRow, last));
+  }
+  return *first;
+}
+
+TimeWindow ResolveWindow(const Question& question, const Source& source, RowReader& rows,
+                         std::optional<long long> confirmed) {
+  const FileTimes times{[&] { return GetFirstSample(source, rows); },
+                        [&] { return source.file.lastUpdate; }};
+  TimeWindow window = MakeWindow(question, 0, source.file.lastUpdate);
+  if (question.to) {
+    const long long end = question.to->Resolve(times);
+    window.end.timestamp = question.isResumable ? std::min(end, window.end.timestamp) : end;
+  }
+  if (question.from) {
+    window.start.timestamp = question.from->Resolve(times);
+    return window;
+  }
+  if (confirmed && HasSingleArchive(source)) {
+    window.start.timestamp = std::max(*confirmed + 1, GetOldestRow(source));
+    return window;
+  }
+  window.start.timestamp = GetFirstRow(source);
+  const std::optional<long long> first =
+      FindFirst(rows, window.start.timestamp, window.end.timestamp);
+  if (!first && question.interval) {
+    RefuseMissing(source, window);
+  }
+  window.start.timestamp = first.value_or(window.end.timestamp + 1);
+  const bool isOnBound =
+      question.interval && question.interval != QueryInterval::FullPeriod && !question.isUnadjusted;
+  if (isOnBound) {
+    window.start = FindIntervalStart(question, source, window.start);
+  }
+  return window;
+}
+
+std::optional<Intervals> FindIntervals(const Question& question, const TimeWindow& window) {
+  Intervals intervals{window, std::nullopt};
+  if (question.isUnadjusted) {
+    return intervals;
+  }
+  const QueryInterval interval = *question.interval;
+  TimeWindow complete = window;
+  Date::TimeRoundHelper::RoundUpTime(interval, complete.start);
+  Date::TimeRoundHelper::RoundDownTime(interval, complete.end);
+  const TimeWindow rest{complete.end, window.end};
+  if (question.isPartial && rest.start.timestamp < rest.end.timestamp) {
+    intervals.cut = rest;
+  }
+  if (question.isPartial && complete.start.timestamp == complete.end.timestamp) {
+    intervals.complete = complete;
+    return intervals;
+  }
+  const StatusCode status = TimeWindowHelper::AdjustTimeWindow(
+      interval, TimeWindowHelper::DEFAULT_ROUNDING_STRATEGY, intervals.complete);
+  return status == StatusCode::Success ? std::optional(intervals) : std::nullopt;
+}
+
+long long GetIntervalLength(const Question& question, const TimeWindow& window) {
+  Date::Date next = window.end;
+  if (question.interval != QueryInterval::FullPeriod) {
+    TimeHelper::ComputeNextDate(*question.interval, window.start, next);
+  }
+  return next.timestamp - window.start.timestamp;
+}
+
+std::optional<Date::Date> FindBoundOnRow(const Question& question, const Source& source,
+                                         const ChosenArchive& chosen, Date::Date start) {
+  // A row of a day lies on one of as many minutes.
+  constexpr int LONGEST_SEARCH = 24 * 60;
+  for (int i = 0; i < LONGEST_SEARCH; ++i) {
+    if (start.timestamp % chosen.rowLength == 0) {
+      return start;
+    }
+    --start.timestamp;
+    Date::TimeRoundHelper::RoundDownTime(*question.interval, start);
+    if (question.isUnadjusted || start.timestamp < EARLIEST_SAMPLE ||
+        source.file.FindArchive(start.timestamp) != chosen.archive) {
+      break;
+    }
+  }
+  return std::nullopt;
+}
+
+void RequireBounded(const Question& question, const Source& source, const ChosenArchive& chosen,
+                    const TimeWindow& window) {
+  const bool isWhole = question.interval == QueryInterval::FullPeriod;
+  const auto length = static_cast<unsigned long long>(GetIntervalLength(question, window));
+  const auto rowLength = static_cast<unsigned long long>(chosen.rowLength);
+  TimeWindow before = window;
+  before.end.timestamp = std::min(window.end.timestamp, chosen.archive->firstTime);
+  TimeWindow behind = window;
+  behind.start.timestamp = std::max(window.start.timestamp, source.file.lastUpdate);
+  const auto uncovered = GetSeconds(before) + GetSeconds(behind);
+  const auto held = isWhole || question.isAtOnce ? GetSeconds(window) : uncovered;
+  RequireCount(source, chosen, (isWhole ? held : uncovered) / rowLength, MAXIMUM_ROW_COUNT);
+  RequireCount(source, chosen, held / length, MAXIMUM_POINT_COUNT);
+}
+
+void RequireEndOnBound(const Question& question, const Source& source, const TimeWindow& window) {
+  const long long length = GetIntervalLength(question, window);
+  const bool isFixed = *question.interval <= QueryInterval::Hour;
+  Date::Date bound = window.start;
+  if (isFixed) {
+    bound.timestamp += (window.end.timestamp - bound.timestamp) / length * length;
+  }
+  while (bound.timestamp < window.end.timestamp) {
+    TimeHelper::ComputeNextDate(*question.interval, Date::Date(bound), bound);
+  }
+  if (bound.timestamp != window.end.timestamp) {
+    throw CommandError(source.zeltId,
+                       "no interval ends with the window " + TimeWindowToString(window) +
+                           (isFixed ? DescribeClockChange(window, length) : ""),
+                       StatusCode::OutOfRange);
+  }
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <optional>
+
+#include "points/question.h"
+#include "points/row_reader.h"
+#include "timeseries/time_window.h"
+
+// The times that a question means in a file. They are resolved here alone. Every operation throws
+// CommandError.
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// The time of the file's first sample.
+long long GetFirstSample(const Source& source, RowReader& rows);
+
+// From the start to the end of the window. Without a start it begins with the first interval that
+// has a sample, or with the first sample itself, without an end it ends with the file's last
+// update; where there is no sample, that of samples ends before it starts. What was answered
+// before, up to `confirmed`, need not be looked at again.
+TimeWindow ResolveWindow(const Question& question, const Source& source, RowReader& rows,
+                         std::optional<long long> confirmed);
+
+struct Intervals {
+  TimeWindow complete;
+  std::optional<TimeWindow> cut;  // the one that the end of the window cuts, if it is asked for
+};
+
+// The intervals of a window; none when none is complete, unless one that is cut is asked for.
+std::optional<Intervals> FindIntervals(const Question& question, const TimeWindow& window);
+
+// Seconds of the interval that begins with the window; of all, those of the window.
+long long GetIntervalLength(const Question& question, const TimeWindow& window);
+
+// The nearest bound, from `start` back, on which a row of the archive lies; none where there is
+// none. From there the library finds the samples of all intervals at their places.
+std::optional<Date::Date> FindBoundOnRow(const Question& question, const Source& source,
+                                         const ChosenArchive& chosen, Date::Date start);
+
+// Requires that the answer is bounded: the time that the file does not cover is answered as well.
+void RequireBounded(const Question& question, const Source& source, const ChosenArchive& chosen,
+                    const TimeWindow& window);
+
+// Requires that one interval behind the other ends with the window.
+void RequireEndOnBound(const Question& question, const Source& source, const TimeWindow& window);
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
