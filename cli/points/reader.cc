@@ -61,12 +61,13 @@ Reader::Reader(const Question& askedQuestion, const Source& askedSource,
     PrepareSamples(confirmed);
     return;
   }
-  const bool isAsked = question.from || question.to;
+  const bool isWhole = question.interval == QueryInterval::FullPeriod;
+  const bool isAsked = question.from || question.to || isWhole;
   if (isAsked && !confirmed && window.start.timestamp >= window.end.timestamp) {
     throw CommandError(source.zeltId, "from is not before to: " + TimeWindowToString(window),
                        StatusCode::InvalidArgument);
   }
-  question.interval == QueryInterval::FullPeriod ? PrepareWhole() : PrepareIntervals(confirmed);
+  isWhole ? PrepareWhole() : PrepareIntervals(confirmed);
 }
 
 void Reader::PrepareSamples(std::optional<long long> confirmed) {
@@ -92,14 +93,14 @@ void Reader::PrepareIntervals(std::optional<long long> confirmed) {
   if (complete.start.timestamp == complete.end.timestamp) {
     return;
   }
-  const bool isOnRow = FindBoundOnRow(question, source, chosen.front(), complete.start).has_value();
-  rowOffset = isOnRow ? 0 : chosen.front().rowLength;
-  isPartialData = !isOnRow || complete.start.timestamp < EARLIEST_SAMPLE;
-  if (confirmed && *confirmed >= complete.start.timestamp) {
+  if (confirmed && *confirmed + 1 >= window.start.timestamp) {
     complete.start.timestamp = *confirmed;
     TimeHelper::ComputeNextDate(*question.interval, Date::Date(complete.start), complete.start);
     isEmpty = complete.start.timestamp >= complete.end.timestamp;
   }
+  const bool isOnRow = HasBoundOnRow(question, chosen.front().rowLength, complete.start);
+  rowOffset = isOnRow ? 0 : chosen.front().rowLength;
+  isPartialData = !isOnRow || complete.start.timestamp < EARLIEST_SAMPLE;
   if (!isEmpty) {
     RequireBounded(question, source, chosen.front(), complete);
     RequireEndOnBound(question, source, complete);

@@ -28,20 +28,20 @@ long long FindOwnRow(const Source& source, const ChosenArchive& chosen, long lon
 const double* RowReader::Read(const ChosenArchive& chosen, long long first, long long last,
                               long long end) {
   const long long length = chosen.rowLength;
-  const long long from =
-      std::max({first, chosen.archive->firstTime, RoundUp(EARLIEST_SAMPLE, length)});
-  const long long to = std::min(last, chosen.archive->lastTime);
-  if (from <= to && !Has(chosen, from, to)) {
-    const long long ahead = std::max(to, from + (ROW_COUNT - 1) * length);
-    Fetch(chosen, from, std::min({ahead, std::max(to, end), chosen.archive->lastTime}));
+  const long long from = std::max(first, RoundUp(EARLIEST_SAMPLE, length));
+  const bool hasRows =
+      from <= last && from <= chosen.archive->lastTime && last >= chosen.archive->firstTime;
+  if (hasRows && !Has(chosen, from, last)) {
+    const long long ahead = from + (ROW_COUNT - 1) * length;
+    Fetch(chosen, from, std::max(last, std::min({ahead, end, chosen.archive->lastTime})));
   }
-  if (from == first && to == last) {
+  if (hasRows && from == first) {
     return GetRow(first);
   }
   padded.assign(static_cast<std::size_t>((last - first) / length + 1),
                 std::numeric_limits<double>::quiet_NaN());
-  if (from <= to) {
-    std::copy_n(GetRow(from), (to - from) / length + 1, padded.begin() + (from - first) / length);
+  if (hasRows) {
+    std::copy_n(GetRow(from), (last - from) / length + 1, padded.begin() + (from - first) / length);
   }
   return padded.data();
 }

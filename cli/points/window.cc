@@ -173,22 +173,24 @@ long long GetIntervalLength(const Question& question, const TimeWindow& window) 
   return next.timestamp - window.start.timestamp;
 }
 
-std::optional<Date::Date> FindBoundOnRow(const Question& question, const Source& source,
-                                         const ChosenArchive& chosen, Date::Date start) {
+bool HasBoundOnRow(const Question& question, long long rowLength, Date::Date start) {
   // A row of a day lies on one of as many minutes.
   constexpr int LONGEST_SEARCH = 24 * 60;
+  const bool isFixed = *question.interval <= QueryInterval::Hour;
+  const long long length = isFixed ? GetIntervalLength(question, {start, start}) : 1;
   for (int i = 0; i < LONGEST_SEARCH; ++i) {
-    if (start.timestamp % chosen.rowLength == 0) {
-      return start;
+    if (start.timestamp % rowLength == 0) {
+      return true;
     }
-    --start.timestamp;
-    Date::TimeRoundHelper::RoundDownTime(*question.interval, start);
-    if (question.isUnadjusted || start.timestamp < EARLIEST_SAMPLE ||
-        source.file.FindArchive(start.timestamp) != chosen.archive) {
+    start.timestamp -= length;
+    if (!isFixed) {
+      Date::TimeRoundHelper::RoundDownTime(*question.interval, start);
+    }
+    if (question.isUnadjusted || start.timestamp < EARLIEST_SAMPLE) {
       break;
     }
   }
-  return std::nullopt;
+  return false;
 }
 
 void RequireBounded(const Question& question, const Source& source, const ChosenArchive& chosen,

@@ -31,10 +31,9 @@ std::optional<Intervals> FindIntervals(const Question& question, const TimeWindo
 // Seconds of the interval that begins with the window; of all, those of the window.
 long long GetIntervalLength(const Question& question, const TimeWindow& window);
 
-// The nearest bound, from `start` back, on which a row of the archive lies; none where there is
-// none. From there the library finds the samples of all intervals at their places.
-std::optional<Date::Date> FindBoundOnRow(const Question& question, const Source& source,
-                                         const ChosenArchive& chosen, Date::Date start);
+// Whether a bound, from `start` back, lies on a row. The library finds the samples of all intervals
+// that are counted from there at their places.
+bool HasBoundOnRow(const Question& question, long long rowLength, Date::Date start);
 
 // Requires that the answer is bounded: the time that the file does not cover is answered as well.
 void RequireBounded(const Question& question, const Source& source, const ChosenArchive& chosen,
