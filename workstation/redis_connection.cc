@@ -40,9 +40,8 @@ std::string Format(const RedisConnection::Command& command) {
   if (size < 0) {
     throw std::bad_alloc();
   }
-  std::string text(formatted, static_cast<std::size_t>(size));
-  redisFreeCommand(formatted);
-  return text;
+  const std::unique_ptr<char, decltype(&redisFreeCommand)> owned(formatted, redisFreeCommand);
+  return {formatted, static_cast<std::size_t>(size)};
 }
 
 bool Fail(const std::string& reason, std::string& problem) {

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <memory>
 #include <utility>
 
 #include "nvx/workstation/printable_text.h"
@@ -54,15 +55,16 @@ RootLogger::Destination RootLogger::SetDestination(Destination newDestination) {
 void RootLogger::Print(KoraLogLevel lineLevel, const char* format, ...) const {
   std::va_list arguments;
   va_start(arguments, format);
-  char* text = nullptr;
-  const int length = vasprintf(&text, format, arguments);
+  char* formatted = nullptr;
+  const int length = vasprintf(&formatted, format, arguments);
   va_end(arguments);
   if (length < 0) {
     return;
   }
+  const std::unique_ptr<char, decltype(&std::free)> text(formatted, std::free);
   // What was logged of a file or an id must not pass for a line of its own.
-  const std::string line = Workstation::WithoutControls({text, static_cast<std::size_t>(length)});
-  std::free(text);
+  const std::string line =
+      Workstation::WithoutControls({text.get(), static_cast<std::size_t>(length)});
 
   const std::lock_guard<std::mutex> lock(mutex);
   destination(lineLevel, line);

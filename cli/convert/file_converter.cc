@@ -1,6 +1,7 @@
 #include "convert/file_converter.h"
 
 #include "replace/file_error.h"
+#include "timeseries/failure.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -20,7 +21,7 @@ void FileConverter::Check(const OpenedFile& source) {
     CheckLegacy(path);
     return;
   }
-  Require(converter.Check(path, *target), converter.GetReason());
+  Require(converter.Check(path, *target), Failure::GetReason());
   const std::uint64_t size = FindUnusedSize(path);
   if (size != 0) {
     note = "the unused word at its end, " + std::to_string(size) + " bytes, is left out";
@@ -36,12 +37,12 @@ void FileConverter::Convert(const OpenedFile& source, const FileReplacement& rep
   if (!cause.empty()) {
     throw FileError("the new file cannot be written: " + cause, status);
   }
-  Require(status, target ? converter.GetReason() : lastError.GetMessage());
+  Require(status, Failure::GetReason());
 }
 
 void FileConverter::CheckLegacy(const std::string& source) {
   const StatusCode status = sanitizer.Check(source);
-  std::string reason = lastError.GetMessage();
+  std::string reason = Failure::GetReason();
   if (status == StatusCode::InvalidArgument && FindUnusedSize(source) != 0) {
     reason += "; it ends with an unused word, which --to " +
               std::string(GetLayoutName(Rrd::Tool::Layout::Arm32Time64)) + " leaves out";

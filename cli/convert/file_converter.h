@@ -4,7 +4,6 @@
 #include <optional>
 #include <string>
 
-#include "base/last_error.h"
 #include "replace/file_replacement.h"
 #include "timeseries/host.h"
 #include "timeseries/rrd/tool/layout_converter.h"
@@ -13,8 +12,7 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 // Converts single files: from the layout of a 32-bit time_t to that of a 64-bit one, or from any
-// layout to the one that is asked for. The library's error lines become the reasons of failures
-// instead of lines of the log.
+// layout to the one that is asked for.
 class FileConverter {
  public:
   explicit FileConverter(std::optional<Rrd::Tool::Layout> target) : target(target) {}
@@ -32,7 +30,6 @@ class FileConverter {
 
   std::optional<Rrd::Tool::Layout> target;
   std::string note;
-  LastError lastError;
   Rrd::Tool::Sanitizer sanitizer;
   Rrd::Tool::LayoutConverter converter;
 };

@@ -44,7 +44,7 @@ const std::string& Context::GetDirectory() const {
 }
 
 Rrd::Database Context::MakeDatabase(const std::string& directory) {
-  return {GetDirectoryPath(directory), fileSystem, store, rrdClient};
+  return {GetDirectoryPath(directory), fileSystem, store, rrdClient.GetForDataSources()};
 }
 
 std::string Context::GetPath(const std::string& directory, const std::string& zeltId) {

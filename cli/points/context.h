@@ -51,7 +51,7 @@ struct Context {
 
   // The data source of a file, which is not opened yet.
   Rrd::NumericalDataSource MakeDataSource(const std::string& path) {
-    return {path, store, rrdClient};
+    return {path, store, rrdClient.GetForDataSources()};
   }
 };
 

@@ -8,7 +8,6 @@
 #include <set>
 #include <system_error>
 
-#include "base/last_error.h"
 #include "base/message.h"
 #include "points/window.h"
 
@@ -32,7 +31,6 @@ std::string DescribeUnreadable(const std::string& directory) {
 
 // An id may have the characters of a pattern.
 bool IsPattern(const std::string& argument, const std::string& directory, Context& context) {
-  const LastError unseen;  // that there is no such id is no error
   return argument.find_first_of("*?[") != std::string::npos &&
          context.MakeDatabase(directory).HasDataSource(argument) != StatusCode::Success;
 }

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <optional>
 
-#include "base/last_error.h"
 #include "base/shortest_text.h"
 #include "replace/file_error.h"
 #include "replace/file_replacement.h"
@@ -13,18 +12,11 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-// Throws the reason of a failed call of the library, which knows the new file by another path.
-void RequireDone(StatusCode status, std::string reason, const FileReplacement& replacement,
-                 const std::string& path) {
-  if (status == StatusCode::Success) {
-    return;
+// Throws the reason of a failed call of the library.
+void RequireDone(StatusCode status) {
+  if (status != StatusCode::Success) {
+    throw FileError(Failure::GetReason(), status);
   }
-  const std::string temporaryPath = replacement.GetPath();
-  for (std::size_t at = reason.find(temporaryPath); at != std::string::npos;
-       at = reason.find(temporaryPath, at + path.size())) {
-    reason.replace(at, temporaryPath.size(), path);
-  }
-  throw FileError(reason, status);
 }
 
 std::string Format(double number) { return std::string(ShortestText(number).Get()); }
@@ -64,18 +56,15 @@ void RequireAsDefined(const Rrd::FileDescription& made, const DataFileDefinition
   RequireSame("max", definition.maximum, made.dataSources[0].maximum);
 }
 
-Rrd::FileDescription Describe(const RrdClient& client, const std::string& path) {
-  const LastError lastError;
+Rrd::FileDescription Describe(const PatientClient& client, const std::string& path) {
   Rrd::FileDescription description;
-  if (client.Describe(path, description) != StatusCode::Success) {
-    throw FileError(lastError.GetMessage(), StatusCode::Failure);
-  }
+  RequireDone(client.Describe(path, description));
   return description;
 }
 
 // Checks the file that the RRD library has put in place of the empty or copied one.
 void Finish(FileReplacement& replacement, const DataFileDefinition& definition,
-            const RrdClient& client) {
+            const PatientClient& client) {
   replacement.Reopen();
   RequireAsDefined(Describe(client, replacement.GetPath()), definition);
   replacement.Sync();
@@ -84,7 +73,8 @@ void Finish(FileReplacement& replacement, const DataFileDefinition& definition,
 }  // namespace
 
 void CreateDataFile(const std::string& path, const DataFileDefinition& definition, bool mayReplace,
-                    const RrdClient& client, const std::function<void(const std::string&)>& fill) {
+                    const PatientClient& client,
+                    const std::function<void(const std::string&)>& fill) {
   const ResolvedPath resolved = Resolve(path);
   const Directory directory(resolved.directory);
   LockedDirectory lock(directory);
@@ -95,13 +85,8 @@ void CreateDataFile(const std::string& path, const DataFileDefinition& definitio
   }
   FileReplacement replacement(lock, resolved.name);
   RequireRoom(replacement, definition);
-  {
-    const LastError lastError;
-    const StatusCode status =
-        client.Create(replacement.GetPath(), definition.step, definition.startTime,
-                      definition.minimum, definition.maximum, definition.rowCount);
-    RequireDone(status, lastError.GetMessage(), replacement, path);
-  }
+  RequireDone(client.Create(replacement.GetPath(), definition.step, definition.startTime,
+                            definition.minimum, definition.maximum, definition.rowCount));
   Finish(replacement, definition, client);
   fill(replacement.GetPath());
   replacement.Sync();
@@ -110,7 +95,7 @@ void CreateDataFile(const std::string& path, const DataFileDefinition& definitio
 }
 
 void MigrateDataFile(const std::string& path, const DataFileDefinition& definition, bool mayDrop,
-                     const RrdClient& client) {
+                     const PatientClient& client) {
   // The RRD library makes an empty archive of a longer one.
   constexpr long long LONGEST_SPAN = (1LL << 31) - 1;
   RequireArgument(definition.step <= LONGEST_SPAN / definition.rowCount,
@@ -123,13 +108,8 @@ void MigrateDataFile(const std::string& path, const DataFileDefinition& definiti
   FileReplacement replacement(lock, resolved.name);
   replacement.CopyContent(old);
   RequireRoom(replacement, definition);
-  {
-    const LastError lastError;
-    const StatusCode status =
-        client.Migrate(replacement.GetPath(), definition.step, definition.startTime,
-                       definition.minimum, definition.maximum, definition.rowCount);
-    RequireDone(status, lastError.GetMessage(), replacement, path);
-  }
+  RequireDone(client.Migrate(replacement.GetPath(), definition.step, definition.startTime,
+                             definition.minimum, definition.maximum, definition.rowCount));
   Finish(replacement, definition, client);
   if (!mayDrop) {
     RequireSamplesKept(client, old.GetPath(), replacement.GetPath());

@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-#include "timeseries/rrd_client.h"
+#include "rrd/patient_client.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -20,12 +20,13 @@ struct DataFileDefinition {
 // read back and has what was asked for; `fill` stores samples in it, by another path, before it is
 // put in place. Throws FileError and what `fill` throws; all is as it was then.
 void CreateDataFile(const std::string& path, const DataFileDefinition& definition, bool mayReplace,
-                    const RrdClient& client, const std::function<void(const std::string&)>& fill);
+                    const PatientClient& client,
+                    const std::function<void(const std::string&)>& fill);
 
 // Makes the data file at `path` anew from itself. The new file has been read back and has what was
 // asked for and the samples of the old one, unless `mayDrop`. Throws FileError; all is as it was
 // then.
 void MigrateDataFile(const std::string& path, const DataFileDefinition& definition, bool mayDrop,
-                     const RrdClient& client);
+                     const PatientClient& client);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

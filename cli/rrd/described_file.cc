@@ -1,7 +1,6 @@
 #include "rrd/described_file.h"
 
 #include "base/command_error.h"
-#include "base/last_error.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -21,10 +20,9 @@ std::string JoinNames(const Items& items, Name name) {
 
 Rrd::FileDescription DescribeFile(const PatientClient& client, const std::string& path,
                                   const std::string& zeltId) {
-  const LastError lastError;
   Rrd::FileDescription file;
   const StatusCode status = client.Describe(path, file);
-  Require(status, zeltId, "its file cannot be read: " + lastError.GetReason());
+  Require(status, zeltId, std::string("its file cannot be read: ") + Failure::GetReason());
   return file;
 }
 

@@ -1,7 +1,5 @@
 #include "rrd/foreign_file.h"
 
-#include "base/last_error.h"
-
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
@@ -34,7 +32,6 @@ std::string ForeignFile::Describe() const {
 }
 
 std::optional<ForeignFile> FindForeignFile(const std::string& path) {
-  const LastError silence;
   Rrd::Tool::LayoutConverter converter;
   ForeignFile file;
   const Rrd::Tool::Layout native = Rrd::Tool::GetNativeLayout();

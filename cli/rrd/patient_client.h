@@ -9,11 +9,17 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 // An RrdClient that waits for a file which another process reads or writes. The RRD library locks a
-// file for each call, for reading or for writing, and gives up at once where it cannot. Operations
-// on an existing file are repeated then, and throw CommandError when the time is over.
-class PatientClient : public RrdClient {
+// file for each call, for reading or for writing, and gives up at once where it cannot. The call is
+// repeated then; when the time is over, CommandError is thrown.
+//
+// It is no RrdClient to others, who could call an operation of it that is not virtual and does not
+// wait.
+class PatientClient : private RrdClient {
  public:
   void SetPatience(std::chrono::seconds longestWait) { patience = longestWait; }
+
+  // For data sources, which call virtual operations alone.
+  RrdClient& GetForDataSources() { return *this; }
 
   StatusCode GetFirstTimestamp(const std::string& path, int rraIndex,
                                long long& timestamp) const override;
@@ -21,10 +27,12 @@ class PatientClient : public RrdClient {
   StatusCode GetInterval(const std::string& path, unsigned long& interval) const override;
   StatusCode Fetch(const std::string& path, long long start, long long end,
                    Rrd::FetchResult& result) const override;
+  StatusCode Create(const std::string& path, long long step, long long startTime, double minimum,
+                    double maximum, unsigned int rowCount) const override;
   StatusCode Update(const std::string& path,
                     const std::map<long long, double>& samples) const override;
-
-  // In place of the operation of the base, which is not virtual.
+  StatusCode Migrate(const std::string& path, long long step, long long startTime, double minimum,
+                     double maximum, unsigned int rowCount) const override;
   StatusCode Describe(const std::string& path, Rrd::FileDescription& description) const;
 
  private:

@@ -15,7 +15,7 @@ struct Rows {
   long long last = 0;
 };
 
-Rows GetRows(const RrdClient& client, const std::string& path) {
+Rows GetRows(const PatientClient& client, const std::string& path) {
   Rrd::FileDescription description;
   if (client.Describe(path, description) != StatusCode::Success || description.archives.empty()) {
     throw FileError("its samples cannot be compared", StatusCode::Failure);
@@ -28,7 +28,7 @@ long long RoundUp(long long time, long long step) { return (time + step - 1) / s
 
 class Comparison {
  public:
-  Comparison(const RrdClient& rrdClient, const std::string& oldFilePath,
+  Comparison(const PatientClient& rrdClient, const std::string& oldFilePath,
              const std::string& newFilePath)
       : client(rrdClient),
         oldPath(oldFilePath),
@@ -81,7 +81,7 @@ class Comparison {
     return isInside ? samples.GetData()[position] : std::nan("");
   }
 
-  const RrdClient& client;
+  const PatientClient& client;
   const std::string& oldPath;
   const std::string& newPath;
   Rows oldRows;
@@ -92,7 +92,7 @@ class Comparison {
 
 }  // namespace
 
-void RequireSamplesKept(const RrdClient& client, const std::string& oldPath,
+void RequireSamplesKept(const PatientClient& client, const std::string& oldPath,
                         const std::string& newPath) {
   Comparison(client, oldPath, newPath).Run();
 }

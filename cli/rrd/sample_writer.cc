@@ -3,7 +3,6 @@
 #include <ctime>
 
 #include "base/command_error.h"
-#include "base/last_error.h"
 #include "base/time_text.h"
 #include "rrd/described_file.h"
 
@@ -39,10 +38,9 @@ void SampleWriter::StoreBatch() {
   if (batch.empty()) {
     return;
   }
-  const LastError lastError;
   long long last = 0;
   if (rrdClient.GetLastTimestamp(path, last) != StatusCode::Success) {
-    throw CommandError(name, path + " cannot be read: " + lastError.GetReason(),
+    throw CommandError(name, path + " cannot be read: " + Failure::GetReason(),
                        StatusCode::Failure);
   }
   // The RRD library itself would store what stands before the sample that it refuses.
@@ -62,7 +60,7 @@ void SampleWriter::StoreBatch() {
                        StatusCode::InvalidArgument);
   }
   if (rrdClient.Update(path, batch) != StatusCode::Success) {
-    throw CommandError(name, path + " cannot be updated: " + lastError.GetReason(),
+    throw CommandError(name, path + " cannot be updated: " + Failure::GetReason(),
                        StatusCode::Failure);
   }
   stored.Add(batch);

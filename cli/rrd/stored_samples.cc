@@ -35,7 +35,7 @@ std::string CountSamples(unsigned long long count) {
   return std::to_string(count) + (count == 1 ? " sample" : " samples");
 }
 
-StoredSamples::StoredSamples(const RrdClient& client, const std::string& filePath,
+StoredSamples::StoredSamples(const PatientClient& client, const std::string& filePath,
                              const Rrd::FileDescription& fileDescription)
     : rrdClient(client),
       path(filePath),

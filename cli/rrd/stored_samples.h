@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "timeseries/rrd_client.h"
+#include "rrd/patient_client.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -14,7 +14,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 class StoredSamples {
  public:
   // `fileDescription` is that of the file before the first sample. The client must outlive it.
-  StoredSamples(const RrdClient& client, const std::string& filePath,
+  StoredSamples(const PatientClient& client, const std::string& filePath,
                 const Rrd::FileDescription& fileDescription);
 
   // To be called after a batch was stored, which is later than the one before.
@@ -42,7 +42,7 @@ class StoredSamples {
   void DropOld();
   long long GetFirstRow() const;
 
-  const RrdClient& rrdClient;
+  const PatientClient& rrdClient;
   std::string path;
   Rrd::FileDescription description;
   long long step;

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "timeseries/export.h"
+#include "timeseries/failure.h"
 #include "timeseries/rrd/fetch_result.h"
 #include "timeseries/rrd/file_description.h"
 #include "timeseries/status_code.h"
@@ -12,9 +13,21 @@ namespace nvx::TimeSeriesDatabase {
 
 // The one way to RRD files. Every operation takes the path of a file and makes one call of the RRD
 // library; it returns Failure, after a line in the log, when that call fails, or instead of it when
-// the header of the file has numbers that the RRD library cannot compute with. Times are seconds
-// since the epoch. Without state: any number of threads may use it, but two writers of one file are
-// not coordinated.
+// the header of the file has numbers that the RRD library cannot compute with. The class Failure
+// has the reason. Times are seconds since the epoch.
+//
+//   const StatusCode status = rrd.Update(path, samples);
+//   if (status != StatusCode::Success && Failure::IsLocked()) {
+//     // another process reads the file: try again a moment later
+//   } else if (status != StatusCode::Success) {
+//     std::fprintf(stderr, "%s: %s\n", path.c_str(), Failure::GetReason());
+//   }
+//
+// Without state: any number of threads may use it, each on files of its own or all for reading. The
+// RRD library locks a file for each call, against other processes alone. A thread must not write a
+// file while another one of the same process reads or writes it: the end of one call would take the
+// lock from the other. Two processes that write one file are not coordinated, either: each refuses
+// what is earlier than the other's newest sample.
 class NVX_TIMESERIES_EXPORT RrdClient {
  public:
   virtual ~RrdClient();

@@ -6,7 +6,6 @@
 #include "timeseries/host.h"
 #include "timeseries/rrd/constants.h"
 #include "timeseries/rrd/file_helper.h"
-#include "timeseries/rrd/numerical_data_source.h"
 
 namespace nvx::TimeSeriesDatabase {
 
@@ -34,7 +33,7 @@ StatusCode Database::ListDataSources(std::set<std::string>& zeltIds) const {
   std::set<std::string> fileNames;
   const StatusCode rc = fileSystem.GetFileList(directory, DATA_SOURCE_FILE_EXTENSION, fileNames);
   if (rc != StatusCode::Success) {
-    NVX_ERROR("Failed to get file list in [%s]", directory.c_str());
+    NVX_FAILURE("Failed to get file list in [%s]", directory.c_str());
     return rc;
   }
   return ProcessFileNames(fileNames, zeltIds);
@@ -47,16 +46,26 @@ StatusCode Database::HasDataSource(const std::string& zeltId) const {
 
 StatusCode Database::GetDataSource(const std::string& zeltId,
                                    std::unique_ptr<DataSourceInterface>& dataSource) const {
-  std::unique_ptr<NumericalDataSourceInterface> numericalDataSource;
-  const StatusCode rc = Database::GetNumericalDataSource(zeltId, numericalDataSource);
+  std::unique_ptr<NumericalDataSource> made;
+  const StatusCode rc = GetNumericalDataSource(zeltId, made);
   if (rc == StatusCode::Success) {
-    dataSource = std::move(numericalDataSource);
+    dataSource = std::move(made);
   }
   return rc;
 }
 
 StatusCode Database::GetNumericalDataSource(
     const std::string& zeltId, std::unique_ptr<NumericalDataSourceInterface>& dataSource) const {
+  std::unique_ptr<NumericalDataSource> made;
+  const StatusCode rc = GetNumericalDataSource(zeltId, made);
+  if (rc == StatusCode::Success) {
+    dataSource = std::move(made);
+  }
+  return rc;
+}
+
+StatusCode Database::GetNumericalDataSource(
+    const std::string& zeltId, std::unique_ptr<NumericalDataSource>& dataSource) const {
   std::string path;
   const StatusCode rc = FindRrdFile(zeltId, path);
   if (rc == StatusCode::Success) {
@@ -76,7 +85,7 @@ StatusCode Database::GetPathToRrdFile(const std::string& zeltId, std::string& pa
 
 StatusCode Database::FindRrdFile(const std::string& zeltId, std::string& path) const {
   const StatusCode rc = GetPathToRrdFile(zeltId, path);
-  return rc == StatusCode::Success ? FileSystem::CheckFileExist(path) : rc;
+  return rc == StatusCode::Success ? CheckFileExist(path) : rc;
 }
 
 StatusCode Database::ProcessFileNames(const std::set<std::string>& fileNames,
@@ -84,7 +93,11 @@ StatusCode Database::ProcessFileNames(const std::set<std::string>& fileNames,
   for (const std::string& fileName : fileNames) {
     InsertZeltId(fileName, zeltIds);
   }
-  return !fileNames.empty() && zeltIds.empty() ? StatusCode::Failure : StatusCode::Success;
+  if (!fileNames.empty() && zeltIds.empty()) {
+    KeepFailure("no file is named after an id");
+    return StatusCode::Failure;
+  }
+  return StatusCode::Success;
 }
 
 void Database::InsertZeltId(const std::string& fileName, std::set<std::string>& zeltIds) {

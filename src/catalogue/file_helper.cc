@@ -42,6 +42,7 @@ StatusCode FindZeltScope(const std::string& key, std::string& scope) {
       return StatusCode::Success;
     }
   }
+  KeepFailure("No zelt scope found in key [%s]", key.c_str());
   NVX_TRACE("No zelt scope found in key [%s]", key.c_str());
   return StatusCode::InvalidArgument;
 }
@@ -60,7 +61,7 @@ StatusCode FileHelper::ComputeFileNameFromZeltId(const std::string& zeltId, std:
   }
   const std::size_t colon = zeltId.find(COLON, scope.size());
   if (colon == std::string::npos) {
-    NVX_ERROR("Malformed zelt id [%s]", zeltId.c_str());
+    NVX_FAILURE("Malformed zelt id [%s]", zeltId.c_str());
     return StatusCode::InvalidArgument;
   }
   std::string name = scope + UNDERSCORE + zeltId.substr(colon + COLON.size());
@@ -81,7 +82,7 @@ StatusCode FileHelper::ComputeZeltIdFromFileName(const std::string& fileName, st
   zeltId = fileName.substr(0, fileName.size() - SuffixSize());
   ReplaceFirst(DOUBLE_UNDERSCORE, SEMICOLON, 0, zeltId);
   if (!ReplaceFirst(UNDERSCORE, COLON, scope.size(), zeltId)) {
-    NVX_ERROR("Malformed file name [%s]", fileName.c_str());
+    NVX_FAILURE("Malformed file name [%s]", fileName.c_str());
     return StatusCode::InvalidArgument;
   }
   return StatusCode::Success;

@@ -65,14 +65,14 @@ StatusCode IntervalIterator::ComputeCurrentIterator() {
       NVX_TRACE("Reach last interval of time-window [%s]", TimeWindowToString(window).c_str());
       return StatusCode::EndOfIteration;
     }
-    NVX_ERROR("End date of interval [%lld] is superior to end date of time-window [%lld]",
-              candidate.timestamp, window.end.timestamp);
+    NVX_FAILURE("End date of interval [%lld] is superior to end date of time-window [%lld]",
+                candidate.timestamp, window.end.timestamp);
     return StatusCode::OutOfRange;
   }
   if (candidate.timestamp <= currentStart.timestamp) {
     // The walk would never come to its end.
-    NVX_ERROR("Interval [%s] from [%lld] has no end", QueryIntervalToString(interval),
-              currentStart.timestamp);
+    KeepFailure("Interval [%s] from [%lld] has no end", QueryIntervalToString(interval),
+                currentStart.timestamp);
     return StatusCode::OutOfRange;
   }
 

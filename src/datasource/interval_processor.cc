@@ -45,8 +45,8 @@ StatusCode IntervalProcessor::ComputePoint(NumericalDataPoint& point) const {
   NVX_TRACE_IN("Process", "Timestamp [%lld] dataPoint.value [%f]", point.date.timestamp,
                point.value);
   if (rc != StatusCode::Success) {
-    NVX_ERROR_IN("Process", "Failed to compute data function for date [%s], UTC timestamp [%lld]",
-                 point.date.ToText().c_str(), point.date.timestamp);
+    NVX_FAILURE_IN("Process", "Failed to compute data function for date [%s], UTC timestamp [%lld]",
+                   point.date.ToText().c_str(), point.date.timestamp);
   }
   return rc;
 }

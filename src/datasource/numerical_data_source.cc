@@ -33,8 +33,8 @@ StatusCode NumericalDataSource::GetFirstTimestamp(long long& firstTimestamp) con
     try {
       firstTimestamp = std::stol(value);
     } catch (const std::exception& exception) {
-      NVX_ERROR("Exception raised by std::stol, value='%s', exception='%s'", value.c_str(),
-                exception.what());
+      NVX_FAILURE("Exception raised by std::stol, value='%s', exception='%s'", value.c_str(),
+                  exception.what());
       rc = StatusCode::Failure;
     }
   } else {
@@ -58,8 +58,8 @@ StatusCode NumericalDataSource::GetInterval(unsigned long& seconds) const {
     try {
       seconds = std::stoul(value);
     } catch (const std::exception& exception) {
-      NVX_ERROR("Exception raised by std::stoul, value='%s', exception='%s'", value.c_str(),
-                exception.what());
+      NVX_FAILURE("Exception raised by std::stoul, value='%s', exception='%s'", value.c_str(),
+                  exception.what());
       rc = StatusCode::Failure;
     }
   } else {
@@ -147,7 +147,7 @@ StatusCode NumericalDataSource::ComputeDelta(const TimeWindow& window, const Fet
   NVX_TRACE("time-window='%s', NumberOfPoints=%u", TimeWindowToString(window).c_str(),
             result.GetSampleCount());
   if (result.GetData() == nullptr || result.GetSampleCount() == 0) {
-    NVX_ERROR("fetched result is empty");
+    NVX_FAILURE("fetched result is empty");
     return StatusCode::Failure;
   }
 
@@ -156,7 +156,7 @@ StatusCode NumericalDataSource::ComputeDelta(const TimeWindow& window, const Fet
   const double* const first = result.GetData();
   const double* const last = first + (result.GetSampleCount() - 1);
   if (DataFunctions::ComputeDelta(first, last, point.value, point.quality) != StatusCode::Success) {
-    NVX_ERROR("fetched result not consistent");
+    NVX_FAILURE("fetched result not consistent");
     return StatusCode::Failure;
   }
   points.push_back(point);

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string>
 
+#include "foundation/failure.h"
 #include "timeseries/host.h"
 
 // One line of the log, for the COMPONENT_NAME of the source file and the operation that writes it:
@@ -24,8 +25,22 @@
 #define NVX_INFO_IN(operation, ...) NVX_LOG(Information, "[%lu][%s] %s: ", operation, __VA_ARGS__)
 #define NVX_TRACE_IN(operation, ...) NVX_LOG(Trace, "[%lu][%s][trace] %s: ", operation, __VA_ARGS__)
 
+// An error that an operation detects itself, as against one that it passes on: at any level, the
+// message is kept as the reason of the failure.
+#define NVX_FAILURE(...) NVX_FAILURE_IN(__func__, __VA_ARGS__)
+#define NVX_FAILURE_IN(operation, ...)                 \
+  do {                                                 \
+    nvx::TimeSeriesDatabase::KeepFailure(__VA_ARGS__); \
+    NVX_ERROR_IN(operation, __VA_ARGS__);              \
+  } while (false)
+
 // The same for the lines that name no operation.
 #define NVX_ERROR_WITHOUT_OPERATION(...) NVX_LOG(Error, "[%lu][%s] ", nullptr, __VA_ARGS__)
+#define NVX_FAILURE_WITHOUT_OPERATION(...)             \
+  do {                                                 \
+    nvx::TimeSeriesDatabase::KeepFailure(__VA_ARGS__); \
+    NVX_ERROR_WITHOUT_OPERATION(__VA_ARGS__);          \
+  } while (false)
 
 #define NVX_LOG(level, prefix, operation, ...)                                           \
   do {                                                                                   \

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <limits>
 
+#include "foundation/descriptor.h"
 #include "rrd/computed_source.h"
 #include "rrd/file_header.h"
 #include "rrd/file_information.h"
@@ -57,6 +58,10 @@ std::string ReadStart(int fd, std::size_t size) {
   const ssize_t count = pread(fd, bytes.data(), size, 0);
   bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
   return bytes;
+}
+
+bool IsSpanSafe(long long start, long long end) {
+  return -FARTHEST_TIME <= start && start <= end && end <= FARTHEST_TIME;
 }
 
 bool HasVersion(const stat_head_t& head, const char* version) {
@@ -152,21 +157,31 @@ bool HasAllValues(const std::vector<ArchiveDescription>& archives, unsigned long
 }  // namespace
 
 FileGate::FileGate(const std::string& path) {
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  if (fd != -1) {
-    fault = ReadFile(fd);
-    if (fault != nullptr) {
-      fault = LockForReading(fd) ? ReadFile(fd) : "could not lock RRD";
-    }
-    close(fd);
+  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  if (file.IsOpen()) {
+    Read(file.Get());
   }
 }
 
+void FileGate::Read(int fd) {
+  fault = ReadFile(fd);
+  if (fault == nullptr) {
+    return;
+  }
+  isLocked = !LockForReading(fd);
+  fault = isLocked ? "could not lock RRD" : ReadFile(fd);
+}
+
 const char* FileGate::GetFetchFault(long long start, long long end) const {
-  const ArchiveDescription* const archive =
-      fault == nullptr ? description.FindArchive(start) : nullptr;
-  if (archive == nullptr) {
+  if (fault != nullptr) {
     return fault;
+  }
+  if (!IsSpanSafe(start, end)) {
+    return "time window out of range";
+  }
+  const ArchiveDescription* const archive = description.FindArchive(start);
+  if (archive == nullptr) {
+    return nullptr;
   }
   if (std::max(end, archive->lastTime) - std::min(start, archive->firstTime) > LARGEST) {
     return "the window is too far from the archive";
@@ -178,11 +193,14 @@ const char* FileGate::GetFetchFault(long long start, long long end) const {
 }
 
 const char* FileGate::GetMigrationFault() const {
+  if (fault != nullptr) {
+    return fault;
+  }
   const bool isRowTooLong = std::any_of(
       description.archives.begin(), description.archives.end(), [this](const auto& archive) {
         return description.step * archive.stepsPerRow > std::numeric_limits<int>::max();
       });
-  return isRowTooLong ? "the rows of an archive are too long" : fault;
+  return isRowTooLong ? "the rows of an archive are too long" : nullptr;
 }
 
 const char* FileGate::ReadFile(int fd) {

@@ -19,28 +19,36 @@ inline constexpr long long FARTHEST_TIME = 1LL << 40;
 // it another header; a directory that others can write needs more than this.
 class FileGate {
  public:
-  // Opens the file, without waiting for a writer of a FIFO, reads its header and closes it. A fault
-  // is not seen in what another process writes; that file is locked, in the RRD library's words.
+  // Opens the file, without waiting for a writer of a FIFO, reads its header and closes it. No
+  // fault is sought in what another process writes; that file is locked.
   explicit FileGate(const std::string& path);
 
   // Why the RRD library must not be given the file; null when it may. A file that cannot be opened
   // or does not begin as an RRD file is left to the RRD library, which says so in its own words.
   const char* GetFault() const { return fault; }
 
-  // The same for a fetch of the rows from `start` to `end`, which must not need more memory than
-  // the archive or a GiB.
+  // Whether the fault is another process that has locked the file.
+  bool IsLocked() const { return isLocked; }
+
+  // The same as GetFault for a fetch of the rows from `start` to `end`, which must not need more
+  // memory than the archive or a GiB.
   const char* GetFetchFault(long long start, long long end) const;
 
-  // The same for a migration, in which the RRD library computes with rows of 31 bits of seconds.
+  // The same as GetFault for a migration, in which the RRD library computes with rows of 31 bits of
+  // seconds.
   const char* GetMigrationFault() const;
 
  private:
+  // Reads the file, with a lock when it finds a fault without.
+  void Read(int fd);
+
   // They return the fault.
   const char* ReadFile(int fd);
   const char* ReadParts(const std::string& header, const stat_head_t& head,
                         const HeaderLayout& layout);
 
   const char* fault = nullptr;
+  bool isLocked = false;
   unsigned long sourceCount = 0;
   FileDescription description;  // the step and the archives alone
 };

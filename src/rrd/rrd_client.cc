@@ -3,6 +3,7 @@
 #include <rrd.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <limits>
 #include <memory>
@@ -35,16 +36,15 @@ const std::string DS_DEFINITION_PREFIX = "DS:element:GAUGE:";
 const std::string MIGRATION_DS_DEFINITION_PREFIX = "DS:element=element[1]:GAUGE:";
 const std::string RRA_DEFINITION_PREFIX = "RRA:LAST:0.99999:1:";
 
-using Rrd::FARTHEST_TIME;
+// How the RRD library says that another process has locked the file.
+constexpr char LOCK_ERROR[] = "could not lock RRD";
+
+constexpr char TOO_LATE[] = "sample time beyond 32 bits";
+
 using Rrd::FileGate;
-using Utilities::FileSystem;
 
 std::time_t SecondBefore(long long time) {
   return static_cast<std::time_t>(static_cast<unsigned long long>(time) - 1);
-}
-
-bool IsSpanSafe(long long start, long long end) {
-  return -FARTHEST_TIME <= start && start <= end && end <= FARTHEST_TIME;
 }
 
 // Where a long has 32 bits, the RRD library stores nonsense for a sample after January 2038.
@@ -100,11 +100,23 @@ using Information = std::unique_ptr<rrd_info_t, decltype(&rrd_info_free)>;
 // the RRD library's own words.
 const char* GetReason(const char* fault) { return fault == nullptr ? rrd_get_error() : fault; }
 
+// Keeps the same as the reason of the failure. rrd_get_error is for lines of the log alone.
+void KeepReason(const char* fault, bool isLocked) {
+  const char* const reason = fault == nullptr ? rrd_get_context()->rrd_error : fault;
+  if (isLocked || std::strcmp(reason, LOCK_ERROR) == 0) {
+    KeepLock(reason);
+  } else {
+    KeepFailure("%s", reason);
+  }
+}
+
 // Null, after a line in the log, when the file cannot be read.
 Information ReadInformation(const char* operation, const std::string& path) {
-  const char* const fault = FileGate(path).GetFault();
+  const FileGate gate(path);
+  const char* const fault = gate.GetFault();
   Information information(fault == nullptr ? rrd_info_r(path.c_str()) : nullptr, rrd_info_free);
   if (information == nullptr) {
+    KeepReason(fault, gate.IsLocked());
     NVX_ERROR_IN(operation, "Failed to read information from[%s]. rrd error :[%s]", path.c_str(),
                  GetReason(fault));
     rrd_clear_error();
@@ -172,13 +184,15 @@ RrdClient::~RrdClient() = default;
 
 StatusCode RrdClient::GetFirstTimestamp(const std::string& path, int rraIndex,
                                         long long& timestamp) const {
-  const StatusCode found = FileSystem::CheckFileExist(path);
+  const StatusCode found = CheckFileExist(path);
   if (found != StatusCode::Success) {
     return found;
   }
-  const char* const fault = FileGate(path).GetFault();
+  const FileGate gate(path);
+  const char* const fault = gate.GetFault();
   timestamp = fault == nullptr ? rrd_first_r(path.c_str(), rraIndex) : -1;
   if (timestamp == -1) {
+    KeepReason(fault, gate.IsLocked());
     NVX_ERROR("Failed to get first timestamp from [%s]. rrd error :[%s]", path.c_str(),
               GetReason(fault));
     rrd_clear_error();
@@ -189,13 +203,15 @@ StatusCode RrdClient::GetFirstTimestamp(const std::string& path, int rraIndex,
 }
 
 StatusCode RrdClient::GetLastTimestamp(const std::string& path, long long& timestamp) const {
-  const StatusCode found = FileSystem::CheckFileExist(path);
+  const StatusCode found = CheckFileExist(path);
   if (found != StatusCode::Success) {
     return found;
   }
-  const char* const fault = FileGate(path).GetFault();
+  const FileGate gate(path);
+  const char* const fault = gate.GetFault();
   timestamp = fault == nullptr ? rrd_last_r(path.c_str()) : -1;
   if (timestamp == -1) {
+    KeepReason(fault, gate.IsLocked());
     NVX_ERROR("Failed to get last timestamp from [%s]. rrd error :[%s]", path.c_str(),
               GetReason(fault));
     rrd_clear_error();
@@ -205,7 +221,7 @@ StatusCode RrdClient::GetLastTimestamp(const std::string& path, long long& times
 }
 
 StatusCode RrdClient::GetInterval(const std::string& path, unsigned long& interval) const {
-  const StatusCode found = FileSystem::CheckFileExist(path);
+  const StatusCode found = CheckFileExist(path);
   if (found != StatusCode::Success) {
     return found;
   }
@@ -219,7 +235,7 @@ StatusCode RrdClient::GetInterval(const std::string& path, unsigned long& interv
     entry = entry->next;
   }
   if (entry == nullptr) {
-    NVX_ERROR("Failed to find keyword [%s] in [%s]", STEP_KEYWORD.c_str(), path.c_str());
+    NVX_FAILURE("Failed to find keyword [%s] in [%s]", STEP_KEYWORD.c_str(), path.c_str());
     return StatusCode::Failure;
   }
   interval = entry->value.u_cnt;
@@ -232,18 +248,16 @@ StatusCode RrdClient::Fetch(const std::string& path, long long start, long long 
   std::time_t s = SecondBefore(start);
   std::time_t e = SecondBefore(end);
   NVX_TRACE("user time window [%lld, %lld]", static_cast<long long>(s), static_cast<long long>(e));
-  if (!IsSpanSafe(start, end)) {
-    LogFetchError("time window out of range", s, e, path);
-    return StatusCode::Failure;
-  }
 
   unsigned long step = 0;
   unsigned long dataSourceCount = 0;
   char** names = nullptr;
   rrd_value_t* data = nullptr;
-  const char* const fault = FileGate(path).GetFetchFault(start, end);
+  const FileGate gate(path);
+  const char* const fault = gate.GetFetchFault(start, end);
   if (fault != nullptr || rrd_fetch_r(path.c_str(), Rrd::LAST_KEYWORD.c_str(), &s, &e, &step,
                                       &dataSourceCount, &names, &data) == -1) {
+    KeepReason(fault, gate.IsLocked());
     LogFetchError(fault, s, e, path);
     rrd_clear_error();
     return StatusCode::Failure;
@@ -251,26 +265,17 @@ StatusCode RrdClient::Fetch(const std::string& path, long long start, long long 
   const NameList nameList(names, dataSourceCount);
   std::unique_ptr<double, decltype(&std::free)> samples(data, std::free);
   if (data == nullptr) {
-    NVX_ERROR("error pointer is null");
+    NVX_FAILURE("error pointer is null");
     return StatusCode::NullPointer;
   }
   NVX_TRACE("rrd time window [%lld, %lld]", static_cast<long long>(s), static_cast<long long>(e));
   if (step == 0) {
     samples.reset();
-    NVX_ERROR("error step = 0");
-    return StatusCode::Failure;
-  }
-  const auto signedStep = static_cast<long long>(step);
-  if (signedStep < 0 || signedStep > FARTHEST_TIME) {
-    NVX_ERROR("step out of range [%lu]", step);
-    return StatusCode::Failure;
-  }
-  if (dataSourceCount == 0) {
-    NVX_ERROR("no data source");
+    NVX_FAILURE("error step = 0");
     return StatusCode::Failure;
   }
 
-  result.Fill(s, e, signedStep, samples.release());
+  result.Fill(s, e, step, samples.release());
   return StatusCode::Success;
 }
 
@@ -280,6 +285,7 @@ StatusCode RrdClient::Create(const std::string& path, long long step, long long 
   const char* arguments[] = {definitions.dataSource.c_str(), definitions.archive.c_str()};
   if (rrd_create_r(path.c_str(), static_cast<unsigned long>(step),
                    static_cast<std::time_t>(startTime), 2, arguments) == -1) {
+    KeepReason(nullptr, false);
     LogCreateError("Create", nullptr, path, definitions);
     rrd_clear_error();
     return StatusCode::Failure;
@@ -297,10 +303,12 @@ StatusCode RrdClient::Update(const std::string& path,
   if (rrd_test_error() != 0) {
     rrd_clear_error();
   }
+  const FileGate gate(path);
   const char* const fault =
-      IsTooLate(samples) ? "sample time beyond 32 bits" : FileGate(path).GetFault();
+      gate.GetFault() == nullptr && IsTooLate(samples) ? TOO_LATE : gate.GetFault();
   if (fault != nullptr || rrd_update_r(path.c_str(), nullptr, static_cast<int>(arguments.size()),
                                        arguments.data()) == -1) {
+    KeepReason(fault, gate.IsLocked());
     NVX_ERROR("error [%s], file path [%s], arguments [%s %s]", GetReason(fault), path.c_str(),
               arguments.empty() ? "" : arguments[0], arguments.size() < 2 ? "" : arguments[1]);
     rrd_clear_error();
@@ -317,10 +325,12 @@ StatusCode RrdClient::Migrate(const std::string& path, long long step, long long
   const char* arguments[] = {definitions.dataSource.c_str(), definitions.archive.c_str()};
   const char* sources[] = {path.c_str(), nullptr};
   constexpr int MAY_OVERWRITE = 0;
-  const char* const fault = FileGate(path).GetMigrationFault();
+  const FileGate gate(path);
+  const char* const fault = gate.GetMigrationFault();
   if (fault != nullptr || rrd_create_r2(path.c_str(), static_cast<unsigned long>(step),
                                         static_cast<std::time_t>(startTime), MAY_OVERWRITE, sources,
                                         nullptr, 2, arguments) == -1) {
+    KeepReason(fault, gate.IsLocked());
     LogCreateError("Migrate", fault, path, definitions);
     return StatusCode::Failure;
   }
@@ -329,7 +339,7 @@ StatusCode RrdClient::Migrate(const std::string& path, long long step, long long
 }
 
 StatusCode RrdClient::Describe(const std::string& path, Rrd::FileDescription& description) const {
-  const StatusCode found = FileSystem::CheckFileExist(path);
+  const StatusCode found = CheckFileExist(path);
   if (found != StatusCode::Success) {
     return found;
   }

@@ -18,7 +18,7 @@ bool LoadTimeZone(const char* operation, const std::string& name, cctz::time_zon
   const bool isLoaded = IsZoneName(name) && cctz::load_time_zone(name, &timeZone);
   if (!isLoaded) {
     timeZone = cctz::utc_time_zone();
-    NVX_ERROR_IN(operation, "Unsupported time zone [%s]", name.c_str());
+    NVX_FAILURE_IN(operation, "Unsupported time zone [%s]", name.c_str());
   }
   return isLoaded;
 }
@@ -49,7 +49,7 @@ StatusCode Date::Initialize(const std::string& text, const std::string& timeZone
   cctz::time_point<cctz::seconds> instant;
   cctz::detail::femtoseconds fraction;
   if (!cctz::detail::parse(UTC_FORMAT, text, cctz::utc_time_zone(), &instant, &fraction)) {
-    NVX_ERROR("Unable to parse date [%s]", text.c_str());
+    NVX_FAILURE("Unable to parse date [%s]", text.c_str());
     return StatusCode::InvalidArgument;
   }
   timestamp = instant.time_since_epoch().count();

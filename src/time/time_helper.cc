@@ -23,7 +23,7 @@ StatusCode ConvertSamplingRateToQueryInterval(unsigned long samplingRate, QueryI
       return StatusCode::Success;
     }
   }
-  NVX_ERROR_WITHOUT_OPERATION("Invalid sampling rate [%lu]", samplingRate);
+  NVX_FAILURE_WITHOUT_OPERATION("Invalid sampling rate [%lu]", samplingRate);
   return StatusCode::InvalidArgument;
 }
 

@@ -11,13 +11,13 @@ const std::string COMPONENT_NAME = "TimeSeriesDatabase::TimeWindow";
 
 StatusCode TimeWindow::IsValid() const {
   if (start.timestamp >= end.timestamp) {
-    NVX_ERROR_WITHOUT_OPERATION("Time window is invalid [%s]", TimeWindowToString(*this).c_str());
+    NVX_FAILURE_WITHOUT_OPERATION("Time window is invalid [%s]", TimeWindowToString(*this).c_str());
     return StatusCode::InvalidArgument;
   }
   const std::string startZone = start.timeZone.name();
   const std::string endZone = end.timeZone.name();
   if (startZone != endZone) {
-    NVX_ERROR_WITHOUT_OPERATION(
+    NVX_FAILURE_WITHOUT_OPERATION(
         "Timezones are different -> Start date time-zone [%s] != End date time-zone [%s]",
         startZone.c_str(), endZone.c_str());
     return StatusCode::InvalidArgument;

@@ -64,7 +64,7 @@ StatusCode CalculateDataPointsCapacity(const TimeWindow& window, QueryInterval i
   } else if (interval == QueryInterval::FullPeriod) {
     capacity = 1;
   } else {
-    NVX_ERROR("Query interval is not handled");
+    NVX_FAILURE("Query interval is not handled");
     return StatusCode::InvalidArgument;
   }
   return StatusCode::Success;

@@ -34,6 +34,12 @@ const char* ErrorText() {
   return std::strerror(errno);  // NOLINT(concurrency-mt-unsafe): of the thread, in glibc and musl
 }
 
+// Keeps why a read or a write failed. One that was merely too short has no error to tell.
+void KeepTransferFailure(const char* what, const char* path = "") {
+  const bool isShort = errno == 0;
+  KeepFailure("%s%s%s%s", what, path, isShort ? "" : ": ", isShort ? "" : ErrorText());
+}
+
 // Whether exactly `size` bytes were read. A short read is no error of the system and has errno 0.
 bool ReadAt(int fd, void* buffer, std::uint32_t size, std::uint32_t offset) {
   errno = 0;
@@ -110,12 +116,12 @@ StatusCode HeaderConverter::Check() {
 StatusCode HeaderConverter::OpenFile() {
   sourceFd = open64(sourcePath.c_str(), O_RDONLY);
   if (sourceFd < 0) {
-    NVX_ERROR("Cannot open '%s': %s", sourcePath.c_str(), ErrorText());
+    NVX_FAILURE("Cannot open '%s': %s", sourcePath.c_str(), ErrorText());
     return StatusCode::CannotOpen;
   }
   const off64_t end = lseek64(sourceFd, 0, SEEK_END);
   if (end < 0) {
-    NVX_ERROR("Cannot seek to end of '%s': %s", sourcePath.c_str(), ErrorText());
+    NVX_FAILURE("Cannot seek to end of '%s': %s", sourcePath.c_str(), ErrorText());
     return StatusCode::InvalidArgument;
   }
   fileSize = static_cast<std::uint32_t>(end);
@@ -127,15 +133,16 @@ StatusCode HeaderConverter::OpenFile() {
 StatusCode HeaderConverter::GetRrdFileLayout() {
   stat_head_t head;
   if (!ReadAt(sourceFd, &head, sizeof head, 0)) {
+    KeepTransferFailure("Failed to read stat_head");
     NVX_ERROR("Failed to read stat_head: %s", ErrorText());
     return StatusCode::InvalidArgument;
   }
   if (std::memcmp(head.cookie, "RRD", 3) != 0) {
-    NVX_ERROR("Not an RRD file (bad cookie)");
+    NVX_FAILURE("Not an RRD file (bad cookie)");
     return StatusCode::InvalidArgument;
   }
   if (std::memcmp(head.version, "0003", 4) != 0) {
-    NVX_ERROR("Unsupported RRD version: %.5s", head.version);
+    NVX_FAILURE("Unsupported RRD version: %.5s", head.version);
     return StatusCode::InvalidArgument;
   }
   dsCount = head.ds_cnt.Get();
@@ -148,11 +155,12 @@ StatusCode HeaderConverter::GetRrdFileLayout() {
 StatusCode HeaderConverter::CheckLimits() const {
   const off64_t end = lseek64(sourceFd, 0, SEEK_END);
   if (end > static_cast<off64_t>(MAX_SIZE)) {
-    NVX_ERROR("RRD file of %lld bytes is too large to convert", static_cast<long long>(end));
+    NVX_FAILURE("RRD file of %lld bytes is too large to convert", static_cast<long long>(end));
     return StatusCode::InvalidArgument;
   }
   if (!IsHeaderSizeIn32Bits(dsCount, rraCount)) {
-    NVX_ERROR("Header size of %u data sources and %u archives exceeds 32 bits", dsCount, rraCount);
+    NVX_FAILURE("Header size of %u data sources and %u archives exceeds 32 bits", dsCount,
+                rraCount);
     return StatusCode::InvalidArgument;
   }
   return StatusCode::Success;
@@ -164,7 +172,7 @@ StatusCode HeaderConverter::ComputeDataSize() {
   const std::uint32_t justifiedSize = std::min(size, fileSize);
   const Buffer<rra_def_t> buffer(static_cast<rra_def_t*>(std::malloc(justifiedSize)));
   if (buffer == nullptr && justifiedSize != 0) {
-    NVX_ERROR("Out of memory for rraDef: %s", ErrorText());
+    NVX_FAILURE("Out of memory for rraDef: %s", ErrorText());
     return StatusCode::OutOfMemory;
   }
   return ReadRraDefAndComputeDataSize(buffer.get(), static_cast<int>(size),
@@ -177,6 +185,7 @@ StatusCode HeaderConverter::ReadRraDefAndComputeDataSize(rra_def_t* buffer, int 
   errno = 0;
   const bool isInFile = byteCount == 0 || std::uint64_t{start} + byteCount <= fileSize;
   if (!isInFile || !ReadAt(sourceFd, buffer, byteCount, start)) {
+    KeepTransferFailure("Failed to read rraDef");
     NVX_ERROR("Failed to read rraDef: %s", ErrorText());
     return StatusCode::InvalidArgument;
   }
@@ -185,8 +194,8 @@ StatusCode HeaderConverter::ReadRraDefAndComputeDataSize(rra_def_t* buffer, int 
     rowCount += buffer[rra].row_cnt.Get();
   }
   if (!IsDataSizeIn32Bits(dsCount, rowCount)) {
-    NVX_ERROR("Data size of %u data sources and %llu rows exceeds 32 bits", dsCount,
-              static_cast<unsigned long long>(rowCount));
+    NVX_FAILURE("Data size of %u data sources and %llu rows exceeds 32 bits", dsCount,
+                static_cast<unsigned long long>(rowCount));
     return StatusCode::InvalidArgument;
   }
   dataSize = static_cast<std::uint32_t>(dsCount * rowCount * VALUE_SIZE);
@@ -196,15 +205,15 @@ StatusCode HeaderConverter::ReadRraDefAndComputeDataSize(rra_def_t* buffer, int 
 StatusCode HeaderConverter::ComputeAndCheckHeaderSize() {
   newHeaderSize = static_cast<std::uint32_t>(HeaderSize<live_head_t>(dsCount, rraCount));
   if (fileSize == std::uint64_t{newHeaderSize} + dataSize) {
-    NVX_ERROR("RRD file is already in 64-bit time_t format, no conversion needed.");
+    NVX_FAILURE("RRD file is already in 64-bit time_t format, no conversion needed.");
     return StatusCode::NothingToDo;
   }
   legacyHeaderSize = static_cast<std::uint32_t>(HeaderSize<legacy_live_head_t>(dsCount, rraCount));
   const std::uint64_t legacySize = std::uint64_t{legacyHeaderSize} + dataSize;
   if (fileSize != legacySize) {
-    NVX_ERROR("Failed to read RRD file: expected %zu but got %zu bytes (%zu + %zu)",
-              std::size_t{fileSize}, static_cast<std::size_t>(legacySize),
-              std::size_t{legacyHeaderSize}, std::size_t{dataSize});
+    NVX_FAILURE("Failed to read RRD file: expected %zu but got %zu bytes (%zu + %zu)",
+                std::size_t{fileSize}, static_cast<std::size_t>(legacySize),
+                std::size_t{legacyHeaderSize}, std::size_t{dataSize});
     return StatusCode::InvalidArgument;
   }
   return StatusCode::Success;
@@ -212,13 +221,13 @@ StatusCode HeaderConverter::ComputeAndCheckHeaderSize() {
 
 StatusCode HeaderConverter::BuildNewHeader() {
   if (newHeaderSize < legacyHeaderSize) {
-    NVX_ERROR("Header size mismatch: 64-bit header (%zu) < 32-bit header (%zu)",
-              std::size_t{newHeaderSize}, std::size_t{legacyHeaderSize});
+    NVX_FAILURE("Header size mismatch: 64-bit header (%zu) < 32-bit header (%zu)",
+                std::size_t{newHeaderSize}, std::size_t{legacyHeaderSize});
     return StatusCode::InvalidArgument;
   }
   newHeader = static_cast<unsigned char*>(std::calloc(1, newHeaderSize));
   if (newHeader == nullptr) {
-    NVX_ERROR("Out of memory for header: %s", ErrorText());
+    NVX_FAILURE("Out of memory for header: %s", ErrorText());
     return StatusCode::OutOfMemory;
   }
   return ConvertHeader32();
@@ -227,10 +236,11 @@ StatusCode HeaderConverter::BuildNewHeader() {
 StatusCode HeaderConverter::ConvertHeader32() {
   const Buffer<unsigned char> legacy(static_cast<unsigned char*>(std::calloc(1, legacyHeaderSize)));
   if (legacy == nullptr) {
-    NVX_ERROR("Out of memory for header 32bits: %s", ErrorText());
+    NVX_FAILURE("Out of memory for header 32bits: %s", ErrorText());
     return StatusCode::OutOfMemory;
   }
   if (!ReadAt(sourceFd, legacy.get(), legacyHeaderSize, 0)) {
+    KeepTransferFailure("Failed to read legacy header");
     NVX_ERROR("Failed to read legacy header: %s", ErrorText());
     return StatusCode::InvalidArgument;
   }
@@ -253,12 +263,12 @@ StatusCode HeaderConverter::ConvertHeader32() {
 
 StatusCode HeaderConverter::CreateNewRrdFile() {
   if (IsFile(sourceFd, destinationPath)) {
-    NVX_ERROR("'%s' and '%s' are the same file", sourcePath.c_str(), destinationPath.c_str());
+    NVX_FAILURE("'%s' and '%s' are the same file", sourcePath.c_str(), destinationPath.c_str());
     return StatusCode::InvalidArgument;
   }
   destinationFd = open64(destinationPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
   if (destinationFd < 0) {
-    NVX_ERROR("Cannot open %s: %s", destinationPath.c_str(), ErrorText());
+    NVX_FAILURE("Cannot open %s: %s", destinationPath.c_str(), ErrorText());
     return StatusCode::IoError;
   }
   return StatusCode::Success;
@@ -269,7 +279,7 @@ StatusCode HeaderConverter::WriteNewHeader() const { return Write(newHeader, new
 StatusCode HeaderConverter::CopyData() const {
   const Buffer<void> buffer(std::malloc(CHUNK_SIZE));
   if (buffer == nullptr) {
-    NVX_ERROR("Out of memory");
+    NVX_FAILURE("Out of memory");
     return StatusCode::OutOfMemory;
   }
   lseek64(sourceFd, legacyHeaderSize, SEEK_SET);
@@ -278,7 +288,7 @@ StatusCode HeaderConverter::CopyData() const {
   while (remaining != 0) {
     const std::uint32_t chunk = std::min(remaining, CHUNK_SIZE);
     if (read(sourceFd, buffer.get(), chunk) != static_cast<ssize_t>(chunk)) {
-      NVX_ERROR("Failed to read data block");
+      NVX_FAILURE("Failed to read data block");
       return StatusCode::InvalidArgument;
     }
     remaining -= chunk;
@@ -289,7 +299,7 @@ StatusCode HeaderConverter::CopyData() const {
     writeback.Add(destinationFd, chunk);
   }
   if (fsync(destinationFd) < 0) {
-    NVX_ERROR("Failed to sync output file %s: %s", destinationPath.c_str(), ErrorText());
+    NVX_FAILURE("Failed to sync output file %s: %s", destinationPath.c_str(), ErrorText());
     return StatusCode::IoError;
   }
   return StatusCode::Success;
@@ -298,6 +308,7 @@ StatusCode HeaderConverter::CopyData() const {
 StatusCode HeaderConverter::Write(const void* data, unsigned int size) const {
   errno = 0;
   if (write(destinationFd, data, size) != static_cast<ssize_t>(size)) {
+    KeepTransferFailure("Cannot write in ", destinationPath.c_str());
     NVX_ERROR("Cannot write in %s: %s", destinationPath.c_str(), ErrorText());
     return StatusCode::IoError;
   }

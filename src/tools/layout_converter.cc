@@ -163,7 +163,7 @@ StatusCode LayoutConverter::Report(const char* operation, StatusCode status,
                                    const std::string& text) {
   reason = text;
   if (status != StatusCode::Success) {
-    NVX_ERROR_IN(operation, "%s", reason.c_str());
+    NVX_FAILURE_IN(operation, "%s", reason.c_str());
   }
   return status;
 }

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <nvx/workstation/log_redirection.h>
+#include <nvx/root_logger.h>
 #include <pthread.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 using Lines = std::vector<std::string>;
@@ -13,10 +14,18 @@ using Lines = std::vector<std::string>;
 class LogCapture {
  public:
   explicit LogCapture(int level = 7)
-      : redirection(static_cast<nv::kora::KoraLogLevel>(level),
-                    [this](nv::kora::KoraLogLevel lineLevel, const std::string& line) {
-                      Add(lineLevel, line);
-                    }) {}
+      : formerLevel(logger.GetLevel()),
+        former(logger.SetDestination([this](nv::kora::KoraLogLevel lineLevel,
+                                            const std::string& line) { Add(lineLevel, line); })) {
+    logger.SetLevel(static_cast<nv::kora::KoraLogLevel>(level));
+  }
+  LogCapture(const LogCapture&) = delete;
+  LogCapture& operator=(const LogCapture&) = delete;
+
+  ~LogCapture() {
+    logger.SetDestination(std::move(former));
+    logger.SetLevel(formerLevel);
+  }
 
   // The lines so far, which are forgotten.
   Lines Take() {
@@ -34,5 +43,7 @@ class LogCapture {
   }
 
   Lines lines;
-  nvx::Workstation::LogRedirection redirection;
+  nvx::Log::RootLogger& logger = nvx::Log::RootLogger::GetInstance();
+  nv::kora::KoraLogLevel formerLevel;
+  nvx::Log::RootLogger::Destination former;
 };

@@ -106,4 +106,12 @@ class NVX_TIMESERIES_EXPORT Date {
   static void RoundUpTimeToMonth(Date& date);
 };
 
+// Compare the instants, whatever the zones.
+inline bool operator==(const Date& lhs, const Date& rhs) { return lhs.timestamp == rhs.timestamp; }
+inline bool operator!=(const Date& lhs, const Date& rhs) { return !(lhs == rhs); }
+inline bool operator<(const Date& lhs, const Date& rhs) { return lhs.timestamp < rhs.timestamp; }
+inline bool operator>(const Date& lhs, const Date& rhs) { return rhs < lhs; }
+inline bool operator<=(const Date& lhs, const Date& rhs) { return !(rhs < lhs); }
+inline bool operator>=(const Date& lhs, const Date& rhs) { return !(lhs < rhs); }
+
 }  // namespace nvx::TimeSeriesDatabase::Date

@@ -7,6 +7,7 @@
 #include "timeseries/database_interface.h"
 #include "timeseries/export.h"
 #include "timeseries/host_fwd.h"
+#include "timeseries/rrd/numerical_data_source.h"
 #include "timeseries/rrd_client.h"
 #include "timeseries/status_code.h"
 
@@ -35,6 +36,10 @@ class NVX_TIMESERIES_EXPORT Database : public DatabaseInterface {
   StatusCode GetNumericalDataSource(
       const std::string& zeltId,
       std::unique_ptr<NumericalDataSourceInterface>& dataSource) const override;
+
+  // The same as the class itself, which answers Fetch with any data function.
+  StatusCode GetNumericalDataSource(const std::string& zeltId,
+                                    std::unique_ptr<NumericalDataSource>& dataSource) const;
 
   // The path of an id's file, whether it exists or not. InvalidArgument, with `path` unchanged, for
   // an id that has no file name.

@@ -15,6 +15,11 @@ class NVX_TIMESERIES_EXPORT FetchResult {
   FetchResult() = default;
   FetchResult(const FetchResult&) = delete;
   FetchResult& operator=(const FetchResult&) = delete;
+
+  // Leave `other` empty. The buffer stays where it is.
+  FetchResult(FetchResult&& other) noexcept;
+  FetchResult& operator=(FetchResult&& other) noexcept;
+
   virtual ~FetchResult();
 
   // Times of the first and the last sample, in seconds since the epoch.
@@ -34,7 +39,7 @@ class NVX_TIMESERIES_EXPORT FetchResult {
   friend class nvx::TimeSeriesDatabase::RrdClient;
 
   // Takes over the buffer of the rows after `rrdStart` up to `rrdEnd`, made with malloc.
-  NVX_TIMESERIES_HIDDEN void Fill(long long rrdStart, long long rrdEnd, long long rrdStep,
+  NVX_TIMESERIES_HIDDEN void Fill(long long rrdStart, long long rrdEnd, unsigned long rrdStep,
                                   double* rrdData);
 
   long long startTime = 0;

@@ -6,7 +6,7 @@
 namespace nvx::DateTime {
 
 // The platform's codec between date texts and broken-down UTC time.
-class Encoder {
+class __attribute__((visibility("default"))) Encoder {
  public:
   // Reads an ISO 8601 date text ("2021-03-28", "2021-03-28T01:00", "...:30", "...:30.250"; then
   // "Z", an offset such as "+02:00", or nothing, which means UTC) into `utc` and `milliseconds`.

@@ -8,7 +8,7 @@
 namespace nvx::Utilities {
 
 // The platform's view of files.
-class FileSystem {
+class __attribute__((visibility("default"))) FileSystem {
  public:
   // The one character between a file's base name and its extension.
   static const std::string FILENAME_EXTENSION_SEPARATOR;

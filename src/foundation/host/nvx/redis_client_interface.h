@@ -7,7 +7,7 @@
 namespace nv::kora {
 
 // The platform's key-value store, of which only the hashes are read here.
-class RedisClientInterface {
+class __attribute__((visibility("default"))) RedisClientInterface {
  public:
   virtual ~RedisClientInterface() = default;
 

@@ -10,7 +10,8 @@ namespace nvx::Workstation {
 
 // A key-value store within the process, empty at the start. Not for use by several threads while
 // one of them writes.
-class InMemoryRedisClient : public nv::kora::RedisClientInterface {
+class __attribute__((visibility("default"))) InMemoryRedisClient
+    : public nv::kora::RedisClientInterface {
  public:
   nv::kora::StatusCode HashGet(const std::string& key, const std::string& field,
                                std::string& value) override;

@@ -13,7 +13,7 @@ namespace nvx::Workstation {
 //
 // In PASSWORD and PATH, "%" and two hexadecimal digits stand for a byte other than 0; what has a
 // meaning in an URL ("%", in a password "@" and "/") is written so.
-struct RedisAddress {
+struct __attribute__((visibility("default"))) RedisAddress {
   std::string socketPath;  // of a Unix socket; empty where there is a host
   std::string host;
   int port = 0;

@@ -23,7 +23,7 @@ namespace nvx::Workstation {
 //   Unavailable      the server is not there, does not answer in time or does not serve us, as with
 //                    a wrong password or while it loads its data
 //   InvalidArgument  the key holds something else than a hash
-class RedisClient : public nv::kora::RedisClientInterface {
+class __attribute__((visibility("default"))) RedisClient : public nv::kora::RedisClientInterface {
  public:
   // How long a call waits at most to connect and then for its answer (a host's name is looked up as
   // slowly as the system does it). A server that let a call wait in vain is not asked for the
@@ -53,7 +53,7 @@ class RedisClient : public nv::kora::RedisClientInterface {
                                std::string& problem);
 
  private:
-  class Session;
+  class __attribute__((visibility("hidden"))) Session;
   const std::unique_ptr<Session> session;
 };
 

@@ -5,6 +5,6 @@
 namespace nvx::Workstation {
 
 // The enumerator's name, a static string; "status" for a value that has none.
-const char* StatusCodeToString(nv::kora::StatusCode code);
+__attribute__((visibility("default"))) const char* StatusCodeToString(nv::kora::StatusCode code);
 
 }  // namespace nvx::Workstation

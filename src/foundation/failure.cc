@@ -1,0 +1,47 @@
+#include "timeseries/failure.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+#include "foundation/failure.h"
+#include "timeseries/host.h"
+
+namespace nvx::TimeSeriesDatabase {
+namespace {
+
+// Without constructor and destructor: it costs nothing until it is used, and may still be used
+// while the process ends.
+struct LastFailure {
+  char reason[1024];
+  bool isLocked;
+};
+thread_local LastFailure last;
+
+}  // namespace
+
+void KeepFailure(const char* format, ...) noexcept {
+  std::va_list values;
+  va_start(values, format);
+  std::vsnprintf(last.reason, sizeof last.reason, format, values);
+  va_end(values);
+  last.isLocked = false;
+}
+
+void KeepLock(const char* words) noexcept {
+  KeepFailure("%s", words);
+  last.isLocked = true;
+}
+
+StatusCode CheckFileExist(const std::string& path) {
+  const StatusCode rc = Utilities::FileSystem::CheckFileExist(path);
+  if (rc != StatusCode::Success) {
+    KeepFailure("there is no file '%s'", path.c_str());
+  }
+  return rc;
+}
+
+const char* Failure::GetReason() noexcept { return last.reason; }
+
+bool Failure::IsLocked() noexcept { return last.isLocked; }
+
+}  // namespace nvx::TimeSeriesDatabase
