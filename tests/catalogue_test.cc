@@ -101,12 +101,14 @@ TEST_F(DatabaseTest, ListsTheIdsOfItsFiles) {
   EXPECT_EQ(ids, Ids{"before"});
   EXPECT_EQ(log.Take().back(),
             "3" + DATABASE + " ListDataSources: Failed to get file list in [/nowhere]");
+  EXPECT_STREQ(Failure::GetReason(), "Failed to get file list in [/nowhere]");
 }
 
 TEST_F(DatabaseTest, OpensADataSourceByItsId) {
   const Rrd::Database database = Open(directory.GetPath() + "/");
   std::unique_ptr<DataSourceInterface> source;
   std::unique_ptr<NumericalDataSourceInterface> numerical;
+  std::unique_ptr<Rrd::NumericalDataSource> own;
   std::ofstream(directory.GetPath("topo_a.rrd"));
   redis.HashSet(directory.GetPath() + "//topo_a.rrd", "interval", "60");
   EXPECT_EQ(database.HasDataSource("topo:a"), StatusCode::Success);
@@ -115,13 +117,19 @@ TEST_F(DatabaseTest, OpensADataSourceByItsId) {
   unsigned long interval = 0;
   EXPECT_EQ(source->GetInterval(interval), StatusCode::Success);
   EXPECT_EQ(numerical->GetInterval(interval), StatusCode::Success);
+  ASSERT_EQ(database.GetNumericalDataSource("topo:a", own), StatusCode::Success);
+  EXPECT_EQ(own->GetInterval(interval), StatusCode::Success);
   EXPECT_EQ(interval, 60u);
 
   const DataSourceInterface* const held = source.get();
   const NumericalDataSourceInterface* const heldNumerical = numerical.get();
-  for (const auto& [id, code] : {std::pair("topo:b", StatusCode::NotFound),
-                                 std::pair("sensor:a", StatusCode::InvalidArgument)}) {
+  const std::string missing = "there is no file '" + directory.GetPath() + "//topo_b.rrd'";
+  for (const auto& [id, code, reason] :
+       {std::tuple("topo:b", StatusCode::NotFound, missing.c_str()),
+        std::tuple("sensor:a", StatusCode::InvalidArgument,
+                   "No zelt scope found in key [sensor:a]")}) {
     EXPECT_EQ(database.HasDataSource(id), code);
+    EXPECT_STREQ(Failure::GetReason(), reason);
     EXPECT_EQ(database.GetDataSource(id, source), code);
     EXPECT_EQ(database.GetNumericalDataSource(id, numerical), code);
     EXPECT_TRUE(source.get() == held && numerical.get() == heldNumerical);

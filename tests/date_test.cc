@@ -139,6 +139,16 @@ TEST(Date, UnknownZonesAreRefused) {
   EXPECT_TRUE(log.Take().empty());
 }
 
+TEST(Date, IsComparedByItsInstant) {
+  const Date::Date early = At("1970-01-01T01:00:07+01:00");
+  const Date::Date same = At("1970-01-01T00:00:07+00:00");
+  const Date::Date late = At("1970-01-01T01:00:08+01:00");
+  EXPECT_TRUE(early == same && early <= same && early >= same);
+  EXPECT_FALSE(early != same || early < same || early > same);
+  EXPECT_TRUE(early < late && early <= late && early != late && late > early && late >= early);
+  EXPECT_FALSE(early == late || late < early || late <= early);
+}
+
 TEST(Date, AShorterMonthIsLogged) {
   LogCapture log(6);
   Date::Date date = At("2021-01-31T15:00:00+01:00");

@@ -16,10 +16,12 @@
 #include "support/resource_limit.h"
 #include "support/table.h"
 #include "support/temporary_directory.h"
+#include "timeseries/failure.h"
 #include "timeseries/rrd/tool/header_converter.h"
 #include "timeseries/rrd/tool/sanitizer.h"
 
 namespace fs = std::filesystem;
+using nvx::TimeSeriesDatabase::Failure;
 using nvx::TimeSeriesDatabase::Rrd::Tool::HeaderConverter;
 using nvx::TimeSeriesDatabase::Rrd::Tool::Sanitizer;
 
@@ -51,6 +53,9 @@ class SanitizerTest : public ::testing::Test {
     EXPECT_EQ(Convert("source", "new"), code);
     EXPECT_EQ(static_cast<int>(sanitizer.Check("source")), code);
     EXPECT_EQ(log.Take(), (Lines{error, error}));
+    const std::string reason = Failure::GetReason();  // without the error of a read cut short
+    EXPECT_TRUE(text.find(": " + reason) != std::string::npos) << reason;
+    EXPECT_EQ(reason.find(": Success"), std::string::npos) << reason;
     EXPECT_FALSE(fs::exists("new"));
   }
 

@@ -12,6 +12,7 @@
 #include "support/shell.h"
 #include "support/table.h"
 #include "support/temporary_directory.h"
+#include "timeseries/failure.h"
 
 namespace fs = std::filesystem;
 using namespace nvx::TimeSeriesDatabase::Rrd::Tool;
@@ -134,6 +135,7 @@ TEST_F(LayoutConverterTest, RefusesWhatContradictsItselfOrDoesNotFit) {
               row.GetNumber("code"));
     EXPECT_EQ(Convert("source", "none", LAYOUTS.at(row["layout"])), row.GetNumber("code"));
     EXPECT_EQ(converter.GetReason(), row["reason"]);
+    EXPECT_EQ(nvx::TimeSeriesDatabase::Failure::GetReason(), row["reason"]);
     const std::string line = "3[TimeSeriesDatabase::Rrd::Tool::LayoutConverter] ";
     EXPECT_EQ(log.Take(),
               (Lines{line + "Check: " + row["reason"], line + "Convert: " + row["reason"]}));

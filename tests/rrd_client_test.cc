@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/temporary_directory.h"
@@ -85,6 +86,18 @@ TEST_F(RrdFile, StaysAsItWasWhenACallFails) {
   EXPECT_EQ(client.Migrate(path, 60, end, 5, 5, 100), StatusCode::Failure);
   EXPECT_EQ(client.Create(path, -60, end, 0, 1, 100), StatusCode::Failure);
   ExpectSame(Fetch(client, path, START, end), Ramp(90));
+}
+
+TEST_F(RrdFile, TellsEachThreadItsOwnFailure) {
+  const std::string longName(2000, 'x');
+  long long time = 0;
+  EXPECT_EQ(client.GetLastTimestamp(longName, time), StatusCode::NotFound);
+  std::thread([&] {
+    EXPECT_STREQ(Failure::GetReason(), "");
+    EXPECT_EQ(client.GetLastTimestamp(directory.GetPath("none"), time), StatusCode::NotFound);
+  }).join();
+  EXPECT_EQ(client.GetLastTimestamp(path, time), StatusCode::Success);
+  EXPECT_EQ(Failure::GetReason(), "there is no file '" + longName.substr(0, 1005));
 }
 
 TEST_F(RrdFile, IsWrittenAlikeUnderACommaLocale) {

@@ -1,7 +1,11 @@
 #include "nvx/file_system.h"
 
-#include <filesystem>
-#include <system_error>
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <memory>
+#include <string_view>
 
 namespace nvx::Utilities {
 
@@ -9,10 +13,23 @@ using nv::kora::StatusCode;
 
 namespace {
 
+struct CloseDirectory {
+  void operator()(DIR* directory) const { closedir(directory); }
+};
+using Directory = std::unique_ptr<DIR, CloseDirectory>;
+
 // Of most files the directory has told the type; only a symbolic link is followed.
-bool IsFile(const std::filesystem::directory_entry& entry) {
-  std::error_code error;
-  return entry.exists(error) && !entry.is_directory(error);
+bool IsFile(DIR* directory, const dirent& entry) {
+  if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN) {
+    return entry.d_type != DT_DIR;
+  }
+  struct stat status {};
+  return fstatat(dirfd(directory), entry.d_name, &status, 0) == 0 && !S_ISDIR(status.st_mode);
+}
+
+// A name that begins with its one dot has no extension.
+bool HasSuffix(std::string_view name, std::string_view suffix) {
+  return name.size() > suffix.size() && name.substr(name.size() - suffix.size()) == suffix;
 }
 
 }  // namespace
@@ -20,33 +37,31 @@ bool IsFile(const std::filesystem::directory_entry& entry) {
 const std::string FileSystem::FILENAME_EXTENSION_SEPARATOR = ".";
 
 StatusCode FileSystem::CheckFileExist(const std::string& path) {
-  std::error_code error;
-  const std::filesystem::file_status status = std::filesystem::status(path, error);
-  const bool isFile = std::filesystem::exists(status) && !std::filesystem::is_directory(status);
+  struct stat status {};
+  const bool isFile = stat(path.c_str(), &status) == 0 && !S_ISDIR(status.st_mode);
   return isFile ? StatusCode::Success : StatusCode::NotFound;
 }
 
 StatusCode FileSystem::GetFileList(const std::string& directory, const std::string& extension,
                                    std::set<std::string>& fileNames) {
-  std::error_code error;
-  std::filesystem::directory_iterator entry(directory, error);
-  if (error) {
-    const bool isMissing =
-        error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory;
-    return isMissing ? StatusCode::NotFound : StatusCode::IoError;
+  // Not by std::filesystem, which ends the process when memory is out.
+  const Directory opened(opendir(directory.c_str()));
+  if (opened == nullptr) {
+    return errno == ENOENT || errno == ENOTDIR ? StatusCode::NotFound : StatusCode::IoError;
   }
 
   const std::string suffix = FILENAME_EXTENSION_SEPARATOR + extension;
   std::set<std::string> found;
-  while (entry != std::filesystem::directory_iterator()) {
-    const std::filesystem::path& path = entry->path();
-    if (path.extension() == suffix && IsFile(*entry)) {
-      found.insert(path.filename().string());
+  errno = 0;
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): of a directory of its own
+  while (const dirent* const entry = readdir(opened.get())) {
+    if (HasSuffix(entry->d_name, suffix) && IsFile(opened.get(), *entry)) {
+      found.insert(entry->d_name);
     }
-    entry.increment(error);
-    if (error) {
-      return StatusCode::IoError;
-    }
+    errno = 0;
+  }
+  if (errno != 0) {
+    return StatusCode::IoError;
   }
   fileNames.merge(found);
   return StatusCode::Success;

@@ -42,6 +42,10 @@ constexpr long MICROSECONDS = 1000000;
 constexpr char TOO_LARGE[] = "it has too many data sources or archives for a file of this machine";
 constexpr char CUT_OFF[] = "its header is cut off";
 
+int Open(const std::string& path) {
+  return open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+}
+
 // The RRD library changes a header in its place, and for a moment a row may lie outside its
 // archive: what was found without the lock is found again with it. False while another process
 // writes.
@@ -157,10 +161,15 @@ bool HasAllValues(const std::vector<ArchiveDescription>& archives, unsigned long
 }  // namespace
 
 FileGate::FileGate(const std::string& path) {
-  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  const Descriptor file(Open(path));
   if (file.IsOpen()) {
     Read(file.Get());
   }
+}
+
+bool FileGate::IsLocked(const std::string& path) {
+  const Descriptor file(Open(path));
+  return file.IsOpen() && !LockForReading(file.Get());
 }
 
 void FileGate::Read(int fd) {

@@ -23,6 +23,9 @@ class FileGate {
   // fault is sought in what another process writes; that file is locked.
   explicit FileGate(const std::string& path);
 
+  // Whether another process has locked a file at this moment.
+  static bool IsLocked(const std::string& path);
+
   // Why the RRD library must not be given the file; null when it may. A file that cannot be opened
   // or does not begin as an RRD file is left to the RRD library, which says so in its own words.
   const char* GetFault() const { return fault; }

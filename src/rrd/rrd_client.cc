@@ -8,6 +8,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "foundation/log.h"
@@ -104,10 +105,17 @@ const char* GetReason(const char* fault) { return fault == nullptr ? rrd_get_err
 void KeepReason(const char* fault, bool isLocked) {
   const char* const reason = fault == nullptr ? rrd_get_context()->rrd_error : fault;
   if (isLocked || std::strcmp(reason, LOCK_ERROR) == 0) {
-    KeepLock(reason);
+    KeepLock(LOCK_ERROR);
   } else {
     KeepFailure("%s", reason);
   }
+}
+
+// Whether a migration failed for a lock. The RRD library says no more than that it cannot open the
+// source.
+bool IsSourceLocked(const std::string& path) {
+  const std::string_view reason = rrd_get_context()->rrd_error;
+  return reason.rfind("Cannot open source RRD", 0) == 0 && FileGate::IsLocked(path);
 }
 
 // Null, after a line in the log, when the file cannot be read.
@@ -330,7 +338,7 @@ StatusCode RrdClient::Migrate(const std::string& path, long long step, long long
   if (fault != nullptr || rrd_create_r2(path.c_str(), static_cast<unsigned long>(step),
                                         static_cast<std::time_t>(startTime), MAY_OVERWRITE, sources,
                                         nullptr, 2, arguments) == -1) {
-    KeepReason(fault, gate.IsLocked());
+    KeepReason(fault, gate.IsLocked() || (fault == nullptr && IsSourceLocked(path)));
     LogCreateError("Migrate", fault, path, definitions);
     return StatusCode::Failure;
   }

@@ -1,0 +1,245 @@
+// Memory runs out at each allocation of each operation: nothing of it stays behind, neither memory
+// nor descriptors, and the file has what it had before or what the operation was to make of it.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <iterator>
+#include <limits>
+#include <new>
+
+#include "nvx/workstation/in_memory_redis_client.h"
+#include "nvx/workstation/status_code_name.h"
+#include "support/legacy_file.h"
+#include "support/temporary_directory.h"
+#include "timeseries/data_functions.h"
+#include "timeseries/host.h"
+#include "timeseries/rrd/database.h"
+#include "timeseries/rrd/tool/layout_converter.h"
+#include "timeseries/rrd/tool/sanitizer.h"
+#include "timeseries/rrd_client.h"
+#include "timeseries/time_window_helper.h"
+
+// The RRD library loses a few bytes for each failed update.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the sanitizer calls it by this name
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
+  return "leak:librrd";
+}
+
+namespace {
+
+constexpr long NEVER = std::numeric_limits<long>::max();
+
+long untilFailure = NEVER;  // allocations that are still granted
+long heldCount = 0;         // allocations that were not released yet
+
+}  // namespace
+
+#pragma GCC visibility push(default)
+void* operator new(std::size_t size) {
+  void* const memory = untilFailure-- > 0 ? std::malloc(size == 0 ? 1 : size) : nullptr;
+  if (memory == nullptr) {
+    throw std::bad_alloc();
+  }
+  ++heldCount;
+  return memory;
+}
+void operator delete(void* memory) noexcept {
+  heldCount -= memory == nullptr ? 0 : 1;
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept { operator delete(memory); }
+#pragma GCC visibility pop
+
+using namespace nvx::TimeSeriesDatabase;
+
+namespace {
+
+constexpr long long START = 1700000040;  // a multiple of 60
+constexpr long long END = START + 6000;
+
+long CountDescriptors() {
+  const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+  return std::distance(begin(descriptors), end(descriptors));
+}
+
+class Allocations : public testing::Test {
+ protected:
+  Allocations() {
+    EXPECT_EQ(window.start.Initialize(START, "Europe/Paris"), StatusCode::Success);
+    EXPECT_EQ(window.end.Initialize(END, "Europe/Paris"), StatusCode::Success);
+    // Lines of the log allocate, too.
+    logger.SetDestination([](KoraLogLevel, const std::string&) {});
+    logger.SetLevel(KoraLogLevel::Trace);
+  }
+  ~Allocations() override {
+    logger.SetLevel(KoraLogLevel::Error);
+    logger.SetDestination({});
+  }
+
+  void MakeFile() const {
+    std::map<long long, double> samples;
+    for (long long time = START; time < END; time += 60) {
+      samples[time] = 1;
+    }
+    ASSERT_EQ(client.Create(path, 60, START - 60, NAN, NAN, 100), StatusCode::Success);
+    ASSERT_EQ(client.Update(path, samples), StatusCode::Success);
+  }
+
+  // The number of rows, and of samples among them.
+  std::pair<unsigned long, long> Look() const {
+    Rrd::FileDescription description;
+    Rrd::FetchResult result;
+    EXPECT_EQ(client.Describe(path, description), StatusCode::Success);
+    EXPECT_EQ(client.Fetch(path, START, END, result), StatusCode::Success);
+    const double* const first = result.GetData();
+    return {description.archives.at(0).rowCount,
+            std::count(first, first + result.GetSampleCount(), 1.0)};
+  }
+
+  void FailEach(const std::string& name, const std::function<StatusCode()>& operation,
+                StatusCode expected = StatusCode::Success) const {
+    SCOPED_TRACE(name);
+    MakeFile();
+    const auto before = Look();
+    ASSERT_EQ(operation(), expected) << Failure::GetReason();  // and what is made once is there
+    const auto after = Look();
+    bool isDone = false;
+    for (long granted = 0; !isDone; ++granted) {
+      MakeFile();
+      const long descriptors = CountDescriptors();
+      const long held = heldCount;
+      untilFailure = granted;
+      StatusCode status = StatusCode::OutOfMemory;
+      try {
+        status = operation();
+      } catch (const std::bad_alloc&) {
+      }
+      isDone = untilFailure >= 0;
+      untilFailure = NEVER;
+      ASSERT_EQ(heldCount, held) << "memory, after " << granted;
+      ASSERT_EQ(CountDescriptors(), descriptors) << "descriptors, after " << granted;
+      ASSERT_TRUE(status == expected || !isDone) << nvx::Workstation::StatusCodeToString(status);
+      const auto now = Look();
+      ASSERT_TRUE(now == before || now == after) << "the file, after " << granted;
+    }
+  }
+
+  nvx::Log::RootLogger& logger = nvx::Log::RootLogger::GetInstance();
+  const TemporaryDirectory directory;
+  const std::string path = directory.GetPath("topo_TemperatureOfBoiler.rrd");
+  const std::string id = "topo:TemperatureOfBoiler";
+  RrdClient client;
+  TimeWindow window;
+};
+
+TEST_F(Allocations, OfRrdClient) {
+  const std::string missing = directory.GetPath("a file that is not there.rrd");
+  const std::string made = directory.GetPath("a file that is made.rrd");
+  const std::string cut = directory.GetPath("a file that is cut off.rrd");
+  WriteFile(cut, std::string("RRD\0000003", 8));
+  FailEach("GetFirstTimestamp", [&] {
+    long long time = 0;
+    return client.GetFirstTimestamp(path, 0, time);
+  });
+  FailEach("GetLastTimestamp", [&] {
+    long long time = 0;
+    return client.GetLastTimestamp(path, time);
+  });
+  FailEach("GetInterval", [&] {
+    unsigned long step = 0;
+    return client.GetInterval(path, step);
+  });
+  for (const std::string& source : {path, missing, cut}) {
+    FailEach(
+        "Fetch " + source,
+        [&] {
+          Rrd::FetchResult result;
+          return client.Fetch(source, START, END, result);
+        },
+        source == path ? StatusCode::Success : StatusCode::Failure);
+    FailEach(
+        "Describe " + source,
+        [&] {
+          Rrd::FileDescription description;
+          return client.Describe(source, description);
+        },
+        source == path  ? StatusCode::Success
+        : source == cut ? StatusCode::Failure
+                        : StatusCode::NotFound);
+  }
+  FailEach("Create", [&] { return client.Create(made, 60, START, NAN, NAN, 10); });
+  FailEach("Update", [&] { return client.Update(path, std::map<long long, double>{{END, 1}}); });
+  FailEach("Migrate", [&] { return client.Migrate(path, 60, END - 60, NAN, NAN, 200); });
+}
+
+TEST_F(Allocations, OfQueries) {
+  nvx::Utilities::FileSystem files;
+  nvx::Workstation::InMemoryRedisClient store;
+  const Rrd::Database database(directory.GetPath(), files, store, client);
+  FailEach("ListDataSources", [&] {
+    std::set<std::string> ids;
+    return database.ListDataSources(ids);
+  });
+  FailEach("HasDataSource", [&] { return database.HasDataSource(id); });
+  FailEach("GetDataSource", [&] {
+    std::unique_ptr<DataSourceInterface> source;
+    return database.GetDataSource(id, source);
+  });
+  const auto query = [&](const auto& ask) {
+    return [&] {
+      std::unique_ptr<Rrd::NumericalDataSource> source;
+      const StatusCode status = database.GetNumericalDataSource(id, source);
+      return status == StatusCode::Success ? ask(*source) : status;
+    };
+  };
+  FailEach("metadata", query([](const Rrd::NumericalDataSource& source) {
+             long long time = 0;
+             QueryInterval interval = QueryInterval::Day;
+             const StatusCode status = source.GetFirstTimestamp(time);
+             return status == StatusCode::Success ? source.GetInterval(interval) : status;
+           }));
+  FailEach("FetchAverage", query([&](Rrd::NumericalDataSource& source) {
+             std::vector<NumericalDataPoint> averages;
+             return source.FetchAverage(window, QueryInterval::TenMinutes, averages);
+           }));
+  FailEach("Fetch", query([&](Rrd::NumericalDataSource& source) {
+             std::vector<NumericalDataPoint> sums;
+             return source.Fetch(window, QueryInterval::OneMinute, DataFunctions::ComputeSum, sums);
+           }));
+  FailEach(
+      "AdjustTimeWindow",
+      [&] {
+        TimeWindow adjusted = window;
+        return TimeWindowHelper::AdjustTimeWindow(
+            QueryInterval::Day, TimeWindowHelper::DEFAULT_ROUNDING_STRATEGY, adjusted);
+      },
+      StatusCode::InvalidArgument);
+  FailEach("Initialize", [&] {
+    Date::Date date;
+    return date.Initialize("2021-03-28T01:00:00.000+00:00", "Europe/Paris");
+  });
+}
+
+TEST_F(Allocations, OfConversions) {
+  const std::string source = TEST_DATA "/legacy/gauge.legacy.rrd";
+  const std::string destination = directory.GetPath("a file that is converted.rrd");
+  constexpr Rrd::Tool::Layout TARGET = Rrd::Tool::Layout::Bits64;
+  FailEach("Sanitizer", [&] { return Rrd::Tool::Sanitizer().Convert(source, destination); });
+  FailEach(
+      "Sanitizer, no file",
+      [&] { return Rrd::Tool::Sanitizer().Convert(destination + ".none", destination); },
+      StatusCode::CannotOpen);
+  FailEach("LayoutConverter",
+           [&] { return Rrd::Tool::LayoutConverter().Convert(source, destination, TARGET); });
+  FailEach(
+      "LayoutConverter, no file",
+      [&] { return Rrd::Tool::LayoutConverter().Check(destination + ".none", TARGET); },
+      StatusCode::CannotOpen);
+}
+
+}  // namespace

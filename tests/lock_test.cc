@@ -1,0 +1,163 @@
+// A file that another process has locked: the library tells it, and each command waits for it. In
+// this program one lock is refused, which stands for the other process.
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstdarg>
+#include <functional>
+#include <limits>
+#include <vector>
+
+#include "support/temporary_directory.h"
+#include "timeseries/host.h"
+#include "timeseries/rrd_client.h"
+
+int RunCommand(int argc, char** argv);  // the main function of the command line
+
+namespace {
+
+constexpr int NONE = 0;
+constexpr int ALL = -1;
+
+std::string lockedPath;
+int refused = NONE;  // the number of the lock that is refused
+int lockCount = 0;   // of the file at `lockedPath`
+
+bool IsRefused(int fd, int command) {
+  struct stat opened {};
+  struct stat named {};
+  const bool isLock = (command == F_SETLK || command == F_SETLK64) && fstat(fd, &opened) == 0 &&
+                      stat(lockedPath.c_str(), &named) == 0 && opened.st_ino == named.st_ino;
+  lockCount += isLock ? 1 : 0;
+  return isLock && (refused == ALL || lockCount == refused);
+}
+
+}  // namespace
+
+// Under its names for the offsets and times of the RRD library and of this one.
+#pragma GCC visibility push(default)
+extern "C" {
+int LockOrRefuse(int fd, int command, ...) __asm__("fcntl64");
+int LockOrRefuse(int fd, int command, ...) {
+  using Function = int(int, int, ...);
+  static auto* const real = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, "fcntl64"));
+  std::va_list list;
+  va_start(list, command);
+  void* const argument = va_arg(list, void*);
+  va_end(list);
+  if (IsRefused(fd, command)) {
+    errno = EAGAIN;
+    return -1;
+  }
+  return real(fd, command, argument);
+}
+int OtherLockOrRefuse(int, int, ...) __asm__("fcntl") __attribute__((alias("fcntl64")));
+int TimeLockOrRefuse(int, int, ...) __asm__("__fcntl_time64") __attribute__((alias("fcntl64")));
+}
+#pragma GCC visibility pop
+
+using namespace nvx::TimeSeriesDatabase;
+
+namespace {
+
+constexpr long long START = 1700000040;  // a multiple of 60
+
+class LockedFile : public testing::Test {
+ protected:
+  LockedFile() {
+    nvx::Log::RootLogger::GetInstance().SetLevel(KoraLogLevel::None);
+    lockedPath = path;
+    MakeFile();
+  }
+  ~LockedFile() override { refused = NONE; }
+
+  void MakeFile() const {
+    EXPECT_EQ(client.Create(path, 60, START, NAN, NAN, 100), StatusCode::Success);
+    EXPECT_EQ(client.Update(path, {{START + 60, 1}, {START + 120, 2}}), StatusCode::Success);
+  }
+
+  const TemporaryDirectory directory;
+  const std::string path = directory.GetPath("topo_x.rrd");
+  const RrdClient client;
+};
+
+TEST_F(LockedFile, IsToldByEveryOperation) {
+  long long time = 0;
+  unsigned long step = 0;
+  Rrd::FetchResult result;
+  Rrd::FileDescription description;
+  const std::function<StatusCode()> operations[] = {
+      [&] { return client.GetFirstTimestamp(path, 0, time); },
+      [&] { return client.GetLastTimestamp(path, time); },
+      [&] { return client.GetInterval(path, step); },
+      [&] { return client.Fetch(path, START, START + 120, result); },
+      [&] {
+        return client.Update(path, {{START + 180, 3}});
+      },
+      [&] { return client.Migrate(path, 60, START + 120, NAN, NAN, 200); },
+      [&] { return client.Describe(path, description); },
+  };
+  for (const auto& operation : operations) {
+    SCOPED_TRACE(&operation - operations);
+    refused = NONE;
+    EXPECT_EQ(client.GetLastTimestamp("none", time), StatusCode::NotFound);
+    EXPECT_FALSE(Failure::IsLocked());
+    refused = ALL;
+    EXPECT_EQ(operation(), StatusCode::Failure);
+    EXPECT_STREQ(Failure::GetReason(), "could not lock RRD");
+    EXPECT_TRUE(Failure::IsLocked());
+  }
+}
+
+// The header that another process writes may have any fault.
+TEST_F(LockedFile, IsNotJudgedByItsHeader) {
+  Rrd::FetchResult result;
+  ASSERT_EQ(truncate(path.c_str(), 200), 0);
+  refused = ALL;
+  EXPECT_EQ(client.Fetch(path, START, START + 120, result), StatusCode::Failure);
+  EXPECT_TRUE(Failure::IsLocked());
+  refused = NONE;
+  EXPECT_EQ(client.Fetch(path, START, START + 120, result), StatusCode::Failure);
+  EXPECT_STREQ(Failure::GetReason(), "its header is cut off");
+  EXPECT_FALSE(Failure::IsLocked());
+}
+
+// Refuses each lock of a command in turn.
+TEST_F(LockedFile, IsWaitedForByEveryCommand) {
+  const std::vector<std::vector<const char*>> commands = {
+      {"info", "topo:x"},
+      {"query", "topo:x", "--interval", "1m"},
+      {"query", "topo:x", "--interval", "all", "--function", "sum"},
+      {"last", "topo:x"},
+      {"export", "topo:x", "--format", "csv"},
+      {"update", "topo:x", "1700000220:3", "1700000280:4"},
+      {"migrate", "topo:x", "--step", "60", "--rows", "200"},
+  };
+  const std::string directoryPath = directory.GetPath();
+  for (std::vector<const char*> command : commands) {
+    SCOPED_TRACE(command[0]);
+    command.insert(command.begin(), {"nvx-timeseries", "-d", directoryPath.c_str()});
+    command.push_back(nullptr);
+    lockCount = std::numeric_limits<int>::max();
+    for (int lock = 1; lockCount >= lock; ++lock) {
+      refused = NONE;
+      MakeFile();
+      refused = lock;
+      lockCount = 0;
+      testing::internal::CaptureStdout();
+      const int status =
+          RunCommand(static_cast<int>(command.size() - 1), const_cast<char**>(command.data()));
+      testing::internal::GetCapturedStdout();
+      EXPECT_EQ(status, 0) << "lock " << lock;
+    }
+    EXPECT_GT(lockCount, 0);
+  }
+}
+
+}  // namespace
