@@ -4,6 +4,7 @@
 #include "support/dates.h"
 #include "support/log_capture.h"
 #include "support/table.h"
+#include "timeseries/failure.h"
 #include "timeseries/rrd/interval_iterator.h"
 #include "timeseries/rrd/interval_processor.h"
 
@@ -50,8 +51,11 @@ TEST(IntervalIterator, CutsTheBufferAtTheBoundsOfTheIntervals) {
     EXPECT_EQ(static_cast<int>(rc), row.GetNumber("code"));
     EXPECT_EQ(positions, row["positions"]);
     const Lines lines = log.Take();
-    EXPECT_EQ(!lines.empty() && lines.back().find(ITERATOR) != std::string::npos,
-              rc == StatusCode::OutOfRange);
+    const bool isTooLong = !lines.empty() && lines.back().find(ITERATOR) != std::string::npos;
+    const std::string reason = rc == StatusCode::OutOfRange ? Failure::GetReason() : "";
+    EXPECT_EQ(isTooLong, reason.rfind("End date of interval", 0) == 0);
+    EXPECT_EQ(rc == StatusCode::OutOfRange && !isTooLong,
+              reason.find("has no end") != std::string::npos);
   });
 }
 

@@ -6,9 +6,9 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-void Require(StatusCode status, const std::string& reason) {
+void RequireDone(StatusCode status) {
   if (status != StatusCode::Success) {
-    throw FileError(reason, status);
+    throw FileError(Failure::GetReason(), status);
   }
 }
 
@@ -21,7 +21,7 @@ void FileConverter::Check(const OpenedFile& source) {
     CheckLegacy(path);
     return;
   }
-  Require(converter.Check(path, *target), Failure::GetReason());
+  RequireDone(converter.Check(path, *target));
   const std::uint64_t size = FindUnusedSize(path);
   if (size != 0) {
     note = "the unused word at its end, " + std::to_string(size) + " bytes, is left out";
@@ -37,17 +37,20 @@ void FileConverter::Convert(const OpenedFile& source, const FileReplacement& rep
   if (!cause.empty()) {
     throw FileError("the new file cannot be written: " + cause, status);
   }
-  Require(status, Failure::GetReason());
+  RequireDone(status);
 }
 
 void FileConverter::CheckLegacy(const std::string& source) {
   const StatusCode status = sanitizer.Check(source);
+  if (status == StatusCode::Success) {
+    return;
+  }
   std::string reason = Failure::GetReason();
   if (status == StatusCode::InvalidArgument && FindUnusedSize(source) != 0) {
     reason += "; it ends with an unused word, which --to " +
               std::string(GetLayoutName(Rrd::Tool::Layout::Arm32Time64)) + " leaves out";
   }
-  Require(status, reason);
+  throw FileError(reason, status);
 }
 
 std::uint64_t FileConverter::FindUnusedSize(const std::string& source) {

@@ -6,6 +6,7 @@
 
 #include <nvx/file_system.h>
 #include <nvx/workstation/in_memory_redis_client.h>
+#include <timeseries/failure.h>
 #include <timeseries/rrd/database.h>
 #include <timeseries/rrd_client.h>
 
@@ -36,6 +37,7 @@ int main(int, char** arguments) {
   if (database.GetPathToRrdFile("topo:Boiler", path) != StatusCode::Success ||
       rrd.Create(path, 3600, begin, -40, 125, 8760) != StatusCode::Success ||
       rrd.Update(path, samples) != StatusCode::Success) {
+    std::fprintf(stderr, "%s\n", Failure::GetReason());
     return 1;
   }
 

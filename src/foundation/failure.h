@@ -8,10 +8,10 @@ namespace nvx::TimeSeriesDatabase {
 
 // Keep the reason of a failure for Failure. They allocate nothing, so that they can be called when
 // memory is out.
-void KeepFailure(const char* format, ...) noexcept __attribute__((format(printf, 1, 2)));
+void KeepFailure(const char* format, ...) noexcept __attribute__((cold, format(printf, 1, 2)));
 
 // Keeps that of a file which another process has locked.
-void KeepLock(const char* words) noexcept;
+void KeepLock(const char* words) noexcept __attribute__((cold));
 
 // FileSystem::CheckFileExist, of which a failure is kept.
 StatusCode CheckFileExist(const std::string& path);
