@@ -67,7 +67,8 @@ class NVX_TIMESERIES_EXPORT RrdClient {
                             const std::map<long long, double>& samples) const;
 
   // Replaces the file by one made with these arguments, as for Create, that holds the samples of
-  // the old one up to `startTime`. On failure the old file stays as it was.
+  // the old one up to `startTime`. On failure the old file stays as it was, and Failure tells of a
+  // lock that was still held after it.
   virtual StatusCode Migrate(const std::string& path, long long step, long long startTime,
                              double minimum, double maximum, unsigned int rowCount) const;
 

@@ -1,5 +1,6 @@
 #include "timeseries/failure.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 
@@ -20,11 +21,13 @@ thread_local LastFailure last;
 }  // namespace
 
 void KeepFailure(const char* format, ...) noexcept {
+  const int error = errno;  // which the caller has yet to log
   std::va_list values;
   va_start(values, format);
   std::vsnprintf(last.reason, sizeof last.reason, format, values);
   va_end(values);
   last.isLocked = false;
+  errno = error;
 }
 
 void KeepLock(const char* words) noexcept {

@@ -25,8 +25,8 @@
 #define NVX_INFO_IN(operation, ...) NVX_LOG(Information, "[%lu][%s] %s: ", operation, __VA_ARGS__)
 #define NVX_TRACE_IN(operation, ...) NVX_LOG(Trace, "[%lu][%s][trace] %s: ", operation, __VA_ARGS__)
 
-// An error that an operation detects itself, as against one that it passes on: at any level, the
-// message is kept as the reason of the failure.
+// An error that an operation detects itself, as against one that it passes on: at every level, the
+// message is kept as the reason of the failure, for which its values are evaluated once more.
 #define NVX_FAILURE(...) NVX_FAILURE_IN(__func__, __VA_ARGS__)
 #define NVX_FAILURE_IN(operation, ...)                 \
   do {                                                 \

@@ -167,7 +167,7 @@ FileGate::FileGate(const std::string& path) {
   }
 }
 
-bool FileGate::IsLocked(const std::string& path) {
+bool FileGate::IsFileLocked(const std::string& path) {
   const Descriptor file(Open(path));
   return file.IsOpen() && !LockForReading(file.Get());
 }

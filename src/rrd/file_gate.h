@@ -24,7 +24,7 @@ class FileGate {
   explicit FileGate(const std::string& path);
 
   // Whether another process has locked a file at this moment.
-  static bool IsLocked(const std::string& path);
+  static bool IsFileLocked(const std::string& path);
 
   // Why the RRD library must not be given the file; null when it may. A file that cannot be opened
   // or does not begin as an RRD file is left to the RRD library, which says so in its own words.

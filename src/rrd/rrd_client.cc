@@ -115,7 +115,7 @@ void KeepReason(const char* fault, bool isLocked) {
 // source.
 bool IsSourceLocked(const std::string& path) {
   const std::string_view reason = rrd_get_context()->rrd_error;
-  return reason.rfind("Cannot open source RRD", 0) == 0 && FileGate::IsLocked(path);
+  return reason.rfind("Cannot open source RRD", 0) == 0 && FileGate::IsFileLocked(path);
 }
 
 // Null, after a line in the log, when the file cannot be read.

@@ -46,8 +46,12 @@ void ComputeNextDate(QueryInterval interval, const Date::Date& from, Date::Date&
 bool ConvertStringDateToUnixTime(const std::string& text, long long& seconds) {
   std::tm utc{};
   unsigned short unused = 0;
-  return DateTime::Encoder::FromString(text, utc, unused) &&
-         DateTime::Encoder::ToGmTime(utc, seconds);
+  const bool isRead =
+      DateTime::Encoder::FromString(text, utc, unused) && DateTime::Encoder::ToGmTime(utc, seconds);
+  if (!isRead) {
+    KeepFailure("Unable to parse date [%s]", text.c_str());
+  }
+  return isRead;
 }
 
 }  // namespace nvx::TimeSeriesDatabase::TimeHelper

@@ -38,6 +38,8 @@ StatusCode AdjustTimeWindow(QueryInterval interval, const RoundingStrategy& stra
   Date::TimeRoundHelper::RoundBound(interval, strategy.endRoundType, rounded.end);
   rc = rounded.IsValid();
   if (rc != StatusCode::Success) {
+    KeepFailure("There is no complete interval in the time window [%s]",
+                TimeWindowToString(window).c_str());
     NVX_INFO("There is no complete intervals in the time window [%s], interval = [%s]",
              TimeWindowToString(window).c_str(), QueryIntervalToString(interval));
     return rc;

@@ -8,8 +8,8 @@
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 
 // Converts RRD files that a 32-bit ARM system wrote with a 32-bit time_t into what such a system
-// with a 64-bit time_t reads. Every failure writes one line to the log, and the class Failure has its
-// reason. Without state.
+// with a 64-bit time_t reads. Every failure writes one line to the log, and the class Failure has
+// its reason. Without state.
 class NVX_TIMESERIES_EXPORT Sanitizer {
  public:
   virtual ~Sanitizer();
