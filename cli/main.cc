@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <chrono>

@@ -1,5 +1,6 @@
 #include "arguments/csv_file.h"
 
+#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <filesystem>
 #include <iostream>

@@ -1,10 +1,14 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <fstream>
 #include <istream>
 #include <optional>
 #include <string>
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 

@@ -1,8 +1,10 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include "points/context.h"
+
+namespace CLI {
+class App;
+}  // namespace CLI
 
 // Each adds one command to the program. The command runs while the arguments are parsed, after the
 // global options are set, and ends with CommandError when it fails; what is wrong with its usage

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "arguments/choice.h"
+#include "arguments/choices.h"
 #include "timeseries/data_functions.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {

@@ -1,5 +1,6 @@
 #include "points/question.h"
 
+#include "arguments/choice.h"
 #include "arguments/interval_text.h"
 #include "arguments/zone_text.h"
 

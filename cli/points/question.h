@@ -1,6 +1,5 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -9,6 +8,11 @@
 #include "points/point_function.h"
 #include "points/series.h"
 #include "timeseries/query_interval.h"
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
 
 // What the user asks of any file. Options are added to a command, and read when it runs: what is
 // wrong with them is thrown as UsageError or CLI::ParseError.

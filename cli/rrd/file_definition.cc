@@ -1,5 +1,6 @@
 #include "rrd/file_definition.h"
 
+#include <CLI/CLI.hpp>
 #include <cmath>
 #include <limits>
 

@@ -1,11 +1,15 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
 
 #include "arguments/time_expression.h"
 #include "rrd/data_file.h"
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
