@@ -15,9 +15,9 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
-#include <random>
 
 #include "support/log_capture.h"
+#include "support/random.h"
 #include "support/rrd_file.h"
 #include "support/temporary_directory.h"
 #include "timeseries/rrd_client.h"
@@ -85,7 +85,7 @@ std::string ReadFile(const std::string& path) {
   _exit(0);
 }
 
-std::string Mutate(std::string bytes, std::mt19937& random) {
+std::string Mutate(std::string bytes, Random& random) {
   constexpr unsigned long BITS = std::numeric_limits<unsigned long>::digits;
   constexpr unsigned long NUMBERS[] = {0, 1, 2, 28, 29, 60, 0x7FF8UL << (BITS - 16), ~0UL};
   for (auto changes = random() % 3 + 1; changes > 0; --changes) {
@@ -119,7 +119,7 @@ TEST(HostileFile, NeverBringsTheCommandDown) {
   auto* const current = static_cast<std::size_t*>(mmap(
       nullptr, sizeof(std::size_t), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
   ASSERT_NE(current, MAP_FAILED);
-  std::mt19937 random(1);
+  Random random;
   for (int round = 0; round < ROUNDS; ++round) {
     std::vector<std::string> files;
     while (files.size() < 100) {
@@ -236,7 +236,7 @@ TEST(HostileFile, IsFetchedFromTheArchiveThatIsExpected) {
   const TemporaryDirectory directory;
   const std::string path = directory.GetPath("a.rrd");
   const RrdClient client;
-  std::mt19937 random(2);
+  Random random;
   constexpr const char* FUNCTIONS[] = {"LAST", "LAST", "AVERAGE", "MIN", "MAX", "no function", ""};
   for (int i = 0; i < 400; ++i) {
     RrdFileBytes file{1, {}};

@@ -7,9 +7,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <random>
 #include <sstream>
 #include <vector>
+
+#include "support/random.h"
 
 namespace {
 
@@ -21,7 +22,7 @@ TEST(NumberText, HasTheDigitsOfPrintf) {
   for (std::string word; special >> word;) {
     numbers.push_back(std::strtod(word.c_str(), nullptr));
   }
-  std::mt19937_64 random(1);
+  Random random;
   for (int i = 0; i < 200000; ++i) {
     const std::uint64_t bits = random();
     numbers.push_back(0);

@@ -10,14 +10,14 @@
 
 #include "timeseries/query_interval.h"
 
-// The zones of the system's zoneinfo database.
+// The zones of the system's zoneinfo database, without the other names that some of them have.
 inline std::vector<std::string> ListZones() {
   const std::string root = "/usr/share/zoneinfo/";
   std::vector<std::string> zones;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
     const std::string zone = entry.path().string().substr(root.size());
     std::string magic(4, ' ');
-    if (zone.rfind("posix/", 0) != 0 && zone.rfind("right/", 0) != 0 &&
+    if (!entry.is_symlink() && zone.rfind("posix/", 0) != 0 && zone.rfind("right/", 0) != 0 &&
         std::ifstream(entry.path()).read(magic.data(), 4) && magic == "TZif") {
       zones.push_back(zone);
     }

@@ -1,20 +1,24 @@
 #pragma once
 
+#include <cstdint>
 #include <cstdlib>
 #include <iostream>
 #include <iterator>
 #include <random>
 
-// Chance that can be repeated: the seed is told, and NVX_TEST_SEED sets it.
+// Chance that can be repeated: the same in every run, unless NVX_TEST_SEED sets another seed, which
+// is told.
 class Random {
  public:
   Random() {
     const char* const wanted = std::getenv("NVX_TEST_SEED");
-    const auto seed =
-        wanted == nullptr ? std::random_device()() : std::strtoul(wanted, nullptr, 10);
+    const unsigned long seed = wanted == nullptr ? 1 : std::strtoul(wanted, nullptr, 10);
     std::cout << "NVX_TEST_SEED=" << seed << '\n';
     engine.seed(seed);
   }
+
+  // 64 bits.
+  std::uint64_t operator()() { return engine(); }
 
   // From `low` to `high`, both included.
   long long Between(long long low, long long high) {
