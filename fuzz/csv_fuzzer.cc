@@ -1,4 +1,3 @@
-#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <sstream>
@@ -17,11 +16,11 @@ namespace {
 
 constexpr long long YEAR_1000 = -30'610'224'000;  // earlier ones are shown with fewer digits
 
-// A sample that was read can be stored, and its time is read again as it is shown.
+// The time of a sample that was read is read again as it is shown.
 void Check(const std::pair<long long, double>& sample, const cctz::time_zone& zone) {
   const bool isReadAgain =
       sample.first < YEAR_1000 || ParseTime(FormatUtc(sample.first), zone) == sample.first;
-  if (std::isinf(sample.second) || !isReadAgain) {
+  if (!isReadAgain) {
     std::abort();
   }
 }

@@ -1,9 +1,8 @@
 #include "arguments/csv_reader.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <system_error>
+#include <utility>
 
 #include "arguments/nearest_word.h"
 #include "arguments/sample_text.h"
@@ -13,9 +12,6 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-// Longer lines are no samples; without a bound an endless one would fill the memory.
-constexpr std::size_t MAXIMUM_LINE_SIZE = 65536;
-
 // So many lines tell whether a column has numbers.
 constexpr std::size_t LOOK_AHEAD = 100;
 
@@ -23,21 +19,9 @@ constexpr char VALUE_NAME[] = "value";
 constexpr char QUALITY_NAME[] = "quality";
 constexpr char BAD_QUALITY[] = "bad";
 
-std::vector<std::string> Split(const std::string& line) {
-  std::vector<std::string> fields;
-  std::size_t start = 0;
-  for (std::size_t comma = line.find(','); comma != std::string::npos;
-       comma = line.find(',', start)) {
-    fields.push_back(line.substr(start, comma - start));
-    start = comma + 1;
-  }
-  fields.push_back(line.substr(start));
-  return fields;
-}
-
 bool IsFiniteNumber(const std::string& text) {
   const std::optional<double> value = ParseValue(text);
-  return value && !std::isnan(*value);
+  return value && std::isfinite(*value);
 }
 
 // The position behind the first field, which is the time; that of the end when there is none.
@@ -57,19 +41,18 @@ std::string Join(const std::vector<std::string>& names) {
 
 CsvReader::CsvReader(std::istream& input, const std::string& sourceName,
                      const std::optional<std::string>& columnName, const cctz::time_zone& zone)
-    : stream(input), name(sourceName), timeZone(zone), buffer(MAXIMUM_LINE_SIZE) {
-  if (!ReadLine()) {
+    : records(input, sourceName), name(sourceName), timeZone(zone) {
+  if (!ReadRecord()) {
     throw CommandError(name, "it is empty", StatusCode::InvalidArgument);
   }
-  columnNames = Split(line);
+  columnNames = record.fields;
   const std::size_t columnCount = columnNames.size();
   if (columnCount < 2) {
     Refuse("only one column, where a time, a comma and a value are needed");
   }
   const bool hasHeader = IsHeader(columnNames, columnName);
   if (!hasHeader) {
-    linesAhead.push_back(line);
-    --lineNumber;
+    recordsAhead.push_back(record);
     for (std::size_t index = 0; index < columnCount; ++index) {
       columnNames[index] = "column " + std::to_string(index + 1);
     }
@@ -88,10 +71,10 @@ CsvReader::CsvReader(std::istream& input, const std::string& sourceName,
 }
 
 std::optional<std::pair<long long, double>> CsvReader::Read() {
-  if (!ReadLine() || (line.empty() && !SkipBlankLines())) {
+  if (!ReadRecord() || (record.IsBlank() && !SkipBlankLines())) {
     return std::nullopt;
   }
-  const Fields fields = Split(line);
+  const Fields& fields = record.fields;
   if (fields.size() != columnNames.size()) {
     Refuse(std::to_string(fields.size()) + " fields instead of " +
            std::to_string(columnNames.size()));
@@ -108,49 +91,29 @@ std::optional<std::pair<long long, double>> CsvReader::Read() {
   return std::pair(*time, isBad ? std::nan("") : *value);
 }
 
-void CsvReader::Refuse(const std::string& problem) const {
-  throw CommandError(name, "line " + std::to_string(lineNumber) + ": " + problem,
-                     StatusCode::InvalidArgument);
-}
+void CsvReader::Refuse(const std::string& problem) const { records.Refuse(record.line, problem); }
 
 // False at the end of the input.
-bool CsvReader::ReadLine() {
-  ++lineNumber;
-  if (linesAhead.empty()) {
-    return ReadLineOfStream();
+bool CsvReader::ReadRecord() {
+  std::optional<CsvRecord> next;
+  if (recordsAhead.empty()) {
+    next = records.Read();
+  } else {
+    next = std::move(recordsAhead.front());
+    recordsAhead.pop_front();
   }
-  line = linesAhead.front();
-  linesAhead.pop_front();
-  return true;
-}
-
-bool CsvReader::ReadLineOfStream() {
-  errno = 0;
-  stream.getline(buffer.data(), static_cast<std::streamsize>(buffer.size()));
-  if (stream.bad()) {
-    const std::string reason = errno == 0 ? "" : ": " + std::generic_category().message(errno);
-    throw CommandError(name, "cannot be read" + reason, StatusCode::IoError);
+  if (next) {
+    record = std::move(*next);
   }
-  const auto taken = static_cast<std::size_t>(stream.gcount());
-  if (stream.fail() && !stream.eof()) {
-    Refuse("the line is too long");
-  }
-  if (stream.fail()) {
-    return false;
-  }
-  line.assign(buffer.data(), stream.eof() ? taken : taken - 1);  // the line break is counted
-  if (!line.empty() && line.back() == '\r') {
-    line.pop_back();
-  }
-  return true;
+  return next.has_value();
 }
 
 // False when only blank lines remain; one in the middle is an error.
 bool CsvReader::SkipBlankLines() {
-  while (ReadLine()) {
-    if (!line.empty()) {
-      --lineNumber;
-      Refuse("the line is blank");
+  const CsvRecord blank = record;
+  while (ReadRecord()) {
+    if (!record.IsBlank()) {
+      records.Refuse(blank.line, "the line is blank");
     }
   }
   return false;
@@ -178,14 +141,13 @@ std::size_t CsvReader::FindNamedColumn(const Fields& header, const std::string& 
 }
 
 void CsvReader::ReadAhead() {
-  const unsigned long long numberBefore = lineNumber;
-  for (; linesAhead.size() < LOOK_AHEAD; linesAhead.push_back(line)) {
-    lineNumber = numberBefore + linesAhead.size() + 1;
-    if (!ReadLineOfStream()) {
+  while (recordsAhead.size() < LOOK_AHEAD) {
+    std::optional<CsvRecord> next = records.Read();
+    if (!next) {
       break;
     }
+    recordsAhead.push_back(std::move(*next));
   }
-  lineNumber = numberBefore;
 }
 
 std::size_t CsvReader::FindOnlyNumericColumn() {
@@ -210,22 +172,21 @@ std::size_t CsvReader::FindOnlyNumericColumn() {
   return found;
 }
 
-// Whether the lines ahead have nothing but numbers in a column, where they have anything.
+// Whether the records ahead have nothing but numbers in a column, where they have anything.
 bool CsvReader::IsNumeric(std::size_t index) const {
-  return std::all_of(linesAhead.begin(), linesAhead.end(), [index](const std::string& ahead) {
-    const Fields fields = Split(ahead);
-    return index >= fields.size() || ParseValue(fields[index]);
+  return std::all_of(recordsAhead.begin(), recordsAhead.end(), [index](const CsvRecord& ahead) {
+    return index >= ahead.fields.size() || ParseValue(ahead.fields[index]);
   });
 }
 
 // Whether a column says the time of the first one once more.
 bool CsvReader::IsTime(std::size_t index) const {
-  return !linesAhead.empty() &&
-         std::all_of(linesAhead.begin(), linesAhead.end(), [this, index](const std::string& ahead) {
-           const Fields fields = Split(ahead);
-           return index >= fields.size() ||
-                  ParseTime(fields[index], timeZone) == ParseTime(fields.front(), timeZone);
-         });
+  return !recordsAhead.empty() &&
+         std::all_of(
+             recordsAhead.begin(), recordsAhead.end(), [this, index](const CsvRecord& ahead) {
+               return index >= ahead.fields.size() || ParseTime(ahead.fields[index], timeZone) ==
+                                                          ParseTime(ahead.fields.front(), timeZone);
+             });
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "arguments/csv_records.h"
+
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 constexpr char CSV_HELP[] =
@@ -16,10 +18,9 @@ constexpr char CSV_HELP[] =
     "them. The value is the column that is called value, or else the only one with numbers. Where\n"
     "a column is called quality, a value of quality bad is a missing sample.";
 
-// Reads samples from comma-separated lines of equally many fields, without quotes: a time in the
-// first field and the value in the field of one column. The first line is a header unless it reads
-// as a sample. Lines may end with CR LF, and blank lines may stand at the end. Every operation
-// throws CommandError, which names the line.
+// Reads samples from records of equally many fields: a time in the first field and the value in the
+// field of one column. The first record is a header unless it reads as a sample. Blank lines may
+// stand at the end. Every operation throws CommandError, which names the line.
 class CsvReader {
  public:
   // Reads what is needed to know the columns. `sourceName` is for errors.
@@ -34,8 +35,7 @@ class CsvReader {
  private:
   using Fields = std::vector<std::string>;
 
-  bool ReadLine();
-  bool ReadLineOfStream();
+  bool ReadRecord();
   bool SkipBlankLines();
   bool IsHeader(const Fields& fields, const std::optional<std::string>& columnName) const;
   std::size_t FindNamedColumn(const Fields& header, const std::string& columnName) const;
@@ -44,16 +44,14 @@ class CsvReader {
   bool IsNumeric(std::size_t index) const;
   bool IsTime(std::size_t index) const;
 
-  std::istream& stream;
+  CsvRecords records;
   std::string name;
   cctz::time_zone timeZone;
-  std::vector<char> buffer;
   std::size_t column = 0;
   std::optional<std::size_t> qualityColumn;
   Fields columnNames;
-  unsigned long long lineNumber = 0;
-  std::string line;
-  std::deque<std::string> linesAhead;
+  CsvRecord record;
+  std::deque<CsvRecord> recordsAhead;
 };
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,7 +1,6 @@
 #include "arguments/sample_text.h"
 
 #include <charconv>
-#include <cmath>
 #include <limits>
 
 #include "base/command_error.h"
@@ -28,8 +27,7 @@ std::optional<double> ParseValue(const std::string& text) {
   double value = 0;
   const char* const end = text.data() + text.size();
   const auto [rest, error] = std::from_chars(text.data(), end, value);
-  const bool isValue = rest == end && error == std::errc() && !std::isinf(value);
-  return isValue ? std::optional(value) : std::nullopt;
+  return rest == end && error == std::errc() ? std::optional(value) : std::nullopt;
 }
 
 std::pair<TimeExpression, double> ReadSample(const std::string& text, const cctz::time_zone& zone) {

@@ -8,7 +8,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Reads a value: a finite number, or "nan" or nothing for a missing sample, which is NaN.
+// Reads a value: a number or "inf", or "nan" or nothing for a missing sample, which is NaN.
 std::optional<double> ParseValue(const std::string& text);
 
 // Reads "TIME:VALUE". Throws UsageError for any other text, and for one that may just as well be

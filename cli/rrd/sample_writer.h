@@ -35,7 +35,7 @@ class SampleWriter {
   unsigned long long GetStoredCount() const { return stored.GetCount(); }
 
   // Whether there was any sample, stored or left out.
-  bool HasSamples() const { return GetStoredCount() + pastCount > 0; }
+  bool HasSamples() const { return !stored.IsEmpty() || pastCount > 0; }
 
   // What became of the samples.
   std::string Describe() const;

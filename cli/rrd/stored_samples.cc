@@ -24,9 +24,8 @@ std::string FormatDuration(unsigned long seconds) {
 }
 
 // Nothing for none.
-std::string TellOf(unsigned long long count, const std::string& one, const std::string& several) {
-  return count == 0 ? ""
-                    : "; " + std::to_string(count) + " of them " + (count == 1 ? one : several);
+std::string Tell(unsigned long long count, const std::string& one, const std::string& several) {
+  return count == 0 ? "" : "; " + std::to_string(count) + (count == 1 ? one : several);
 }
 
 }  // namespace
@@ -44,7 +43,6 @@ StoredSamples::StoredSamples(const PatientClient& client, const std::string& fil
       lastTime(description.lastUpdate) {}
 
 void StoredSamples::Add(const std::map<long long, double>& batch) {
-  count += batch.size();
   for (const auto& [time, value] : batch) {
     Classify(time, value);
     lastTime = time;
@@ -64,14 +62,37 @@ bool StoredSamples::IsOutOfBounds(double value) const {
 
 void StoredSamples::Classify(long long time, double value) {
   if (std::isnan(value)) {
+    ++missingCount;
     return;
   }
+  ++count;
   const auto heartbeat = static_cast<long long>(description.dataSources.front().heartbeat);
   if (time - lastTime > heartbeat) {
     ++gapCount;
   } else if (IsOutOfBounds(value)) {
     ++outOfBoundsCount;
-  } else if (description.HasShapeOfCreate()) {
+  } else {
+    ClassifyByDigits(value);
+    ClassifyByRow(time);
+  }
+}
+
+// The RRD library reads all digits, six of them after the point, as one whole number, which may be
+// infinite, and with an error in the last ones, which is none that is told.
+void StoredSamples::ClassifyByDigits(double value) {
+  constexpr double DIGITS_AFTER_POINT = 1e6;
+  constexpr double LAST_DIGITS = 1e-14;
+  const double whole = value * DIGITS_AFTER_POINT;
+  if (std::isinf(whole)) {
+    infiniteCount += std::isinf(value) ? 0 : 1;
+  } else if (std::abs(std::nearbyint(whole) / DIGITS_AFTER_POINT - value) >
+             LAST_DIGITS * std::abs(value)) {
+    ++roundedCount;
+  }
+}
+
+void StoredSamples::ClassifyByRow(long long time) {
+  if (description.HasShapeOfCreate()) {
     undecided.push_back({time, lastTime});
   } else {
     averagedCount += time % step == 0 ? 0 : 1;
@@ -134,15 +155,22 @@ std::string StoredSamples::Describe() const {
   const std::string heartbeat = FormatDuration(description.dataSources.front().heartbeat);
   const std::string steps = "between the steps of " + FormatDuration(description.step);
   return CountSamples(count) + " stored" +
-         TellOf(gapCount, "ends a gap longer than " + heartbeat + " and is missing",
-                "end gaps longer than " + heartbeat + " and are missing") +
-         TellOf(outOfBoundsCount, "is out of bounds and missing", "are out of bounds and missing") +
-         TellOf(unknownCount, "is missing, since more than half of its step is unknown",
-                "are missing, since more than half of their steps is unknown") +
-         TellOf(averagedCount + undecided.size(), "lies " + steps + " and is averaged into them",
-                "lie " + steps + " and are averaged into them") +
-         TellOf(oldCount, "is older than the rows that the file keeps",
-                "are older than the rows that the file keeps");
+         Tell(gapCount, " of them ends a gap longer than " + heartbeat + " and is missing",
+              " of them end gaps longer than " + heartbeat + " and are missing") +
+         Tell(outOfBoundsCount, " of them is out of bounds and missing",
+              " of them are out of bounds and missing") +
+         Tell(unknownCount, " of them is missing, since more than half of its step is unknown",
+              " of them are missing, since more than half of their steps is unknown") +
+         Tell(averagedCount + undecided.size(),
+              " of them lies " + steps + " and is averaged into them",
+              " of them lie " + steps + " and are averaged into them") +
+         Tell(roundedCount, " value keeps six digits after the point",
+              " values keep six digits after the point") +
+         Tell(infiniteCount, " value is too large and becomes infinite",
+              " values are too large and become infinite") +
+         Tell(oldCount, " of them is older than the rows that the file keeps",
+              " of them are older than the rows that the file keeps") +
+         Tell(missingCount, " more is missing", " more are missing");
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -20,7 +20,10 @@ class StoredSamples {
   // To be called after a batch was stored, which is later than the one before.
   void Add(const std::map<long long, double>& batch);
 
+  // Of those that are not missing themselves.
   unsigned long long GetCount() const { return count; }
+
+  bool IsEmpty() const { return count + missingCount == 0; }
 
   // The time of the last sample, at first that of the file's last update.
   long long GetLastTime() const { return lastTime; }
@@ -37,6 +40,8 @@ class StoredSamples {
   long long RoundUp(long long time) const { return (time + step - 1) / step * step; }
   bool IsOutOfBounds(double value) const;
   void Classify(long long time, double value);
+  void ClassifyByDigits(double value);
+  void ClassifyByRow(long long time);
   void LookAtRows();
   bool IsShown(const Span& sample, const Rrd::FetchResult& rows) const;
   void DropOld();
@@ -50,10 +55,13 @@ class StoredSamples {
   std::vector<Span> undecided;
   std::deque<long long> shownTimes;
   unsigned long long count = 0;
+  unsigned long long missingCount = 0;
   unsigned long long gapCount = 0;
   unsigned long long outOfBoundsCount = 0;
   unsigned long long unknownCount = 0;
   unsigned long long averagedCount = 0;
+  unsigned long long roundedCount = 0;
+  unsigned long long infiniteCount = 0;
   unsigned long long oldCount = 0;
 };
 
