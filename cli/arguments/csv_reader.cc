@@ -81,7 +81,8 @@ std::optional<std::pair<long long, double>> CsvReader::Read() {
   }
   const std::optional<long long> time = ParseTime(fields.front(), timeZone);
   if (!time) {
-    Refuse("'" + fields.front() + "' is not a time of the years 1 to 9999");
+    Refuse("'" + fields.front() + "' is not a time of the years 1 to 9999, such as " +
+           "2021-03-28T01:00Z, 2021-03-28 or 1616893200");
   }
   const std::optional<double> value = ParseValue(fields[column]);
   if (!value) {
@@ -181,12 +182,12 @@ bool CsvReader::IsNumeric(std::size_t index) const {
 
 // Whether a column says the time of the first one once more.
 bool CsvReader::IsTime(std::size_t index) const {
-  return !recordsAhead.empty() &&
-         std::all_of(
-             recordsAhead.begin(), recordsAhead.end(), [this, index](const CsvRecord& ahead) {
-               return index >= ahead.fields.size() || ParseTime(ahead.fields[index], timeZone) ==
-                                                          ParseTime(ahead.fields.front(), timeZone);
-             });
+  const auto saysTime = [this, index](const CsvRecord& ahead) {
+    const std::optional<long long> time = ParseTime(ahead.fields.front(), timeZone);
+    return index >= ahead.fields.size() ||
+           (time && ParseTime(ahead.fields[index], timeZone) == time);
+  };
+  return !recordsAhead.empty() && std::all_of(recordsAhead.begin(), recordsAhead.end(), saysTime);
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -37,10 +37,9 @@ QueryInterval ReadInterval(const std::string& text) {
     }
   }
   std::string known;
-  std::vector<std::string> words;
+  std::vector<std::string> words;  // a short name that is near has another number or unit
   for (const auto& [shortName, interval] : SHORT_NAMES) {
     known += (known.empty() ? "" : ", ") + std::string(shortName);
-    words.emplace_back(shortName);
     words.emplace_back(QueryIntervalToString(interval));
   }
   throw UsageError(text, "unknown interval, not one of " + known + SuggestWord(text, words));

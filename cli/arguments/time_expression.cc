@@ -14,6 +14,19 @@ namespace {
 
 constexpr char LETTERS[] = "abcdefghijklmnopqrstuvwxyz";
 
+// Of RRDtool, whose offsets from the present need no word.
+constexpr char NOW_OF_RRDTOOL[] = "N";
+constexpr char END_OF_RRDTOOL[] = "end";
+
+// The same TIME with a word where RRDtool has none.
+std::string AddWord(const std::string& text) {
+  if (text == NOW_OF_RRDTOOL) {
+    return "now";
+  }
+  const bool isOffset = !text.empty() && (text.front() == '-' || text.front() == '+');
+  return isOffset ? "now" + text : text;
+}
+
 const std::vector<std::string> WORDS = {"now", "today", "yesterday", "first", "last"};
 
 long long GetNow() {
@@ -29,9 +42,9 @@ std::string RemoveBlanks(std::string text) {
 }  // namespace
 
 TimeExpression::TimeExpression(const std::string& timeText, const cctz::time_zone& timeZone)
-    : text(timeText),
-      zone(timeZone),
-      word(text.substr(0, std::min(text.find_first_not_of(LETTERS), text.size()))) {
+    : text(timeText), zone(timeZone) {
+  const std::string whole = AddWord(text);
+  word = whole.substr(0, std::min(whole.find_first_not_of(LETTERS), whole.size()));
   if (word.empty()) {
     const std::optional<long long> written = ParseTime(text, zone);
     if (!written) {
@@ -41,9 +54,9 @@ TimeExpression::TimeExpression(const std::string& timeText, const cctz::time_zon
     return;
   }
   if (std::find(WORDS.begin(), WORDS.end(), word) == WORDS.end()) {
-    Refuse(SuggestWord(word, WORDS));
+    Refuse(word == END_OF_RRDTOOL ? "; last is the file's last sample" : SuggestWord(word, WORDS));
   }
-  const std::string rest = RemoveBlanks(text.substr(word.size()));
+  const std::string rest = RemoveBlanks(whole.substr(word.size()));
   for (std::size_t begin = 0; begin < rest.size();) {
     const std::size_t end = std::min(rest.find_first_of("+-", begin + 1), rest.size());
     offsets.push_back(ReadOffset(std::string_view(rest).substr(begin, end - begin)));
@@ -89,7 +102,7 @@ long long TimeExpression::Resolve(const FileTimes& file) const {
   for (const Offset& offset : offsets) {
     moment = Move(moment, offset);
     if (ClampTime(moment.timestamp) != moment.timestamp) {
-      Refuse();
+      throw UsageError(text, "not in the years 1 to 9999");
     }
   }
   return moment.timestamp;
@@ -135,7 +148,10 @@ TimeExpression::Moment TimeExpression::Move(const Moment& moment, const Offset& 
 }
 
 void TimeExpression::Refuse(const std::string& note) const {
-  throw UsageError(text, "not a time of the years 1 to 9999" + note);
+  throw UsageError(text,
+                   "not a time of the years 1 to 9999, such as 2021-03-28, 2021-03-28T01:00Z, "
+                   "2021-03, 2021, 1616893200, @0, now-24h, today or last-7d" +
+                       note);
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -10,12 +10,15 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 constexpr char TIME_HELP[] =
-    "TIME is seconds since the epoch or ISO 8601, such as 2021-03-28, 2021-03-28T01:00 (or with a\n"
-    "blank for the T), 2021-03-28T01:00:30+02:00 or 2021-03; without Z or an offset it is local\n"
-    "time in the zone. Or it is now, today, yesterday, first or last, the file's first and last\n"
-    "sample, with any number of offsets, such as now-24h, today-1mo+6h or last-7d. The units are\n"
-    "s, m or min, h, d, w, mo and y; from days on they are of the calendar and keep the clock's\n"
-    "time, and a month that is too short ends with its last day.";
+    "TIME is ISO 8601, such as 2021-03-28T01:00:30+02:00, 2021-03-28T01:00 (or with a\n"
+    "blank for the T), 2021-03-28, 20210328, 2021-03 or 2021; without Z or an offset it\n"
+    "is local time in the zone, and a day is its beginning: --to 2021-03-28 ends before\n"
+    "the 28th. Or it is seconds since the epoch, such as 1616893200, or @N with any\n"
+    "number. Or it is now, today, yesterday, first or last, the file's first and last\n"
+    "sample, with any number of offsets, such as now-24h, today-1mo+6h or last-7d; -7d\n"
+    "alone is now-7d. The units are s, m or min, h, d, w, mo and y; from days on they\n"
+    "are of the calendar and keep the clock's time, and a month that is too short ends\n"
+    "with its last day.";
 
 // The times of a file that a TIME may be counted from; they are only looked for when they are
 // needed.

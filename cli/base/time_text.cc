@@ -13,10 +13,23 @@ namespace {
 constexpr long long EARLIEST_TIME = -62135596800;  // 0001-01-01T00:00:00Z
 constexpr long long LATEST_TIME = 253402300799;    // 9999-12-31T23:59:59Z
 
-// The ISO 8601 of a month, or of a time with a blank where that has a T.
+bool IsNumber(const std::string& text) {
+  return text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+// The ISO 8601 of a year, of a month, of a date without hyphens, or of a time with a blank where
+// that has a T.
 std::string Complete(std::string text) {
+  constexpr std::size_t YEAR_SIZE = 4;
   constexpr std::size_t MONTH_SIZE = 7;
+  constexpr std::size_t BARE_DAY_SIZE = 8;
   constexpr std::size_t DAY_SIZE = 10;
+  if (text.size() == YEAR_SIZE && IsNumber(text)) {
+    return text + "-01-01";
+  }
+  if (text.size() == BARE_DAY_SIZE && IsNumber(text)) {
+    return text.substr(0, 4) + '-' + text.substr(4, 2) + '-' + text.substr(6);
+  }
   if (text.size() == MONTH_SIZE) {
     return text + "-01";
   }
@@ -32,9 +45,14 @@ bool HasOffset(const std::string& text) {
 }
 
 std::optional<long long> ParseSeconds(const std::string& text) {
+  constexpr std::size_t LEAST_SIZE = 9;  // fewer digits are rather a year, or a date
+  const bool isMarked = !text.empty() && text.front() == '@';
+  if (!isMarked && (text.size() < LEAST_SIZE || !IsNumber(text))) {
+    return std::nullopt;
+  }
   long long seconds = 0;
   const char* const end = text.data() + text.size();
-  const auto [rest, error] = std::from_chars(text.data(), end, seconds);
+  const auto [rest, error] = std::from_chars(text.data() + (isMarked ? 1 : 0), end, seconds);
   return rest == end && error == std::errc() ? std::optional(seconds) : std::nullopt;
 }
 

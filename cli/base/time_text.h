@@ -10,10 +10,11 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 // The nearest time in the years 1 to 9999.
 long long ClampTime(long long seconds);
 
-// Reads a time that is written out, as seconds since the epoch: such a number, ISO 8601, with a
-// blank in the place of its T if need be, or a month. A local time that the clocks skip is the
-// first instant after the gap, one that they repeat is its first occurrence. Nothing for any other
-// text and for an instant outside the years 1 to 9999.
+// Reads a time that is written out, as seconds since the epoch: such a number, of nine digits or
+// more or behind an "@"; a date of eight digits; ISO 8601, with a blank in the place of its T if
+// need be; a month or a year. A local time that the clocks skip is the first instant after the gap,
+// one that they repeat is its first occurrence. Nothing for any other text and for an instant
+// outside the years 1 to 9999.
 std::optional<long long> ParseTime(const std::string& text, const cctz::time_zone& zone);
 
 // The text form of an instant in UTC: "2021-03-28T01:00:00.000+00:00".

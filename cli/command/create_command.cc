@@ -73,9 +73,10 @@ Samples ReadSamples(const CreateOptions& options) {
 
 long long RoundUp(long long time, long long step) { return (time + step - 1) / step * step; }
 
-// A file that begins one step before the samples, with a row for each step.
+// A file that begins one step before the samples, with a row for each step and `freeRowCount` for
+// later ones, unless the rows are given.
 FileDefinition FitToSamples(FileDefinition definition, std::optional<long long>& start,
-                            const Samples& samples) {
+                            long long& freeRowCount, const Samples& samples) {
   const long long first = samples.front().first;
   const long long step = definition.step.value();
   start = start.value_or(first - step);
@@ -85,11 +86,14 @@ FileDefinition FitToSamples(FileDefinition definition, std::optional<long long>&
                        StatusCode::InvalidArgument);
   }
   if (!definition.rowCount) {
-    definition.rowCount = (RoundUp(samples.back().first, step) - RoundUp(first, step)) / step + 1;
+    const long long needed =
+        (RoundUp(samples.back().first, step) - RoundUp(first, step)) / step + 1;
+    definition.rowCount = GetRowCountToGrow(needed, step);
+    freeRowCount = *definition.rowCount - needed;
     const std::string problem = FindProblem(definition);
     if (!problem.empty()) {
       throw CommandError(definition.zeltId,
-                         problem + "; the samples need " + std::to_string(*definition.rowCount),
+                         problem + "; the samples need " + std::to_string(needed),
                          StatusCode::InvalidArgument);
     }
   }
@@ -104,6 +108,12 @@ void StoreSamples(const Samples& samples, SampleWriter& writer) {
     writer.Add(sample);
   }
   writer.StoreBatch();
+}
+
+std::string DescribeRoom(long long freeRowCount) {
+  return freeRowCount == 0
+             ? ""
+             : "; the file has room for " + std::to_string(freeRowCount) + " more, see --rows";
 }
 
 std::optional<long long> ReadStartOfNewFile(const FileDefinition& definition) {
@@ -130,9 +140,10 @@ void Create(const CreateOptions& options, Context& context) {
                        StatusCode::InvalidArgument);
   }
   Samples samples;
+  long long freeRowCount = 0;
   if (options.csv.path) {
     samples = ReadSamples(options);
-    definition = FitToSamples(definition, start, samples);
+    definition = FitToSamples(definition, start, freeRowCount, samples);
   }
   std::string summary;
   const auto fill = [&](const std::string& newPath) {
@@ -140,7 +151,7 @@ void Create(const CreateOptions& options, Context& context) {
       SampleWriter writer(context.rrdClient, newPath, definition.zeltId,
                           {false, definition.isForced});
       StoreSamples(samples, writer);
-      summary = writer.Describe() + '\n';
+      summary = writer.Describe() + DescribeRoom(freeRowCount) + '\n';
     }
   };
   try {
@@ -162,7 +173,7 @@ void AddCreateCommand(CLI::App& app, Context& context) {
       "create", "Create the file of a data source, with --csv one that has samples");
   const auto options = std::make_shared<CreateOptions>();
   AddDefinitionOptions(*command, options->definition,
-                       {"with --csv by default what its samples need",
+                       {"with --csv by default twice what its samples need, and a year",
                         "10 seconds ago, with --csv one step before its first sample", "no bound",
                         "Replace an existing file"})
       ->required();

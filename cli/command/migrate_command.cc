@@ -1,7 +1,9 @@
 #include <CLI/CLI.hpp>
+#include <iostream>
 #include <memory>
 
 #include "arguments/zone_text.h"
+#include "base/message.h"
 #include "base/time_text.h"
 #include "command/commands.h"
 #include "points/selected_files.h"
@@ -10,6 +12,7 @@
 #include "rrd/described_file.h"
 #include "rrd/file_definition.h"
 #include "rrd/file_shape.h"
+#include "rrd/stored_samples.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -27,6 +30,12 @@ FileDefinition Complete(FileDefinition definition, const Rrd::FileDescription& f
     throw CommandError(definition.zeltId, problem, StatusCode::InvalidArgument);
   }
   return definition;
+}
+
+void PrintSummary(const FileDefinition& definition, const ComparedSamples& samples) {
+  std::cout << WithoutControls(definition.zeltId) << ": now " << *definition.rowCount
+            << (*definition.rowCount == 1 ? " row of " : " rows of ") << *definition.step << " s; "
+            << CountSamples(samples.keptCount) << " kept, " << samples.lostCount << " lost\n";
 }
 
 void Migrate(const FileDefinition& given, Context& context) {
@@ -53,8 +62,9 @@ void Migrate(const FileDefinition& given, Context& context) {
         StatusCode::InvalidArgument);
   }
   try {
-    MigrateDataFile(path, MakeDataFileDefinition(definition, start), definition.isForced,
-                    context.rrdClient);
+    const ComparedSamples samples = MigrateDataFile(path, MakeDataFileDefinition(definition, start),
+                                                    definition.isForced, context.rrdClient);
+    PrintSummary(definition, samples);
   } catch (const FileError& error) {
     throw CommandError(definition.zeltId, path + " cannot be migrated: " + error.what(),
                        error.GetStatus());
@@ -64,13 +74,12 @@ void Migrate(const FileDefinition& given, Context& context) {
 }  // namespace
 
 void AddMigrateCommand(CLI::App& app, Context& context) {
-  CLI::App* const command = app.add_subcommand(
-      "migrate",
-      "Make a data source's file anew with its samples; fewer rows keep the newest ones");
+  CLI::App* const command =
+      app.add_subcommand("migrate", "Make a data source's file anew, with its samples");
   const auto definition = std::make_shared<FileDefinition>();
   AddDefinitionOptions(*command, *definition,
                        {"default: those of the file", "the last update", "that of the file",
-                        "Accept that samples are lost"});
+                        "Accept that samples are lost, as by fewer rows or a longer step"});
   command->footer(std::string(TIME_HELP) + "\n" + ZONE_HELP);
   command->callback([definition, &context] { Migrate(*definition, context); });
 }

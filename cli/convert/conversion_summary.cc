@@ -15,8 +15,12 @@ void ConversionSummary::AddConverted(const std::string& path, const std::string&
   }
 }
 
-void ConversionSummary::AddNotConvertible(const std::string& path, const FileError& error) {
+void ConversionSummary::AddNotConvertible(const std::string& path, const FileError& error,
+                                          const std::string& layout) {
   notConvertible.push_back({path, error.what(), error.GetStatus()});
+  if (!layout.empty()) {
+    ++layoutCounts[layout];
+  }
 }
 
 void ConversionSummary::AddFailed(const std::string& path, const FileError& error) {
@@ -36,7 +40,7 @@ void ConversionSummary::PrintText() const {
   }
   std::cout << (isDryRun ? "would be converted " : "converted          ") << converted.size()
             << "\nalready converted  " << alreadyConverted.size()  //
-            << "\nnot convertible    " << notConvertible.size()    //
+            << "\nnot convertible    " << notConvertible.size() << DescribeLayouts()
             << (isDryRun ? "\nwould fail         " : "\nfailed             ") << failed.size()
             << '\n';
 }
@@ -61,6 +65,15 @@ void ConversionSummary::PrintJson() const {
   }
   constexpr int INDENT = 2;
   std::cout << object.dump(INDENT, ' ', true, nlohmann::json::error_handler_t::replace) << '\n';
+}
+
+// " (64bit: 2; i386: 1)", or nothing.
+std::string ConversionSummary::DescribeLayouts() const {
+  std::string text;
+  for (const auto& [layout, count] : layoutCounts) {
+    text += (text.empty() ? " (" : "; ") + layout + ": " + std::to_string(count);
+  }
+  return text.empty() ? "" : text + ")";
 }
 
 void ConversionSummary::PrintReasons(const std::vector<Problem>& problems) {

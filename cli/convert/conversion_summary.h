@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,9 @@ class ConversionSummary {
   // `note` is what else has to be said of it, or empty.
   void AddConverted(const std::string& path, const std::string& note);
   void AddAlreadyConverted(const std::string& path) { alreadyConverted.push_back(path); }
-  void AddNotConvertible(const std::string& path, const FileError& error);
+  // `layout` is the name of the one that the file has, or empty.
+  void AddNotConvertible(const std::string& path, const FileError& error,
+                         const std::string& layout = "");
   void AddFailed(const std::string& path, const FileError& error);
 
   std::size_t CountConverted() const { return converted.size(); }
@@ -41,6 +44,7 @@ class ConversionSummary {
     std::string text;
   };
 
+  std::string DescribeLayouts() const;
   static void PrintReasons(const std::vector<Problem>& problems);
 
   bool isDryRun;
@@ -49,6 +53,7 @@ class ConversionSummary {
   std::vector<std::string> alreadyConverted;
   std::vector<Problem> notConvertible;
   std::vector<Problem> failed;
+  std::map<std::string, std::size_t> layoutCounts;  // of those that are not convertible
 };
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

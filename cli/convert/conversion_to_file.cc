@@ -35,7 +35,7 @@ void ConvertTo(const ResolvedPath& destination, const OpenedFile& source,
   LockedDirectory lock(directory);
   FileReplacement replacement(lock, destination.name);
   converter.Convert(source, replacement);
-  replacement.ReplaceOrMake(old);
+  replacement.ReplaceOrMake(old, source.GetStatus().st_mode);
   directory.Sync();
 }
 

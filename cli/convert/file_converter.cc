@@ -6,6 +6,8 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
+using Rrd::Tool::Layout;
+
 void RequireDone(StatusCode status) {
   if (status != StatusCode::Success) {
     throw FileError(Failure::GetReason(), status);
@@ -17,6 +19,7 @@ void RequireDone(StatusCode status) {
 void FileConverter::Check(const OpenedFile& source) {
   const std::string path = source.GetPath();
   note.clear();
+  otherLayout.clear();
   if (!target) {
     CheckLegacy(path);
     return;
@@ -45,12 +48,30 @@ void FileConverter::CheckLegacy(const std::string& source) {
   if (status == StatusCode::Success) {
     return;
   }
-  std::string reason = Failure::GetReason();
-  if (status == StatusCode::InvalidArgument && FindUnusedSize(source) != 0) {
-    reason += "; it ends with an unused word, which --to " +
-              std::string(GetLayoutName(Rrd::Tool::Layout::Arm32Time64)) + " leaves out";
+  const std::string reason = Failure::GetReason();
+  throw FileError(status == StatusCode::InvalidArgument ? Explain(source, reason) : reason, status);
+}
+
+// What is known of a file that is none of a 32-bit time_t, or not a plain one.
+std::string FileConverter::Explain(const std::string& source, const std::string& reason) {
+  Rrd::Tool::RecognisedFile file;
+  if (converter.Recognise(source, file) != StatusCode::Success) {
+    return reason;
   }
-  throw FileError(reason, status);
+  const std::string name = GetLayoutName(file.layout);
+  if (file.layout == Layout::Arm32Time32) {
+    return file.unusedSize == 0 ? reason
+                                : reason + "; it ends with an unused word, which --to " +
+                                      GetLayoutName(Layout::Arm32Time64) + " leaves out";
+  }
+  otherLayout = name;
+  if (file.layout == Layout::Bits64) {
+    return "it is " + name + " already";
+  }
+  return "it is " + name +
+         (converter.Check(source, Rrd::Tool::GetNativeLayout()) == StatusCode::Success
+              ? "; --to native converts it"
+              : "; " + converter.GetReason());
 }
 
 std::uint64_t FileConverter::FindUnusedSize(const std::string& source) {

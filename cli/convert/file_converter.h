@@ -24,12 +24,17 @@ class FileConverter {
   // What else the user has to know of the file that was checked last; or empty.
   const std::string& GetNote() const { return note; }
 
+  // The name of the other layout that the file has which was checked last; or empty.
+  const std::string& GetOtherLayout() const { return otherLayout; }
+
  private:
   void CheckLegacy(const std::string& source);
+  std::string Explain(const std::string& source, const std::string& reason);
   std::uint64_t FindUnusedSize(const std::string& source);
 
   std::optional<Rrd::Tool::Layout> target;
   std::string note;
+  std::string otherLayout;
   Rrd::Tool::Sanitizer sanitizer;
   Rrd::Tool::LayoutConverter converter;
 };

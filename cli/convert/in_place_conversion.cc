@@ -107,7 +107,7 @@ class InPlaceConversion {
       if (error.GetStatus() == StatusCode::NothingToDo) {
         summary.AddAlreadyConverted(shownPath);
       } else if (error.GetStatus() == StatusCode::InvalidArgument) {
-        summary.AddNotConvertible(shownPath, error);
+        summary.AddNotConvertible(shownPath, error, converter.GetOtherLayout());
       } else {
         throw;
       }

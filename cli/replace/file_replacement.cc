@@ -95,11 +95,10 @@ std::string FileReplacement::FindGrowthError() const {
 
 void FileReplacement::Sync() const { RequireCall(fsync(Get()) == 0, "it cannot be synced"); }
 
-void FileReplacement::SetDefaultMode() const {
-  constexpr mode_t READ_WRITE = 0666;
+void FileReplacement::SetMode(mode_t mode) const {
   const mode_t mask = umask(0);
   umask(mask);
-  RequireCall(fchmod(Get(), READ_WRITE & ~mask) == 0, "its mode cannot be set");
+  RequireCall(fchmod(Get(), mode & READ_WRITE & ~mask) == 0, "its mode cannot be set");
 }
 
 void FileReplacement::Replace(const OpenedFile& old) {
@@ -123,11 +122,11 @@ void FileReplacement::PutInPlace() {
   isInPlace = true;
 }
 
-void FileReplacement::ReplaceOrMake(const std::optional<OpenedFile>& old) {
+void FileReplacement::ReplaceOrMake(const std::optional<OpenedFile>& old, mode_t mode) {
   if (old) {
     Replace(*old);
   } else {
-    SetDefaultMode();
+    SetMode(mode);
     PutInPlace();
   }
 }

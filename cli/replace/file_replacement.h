@@ -46,12 +46,14 @@ class FileReplacement {
   // Puts the new file in place, where nothing may be.
   void PutInPlace();
 
-  // Replaces `old`, or puts a file with the usual mode in place where there is none.
-  void ReplaceOrMake(const std::optional<OpenedFile>& old);
+  // Replaces `old`, or puts a file in place where there is none, which has of `mode` what the umask
+  // leaves.
+  void ReplaceOrMake(const std::optional<OpenedFile>& old, mode_t mode = READ_WRITE);
 
  private:
-  // The mode that a program without special wishes gives to a new file.
-  void SetDefaultMode() const;
+  static constexpr mode_t READ_WRITE = 0666;
+
+  void SetMode(mode_t mode) const;
 
   void RequireOwnFile() const;
 

@@ -7,7 +7,6 @@
 #include "base/shortest_text.h"
 #include "replace/file_error.h"
 #include "replace/file_replacement.h"
-#include "rrd/sample_comparison.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -94,8 +93,8 @@ void CreateDataFile(const std::string& path, const DataFileDefinition& definitio
   directory.Sync();
 }
 
-void MigrateDataFile(const std::string& path, const DataFileDefinition& definition, bool mayDrop,
-                     const PatientClient& client) {
+ComparedSamples MigrateDataFile(const std::string& path, const DataFileDefinition& definition,
+                                bool mayDrop, const PatientClient& client) {
   // The RRD library makes an empty archive of a longer one.
   constexpr long long LONGEST_SPAN = (1LL << 31) - 1;
   RequireArgument(definition.step <= LONGEST_SPAN / definition.rowCount,
@@ -111,11 +110,14 @@ void MigrateDataFile(const std::string& path, const DataFileDefinition& definiti
   RequireDone(client.Migrate(replacement.GetPath(), definition.step, definition.startTime,
                              definition.minimum, definition.maximum, definition.rowCount));
   Finish(replacement, definition, client);
-  if (!mayDrop) {
-    RequireSamplesKept(client, old.GetPath(), replacement.GetPath());
-  }
+  const ComparedSamples samples = CompareSamples(client, old.GetPath(), replacement.GetPath());
+  RequireArgument(mayDrop || samples.lostCount == 0,
+                  std::to_string(samples.lostCount) + " of its " +
+                      std::to_string(samples.keptCount + samples.lostCount) +
+                      " samples would be lost; --force accepts that");
   replacement.Replace(old);
   directory.Sync();
+  return samples;
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

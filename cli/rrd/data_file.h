@@ -4,6 +4,7 @@
 #include <string>
 
 #include "rrd/patient_client.h"
+#include "rrd/sample_comparison.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -24,9 +25,9 @@ void CreateDataFile(const std::string& path, const DataFileDefinition& definitio
                     const std::function<void(const std::string&)>& fill);
 
 // Makes the data file at `path` anew from itself. The new file has been read back and has what was
-// asked for and the samples of the old one, unless `mayDrop`. Throws FileError; all is as it was
+// asked for and all samples of the old one, unless `mayDrop`. Throws FileError; all is as it was
 // then.
-void MigrateDataFile(const std::string& path, const DataFileDefinition& definition, bool mayDrop,
-                     const PatientClient& client);
+ComparedSamples MigrateDataFile(const std::string& path, const DataFileDefinition& definition,
+                                bool mayDrop, const PatientClient& client);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,6 +1,7 @@
 #include "rrd/file_definition.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -65,6 +66,13 @@ std::string FindProblem(const FileDefinition& definition) {
     return "a bound must be finite; nan is none";
   }
   return minimum >= maximum ? "min must be less than max" : "";
+}
+
+long long GetRowCountToGrow(long long neededCount, long long step) {
+  constexpr long long SECONDS_A_YEAR = 366 * 86400;
+  constexpr long long MAXIMUM_YEAR = 1'000'000;
+  const long long wanted = std::max(2 * neededCount, std::min(SECONDS_A_YEAR / step, MAXIMUM_YEAR));
+  return std::max(neededCount, std::min({wanted, MAXIMUM_ROW_COUNT, MAXIMUM_SPAN / step}));
 }
 
 DataFileDefinition MakeDataFileDefinition(const FileDefinition& definition, long long start) {

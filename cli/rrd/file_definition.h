@@ -40,6 +40,10 @@ CLI::Option* AddDefinitionOptions(CLI::App& command, FileDefinition& definition,
 // Why no file can be made of what was given; empty when one can.
 std::string FindProblem(const FileDefinition& definition);
 
+// The rows of a file that is made for so many and is to grow: as many again, and a year's, but not
+// more than a file can have nor, for the year, than a million.
+long long GetRowCountToGrow(long long neededCount, long long step);
+
 // What the file is to be like that begins at `start`. The step and the rows must be there, and no
 // problem.
 DataFileDefinition MakeDataFileDefinition(const FileDefinition& definition, long long start);

@@ -37,48 +37,44 @@ class Comparison {
         newRows(GetRows(client, newPath)) {}
 
   // In pieces, so that the memory does not grow with the files.
-  void Run() {
+  ComparedSamples Run() {
     constexpr long long PIECE_ROW_COUNT = 1 << 20;
-    // The first rows of a longer step reach back to where the old file has no samples.
-    const long long first =
-        std::max(newRows.first, RoundUp(oldRows.first + newRows.step - oldRows.step, newRows.step));
-    const long long last = std::min(newRows.last, oldRows.last / newRows.step * newRows.step);
-    for (long long start = first; start <= last; start += PIECE_ROW_COUNT * newRows.step) {
-      ComparePiece(start, std::min(last, start + (PIECE_ROW_COUNT - 1) * newRows.step));
+    for (long long start = oldRows.first; start <= oldRows.last;
+         start += PIECE_ROW_COUNT * oldRows.step) {
+      ComparePiece(start, std::min(oldRows.last, start + (PIECE_ROW_COUNT - 1) * oldRows.step));
     }
-    RequireArgument(lostCount == 0, "the RRD library would lose " + std::to_string(lostCount) +
-                                        " of the " + std::to_string(wantedCount) +
-                                        " samples that the new file has place for; --force " +
-                                        "accepts that");
+    return compared;
   }
 
  private:
   void ComparePiece(long long start, long long end) {
     Rrd::FetchResult oldSamples;
     Rrd::FetchResult newSamples;
-    const bool isRead =
-        client.Fetch(oldPath, RoundUp(start, oldRows.step), RoundUp(end, oldRows.step),
-                     oldSamples) == StatusCode::Success &&
-        client.Fetch(newPath, start, end, newSamples) == StatusCode::Success;
-    if (!isRead) {
-      throw FileError("its samples cannot be compared", StatusCode::Failure);
+    const long long newStart = std::max(newRows.first, RoundUp(start, newRows.step));
+    const long long newEnd = std::min(newRows.last, end / newRows.step * newRows.step);
+    Fetch(oldPath, start, end, oldSamples);
+    if (newStart <= newEnd) {
+      Fetch(newPath, newStart, newEnd, newSamples);
     }
-    for (long long time = start; time <= end; time += newRows.step) {
-      const double wanted = Find(oldSamples, time);
-      const double kept = Find(newSamples, time);
-      if (!std::isnan(wanted)) {
-        ++wantedCount;
-        lostCount += wanted == kept ? 0 : 1;
+    for (long long time = start; time <= end; time += oldRows.step) {
+      const double sample = oldSamples.GetData()[(time - oldSamples.GetStartTime()) / oldRows.step];
+      if (std::isnan(sample)) {
+        continue;
       }
+      const bool hasRow =
+          newStart <= time && time <= newEnd && (time - newStart) % newRows.step == 0;
+      const bool isKept =
+          hasRow &&
+          newSamples.GetData()[(time - newSamples.GetStartTime()) / newRows.step] == sample;
+      ++(isKept ? compared.keptCount : compared.lostCount);
     }
   }
 
-  // The sample of the row that a time lies in.
-  static double Find(const Rrd::FetchResult& samples, long long time) {
-    const auto step = static_cast<long long>(samples.GetStep());
-    const long long position = (RoundUp(time, step) - samples.GetStartTime()) / step;
-    const bool isInside = 0 <= position && position < samples.GetSampleCount();
-    return isInside ? samples.GetData()[position] : std::nan("");
+  void Fetch(const std::string& path, long long start, long long end,
+             Rrd::FetchResult& samples) const {
+    if (client.Fetch(path, start, end, samples) != StatusCode::Success) {
+      throw FileError("its samples cannot be compared", StatusCode::Failure);
+    }
   }
 
   const PatientClient& client;
@@ -86,15 +82,14 @@ class Comparison {
   const std::string& newPath;
   Rows oldRows;
   Rows newRows;
-  unsigned long long wantedCount = 0;
-  unsigned long long lostCount = 0;
+  ComparedSamples compared;
 };
 
 }  // namespace
 
-void RequireSamplesKept(const PatientClient& client, const std::string& oldPath,
-                        const std::string& newPath) {
-  Comparison(client, oldPath, newPath).Run();
+ComparedSamples CompareSamples(const PatientClient& client, const std::string& oldPath,
+                               const std::string& newPath) {
+  return Comparison(client, oldPath, newPath).Run();
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

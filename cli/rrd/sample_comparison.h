@@ -6,9 +6,15 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Throws FileError unless each row of the new file has the sample that the old one has for its
-// time, as far as both files reach. Both are data files as RrdClient::Create makes them.
-void RequireSamplesKept(const PatientClient& client, const std::string& oldPath,
-                        const std::string& newPath);
+// What became of the samples of a file that was made anew.
+struct ComparedSamples {
+  unsigned long long keptCount = 0;
+  unsigned long long lostCount = 0;  // those that the new file does not have at their time
+};
+
+// Compares the samples of the old file with those of the new one. Both are data files as
+// RrdClient::Create makes them. Throws FileError.
+ComparedSamples CompareSamples(const PatientClient& client, const std::string& oldPath,
+                               const std::string& newPath);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

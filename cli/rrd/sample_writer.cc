@@ -26,6 +26,9 @@ SampleWriter::SampleWriter(const PatientClient& client, const std::string& fileP
 
 bool SampleWriter::Add(const std::pair<long long, double>& sample) {
   if (policy.mayBePast && sample.first <= formerLast) {
+    if (pastCount == 0) {
+      RequireNotEmpty(sample.first);
+    }
     ++pastCount;
     return true;
   }
@@ -46,6 +49,7 @@ void SampleWriter::StoreBatch() {
   // The RRD library itself would store what stands before the sample that it refuses.
   const long long earliest = batch.begin()->first;
   if (earliest <= last) {
+    RequireNotEmpty(earliest);
     throw CommandError(name,
                        "the sample of " + FormatUtc(earliest) + " is not later than " +
                            FormatUtc(last) +
@@ -59,12 +63,25 @@ void SampleWriter::StoreBatch() {
                            " is more than a day in the future; --force stores it",
                        StatusCode::InvalidArgument);
   }
+  stored.MakeRoomUntil(latest);
   if (rrdClient.Update(path, batch) != StatusCode::Success) {
     throw CommandError(name, path + " cannot be updated: " + Failure::GetReason(),
                        StatusCode::Failure);
   }
   stored.Add(batch);
   batch.clear();
+}
+
+// A past sample of an empty file is not one that the file has already.
+void SampleWriter::RequireNotEmpty(long long time) const {
+  if (stored.GetLastTime() == formerLast && stored.WasEmpty()) {
+    throw CommandError(name,
+                       "the sample of " + FormatUtc(time) + " is not later than " +
+                           FormatUtc(formerLast) +
+                           ", where the file begins; as it has no sample yet, make it anew, with "
+                           "create --force and an earlier --start or with --csv",
+                       StatusCode::InvalidArgument);
+  }
 }
 
 std::string SampleWriter::Describe() const {

@@ -41,6 +41,8 @@ class SampleWriter {
   std::string Describe() const;
 
  private:
+  void RequireNotEmpty(long long time) const;
+
   const PatientClient& rrdClient;
   std::string path;
   std::string name;

@@ -4,9 +4,14 @@
 #include <cmath>
 
 #include "base/command_error.h"
+#include "base/time_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
+
+constexpr char NO_READING[] = "U";
+
+constexpr long long PIECE_ROW_COUNT = 1 << 16;
 
 // "10 minutes", in the longest unit that needs no fraction.
 std::string FormatDuration(unsigned long seconds) {
@@ -41,6 +46,49 @@ StoredSamples::StoredSamples(const PatientClient& client, const std::string& fil
       description(fileDescription),
       step(static_cast<long long>(description.step)),
       lastTime(description.lastUpdate) {}
+
+// In pieces, so that the memory does not grow with the file. The consumer gets the time and the
+// value of each row and returns whether to go on.
+template <typename Consumer>
+void StoredSamples::ReadRows(long long first, long long last, const Consumer& consume) const {
+  for (long long start = first; start <= last; start += PIECE_ROW_COUNT * step) {
+    const long long end = std::min(last, start + (PIECE_ROW_COUNT - 1) * step);
+    Rrd::FetchResult rows;
+    Require(rrdClient.Fetch(path, start, end, rows), path, "its samples cannot be read");
+    for (long long time = start; time <= end; time += step) {
+      if (!consume(time, rows.GetData()[(time - rows.GetStartTime()) / step])) {
+        return;
+      }
+    }
+  }
+}
+
+void StoredSamples::MakeRoomUntil(long long latest) {
+  if (!description.HasShapeOfCreate()) {
+    return;
+  }
+  const auto rowCount = static_cast<long long>(description.archives.front().rowCount);
+  const long long lastDropped =
+      std::min(latest / step - rowCount, description.lastUpdate / step) * step;
+  ReadRows(GetFirstRow(), lastDropped, [this](long long time, double value) {
+    if (!std::isnan(value)) {
+      firstDropped = droppedCount == 0 ? time : firstDropped;
+      ++droppedCount;
+    }
+    return true;
+  });
+}
+
+bool StoredSamples::WasEmpty() const {
+  if (!description.HasShapeOfCreate() ||
+      description.dataSources.front().lastReading != NO_READING) {
+    return false;
+  }
+  bool isEmpty = true;
+  ReadRows(description.archives.front().firstTime, description.archives.front().lastTime,
+           [&isEmpty](long long /*time*/, double value) { return isEmpty = std::isnan(value); });
+  return isEmpty;
+}
 
 void StoredSamples::Add(const std::map<long long, double>& batch) {
   for (const auto& [time, value] : batch) {
@@ -102,7 +150,6 @@ void StoredSamples::ClassifyByRow(long long time) {
 // Decides of the samples whose rows are whole. Where samples share a row, what the file makes of
 // them depends on all of them, so that the file is asked, unless it has given up the row already.
 void StoredSamples::LookAtRows() {
-  constexpr long long PIECE_ROW_COUNT = 1 << 16;
   Rrd::FetchResult rows;
   long long endOfRows = 0;
   auto sample = undecided.begin();
@@ -151,6 +198,12 @@ long long StoredSamples::GetFirstRow() const {
   return lastTime / step * step - (rowCount - 1) * step;
 }
 
+std::string StoredSamples::DescribeDropped() const {
+  return Tell(droppedCount,
+              " sample that the file had, of " + FormatUtc(firstDropped) + ", was dropped",
+              " samples that the file had, from " + FormatUtc(firstDropped) + ", were dropped");
+}
+
 std::string StoredSamples::Describe() const {
   const std::string heartbeat = FormatDuration(description.dataSources.front().heartbeat);
   const std::string steps = "between the steps of " + FormatDuration(description.step);
@@ -170,7 +223,7 @@ std::string StoredSamples::Describe() const {
               " values are too large and become infinite") +
          Tell(oldCount, " of them is older than the rows that the file keeps",
               " of them are older than the rows that the file keeps") +
-         Tell(missingCount, " more is missing", " more are missing");
+         DescribeDropped() + Tell(missingCount, " more is missing", " more are missing");
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

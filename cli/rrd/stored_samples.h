@@ -17,6 +17,13 @@ class StoredSamples {
   StoredSamples(const PatientClient& client, const std::string& filePath,
                 const Rrd::FileDescription& fileDescription);
 
+  // To be called before a batch is stored that ends then: counts the samples of the file that it
+  // will drop.
+  void MakeRoomUntil(long long latest);
+
+  // Whether the file had no sample at all.
+  bool WasEmpty() const;
+
   // To be called after a batch was stored, which is later than the one before.
   void Add(const std::map<long long, double>& batch);
 
@@ -45,6 +52,9 @@ class StoredSamples {
   void LookAtRows();
   bool IsShown(const Span& sample, const Rrd::FetchResult& rows) const;
   void DropOld();
+  std::string DescribeDropped() const;
+  template <typename Consumer>
+  void ReadRows(long long first, long long last, const Consumer& consume) const;
   long long GetFirstRow() const;
 
   const PatientClient& rrdClient;
@@ -63,6 +73,8 @@ class StoredSamples {
   unsigned long long roundedCount = 0;
   unsigned long long infiniteCount = 0;
   unsigned long long oldCount = 0;
+  unsigned long long droppedCount = 0;  // of the samples that the file had before
+  long long firstDropped = 0;           // the time of the oldest one
 };
 
 // "1 sample" or "2 samples".
