@@ -1,5 +1,6 @@
 #include "push/pusher.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
