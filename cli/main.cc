@@ -135,18 +135,20 @@ std::vector<std::string> ReadArguments(int argc, const char* const* argv) {
 }
 
 // Other users see the arguments of a program. What stands between the scheme and the host of a URL,
-// and the parameters of its path, are hidden from them as soon as it is read.
+// and the parameters of its path, are hidden from them as soon as it is read; also of a URL that
+// lacks a slash.
 void HideCredentials(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
-    char* const scheme = std::strstr(argv[i], "://");
+    char* const scheme = std::strstr(argv[i], ":/");
     if (scheme == nullptr) {
       continue;
     }
-    char* const host = std::strrchr(scheme, '@');
+    char* const authority = scheme + 1 + std::strspn(scheme + 1, "/");
+    char* const host = std::strrchr(authority, '@');
     if (host != nullptr) {
-      std::fill(scheme + 3, host, '*');
+      std::fill(authority, host, '*');
     }
-    char* const query = std::strchr(scheme, '?');
+    char* const query = std::strchr(authority, '?');
     if (query != nullptr) {
       std::fill(query + 1, query + std::strlen(query), '*');
     }
@@ -210,6 +212,7 @@ int Run(int argc, char** argv) {
   AddGlobalOptions(app, context);
   AddCommands(app, context);
   try {
+    context.programArguments.assign(argv, argv + argc);
     std::vector<std::string> arguments = ReadArguments(argc, argv);
     HideCredentials(argc, argv);
     app.parse(std::move(arguments));

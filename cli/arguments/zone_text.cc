@@ -1,8 +1,10 @@
 #include "arguments/zone_text.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <system_error>
 #include <vector>
 
@@ -13,7 +15,11 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr char LOCAL[] = "local";
+constexpr char LOCAL_FILE[] = "/etc/localtime";
+constexpr char LOCAL_NAME_FILE[] = "/etc/timezone";
 
 // cctz would open any path, and what else it takes for a zone has a colon in its name.
 bool IsNameOfDatabase(const std::string& name) {
@@ -21,12 +27,15 @@ bool IsNameOfDatabase(const std::string& name) {
   return name.find_first_not_of(LETTERS) == std::string::npos && name.rfind('/', 0) != 0;
 }
 
-// The names of the zoneinfo database, without its copies that count leap seconds or do not.
-std::vector<std::string> ListZones() {
-  namespace fs = std::filesystem;
+fs::path GetDatabase() {
   // NOLINTNEXTLINE(concurrency-mt-unsafe): no thread of the program changes a variable
   const char* const given = std::getenv("TZDIR");
-  const fs::path root = given == nullptr ? "/usr/share/zoneinfo" : given;
+  return given == nullptr ? "/usr/share/zoneinfo" : given;
+}
+
+// The names of the zoneinfo database, without its copies that count leap seconds or do not.
+std::vector<std::string> ListZones() {
+  const fs::path root = GetDatabase();
   std::vector<std::string> names;
   std::error_code error;
   for (fs::recursive_directory_iterator entry(root, error), end; entry != end;
@@ -54,21 +63,23 @@ struct LocalZone {
   std::string name;
 };
 
+std::string ReadLocalName() {
+  std::string name;
+  std::ifstream(LOCAL_NAME_FILE) >> name;
+  return name;
+}
+
 LocalZone FindLocalZone() {
-  constexpr char FILE[] = "/etc/localtime";
-  constexpr char NAME_FILE[] = "/etc/timezone";
   // NOLINTNEXTLINE(concurrency-mt-unsafe): no thread of the program changes a variable
   if (const char* const variable = std::getenv("TZ")) {
     const std::string name = variable[0] == ':' ? variable + 1 : variable;
     return {std::string("TZ=") + variable, name.empty() ? "UTC" : name};
   }
   std::error_code error;
-  if (std::filesystem::exists(FILE, error)) {
-    return {FILE, FILE};
+  if (fs::exists(LOCAL_FILE, error)) {
+    return {LOCAL_FILE, LOCAL_FILE};
   }
-  std::string name;
-  std::ifstream(NAME_FILE) >> name;
-  return {NAME_FILE, name};
+  return {LOCAL_NAME_FILE, ReadLocalName()};
 }
 
 cctz::time_zone LoadLocalZone() {
@@ -81,7 +92,51 @@ cctz::time_zone LoadLocalZone() {
   return zone;
 }
 
+// What stands behind the directory of the database in the path of a file, or in that of a file that
+// it links to. Empty for any other.
+std::string FindNameInPath(fs::path path) {
+  constexpr char DATABASE[] = "/zoneinfo/";
+  constexpr int MOST_LINKS = 40;
+  std::error_code error;
+  for (int i = 0; i < MOST_LINKS && !error; ++i) {
+    const std::string text = path.lexically_normal();
+    const std::size_t place = text.rfind(DATABASE);
+    if (place != std::string::npos) {
+      return text.substr(place + sizeof DATABASE - 1);
+    }
+    path = path.parent_path() / fs::read_symlink(path, error);
+  }
+  return "";
+}
+
+std::string ReadFile(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::string ComputeDigest(const std::string& text) {
+  std::uint64_t hash = 0xcbf29ce484222325;  // FNV-1a
+  for (const char character : text) {
+    hash = (hash ^ static_cast<unsigned char>(character)) * 0x100000001b3;
+  }
+  return std::to_string(hash);
+}
+
 }  // namespace
+
+std::string IdentifyZone(const cctz::time_zone& zone) {
+  const std::string path = zone.name();
+  if (path.empty() || path[0] != '/') {
+    return path;
+  }
+  std::string name = FindNameInPath(path);
+  const std::string rules = ReadFile(path);
+  if (name.empty() && path == LOCAL_FILE) {
+    name = ReadLocalName();  // which may be of another zone than the file
+    name = ReadFile(GetDatabase() / name) == rules ? name : "";
+  }
+  return !name.empty() && IsNameOfDatabase(name) ? name : "rules " + ComputeDigest(rules);
+}
 
 cctz::time_zone LoadZone(const std::string& name) {
   if (name == LOCAL) {

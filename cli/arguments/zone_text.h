@@ -14,4 +14,8 @@ constexpr char ZONE_HELP[] =
 // any other text, and for a machine whose zone is not to be found.
 cctz::time_zone LoadZone(const std::string& name);
 
+// The name of a zone in the database, also of one that was loaded from a file such as
+// /etc/localtime; where the file has none, a text that differs when its rules do.
+std::string IdentifyZone(const cctz::time_zone& zone);
+
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -140,7 +140,7 @@ std::string GetAnswerHelp() {
 
 void WriteAnswers(const AnswerOptions& options, Context& context) {
   Question question = ReadQuestion(options.question);
-  Selection selection = SelectFiles(options.zeltIds, context);
+  Selection selection = SelectFiles(options.zeltIds, context, options.selection);
   OutputFile output(options.output);
   const std::unique_ptr<PointWriter> writer =
       MakePointWriter(*options.format, MakeShape(options, question, selection, output));

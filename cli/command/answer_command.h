@@ -8,6 +8,7 @@
 #include "formats/point_writer.h"
 #include "points/context.h"
 #include "points/question.h"
+#include "points/selected_files.h"
 
 // What the commands that write points have in common: a question, files that answer it, a format.
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -15,6 +16,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 struct AnswerOptions {
   std::vector<std::string> zeltIds;
   QuestionOptions question;
+  SelectionOptions selection;
   std::optional<PointFormat> format;
   std::optional<std::string> output;
   bool isForSeries = false;  // CSV and JSON are for another database

@@ -11,6 +11,8 @@ class App;
 // it reports as CLI::ParseError.
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
+constexpr char PUSH_DESCRIPTION[] = "Send new samples to another time-series server";
+
 void AddCreateCommand(CLI::App& app, Context& context);
 void AddMigrateCommand(CLI::App& app, Context& context);
 void AddUpdateCommand(CLI::App& app, Context& context);

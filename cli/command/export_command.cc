@@ -12,6 +12,7 @@ void AddExportCommand(CLI::App& app, Context& context) {
   options->isForSeries = true;
   AddAnswerOptions(*command, *options).format->required();
   AddLabelOption(*command, options->question);
+  AddSelectionOptions(*command, options->selection);
   command->footer(GetAnswerHelp());
   command->callback([options, &context] { WriteAnswers(*options, context); });
 }

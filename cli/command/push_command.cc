@@ -16,6 +16,7 @@ struct PushCommandOptions {
   std::string url;
   std::vector<std::string> zeltIds;
   QuestionOptions question;
+  SelectionOptions selection;
   std::optional<std::string> statePath;
   Secrets secrets;
   SendOptions send;
@@ -40,10 +41,15 @@ void Push(const PushCommandOptions& options, Context& context) {
   const Question question = ReadPushQuestion(options.question);
   const WriteAddress address = ReadWriteAddress(options.url, options.secrets);
   const InterruptionGuard guard;
-  const Selection selection = SelectFiles(options.zeltIds, context);
+  const Selection selection = SelectFiles(options.zeltIds, context, options.selection);
   PushState state(
       options.statePath ? *options.statePath : PushState::FindDefaultPath(address.fileName),
       address.name);
+  if (address.hasHiddenParameters && !options.statePath && state.IsEmpty()) {
+    PrintMessage(address.name +
+                 ": an address that differs only in what * stands for has the same "
+                 "state; --state gives it another");
+  }
   HttpSender sender(address, options.send);
   Pusher pusher(question, sender, state, context);
   try {
@@ -56,6 +62,7 @@ void Push(const PushCommandOptions& options, Context& context) {
     PrintMessage(std::to_string(pusher.GetLeftOutCount()) +
                  " infinite values left out, for which line protocol has no form");
   }
+  state.RequireSaved();
 }
 
 void AddSecondsOption(CLI::App& command, const std::string& name, std::chrono::seconds& value,
@@ -76,8 +83,7 @@ constexpr char PUSH_HELP[] =
 }  // namespace
 
 void AddPushCommand(CLI::App& app, Context& context) {
-  CLI::App* const command =
-      app.add_subcommand("push", "Send what is new to a server of another database");
+  CLI::App* const command = app.add_subcommand("push", PUSH_DESCRIPTION);
   const auto options = std::make_shared<PushCommandOptions>();
   command->add_option("URL", options->url, "Where the server takes line protocol")
       ->required()
@@ -87,6 +93,7 @@ void AddPushCommand(CLI::App& app, Context& context) {
       ->type_name("");
   AddQuestionOptions(*command, options->question);
   AddLabelOption(*command, options->question);
+  AddSelectionOptions(*command, options->selection);
   command
       ->add_option("--state", options->statePath,
                    "What the server has confirmed (default: a file for the URL in\n"

@@ -5,6 +5,7 @@
 
 #include "base/command_error.h"
 #include "base/shortest_text.h"
+#include "formats/utf8_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -24,7 +25,7 @@ bool HasForm(const std::string& text) {
       return false;
     }
   }
-  return !text.empty();
+  return !text.empty() && IsUtf8(text);
 }
 
 void AppendEscaped(const std::string& text, std::string& line) {

@@ -7,6 +7,7 @@
 
 #include "base/command_error.h"
 #include "base/shortest_text.h"
+#include "formats/utf8_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -18,6 +19,10 @@ bool IsLabelName(const std::string& name) {
 }
 
 void AppendEscaped(const std::string& value, std::string& text) {
+  if (!IsUtf8(value)) {
+    throw CommandError(value, "cannot be written in OpenMetrics, which is UTF-8",
+                       StatusCode::InvalidArgument);
+  }
   for (const char character : value) {
     if (character == '\\' || character == '"') {
       text += '\\';

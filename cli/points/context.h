@@ -16,6 +16,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 // Every operation throws CommandError.
 struct Context {
   std::vector<std::string> directories = {"."};
+  std::vector<std::string> programArguments;  // as the program was started
   ExitStatus exitStatus = EXIT_DONE;
   Utilities::FileSystem fileSystem;
   MetadataStore store;

@@ -73,6 +73,12 @@ std::vector<std::string> SelectIds(const std::vector<std::string>& arguments,
   return selected;
 }
 
+bool IsExcluded(const std::string& zeltId, const std::vector<std::string>& patterns) {
+  return std::any_of(patterns.begin(), patterns.end(), [&zeltId](const std::string& pattern) {
+    return fnmatch(pattern.c_str(), zeltId.c_str(), 0) == 0;
+  });
+}
+
 // Of several, one that fails is told.
 void TellOrThrow(const CommandError& error, bool isSeveral, Context& context) {
   if (!isSeveral) {
@@ -83,6 +89,16 @@ void TellOrThrow(const CommandError& error, bool isSeveral, Context& context) {
 }
 
 }  // namespace
+
+void AddSelectionOptions(CLI::App& command, SelectionOptions& options) {
+  command.add_flag("--label-directory", options.isDirectoryLabelled,
+                   "Add the label directory, the directory's name, also for a single directory");
+  command
+      .add_option("--exclude", options.excluded,
+                  "Leave out the data sources of this pattern; may be repeated")
+      ->type_name("PATTERN")
+      ->allow_extra_args(false);
+}
 
 Series SelectedFile::MakeSeries(const Labels& more) const {
   Series series{zeltId, more};
@@ -106,17 +122,20 @@ std::vector<std::string> ListDataSources(const std::string& directory, Context& 
   return {zeltIds.begin(), zeltIds.end()};
 }
 
-Selection SelectFiles(const std::vector<std::string>& arguments, Context& context) {
+Selection SelectFiles(const std::vector<std::string>& arguments, Context& context,
+                      const SelectionOptions& options) {
   const std::vector<std::string>& directories = context.directories;
   const bool hasSeveral = directories.size() > 1;
-  const std::vector<Labels> labels = MakeDirectoryLabels(directories);
+  const std::vector<Labels> labels = MakeDirectoryLabels(directories, options.isDirectoryLabelled);
   Selection selection;
   selection.isSeveral = hasSeveral || arguments.size() > 1;
   for (std::size_t i = 0; i < directories.size(); ++i) {
     try {
       for (const std::string& zeltId :
            SelectIds(arguments, directories[i], context, selection.isSeveral)) {
-        selection.files.push_back({directories[i], zeltId, labels[i]});
+        if (!IsExcluded(zeltId, options.excluded)) {
+          selection.files.push_back({directories[i], zeltId, labels[i]});
+        }
       }
     } catch (const UsageError&) {
       throw;

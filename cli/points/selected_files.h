@@ -1,5 +1,6 @@
 #pragma once
 
+#include <CLI/CLI.hpp>
 #include <functional>
 #include <string>
 #include <vector>
@@ -14,6 +15,15 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 constexpr char PATTERN_HELP[] =
     "An ID with *, ? or [...] that is no data source itself is a pattern of the shell, in quotes,\n"
     "such as 'topo:Boiler*'.";
+
+// What else a command selects by.
+struct SelectionOptions {
+  std::vector<std::string> excluded;  // patterns of ids
+  bool isDirectoryLabelled = false;   // also where there is one directory
+};
+
+// --exclude and --label-directory.
+void AddSelectionOptions(CLI::App& command, SelectionOptions& options);
 
 struct SelectedFile {
   std::string directory;
@@ -41,7 +51,8 @@ std::vector<std::string> ListDataSources(const std::string& directory, Context& 
 // the directories. An id need not exist, but a pattern must match one; no argument selects all. Of
 // several directories, one without a match is passed over, and one that cannot be read is told; the
 // exit status is EXIT_FAILED then.
-Selection SelectFiles(const std::vector<std::string>& arguments, Context& context);
+Selection SelectFiles(const std::vector<std::string>& arguments, Context& context,
+                      const SelectionOptions& options = {});
 
 // Calls `work` for each file. Of several, one that fails is told on standard error, and the others
 // are gone on with; the exit status is EXIT_FAILED then.

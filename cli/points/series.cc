@@ -44,13 +44,16 @@ Labels ReadLabels(const std::vector<std::string>& texts) {
   return labels;
 }
 
-std::vector<Labels> MakeDirectoryLabels(const std::vector<std::string>& directories) {
-  if (directories.size() < 2) {
+std::vector<Labels> MakeDirectoryLabels(const std::vector<std::string>& directories,
+                                        bool isAlways) {
+  if (directories.size() < 2 && !isAlways) {
     return {{}};
   }
   std::vector<fs::path> paths(directories.size());
   std::transform(directories.begin(), directories.end(), paths.begin(), ResolvePath);
-  RemoveCommonEnd(paths);
+  if (!isAlways) {
+    RemoveCommonEnd(paths);
+  }
   std::vector<Labels> labels;
   std::map<std::string, std::string> named;
   for (std::size_t i = 0; i < paths.size(); ++i) {

@@ -28,8 +28,9 @@ constexpr char DIRECTORY_LABEL[] = "directory";
 Labels ReadLabels(const std::vector<std::string>& texts);
 
 // The labels of directories, in their order. None where there is one, since nothing has to be told
-// from it. Throws UsageError for two directories of one name.
-std::vector<Labels> MakeDirectoryLabels(const std::vector<std::string>& directories);
+// from it. With `isAlways` each has one, the last part of its path whatever the others are. Throws
+// UsageError for two directories of one name.
+std::vector<Labels> MakeDirectoryLabels(const std::vector<std::string>& directories, bool isAlways);
 
 // The path without links, as far as it exists.
 std::string ResolvePath(const std::string& path);

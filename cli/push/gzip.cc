@@ -6,7 +6,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-std::string Gzip(const std::string& text) {
+std::string Gzip(std::string_view text) {
   constexpr int GZIP_WINDOW = 15 + 16;  // the largest window, in the form of gzip
   constexpr int MEMORY_LEVEL = 8;
   z_stream stream{};

@@ -3,12 +3,11 @@
 #include <nvx/workstation/printable_text.h>
 
 #include <algorithm>
-#include <new>
+#include <nlohmann/json.hpp>
 #include <thread>
 #include <utility>
 
 #include "base/message.h"
-#include "push/curl_library.h"
 #include "push/gzip.h"
 #include "replace/interruption.h"
 
@@ -18,174 +17,89 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-// Of a server's words: more is read than shown, lest a secret that is cut is not known as one.
-constexpr std::size_t MAXIMUM_READ_SIZE = 4096;
-constexpr std::size_t MAXIMUM_SHOWN_SIZE = 300;
-constexpr long CONNECT_SECONDS = 10;
+constexpr long TOO_LARGE = 413;
 
-// Keeps the beginning of an answer of any length.
-std::size_t Receive(char* data, std::size_t /*one*/, std::size_t size, void* text) {
-  auto& received = *static_cast<std::string*>(text);
-  received.append(data,
-                  std::min(size, MAXIMUM_READ_SIZE - std::min(MAXIMUM_READ_SIZE, received.size())));
-  return size;
-}
-
-// Ends a request when the command is to end.
-int CheckProgress(void* /*unused*/, curl_off_t /*size*/, curl_off_t /*received*/,
-                  curl_off_t /*sizeSent*/, curl_off_t /*sent*/) {
-  return InterruptionGuard::IsPending() ? 1 : 0;
-}
-
-// What will not become better by itself.
-bool IsFinal(CURLcode code) {
-  switch (code) {
-    case CURLE_UNSUPPORTED_PROTOCOL:
-    case CURLE_URL_MALFORMAT:
-    case CURLE_PEER_FAILED_VERIFICATION:
-    case CURLE_SSL_CACERT_BADFILE:
-    case CURLE_OUT_OF_MEMORY:
-      return true;
-    default:
-      return false;
-  }
-}
-
-// A server may repeat what it was sent.
-void HideSecrets(const WriteAddress& address, std::string& words) {
-  for (const std::string& secret : address.secrets) {
-    for (std::size_t at = words.find(secret); at != std::string::npos;
-         at = words.find(secret, at + 1)) {
-      words.replace(at, secret.size(), "*");
-    }
-  }
+// The words of a server's own about what is wrong: other text may repeat what it was sent.
+std::string FindError(const HttpAnswer& answer) {
+  const auto json = nlohmann::json::parse(answer.text, nullptr, false);
+  const auto error = json.is_object() ? json.find("error") : json.end();
+  return error != json.end() && error->is_string() ? error->get<std::string>() : "";
 }
 
 // InfluxDB has taken the rest of the lines. What is older than it keeps others drop without a word.
-bool HasDroppedOldOnes(long status, const std::string& answer) {
-  return status == 400 &&
-         answer.find("partial write: points beyond retention policy dropped") != std::string::npos;
+bool HasDroppedOldOnes(const HttpAnswer& answer) {
+  constexpr std::string_view DROPPED = "partial write: points beyond retention policy dropped";
+  return answer.status == 400 && FindError(answer).compare(0, DROPPED.size(), DROPPED) == 0;
 }
+
+std::string Describe(const HttpAnswer& answer, const SecretMask& mask) {
+  constexpr std::size_t LONGEST = 300;
+  std::string words = Workstation::WithoutControls(mask.Hide(FindError(answer)));
+  words.resize(std::min(words.size(), LONGEST));
+  if (words.empty() && answer.status == 200) {
+    words = "a page, and no confirmation";
+  }
+  return "the server answers " + std::to_string(answer.status) +
+         (words.empty() ? "" : ": " + words);
+}
+
+// Of the lines as many whole ones as have the size, but one at least.
+std::string_view TakeLines(std::string_view lines, std::size_t size) {
+  if (lines.size() <= size) {
+    return lines;
+  }
+  const std::size_t end = lines.rfind('\n', size == 0 ? 0 : size - 1);
+  return lines.substr(0, (end == std::string_view::npos ? lines.find('\n') : end) + 1);
+}
+
+bool IsOneLine(std::string_view lines) { return lines.find('\n') + 1 >= lines.size(); }
 
 }  // namespace
 
 struct HttpSender::Reply {
   bool isConfirmed = false;
-  bool isPartial = false;               // and yet not all of it was kept
+  bool isPartial = false;  // and yet not all of it was kept
+  bool isTooLarge = false;
   bool isFinal = false;                 // the same again will not be taken either
   bool isOfLines = false;               // and that is for what was sent
   std::chrono::seconds wantedPause{0};  // that the server asked for
   std::string reason;
 };
 
-// One connection and what all requests over it have in common.
-class HttpSender::Request {
- public:
-  Request(const WriteAddress& address, const SendOptions& options) : curl(library.easyInit()) {
-    AddHeader("Content-Encoding: gzip");
-    AddHeader("Content-Type: text/plain; charset=utf-8");
-    AddHeader("Expect:");  // a server that knows it not would be waited for
-    if (!address.authorization.empty()) {
-      AddHeader("Authorization: " + address.authorization);
-    }
-    if (curl == nullptr) {
-      throw std::bad_alloc();
-    }
-    Set(CURLOPT_URL, address.url.c_str());
-    Set(CURLOPT_HTTPHEADER, headers);
-    Set(CURLOPT_POST, 1L);
-    Set(CURLOPT_NOSIGNAL, 1L);
-    Set(CURLOPT_CONNECTTIMEOUT, CONNECT_SECONDS);
-    Set(CURLOPT_TIMEOUT, static_cast<long>(options.timeout.count()));
-    Set(CURLOPT_WRITEFUNCTION, Receive);
-    Set(CURLOPT_NOPROGRESS, 0L);
-    Set(CURLOPT_XFERINFOFUNCTION, CheckProgress);
-    Set(CURLOPT_ERRORBUFFER, problem);
-    Set(CURLOPT_USERAGENT, "nvx-timeseries");
-    if (!address.user.empty() || !address.password.empty()) {
-      Set(CURLOPT_USERNAME, address.user.c_str());
-      Set(CURLOPT_PASSWORD, address.password.c_str());
-    }
-    if (options.authorityFile) {
-      Set(CURLOPT_CAINFO, options.authorityFile->c_str());
-    }
-  }
-  Request(const Request&) = delete;
-  Request& operator=(const Request&) = delete;
-  ~Request() {
-    library.easyCleanup(curl);
-    library.listFree(headers);
-  }
-
-  CURLcode Perform(const std::string& body, std::string& answer) {
-    problem[0] = '\0';
-    Set(CURLOPT_WRITEDATA, &answer);
-    Set(CURLOPT_POSTFIELDS, body.data());
-    Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
-    return library.easyPerform(curl);
-  }
-
-  std::string GetProblem(CURLcode code) const {
-    return problem[0] == '\0' ? library.easyGetErrorText(code) : problem;
-  }
-
-  long GetStatus() const {
-    long status = 0;
-    library.easyGetInformation(curl, CURLINFO_RESPONSE_CODE, &status);
-    return status;
-  }
-
-  std::chrono::seconds GetWantedPause() const {
-    curl_off_t seconds = 0;
-    library.easyGetInformation(curl, CURLINFO_RETRY_AFTER, &seconds);
-    constexpr curl_off_t LONGEST_PAUSE = 86400;
-    return std::chrono::seconds(std::clamp(seconds, curl_off_t{0}, LONGEST_PAUSE));
-  }
-
- private:
-  template <typename Value>
-  void Set(CURLoption option, Value value) {
-    library.easySetOption(curl, option, value);
-  }
-
-  void AddHeader(const std::string& line) { headers = library.listAppend(headers, line.c_str()); }
-
-  const CurlLibrary& library = CurlLibrary::Get();
-  CURL* const curl;
-  curl_slist* headers = nullptr;
-  char problem[CURL_ERROR_SIZE] = "";
-};
-
 HttpSender::HttpSender(const WriteAddress& writeAddress, const SendOptions& sendOptions)
-    : address(writeAddress),
-      options(sendOptions),
-      request(std::make_unique<Request>(address, options)) {}
-
-HttpSender::~HttpSender() = default;
+    : address(writeAddress), options(sendOptions), client(address, options) {}
 
 HttpSender::Reply HttpSender::Post(const std::string& body) {
-  std::string answer;
-  const CURLcode code = request->Perform(body, answer);
+  const HttpAnswer answer = client.Post(body);
   InterruptionGuard::Check();
+  TellProxy();
   Reply reply;
-  if (code != CURLE_OK) {
-    reply.reason = request->GetProblem(code);
-    reply.isFinal = IsFinal(code);
+  if (!answer.problem.empty()) {
+    const std::string words = address.mask.Hide(answer.problem);
+    reply.reason = words.empty() ? "the server does not answer" : words;
+    reply.isFinal = answer.isFinal;
     return reply;
   }
-  const long status = request->GetStatus();
   // A page that answers 200 to everything has stored nothing.
-  reply.isPartial = HasDroppedOldOnes(status, answer);
-  reply.isConfirmed = status == 204 || (status == 200 && answer.empty()) || reply.isPartial;
-  reply.isOfLines = status == 400 || status == 413 || status == 422;
-  reply.isFinal = status < 500 && status != 429 && status != 408;
-  reply.wantedPause = request->GetWantedPause();
-  HideSecrets(address, answer);
-  answer.resize(std::min(answer.size(), MAXIMUM_SHOWN_SIZE));
-  answer.erase(answer.find_last_not_of("\r\n ") + 1);
-  reply.reason = "the server answers " + std::to_string(status) +
-                 (answer.empty() ? "" : ": " + Workstation::WithoutControls(answer));
+  reply.isPartial = HasDroppedOldOnes(answer);
+  reply.isConfirmed =
+      answer.status == 204 || (answer.status == 200 && answer.text.empty()) || reply.isPartial;
+  reply.isTooLarge = answer.status == TOO_LARGE;
+  reply.isOfLines = answer.status == 400 || answer.status == 422 || reply.isTooLarge;
+  reply.isFinal = answer.status < 500 && answer.status != 429 && answer.status != 408;
+  reply.wantedPause = answer.wantedPause;
+  reply.reason = Describe(answer, address.mask);
   return reply;
+}
+
+void HttpSender::TellProxy() {
+  const std::string variable = client.GetProxyVariable();
+  if (variable.empty() || std::exchange(isProxyTold, true)) {
+    return;
+  }
+  const bool isOpen = address.url.compare(0, 5, "http:") == 0;
+  PrintMessage(address.name + ": sent over the proxy of the variable " + variable +
+               (isOpen && address.HasCredentials() ? ", which sees the token or password" : ""));
 }
 
 // Waits before the same is sent again; throws SendError when that would be after the deadline.
@@ -207,13 +121,17 @@ void HttpSender::WaitForNext(const Reply& reply, Clock::time_point deadline,
   pause = std::min(pause * 2, LONGEST_PAUSE);
 }
 
-void HttpSender::Send(const std::string& lines) {
+// False when the request is too large and has lines for several.
+bool HttpSender::SendRequest(std::string_view lines) {
   const std::string body = Gzip(lines);
   const Clock::time_point deadline = Clock::now() + options.retryTime;
   std::chrono::milliseconds pause = 250ms;
   bool isTold = false;
   Reply reply = Post(body);
   for (; !reply.isConfirmed; reply = Post(body)) {
+    if (reply.isTooLarge && !IsOneLine(lines)) {
+      return false;
+    }
     if (reply.isFinal) {
       throw SendError(reply.reason, StatusCode::Failure, reply.isOfLines);
     }
@@ -227,6 +145,18 @@ void HttpSender::Send(const std::string& lines) {
     PrintMessage(address.name + ": " + reply.reason);
   }
   byteCount += body.size();
+  return true;
+}
+
+void HttpSender::Send(const std::string& lines) {
+  for (std::string_view rest = lines; !rest.empty();) {
+    const std::string_view part = TakeLines(rest, largestSize);
+    if (SendRequest(part)) {
+      rest.remove_prefix(part.size());
+    } else {
+      largestSize = part.size() / 2;
+    }
+  }
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,23 +1,30 @@
 #include "push/push_state.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
+#include <zlib.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <nlohmann/json.hpp>
 #include <system_error>
 
 #include "base/command_error.h"
-#include "replace/output_file.h"
+#include "base/message.h"
+#include "push/json_state.h"
+#include "replace/file_error.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
+
+// SQLite finds most damage, but not another number in the place of a time, which would pass over
+// samples.
+constexpr char TABLE[] =
+    "CREATE TABLE confirmed (server BLOB, directory BLOB, kind BLOB, id BLOB, time INTEGER, "
+    "checksum INTEGER, PRIMARY KEY (server, directory, kind, id)) WITHOUT ROWID";
 
 // NOLINTBEGIN(concurrency-mt-unsafe): no thread of the program changes a variable
 fs::path FindStateDirectory() {
@@ -34,108 +41,204 @@ fs::path FindStateDirectory() {
 }
 // NOLINTEND(concurrency-mt-unsafe)
 
-// So that whoever names the file by a link finds its lock. No name is that of standard output.
-std::string ResolveLinks(const std::string& path) {
-  std::error_code error;
-  const fs::path resolved = fs::weakly_canonical(path, error);
-  return error ? path : fs::absolute(resolved, error).string();
+long long ComputeChecksum(const std::string& server, const PushedSeries& series, long long time) {
+  std::string row;
+  for (const std::string& field : {server, series.directory, series.kind, series.zeltId}) {
+    row += std::to_string(field.size()) + ' ' + field;
+  }
+  row += std::to_string(time);
+  return static_cast<long long>(
+      crc32(0, reinterpret_cast<const Bytef*>(row.data()), static_cast<uInt>(row.size())));
 }
 
-// The form of the file: server, directory, kind, id, time.
-using Kinds = std::map<std::string, std::map<std::string, long long>>;
-using Servers = std::map<std::string, std::map<std::string, Kinds>>;
+// Ends without effect unless it is committed.
+class Transaction {
+ public:
+  explicit Transaction(StateDatabase& stateDatabase) : database(stateDatabase) {
+    database.Run("BEGIN IMMEDIATE");
+  }
+  Transaction(const Transaction&) = delete;
+  Transaction& operator=(const Transaction&) = delete;
+  ~Transaction() {
+    if (!isCommitted) {
+      sqlite3_exec(database.Get(), "ROLLBACK", nullptr, nullptr, nullptr);
+    }
+  }
+
+  void Commit() {
+    database.Run("COMMIT");
+    isCommitted = true;
+  }
+
+ private:
+  StateDatabase& database;
+  bool isCommitted = false;
+};
+
+// Makes the table in an empty file.
+void RequireTable(StateDatabase& database) {
+  Statement schema(database, "SELECT sql FROM sqlite_master WHERE name NOT LIKE 'sqlite_%'");
+  if (!schema.Step()) {
+    database.Run(TABLE);
+  } else if (schema.GetBytes(0) != TABLE || schema.Step()) {
+    throw DatabaseError("it has other tables", SQLITE_NOTADB);
+  }
+}
+
+void Write(const std::string& server, const ConfirmedTimes& times, StateDatabase& database) {
+  Statement replace(database, "REPLACE INTO confirmed VALUES (?, ?, ?, ?, ?, ?)");
+  for (const auto& [series, time] : times) {
+    replace.Bind(1, server);
+    replace.Bind(2, series.directory);
+    replace.Bind(3, series.kind);
+    replace.Bind(4, series.zeltId);
+    replace.Bind(5, time);
+    replace.Bind(6, ComputeChecksum(server, series, time));
+    replace.Step();
+    replace.Reset();
+  }
+}
+
+void RequireSound(StateDatabase& database) {
+  Statement check(database, "PRAGMA quick_check(1)");
+  if (!check.Step() || check.GetBytes(0) != "ok") {
+    throw DatabaseError("it is damaged", SQLITE_CORRUPT);
+  }
+}
+
+// Makes a file of SQLite that only its owner may read.
+void WriteNew(const std::string& path, const ConfirmedByServer& known) {
+  unlink(path.c_str());  // which a push that was killed has left
+  const FileDescriptor made(
+      open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  RequireCall(made.IsOpen(), "no other file can be made beside it");
+  StateDatabase database(path);
+  RequireTable(database);
+  Transaction transaction(database);
+  for (const auto& [server, times] : known) {
+    Write(server, times, database);
+  }
+  transaction.Commit();
+}
+
+void SetAside(const std::string& path) {
+  const std::string name = SetStateAside(path);
+  PrintMessage(path + ": is damaged, or no state of push; it is now " + name +
+               ", and all is sent again");
+}
 
 }  // namespace
-
-PushState::PushState(const std::string& statePath, const std::string& server)
-    : path(ResolveLinks(statePath)), serverName(server) {
-  Lock();
-  Read();
-}
 
 std::string PushState::FindDefaultPath(const std::string& name) {
   const fs::path directory = FindStateDirectory() / "nvx-timeseries";
   std::error_code error;
-  fs::create_directories(directory, error);
-  if (error) {
-    throw CommandError(directory, "cannot be made: " + error.message(), StatusCode::IoError);
+  fs::create_directories(directory, error);  // without it, nothing is saved, which is told then
+  const fs::path path = directory / (name + ".db");
+  if (!fs::exists(path, error)) {
+    fs::rename(directory / (name + ".json"), path, error);  // as it was named before
+    fs::remove(directory / (name + ".json.lock"), error);
   }
-  return directory / (name + ".json");
+  return path;
 }
 
-// The file itself is replaced when it is saved, so another one is locked.
-void PushState::Lock() {
-  const std::string lockPath = path + ".lock";
-  lock = FileDescriptor(
-      open(lockPath.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
-  if (!lock.IsOpen()) {
-    throw CommandError(lockPath, "cannot be opened: " + std::generic_category().message(errno),
-                       StatusCode::IoError);
+PushState::PushState(const std::string& statePath, const std::string& server)
+    : path(statePath), serverName(server) {
+  try {
+    Open();
+  } catch (const std::runtime_error& error) {  // of the file or of SQLite
+    problem = error.what();
+    database.reset();
   }
-  if (flock(lock.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-    throw CommandError(path, "another push uses it", StatusCode::Unavailable);
+}
+
+void PushState::Open() {
+  std::error_code error;
+  if (fs::is_directory(path, error) && fs::is_empty(path, error)) {
+    SetAside(path);
+  }
+  for (;;) {
+    file.emplace(path);
+    try {
+      return Read();
+    } catch (const DatabaseError& damage) {
+      if (!damage.IsOfContent()) {
+        throw;
+      }
+    }
+    database.reset();
+    TakeOver();
   }
 }
 
 void PushState::Read() {
-  std::error_code error;
-  if (!fs::exists(path, error)) {
-    return;
-  }
-  Servers read;
-  try {
-    std::ifstream file(fs::is_regular_file(path, error) ? path : "");
-    read = nlohmann::json::parse(file).get<Servers>();
-  } catch (const nlohmann::json::exception&) {
-    throw CommandError(path, "is no file that push wrote", StatusCode::InvalidArgument);
-  }
-  for (const auto& [server, directories] : read) {
-    for (const auto& [directory, kinds] : directories) {
-      for (const auto& [kind, times] : kinds) {
-        for (const auto& [zeltId, time] : times) {
-          servers[server][{directory, kind, zeltId}] = time;
-        }
-      }
+  confirmed.clear();
+  database = std::make_unique<StateDatabase>(file->GetPath());
+  RequireTable(*database);
+  RequireSound(*database);
+  Statement rows(*database, "SELECT server, directory, kind, id, time, checksum FROM confirmed");
+  while (rows.Step()) {
+    const std::string server = rows.GetBytes(0);
+    const PushedSeries series{rows.GetBytes(1), rows.GetBytes(2), rows.GetBytes(3)};
+    const long long time = rows.GetNumber(4);
+    if (rows.GetNumber(5) != ComputeChecksum(server, series, time)) {
+      throw DatabaseError("it is damaged", SQLITE_CORRUPT);
+    }
+    if (server == serverName) {
+      confirmed[series] = time;
     }
   }
+}
+
+// Puts a file of SQLite in the place of what SQLite cannot read, unless that is set aside.
+void PushState::TakeOver() {
+  const std::string found = file->GetPath();
+  ConfirmedByServer known;
+  try {
+    known = ReadJsonState(file->GetDescriptorPath());
+  } catch (const std::exception&) {
+    confirmed.clear();
+    return SetAside(found);
+  }
+  confirmed = known[serverName];
+  const std::string made = found + ".new";
+  WriteNew(made, known);
+  RequireCall(std::rename(made.c_str(), found.c_str()) == 0, "it cannot be replaced");
+  unlink((found + ".lock").c_str());  // that a state of JSON had
 }
 
 std::optional<long long> PushState::Find(const PushedSeries& series) const {
-  const auto server = servers.find(serverName);
-  if (server == servers.end()) {
-    return std::nullopt;
-  }
-  const auto time = server->second.find(series);
-  return time == server->second.end() ? std::nullopt : std::optional(time->second);
+  const auto time = confirmed.find(series);
+  return time == confirmed.end() ? std::nullopt : std::optional(time->second);
 }
 
-void PushState::Set(const PushedSeries& series, long long time) {
-  servers[serverName][series] = time;
-  isChanged = true;
+void PushState::Confirm(const ConfirmedTimes& times) {
+  for (const auto& [series, time] : times) {
+    unsaved[series] = time;
+  }
+  Save();
 }
 
 void PushState::Save() {
-  if (!isChanged) {
+  if (database == nullptr || unsaved.empty()) {
     return;
   }
-  const auto begin = Clock::now();
-  Servers written;
-  for (const auto& [server, confirmed] : servers) {
-    for (const auto& [series, time] : confirmed) {
-      written[server][series.directory][series.kind][series.zeltId] = time;
-    }
+  try {
+    Transaction transaction(*database);
+    Write(serverName, unsaved, *database);
+    transaction.Commit();
+    unsaved.clear();
+    problem.clear();
+  } catch (const DatabaseError& error) {
+    problem = error.what();
   }
-  OutputFile file(path);
-  file.Write(nlohmann::json(written).dump(1, ' ', false, nlohmann::json::error_handler_t::replace) +
-             '\n');
-  file.Finish();
-  isChanged = false;
-  nextSave = Clock::now() + 9 * (Clock::now() - begin);
 }
 
-void PushState::SaveSometimes() {
-  if (Clock::now() >= nextSave) {
-    Save();
+void PushState::RequireSaved() {
+  Save();
+  if (!problem.empty()) {
+    throw CommandError(
+        path, "the state cannot be read or saved: " + problem + "; what was sent is sent again",
+        StatusCode::IoError);
   }
 }
 

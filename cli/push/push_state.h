@@ -1,12 +1,13 @@
 #pragma once
 
-#include <chrono>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <tuple>
 
-#include "replace/file_descriptor.h"
+#include "push/state_database.h"
+#include "push/state_file.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -22,43 +23,48 @@ struct PushedSeries {
   bool operator!=(const PushedSeries& other) const { return *this < other || other < *this; }
 };
 
-// How far a server has confirmed each series, in a file that one process has at a time. Every
-// operation throws CommandError.
+// The time of the last sample, or the start of the last interval, that was confirmed of each.
+using ConfirmedTimes = std::map<PushedSeries, long long>;
+
+// How far a server has confirmed each series, in a SQLite file that one process has at a time. What
+// is wrong with the file never keeps a push from sending: one that is damaged is set aside, and
+// what cannot be read or saved is sent again by the next push.
 class PushState {
  public:
   // Reads the file of `statePath`, of which there may be none yet. `server` tells its servers
-  // apart.
+  // apart. Throws CommandError when another push uses it.
   PushState(const std::string& statePath, const std::string& server);
   PushState(const PushState&) = delete;
   PushState& operator=(const PushState&) = delete;
 
-  // The file of that name in the user's state directory, which is made.
+  // The file of that name in the user's state directory, which is made. Throws CommandError when
+  // it is not known where that is.
   static std::string FindDefaultPath(const std::string& name);
 
-  // The time of the last sample, or the start of the last interval, that was confirmed.
+  // Whether nothing is known of the server.
+  bool IsEmpty() const { return confirmed.empty(); }
+
   std::optional<long long> Find(const PushedSeries& series) const;
 
-  void Set(const PushedSeries& series, long long time);
+  // Saves it at once; if that fails, with what is confirmed next.
+  void Confirm(const ConfirmedTimes& times);
 
-  // Replaces the file, if anything was set since it was saved.
-  void Save();
-
-  // The same, but only when no more than a tenth of the time is spent with it: the file of many
-  // series is large. What is not saved is sent once more.
-  void SaveSometimes();
+  // Throws CommandError unless all is saved that was confirmed.
+  void RequireSaved();
 
  private:
-  using Confirmed = std::map<PushedSeries, long long>;
-
-  void Lock();
+  void Open();
   void Read();
+  void TakeOver();
+  void Save();
 
   std::string path;
   std::string serverName;
-  FileDescriptor lock;
-  std::map<std::string, Confirmed> servers;
-  bool isChanged = false;
-  std::chrono::steady_clock::time_point nextSave;
+  std::optional<StateFile> file;
+  std::unique_ptr<StateDatabase> database;  // none where the file cannot be used
+  ConfirmedTimes confirmed;                 // as it was read
+  ConfirmedTimes unsaved;
+  std::string problem;  // empty when all is saved
 };
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "arguments/zone_text.h"
 #include "base/message.h"
 #include "base/round_up.h"
 #include "base/time_text.h"
@@ -15,18 +16,19 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-// What is sent of a file: other points, or the same with other labels, are other series.
+// What is sent of a file: other points, or the same with other labels, are other series. All of it
+// is UTF-8, since line protocol is.
 std::string DescribeKind(const Question& question, Labels labels) {
   labels.insert(question.labels.begin(), question.labels.end());
   nlohmann::json kind = nlohmann::json::array();
   if (question.interval) {
     kind = {QueryIntervalToString(*question.interval),
-            CLI::detail::join(GetNames(question.functions), ","), question.zone.name()};
+            CLI::detail::join(GetNames(question.functions), ","), IdentifyZone(question.zone)};
   } else {
     kind.push_back("samples");
   }
   kind.push_back(labels);
-  return kind.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  return kind.dump();
 }
 
 AnswerShape MakeShape(const Question& question) {
@@ -47,26 +49,23 @@ Pusher::Pusher(const Question& pushedQuestion, HttpSender& httpSender, PushState
       format(MakeShape(pushedQuestion)) {}
 
 void Pusher::Push(const Selection& selection) {
-  try {
-    ForEachFile(selection, context, [this](const SelectedFile& file) { PushFile(file); });
-    SendBatch();
-  } catch (...) {
-    state.Save();  // which an interruption ends as well
-    throw;
-  }
-  state.Save();
+  ForEachFile(selection, context, [this](const SelectedFile& file) { PushFile(file); });
+  SendBatch();
 }
 
 void Pusher::PushFile(const SelectedFile& file) {
   const Source source(file, context);
+  std::string header;  // of which line protocol has none
+  format.Begin(file.MakeSeries(question.labels), 0, header);
   const PushedSeries series{ResolvePath(file.directory), DescribeKind(question, file.labels),
                             file.zeltId};
   const std::optional<long long> confirmed = state.Find(series);
+  if (confirmed && *confirmed > source.file.lastUpdate) {
+    return TellOlder(source, *confirmed);
+  }
   if (confirmed) {
     TellGap(source, *confirmed);
   }
-  std::string header;  // of which line protocol has none
-  format.Begin(file.MakeSeries(question.labels), 0, header);
   Reader reader(question, source, confirmed);
   if (reader.IsEmpty()) {
     return;
@@ -78,14 +77,15 @@ void Pusher::PushFile(const SelectedFile& file) {
   reader.Stream([&](const Piece& piece) { return Add(piece, series); });
 }
 
-// What the file no longer had when it was to be sent, and a file that was made anew.
+// A file that was made anew.
+void Pusher::TellOlder(const Source& source, long long confirmed) const {
+  PrintMessage(source.zeltId + ": its last update, " + FormatUtc(source.file.lastUpdate) +
+               ", lies before what was sent, " + FormatUtc(confirmed) + ", so nothing is sent");
+  context.NotePartialData();
+}
+
+// What the file no longer had when it was to be sent.
 void Pusher::TellGap(const Source& source, long long confirmed) const {
-  if (confirmed > source.file.lastUpdate) {
-    PrintMessage(source.zeltId + ": its last update, " + FormatUtc(source.file.lastUpdate) +
-                 ", lies before what was sent, " + FormatUtc(confirmed) + ", so nothing is sent");
-    context.NotePartialData();
-    return;
-  }
   long long next = confirmed + 1;
   if (question.interval) {
     Date::Date start;
@@ -117,7 +117,7 @@ bool Pusher::Add(const Piece& piece, const PushedSeries& series) {
   format.Append(piece, part.lines);
   part.reached = piece.GetTime(piece.GetRowCount() - 1);
   batchSize += part.lines.size() - sizeBefore;
-  if (batchSize >= BATCH_SIZE) {
+  if (batchSize >= std::min(BATCH_SIZE, sender.GetLargestSize())) {
     SendBatch();
   }
   return refused.count(series) == 0;
@@ -131,7 +131,7 @@ void Pusher::SendBatch() {
   }
   try {
     Send(lines);
-    std::for_each(batch.begin(), batch.end(), [this](const Part& part) { Confirm(part); });
+    Confirm(batch);
   } catch (const SendError& error) {
     if (!error.IsOfLines()) {
       throw;
@@ -140,7 +140,6 @@ void Pusher::SendBatch() {
   }
   batch.clear();
   batchSize = 0;
-  state.SaveSometimes();
 }
 
 // What a server finds fault with in one series is not to keep it from the others.
@@ -148,7 +147,7 @@ void Pusher::SendApart() {
   for (const Part& part : batch) {
     try {
       Send(part.lines);
-      Confirm(part);
+      Confirm({part});
     } catch (const SendError& error) {
       if (!error.IsOfLines()) {
         throw;
@@ -171,6 +170,12 @@ void Pusher::Send(const std::string& lines) {
   }
 }
 
-void Pusher::Confirm(const Part& part) { state.Set(part.series, part.reached); }
+void Pusher::Confirm(const std::vector<Part>& parts) {
+  ConfirmedTimes times;
+  for (const Part& part : parts) {
+    times[part.series] = part.reached;
+  }
+  state.Confirm(times);
+}
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -20,7 +20,7 @@ class Pusher {
   Pusher(const Question& pushedQuestion, HttpSender& httpSender, PushState& pushState,
          Context& commandContext);
 
-  // Throws SendError, after what was confirmed is saved, and Interrupted.
+  // Throws SendError and Interrupted.
   void Push(const Selection& selection);
 
   unsigned long long GetPointCount() const { return pointCount; }
@@ -35,13 +35,14 @@ class Pusher {
   };
 
   void PushFile(const SelectedFile& file);
+  void TellOlder(const Source& source, long long confirmed) const;
   void TellGap(const Source& source, long long confirmed) const;
   bool Add(const Piece& piece, const PushedSeries& series);
   void SendBatch();
   void SendApart();
   void Refuse(const Part& part, const SendError& error);
   void Send(const std::string& lines);
-  void Confirm(const Part& part);
+  void Confirm(const std::vector<Part>& parts);
 
   const Question& question;
   HttpSender& sender;

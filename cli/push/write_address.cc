@@ -1,72 +1,74 @@
 #include "push/write_address.h"
 
+#include <curl/curl.h>
+#include <strings.h>
+
 #include <algorithm>
 #include <cstdint>
-#include <fstream>
 #include <memory>
 #include <new>
 #include <sstream>
+#include <string_view>
 
 #include "base/command_error.h"
-#include "push/curl_library.h"
+#include "push/secret_file.h"
+#include "push/url_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 [[noreturn]] void Refuse(const std::string& problem) { throw UsageError("URL", problem); }
 
+constexpr char EXAMPLE[] = "it is not one of a server, such as http://127.0.0.1:8428/write";
+
 struct CloseUrl {
-  void operator()(CURLU* url) const { CurlLibrary::Get().cleanUpUrl(url); }
+  void operator()(CURLU* url) const { curl_url_cleanup(url); }
 };
 using Url = std::unique_ptr<CURLU, CloseUrl>;
 
 std::string Get(const Url& url, CURLUPart part, unsigned int flags = 0) {
   char* text = nullptr;
-  if (CurlLibrary::Get().getUrlPart(url.get(), part, &text, flags) != CURLUE_OK) {
+  if (curl_url_get(url.get(), part, &text, flags) != CURLUE_OK) {
     return "";
   }
-  std::string copy = text;
-  CurlLibrary::Get().free(text);
-  return copy;
+  const std::unique_ptr<char, decltype(&curl_free)> owner(text, curl_free);
+  return text;
 }
 
 void Set(const Url& url, CURLUPart part, const char* text, unsigned int flags = 0) {
-  if (CurlLibrary::Get().setUrlPart(url.get(), part, text, flags) != CURLUE_OK) {
-    Refuse("it is not one of a server, such as http://127.0.0.1:8428/write");
+  if (curl_url_set(url.get(), part, text, flags) != CURLUE_OK) {
+    Refuse(EXAMPLE);
   }
 }
 
+// libcurl also takes a URL with one or three slashes, and one without a scheme.
+bool IsWhole(const std::string& text) {
+  for (const std::string_view start : {"http://", "https://"}) {
+    if (strncasecmp(text.c_str(), start.data(), start.size()) == 0) {
+      return text.size() > start.size() && text[start.size()] != '/';
+    }
+  }
+  return false;
+}
+
 Url Parse(const std::string& text) {
-  Url url(CurlLibrary::Get().makeUrl());
+  if (!IsWhole(text)) {
+    Refuse(EXAMPLE);
+  }
+  Url url(curl_url());
   if (url == nullptr) {
     throw std::bad_alloc();
   }
   Set(url, CURLUPART_URL, text.c_str());
-  const std::string scheme = Get(url, CURLUPART_SCHEME);
-  if (scheme != "http" && scheme != "https") {
-    Refuse("it begins neither with http:// nor with https://");
-  }
   return url;
 }
 
 std::string Decode(const std::string& text) {
-  int size = 0;
-  char* const decoded =
-      CurlLibrary::Get().easyUnescape(nullptr, text.data(), static_cast<int>(text.size()), &size);
-  std::string copy(decoded, static_cast<std::size_t>(size));
-  CurlLibrary::Get().free(decoded);
-  if (copy.find('\0') != std::string::npos) {
+  std::string decoded = DecodeUrlPart(text);
+  if (decoded.find('\0') != std::string::npos) {
     Refuse("%00 stands in a parameter");
   }
-  return copy;
-}
-
-std::string Encode(const std::string& text) {
-  char* const encoded =
-      CurlLibrary::Get().easyEscape(nullptr, text.data(), static_cast<int>(text.size()));
-  std::string copy = encoded;
-  CurlLibrary::Get().free(encoded);
-  return copy;
+  return decoded;
 }
 
 std::string Hash(const std::string& text) {
@@ -98,27 +100,24 @@ bool IsKnown(const std::string& key) {
   return std::find(known.begin(), known.end(), key) != known.end();
 }
 
-void AddSecret(const std::string& secret, WriteAddress& address) {
-  if (!secret.empty()) {
-    address.secrets.push_back(secret);
-  }
-}
-
-// Parameters that are not known may be secret; their values are told apart all the same.
+// Parameters that are not known may be secret, and what has no value may itself be one.
 std::string DescribeParameter(const std::string& key, const std::string& parameter,
-                              const std::string& value, WriteAddress& address) {
+                              WriteAddress& address) {
   if (IsKnown(key)) {
     return parameter;
   }
-  AddSecret(value, address);
-  AddSecret(Decode(value), address);
-  return key + "=*" + Hash(parameter);
+  const std::size_t sign = parameter.find('=');
+  const std::string value = sign == std::string::npos ? parameter : parameter.substr(sign + 1);
+  address.mask.Add(value);
+  address.mask.Add(Decode(value));
+  address.hasHiddenParameters = true;
+  return sign == std::string::npos ? "*" : key + "=*";
 }
 
 // A name of any length, as a file may have it.
 std::string MakeFileName(const std::string& name) {
   constexpr std::size_t LONGEST = 200;
-  const std::string encoded = Encode(name);
+  const std::string encoded = EncodeUrlPart(name);
   return encoded.size() <= LONGEST ? encoded : encoded.substr(0, LONGEST) + Hash(name);
 }
 
@@ -140,23 +139,21 @@ std::string TakeParameters(const std::string& query, WriteAddress& address) {
     } else if (!parameter.empty()) {
       const bool isFirst = rest.empty();
       rest += (isFirst ? "" : "&") + parameter;
-      address.name += (isFirst ? "?" : "&") + DescribeParameter(key, parameter, value, address);
+      address.name += (isFirst ? "?" : "&") + DescribeParameter(key, parameter, address);
     }
   }
   return rest;
 }
 
-std::string ReadSecret(const std::string& path) {
-  std::ifstream file(path);
-  std::string line;
-  std::getline(file, line);
-  if (!line.empty() && line.back() == '\r') {
-    line.pop_back();
+// A user without a password is a token.
+void AddPair(WriteAddress& address) {
+  address.mask.Add(address.password.empty() ? address.user : address.password);
+  if (!address.user.empty() || !address.password.empty()) {
+    const std::string pair = EncodeBase64(address.user + ":" + address.password);
+    address.mask.Add(pair);
+    address.mask.Add(pair + '=');
+    address.mask.Add(pair + "==");
   }
-  if (line.empty()) {
-    throw CommandError(path, "its first line is no secret, or cannot be read", StatusCode::IoError);
-  }
-  return line;
 }
 
 void ReadSecrets(const Secrets& secrets, WriteAddress& address) {
@@ -165,7 +162,7 @@ void ReadSecrets(const Secrets& secrets, WriteAddress& address) {
     Refuse("a user in it, --user-file and --token-file exclude each other");
   }
   if (secrets.userFile) {
-    const std::string secret = ReadSecret(*secrets.userFile);
+    const std::string secret = ReadSecretFile(*secrets.userFile);
     const std::size_t colon = secret.find(':');
     if (colon == std::string::npos) {
       throw CommandError(*secrets.userFile, "its first line is not USER:PASSWORD",
@@ -175,15 +172,12 @@ void ReadSecrets(const Secrets& secrets, WriteAddress& address) {
     address.password = secret.substr(colon + 1);
   }
   if (secrets.tokenFile) {
-    const std::string token = ReadSecret(*secrets.tokenFile);
+    const std::string token = ReadSecretFile(*secrets.tokenFile);
     const bool hasScheme = token.find(' ') != std::string::npos;
     address.authorization = hasScheme ? token : "Token " + token;
-    AddSecret(token.substr(token.find(' ') + 1), address);
+    address.mask.Add(token.substr(token.find(' ') + 1));
   }
-  AddSecret(address.password, address);
-  if (!address.password.empty()) {
-    AddSecret(EncodeBase64(address.user + ":" + address.password), address);
-  }
+  AddPair(address);
 }
 
 }  // namespace

@@ -2,19 +2,25 @@
 
 #include <optional>
 #include <string>
-#include <vector>
+
+#include "push/secret_mask.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 // Where a server takes line protocol, and who is to be let in.
 struct WriteAddress {
   std::string url;       // with the precision of the timestamps
-  std::string name;      // for messages, and to tell servers apart; without any secret
+  std::string name;      // for messages, and to tell servers apart; of no secret
   std::string fileName;  // the same, of characters that a file's name may have
   std::string user;      // empty for none
   std::string password;
   std::string authorization;         // the value of the header of that name; empty for none
-  std::vector<std::string> secrets;  // none of them empty; no message may have them
+  bool hasHiddenParameters = false;  // the name does not have all that it was given
+  SecretMask mask;
+
+  bool HasCredentials() const {
+    return !user.empty() || !password.empty() || !authorization.empty() || hasHiddenParameters;
+  }
 };
 
 struct Secrets {

@@ -1,0 +1,47 @@
+// In the program that does not push itself: the program that does takes its place, so that no other
+// command loads libcurl and SQLite.
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include "base/command_error.h"
+#include "command/commands.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Beside this program, wherever it was installed, however it was started.
+fs::path FindPushProgram() {
+  std::error_code error;
+  const fs::path program = fs::read_symlink("/proc/self/exe", error);
+  return (program.parent_path() / NVX_PUSH_PROGRAM).lexically_normal();
+}
+
+[[noreturn]] void BecomePushProgram(std::vector<std::string> arguments) {
+  std::vector<char*> texts;
+  for (std::string& argument : arguments) {
+    texts.push_back(argument.data());
+  }
+  texts.push_back(nullptr);
+  const fs::path program = FindPushProgram();
+  execv(program.c_str(), texts.data());
+  throw CommandError("push",
+                     program.string() + " cannot be run: " + std::generic_category().message(errno),
+                     StatusCode::NotFound);
+}
+
+}  // namespace
+
+void AddPushCommand(CLI::App& app, Context& context) {
+  app.add_subcommand("push", PUSH_DESCRIPTION)
+      ->preparse_callback([&context](std::size_t /*argumentCount*/) {
+        BecomePushProgram(context.programArguments);
+      });
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
