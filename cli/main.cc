@@ -106,19 +106,6 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
   app.set_version_flag("--version", "nvx-timeseries " NVX_TIMESERIES_VERSION);
 }
 
-void AddCommands(CLI::App& app, Context& context) {
-  AddCreateCommand(app, context);
-  AddMigrateCommand(app, context);
-  AddUpdateCommand(app, context);
-  AddListCommand(app, context);
-  AddInfoCommand(app, context);
-  AddLastCommand(app, context);
-  AddQueryCommand(app, context);
-  AddExportCommand(app, context);
-  AddPushCommand(app, context);
-  AddConvertCommand(app, context);
-}
-
 // CLI11 takes an argument in brackets for a list of values. A path of convert may look like that;
 // behind "./" it is the same path and taken as it is. The last argument comes first, as CLI11
 // wants.

@@ -6,7 +6,8 @@ namespace CLI {
 class App;
 }  // namespace CLI
 
-// Each adds one command to the program. The command runs while the arguments are parsed, after the
+// Each function but the last adds one command to the program. The command runs while the arguments
+// are parsed, after the
 // global options are set, and ends with CommandError when it fails; what is wrong with its usage
 // it reports as CLI::ParseError.
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -23,5 +24,8 @@ void AddQueryCommand(CLI::App& app, Context& context);
 void AddExportCommand(CLI::App& app, Context& context);
 void AddPushCommand(CLI::App& app, Context& context);  // adds none without an HTTP client
 void AddConvertCommand(CLI::App& app, Context& context);
+
+// Adds those of the program: the one that pushes has no other command.
+void AddCommands(CLI::App& app, Context& context);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

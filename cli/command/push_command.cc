@@ -122,4 +122,6 @@ void AddPushCommand(CLI::App& app, Context& context) {
   command->callback([options, &context] { Push(*options, context); });
 }
 
+void AddCommands(CLI::App& app, Context& context) { AddPushCommand(app, context); }
+
 }  // namespace nvx::TimeSeriesDatabase::CommandLine
