@@ -7,9 +7,8 @@ class App;
 }  // namespace CLI
 
 // Each function but the last adds one command to the program. The command runs while the arguments
-// are parsed, after the
-// global options are set, and ends with CommandError when it fails; what is wrong with its usage
-// it reports as CLI::ParseError.
+// are parsed, after the global options are set, and ends with CommandError when it fails; what is
+// wrong with its usage it reports as CLI::ParseError.
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 constexpr char PUSH_DESCRIPTION[] = "Send new samples to another time-series server";

@@ -2,6 +2,7 @@
 // command loads libcurl and SQLite.
 
 #include <unistd.h>
+#include <CLI/CLI.hpp>
 
 #include <cerrno>
 #include <filesystem>

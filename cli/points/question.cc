@@ -48,9 +48,7 @@ CLI::Option* AddQuestionOptions(CLI::App& command, QuestionOptions& options) {
 }
 
 void AddLabelOption(CLI::App& command, QuestionOptions& options) {
-  command
-      .add_option("--label", options.labels,
-                  "Label to add to every series; may be repeated")
+  command.add_option("--label", options.labels, "Label to add to every series; may be repeated")
       ->type_name("KEY=VALUE")
       ->allow_extra_args(false);
 }
