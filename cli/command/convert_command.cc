@@ -69,9 +69,13 @@ void AddConvertCommand(CLI::App& app, Context& context) {
   AddChoice(*command, "--to", options->inPlace.target,
             {{"native", Rrd::Tool::GetNativeLayout()},
              {GetLayoutName(Layout::Bits64), Layout::Bits64},
-             {GetLayoutName(Layout::Arm32Time64), Layout::Arm32Time64}},
+             {GetLayoutName(Layout::Arm32Time64), Layout::Arm32Time64},
+             {GetLayoutName(Layout::Arm32Time32), Layout::Arm32Time32},
+             {GetLayoutName(Layout::I386), Layout::I386},
+             {GetLayoutName(Layout::I386Time64), Layout::I386Time64}},
             "Convert files of any layout to that of this machine (native), of every 64-bit one "
-            "(64bit) or of 32-bit ARM with a 64-bit time_t (arm32-time64)")
+            "(64bit), or of 32-bit ARM or x86 with a time_t of 32 or 64 bits (arm32-time64, "
+            "arm32-time32, i386, i386-time64)")
       ->type_name("LAYOUT");
   command
       ->add_option("--backup", options->inPlace.backupSuffix,

@@ -20,16 +20,16 @@ class FileReader {
   // Of the next byte.
   std::uint64_t GetOffset() const { return end - (filled - used); }
 
-  // The next `size` bytes, at most those of a piece, which stay until the next call; null where the
-  // file has fewer or cannot be read.
-  const unsigned char* Read(std::size_t size) {
+  // The next `size` bytes, at most those of a piece, which are the caller's until the next call;
+  // null where the file has fewer or cannot be read.
+  unsigned char* Read(std::size_t size) {
     if (filled - used < size) {
       Fill();
     }
     if (filled - used < size) {
       return nullptr;
     }
-    const unsigned char* const bytes = piece.data() + used;
+    unsigned char* const bytes = piece.data() + used;
     used += size;
     return bytes;
   }

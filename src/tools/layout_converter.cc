@@ -58,13 +58,9 @@ class Source {
   }
 
   StatusCode Check(Layout target) {
-    if (!GetMachine(target).isTarget) {
+    if (!IsTarget(GetMachine(target))) {
       return Fail(StatusCode::InvalidArgument,
                   std::string("Files are not converted to ") + GetLayoutName(target));
-    }
-    if (!GetMachine(file.layout).isSource) {
-      return Fail(StatusCode::InvalidArgument,
-                  std::string("its layout is not converted: ") + GetLayoutName(file.layout));
     }
     if (file.layout == target && file.unusedSize == 0) {
       return Fail(StatusCode::NothingToDo,

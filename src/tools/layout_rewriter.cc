@@ -3,15 +3,33 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstring>
 #include <system_error>
-
-#include "tools/record.h"
+#include <vector>
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 namespace {
 
 // A large file is copied faster in large pieces.
 constexpr std::size_t VALUES_PIECE_SIZE = std::size_t{1} << 20;
+
+using Types = std::vector<const RrdType*>;
+
+// Keeps the type of a definition for the states that follow, and returns what it makes of unions.
+std::string_view Define(const RrdType* type, Types& types) {
+  types.push_back(type);
+  return type == nullptr ? std::string_view() : type->par;
+}
+
+// As whole numbers: a signalling NaN changes in a register for doubles.
+void ReverseValues(unsigned char* bytes, std::size_t size) {
+  for (std::size_t offset = 0; offset < size; offset += VALUE_SIZE) {
+    std::uint64_t value = 0;
+    std::memcpy(&value, bytes + offset, sizeof value);
+    value = __builtin_bswap64(value);
+    std::memcpy(bytes + offset, &value, sizeof value);
+  }
+}
 
 }  // namespace
 
@@ -31,16 +49,28 @@ StatusCode LayoutRewriter::WriteTo(FileWriter& writer) {
 
 // Without a writer, the header is only read.
 StatusCode LayoutRewriter::RewriteHeader(FileReader& reader, FileWriter* writer) {
-  const struct {
-    Structure structure;
-    std::uint64_t count;
-  } parts[] = {
-      {STAT_HEAD, 1},           {DS_DEF, file.dsCount},   {RRA_DEF, file.rraCount},
-      {LIVE_HEAD, 1},           {PDP_PREP, file.dsCount}, {CDP_PREP, file.dsCount * file.rraCount},
-      {RRA_PTR, file.rraCount},
+  Types sources;
+  Types archives;
+  const auto none = [](const Record&, std::uint64_t) { return NO_UNIONS; };
+  const Part parts[] = {
+      {STAT_HEAD, 1, none},
+      {DS_DEF, file.dsCount,
+       [&](const Record& record, std::uint64_t) {
+         return Define(FindType(SOURCE_TYPES, record.GetText("dst")), sources);
+       }},
+      {RRA_DEF, file.rraCount,
+       [&](const Record& record, std::uint64_t) {
+         return Define(FindType(ARCHIVE_TYPES, record.GetText("cf_nam")), archives);
+       }},
+      {FindVersion(file.version)->liveHead, 1, none},
+      {PDP_PREP, file.dsCount,
+       [&](const Record&, std::uint64_t index) { return sources[index]->scratch; }},
+      {CDP_PREP, file.dsCount * file.rraCount,
+       [&](const Record&, std::uint64_t index) { return archives[index / file.dsCount]->scratch; }},
+      {RRA_PTR, file.rraCount, none},
   };
-  for (const auto& [structure, count] : parts) {
-    const StatusCode rc = RewriteRecords(reader, structure, count, writer);
+  for (const Part& part : parts) {
+    const StatusCode rc = RewriteRecords(reader, part, writer);
     if (rc != StatusCode::Success) {
       return rc;
     }
@@ -48,21 +78,25 @@ StatusCode LayoutRewriter::RewriteHeader(FileReader& reader, FileWriter* writer)
   return StatusCode::Success;
 }
 
-StatusCode LayoutRewriter::RewriteRecords(FileReader& reader, const Structure& structure,
-                                          std::uint64_t count, FileWriter* writer) {
-  const std::size_t size = SizeOf(source, structure);
-  const std::size_t targetSize = SizeOf(target, structure);
-  for (std::uint64_t i = 0; i < count; ++i) {
+StatusCode LayoutRewriter::RewriteRecords(FileReader& reader, const Part& part,
+                                          FileWriter* writer) {
+  const std::size_t size = SizeOf(source, part.structure);
+  const std::size_t targetSize = SizeOf(target, part.structure);
+  for (std::uint64_t i = 0; i < part.count; ++i) {
     const unsigned char* const bytes = reader.Read(size);
     if (bytes == nullptr) {
       return Fail(StatusCode::InvalidArgument, "Failed to read the header");
     }
+    const Record record(source, part.structure, bytes);
     std::array<unsigned char, MAX_STRUCTURE_SIZE> targetBytes{};
-    const std::string_view misfit =
-        Record(source, structure, bytes).ConvertTo(target, targetBytes.data());
+    const std::string_view unions = part.getUnions(record, i);
+    if (unions.empty()) {
+      return Fail(StatusCode::InvalidArgument, std::string("its ") + part.structure.name + "[" +
+                                                   std::to_string(i) + "] has an unknown type");
+    }
+    const std::string misfit = record.ConvertTo(target, unions, targetBytes.data());
     if (!misfit.empty()) {
-      return Fail(StatusCode::InvalidArgument,
-                  "its " + std::string(misfit) + " does not fit into a number of " + target.name);
+      return Fail(StatusCode::InvalidArgument, "its " + misfit);
     }
     if (writer != nullptr && !writer->Append(targetBytes.data(), targetSize)) {
       return Fail(StatusCode::IoError, std::generic_category().message(errno));
@@ -79,9 +113,12 @@ StatusCode LayoutRewriter::CopyValues(std::uint64_t offset, FileWriter& writer) 
   bool isWritten = writer.Flush();
   while (isWritten && remaining != 0) {
     const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(remaining, pieceSize));
-    const unsigned char* const bytes = reader.Read(size);
+    unsigned char* const bytes = reader.Read(size);
     if (bytes == nullptr) {
       return Fail(StatusCode::InvalidArgument, "Failed to read data block");
+    }
+    if (source.order != target.order) {
+      ReverseValues(bytes, size);
     }
     isWritten = writer.Write(bytes, size);
     remaining -= size;

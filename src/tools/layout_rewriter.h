@@ -1,18 +1,21 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <string_view>
 
 #include "timeseries/rrd/tool/layout_converter.h"
 #include "timeseries/status_code.h"
 #include "tools/file_reader.h"
 #include "tools/file_writer.h"
 #include "tools/layout_table.h"
+#include "tools/record.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 
-// Rewrites one recognised file for another machine: structure by structure, and then the values as
-// they are.
+// Rewrites one recognised file for another machine: structure by structure, and then the values, of
+// which no bit changes.
 class LayoutRewriter {
  public:
   // The descriptor must stay open.
@@ -28,9 +31,16 @@ class LayoutRewriter {
   const std::string& GetReason() const { return reason; }
 
  private:
+  // All structures of one kind.
+  struct Part {
+    const Structure& structure;
+    std::uint64_t count;
+    // Of what kind the unions of a record are; nothing when that is unknown.
+    std::function<std::string_view(const Record& record, std::uint64_t index)> getUnions;
+  };
+
   StatusCode RewriteHeader(FileReader& reader, FileWriter* writer);
-  StatusCode RewriteRecords(FileReader& reader, const Structure& structure, std::uint64_t count,
-                            FileWriter* writer);
+  StatusCode RewriteRecords(FileReader& reader, const Part& part, FileWriter* writer);
   StatusCode CopyValues(std::uint64_t offset, FileWriter& writer);
   StatusCode Fail(StatusCode status, const std::string& text);
 

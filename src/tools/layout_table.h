@@ -1,32 +1,33 @@
 #pragma once
 
-// RRD files of version 0003 to 0005 on any machine.
+// RRD files of version 0001 to 0005 on any machine.
 //
 // A file is a sequence of the structures of RRDtool's rrd_format.h as the compiler of the machine
-// lays them out, and then the archived values. Two tables say all of it: LAYOUTS has the widths of
-// the machines, and the tables of fields have the structures. Sizes and offsets follow as a C
-// compiler finds them: a number lies at a multiple of its alignment, and a structure ends at a
-// multiple of its largest.
+// lays them out, and then the archived values. Tables say all of it: LAYOUTS has the widths of the
+// machines, the tables of fields have the structures, and two tables of types say what the unions
+// of the structures are. Sizes and offsets follow as a C compiler finds them: a number lies at a
+// multiple of its alignment, and a structure ends at a multiple of its largest.
 //
 //   stat_head_t  1
 //   ds_def_t     ds_cnt
 //   rra_def_t    rra_cnt
-//   live_head_t  1
+//   live_head_t  1                 before version 0003, the time alone
 //   pdp_prep_t   ds_cnt
 //   cdp_prep_t   ds_cnt * rra_cnt
 //   rra_ptr_t    rra_cnt
 //   double       ds_cnt * the sum of row_cnt of all archives
 //
-//                 arm32-time32  arm32-time64  i386  64bit
-//   stat_head_t            120           120   112    128
-//     float_cookie          16            16    12     16
-//     ds_cnt                24            24    20     24
-//   ds_def_t               120           120   120    120
-//   rra_def_t              112           112   108    120
-//   live_head_t              8            16     8     16
-//   pdp_prep_t             112           112   112    112
-//   cdp_prep_t              80            80    80     80
-//   rra_ptr_t                4             4     4      8
+//                 32bit time32  32bit time64  i386  i386-time64  64bit
+//   stat_head_t            120           120   112          112    128
+//     float_cookie          16            16    12           12     16
+//     ds_cnt                24            24    20           20     24
+//   ds_def_t               120           120   120          120    120
+//   rra_def_t              112           112   108          108    120
+//   live_head_t              8            16     8           12     16
+//     before 0003            4             8     4            8      8
+//   pdp_prep_t             112           112   112          112    112
+//   cdp_prep_t              80            80    80           80     80
+//   rra_ptr_t                4             4     4            4      8
 
 #include <algorithm>
 #include <cstddef>
@@ -47,30 +48,29 @@ struct Machine {
   std::size_t timeSize;
   std::size_t doubleAlignment;  // that of every number of eight bytes
   ByteOrder order;
-  bool isSource;  // whether its files are converted
-  bool isTarget;  // whether files are converted for it
 };
 
 inline constexpr Machine LAYOUTS[] = {
-    {Layout::Arm32Time32, "arm32-time32", 4, 4, 8, ByteOrder::LowFirst, true, false},
-    {Layout::Arm32Time64, "arm32-time64", 4, 8, 8, ByteOrder::LowFirst, true, true},
-    {Layout::I386, "i386", 4, 4, 4, ByteOrder::LowFirst, true, false},
-    {Layout::Bits64, "64bit", 8, 8, 8, ByteOrder::LowFirst, true, true},
-    // Known so that its files are not taken for those of i386 with an unused word.
-    {Layout::I386Time64, "i386-time64", 4, 8, 4, ByteOrder::LowFirst, false, false},
-    {Layout::Bits32HighFirst, "32bit, high byte first", 4, 4, 8, ByteOrder::HighFirst, false,
-     false},
+    {Layout::Arm32Time32, "arm32-time32", 4, 4, 8, ByteOrder::LowFirst},
+    {Layout::Arm32Time64, "arm32-time64", 4, 8, 8, ByteOrder::LowFirst},
+    {Layout::I386, "i386", 4, 4, 4, ByteOrder::LowFirst},
+    {Layout::Bits64, "64bit", 8, 8, 8, ByteOrder::LowFirst},
+    {Layout::I386Time64, "i386-time64", 4, 8, 4, ByteOrder::LowFirst},
+    {Layout::Bits32HighFirst, "32bit, high byte first", 4, 4, 8, ByteOrder::HighFirst},
     {Layout::Bits32HighFirstTime64, "32bit with 64-bit time_t, high byte first", 4, 8, 8,
-     ByteOrder::HighFirst, false, false},
-    {Layout::Bits64HighFirst, "64bit, high byte first", 8, 8, 8, ByteOrder::HighFirst, false,
-     false},
+     ByteOrder::HighFirst},
+    {Layout::Bits64HighFirst, "64bit, high byte first", 8, 8, 8, ByteOrder::HighFirst},
 };
 
+// Files are converted from every layout, and to those of the machines that are still built.
+constexpr bool IsTarget(const Machine& machine) { return machine.order == ByteOrder::LowFirst; }
+
 enum class FieldType {
-  Text,   // bytes, of which the last is NUL
-  Long,   // unsigned long
-  Time,   // time_t
-  Eight,  // double, or a union of double and unsigned long: eight bytes on every machine
+  Text,    // bytes, of which the last is NUL
+  Long,    // unsigned long
+  Time,    // time_t
+  Double,  // eight bytes on every machine
+  Union,   // of a double and an unsigned long: eight bytes as well
 };
 
 struct Field {
@@ -79,52 +79,135 @@ struct Field {
   std::size_t count = 1;
 };
 
-// A view of a table of fields.
+// A name and a view of a table of fields.
 struct Structure {
   template <std::size_t Count>
-  constexpr Structure(const Field (&table)[Count])  // NOLINT(google-explicit-constructor)
-      : fields(table), fieldCount(Count) {}
+  constexpr Structure(const char* name, const Field (&table)[Count])
+      : name(name), fields(table), fieldCount(Count) {}
 
   constexpr const Field* begin() const { return fields; }
   constexpr const Field* end() const { return fields + fieldCount; }
 
+  const char* name;
   const Field* fields;
   std::size_t fieldCount;
 };
 
-inline constexpr Field STAT_HEAD[] = {
-    {"cookie", FieldType::Text, 4},     {"version", FieldType::Text, 5},
-    {"float_cookie", FieldType::Eight},  // FLOAT_COOKIE
-    {"ds_cnt", FieldType::Long},         // data sources
-    {"rra_cnt", FieldType::Long},        // archives
-    {"pdp_step", FieldType::Long},       // seconds
-    {"par", FieldType::Eight, 10},
+inline constexpr Field STAT_HEAD_FIELDS[] = {
+    {"cookie", FieldType::Text, 4},      {"version", FieldType::Text, 5},
+    {"float_cookie", FieldType::Double},  // FLOAT_COOKIE
+    {"ds_cnt", FieldType::Long},          // data sources
+    {"rra_cnt", FieldType::Long},         // archives
+    {"pdp_step", FieldType::Long},        // seconds
+    {"par", FieldType::Union, 10},
 };
-inline constexpr Field DS_DEF[] = {
+inline constexpr Field DS_DEF_FIELDS[] = {
     {"ds_nam", FieldType::Text, 20},
     {"dst", FieldType::Text, 20},
-    {"par", FieldType::Eight, 10},
+    {"par", FieldType::Union, 10},
 };
-inline constexpr Field RRA_DEF[] = {
+inline constexpr Field RRA_DEF_FIELDS[] = {
     {"cf_nam", FieldType::Text, 20},
     {"row_cnt", FieldType::Long},  // rows, of one value per data source
     {"pdp_cnt", FieldType::Long},  // steps of a row
-    {"par", FieldType::Eight, 10},
+    {"par", FieldType::Union, 10},
 };
-inline constexpr Field LIVE_HEAD[] = {
+inline constexpr Field LIVE_HEAD_FIELDS[] = {
     {"last_up", FieldType::Time},       // seconds since the epoch
     {"last_up_usec", FieldType::Long},  // microseconds
 };
-inline constexpr Field PDP_PREP[] = {
+inline constexpr Field OLD_LIVE_HEAD_FIELDS[] = {{"last_up", FieldType::Time}};
+inline constexpr Field PDP_PREP_FIELDS[] = {
     {"last_ds", FieldType::Text, 30},  // the last reading
-    {"scratch", FieldType::Eight, 10},
+    {"scratch", FieldType::Union, 10},
 };
-inline constexpr Field CDP_PREP[] = {{"scratch", FieldType::Eight, 10}};
-inline constexpr Field RRA_PTR[] = {{"cur_row", FieldType::Long}};
+inline constexpr Field CDP_PREP_FIELDS[] = {{"scratch", FieldType::Union, 10}};
+inline constexpr Field RRA_PTR_FIELDS[] = {{"cur_row", FieldType::Long}};
+
+inline constexpr Structure STAT_HEAD("stat_head", STAT_HEAD_FIELDS);
+inline constexpr Structure DS_DEF("ds_def", DS_DEF_FIELDS);
+inline constexpr Structure RRA_DEF("rra_def", RRA_DEF_FIELDS);
+inline constexpr Structure LIVE_HEAD("live_head", LIVE_HEAD_FIELDS);
+inline constexpr Structure OLD_LIVE_HEAD("live_head", OLD_LIVE_HEAD_FIELDS);
+inline constexpr Structure PDP_PREP("pdp_prep", PDP_PREP_FIELDS);
+inline constexpr Structure CDP_PREP("cdp_prep", CDP_PREP_FIELDS);
+inline constexpr Structure RRA_PTR("rra_ptr", RRA_PTR_FIELDS);
 
 inline constexpr char COOKIE[] = "RRD";
 inline constexpr double FLOAT_COOKIE = 8.642135E130;
-inline constexpr const char* VERSIONS[] = {"0003", "0004", "0005"};
+
+struct Version {
+  const char* name;
+  Structure liveHead;
+};
+
+inline constexpr Version VERSIONS[] = {
+    {"0001", OLD_LIVE_HEAD}, {"0002", OLD_LIVE_HEAD}, {"0003", LIVE_HEAD},
+    {"0004", LIVE_HEAD},     {"0005", LIVE_HEAD},
+};
+
+// The type of a data source or the function of an archive, and what it makes of the ten unions in
+// `par` of its definition and in `scratch` of its state. A letter each:
+//
+//   D  a double
+//   C  an unsigned long in the first bytes, whatever the byte order; a narrow one leaves the others
+//      unread
+//   F  two operations of a formula, each of a char and, in its last two bytes, a short
+//   T  characters
+//   -  nothing, which is carried over like a double
+struct RrdType {
+  std::string_view name;
+  std::string_view par;
+  std::string_view scratch;
+};
+
+inline constexpr RrdType SOURCE_TYPES[] = {
+    // par: heartbeat, minimum, maximum. scratch: unknown seconds, value.
+    {"GAUGE", "CDD-------", "CD--------"},    {"COUNTER", "CDD-------", "CD--------"},
+    {"DERIVE", "CDD-------", "CD--------"},   {"ABSOLUTE", "CDD-------", "CD--------"},
+    {"DCOUNTER", "CDD-------", "CD--------"}, {"DDERIVE", "CDD-------", "CD--------"},
+    {"COMPUTE", "FFFFFFFFFF", "CD--------"},
+};
+
+inline constexpr RrdType ARCHIVE_TYPES[] = {
+    // par: xff.
+    {"AVERAGE", "D---------", "DCDDDDCCDD"},
+    {"MIN", "D---------", "DCDDDDCCDD"},
+    {"MAX", "D---------", "DCDDDDCCDD"},
+    {"LAST", "D---------", "DCDDDDCCDD"},
+    // par: -, alpha, beta, dependent archive, period.
+    {"HWPREDICT", "-DDCD-----", "DCDDDDCCDD"},
+    {"MHWPREDICT", "-DDCD-----", "DCDDDDCCDD"},
+    // par: -, gamma, smoothing window, dependent archive, smooth index.
+    {"SEASONAL", "-DDCC-----", "DCDDDDCCDD"},
+    {"DEVSEASONAL", "-DDCC-----", "DCDDDDCCDD"},
+    {"DEVPREDICT", "---C------", "DCDDDDCCDD"},
+    // par: -, delta above and below, dependent archive, window, threshold. scratch: the history.
+    {"FAILURES", "-DDCCC----", "TTTTTTTTDD"},
+};
+
+inline constexpr std::string_view NO_UNIONS = "----------";
+
+// Null for a name that is in no row.
+template <std::size_t Count>
+constexpr const RrdType* FindType(const RrdType (&types)[Count], std::string_view name) {
+  for (const RrdType& type : types) {
+    if (type.name == name) {
+      return &type;
+    }
+  }
+  return nullptr;
+}
+
+// Null for a version that is not known.
+constexpr const Version* FindVersion(std::string_view name) {
+  for (const Version& version : VERSIONS) {
+    if (version.name == name) {
+      return &version;
+    }
+  }
+  return nullptr;
+}
 
 constexpr std::size_t SizeOf(const Machine& machine, FieldType type) {
   switch (type) {
@@ -132,10 +215,10 @@ constexpr std::size_t SizeOf(const Machine& machine, FieldType type) {
       return machine.longSize;
     case FieldType::Time:
       return machine.timeSize;
-    case FieldType::Eight:
-      return VALUE_SIZE;
-    default:
+    case FieldType::Text:
       return 1;
+    default:
+      return VALUE_SIZE;
   }
 }
 

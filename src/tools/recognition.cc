@@ -14,6 +14,8 @@
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 namespace {
 
+// RRDtool creates no file with an earlier last update; the library itself may.
+constexpr std::uint64_t USUAL_TIME = 315360000;                                // in 1979
 constexpr std::uint64_t MAX_TIME = std::numeric_limits<std::uint32_t>::max();  // in 2106
 constexpr std::uint64_t MICROSECONDS = 1000000;
 constexpr std::uint64_t UNUSED_SIZES[] = {0, 4, 8};
@@ -26,7 +28,7 @@ enum class Agreement {
   Cookie,    // its counts do not
   Counts,    // its size does not
   Size,      // its content does not
-  Content,   // its texts are not as RRDtool writes them
+  Content,   // it is not as RRDtool writes it
   Complete,  // in all
 };
 
@@ -36,9 +38,11 @@ using FileHead = std::array<unsigned char, MAX_STRUCTURE_SIZE>;
 // Examines a file as one layout would have it, from the beginning to the first contradiction.
 class Examination {
  public:
-  Examination(int fd, std::uint64_t fileSize, const FileHead& head, const Machine& machine)
-      : machine(machine), fd(fd), fileSize(fileSize) {
+  Examination(int fd, std::uint64_t fileSize, const FileHead& head, const Version& version,
+              const Machine& machine)
+      : machine(machine), liveHead(version.liveHead), fd(fd), fileSize(fileSize) {
     file.layout = machine.layout;
+    file.version = version.name;
     if (!HasFloatCookie(Record(machine, STAT_HEAD, head.data()))) {
       return;
     }
@@ -52,7 +56,7 @@ class Examination {
     }
     agreement = Agreement::Size;
     if (HasDataSources() && HasLiveHead() && HasReadings() && HasRowsInUse()) {
-      agreement = areTextsClean ? Agreement::Complete : Agreement::Content;
+      agreement = isUsual ? Agreement::Complete : Agreement::Content;
     }
   }
 
@@ -73,9 +77,10 @@ class Examination {
   }
 
   bool CheckTexts(const Record& record, const char* name) {
-    areTextsClean = areTextsClean && record.AreTextsClean();
-    return Require(record.AreTextsTerminated(),
-                   std::string("a text of its ") + name + " has no end");
+    isUsual = isUsual && record.AreTextsClean();
+    const std::string text = std::string("a text of its ") + name;
+    return Require(record.AreTextsTerminated(), text + " has no end") &&
+           Require(record.AreTextsPlausible(), text + " is none");
   }
 
   bool HasFloatCookie(const Record& head) {
@@ -108,7 +113,7 @@ class Examination {
   }
 
   std::uint64_t GetRraPtrOffset() const {
-    return GetLiveHeadOffset() + SizeOf(machine, LIVE_HEAD) +
+    return GetLiveHeadOffset() + SizeOf(machine, liveHead) +
            file.dsCount * SizeOf(machine, PDP_PREP) +
            file.dsCount * file.rraCount * SizeOf(machine, CDP_PREP);
   }
@@ -162,18 +167,19 @@ class Examination {
   bool HasDataSources() { return HasTexts(DS_DEF, SizeOf(machine, STAT_HEAD), "data sources"); }
 
   bool HasReadings() {
-    return HasTexts(PDP_PREP, GetLiveHeadOffset() + SizeOf(machine, LIVE_HEAD), "last readings");
+    return HasTexts(PDP_PREP, GetLiveHeadOffset() + SizeOf(machine, liveHead), "last readings");
   }
 
   bool HasLiveHead() {
     FileReader reader(fd, GetLiveHeadOffset());
     const unsigned char* bytes = nullptr;
-    if (!ReadRecord(reader, LIVE_HEAD, bytes)) {
+    if (!ReadRecord(reader, liveHead, bytes)) {
       return false;
     }
-    const Record liveHead(machine, LIVE_HEAD, bytes);
-    file.lastUpdate = liveHead.GetNumber("last_up");
-    const std::uint64_t microseconds = liveHead.GetNumber("last_up_usec");
+    const Record record(machine, liveHead, bytes);
+    file.lastUpdate = record.GetNumber("last_up");
+    isUsual = isUsual && file.lastUpdate >= USUAL_TIME;
+    const std::uint64_t microseconds = record.GetNumber("last_up_usec");
     return Require(file.lastUpdate <= MAX_TIME, "the time of its last update, " +
                                                     ToText(file.lastUpdate) +
                                                     ", lies before 1970 or after 2106") &&
@@ -201,11 +207,12 @@ class Examination {
   }
 
   const Machine& machine;
+  const Structure& liveHead;
   int fd;
   std::uint64_t fileSize;
   RecognisedFile file;
   Agreement agreement = Agreement::None;
-  bool areTextsClean = true;
+  bool isUsual = true;
   std::string contradiction;
 };
 
@@ -246,8 +253,8 @@ std::string Decide(const Examinations& fitting, RecognisedFile& file) {
   return "it may be " + names;
 }
 
-// Reads the head and finds what no layout could change.
-std::string ReadHead(int fd, FileHead& head) {
+// Reads the head and finds the version, or what no layout could change.
+std::string ReadHead(int fd, FileHead& head, const Version*& version) {
   const ssize_t size = pread64(fd, head.data(), head.size(), 0);
   if (size < static_cast<ssize_t>(SizeOf(GetMachine(Layout::I386), STAT_HEAD))) {
     return "it is too short for the header of an RRD file";
@@ -256,24 +263,25 @@ std::string ReadHead(int fd, FileHead& head) {
   if (std::memcmp(text, COOKIE, sizeof COOKIE) != 0) {
     return "Not an RRD file (bad cookie)";
   }
-  const char* const version = text + sizeof COOKIE;
-  const bool isKnown = std::any_of(
-      std::begin(VERSIONS), std::end(VERSIONS),
-      [&](const char* known) { return std::memcmp(version, known, std::strlen(known) + 1) == 0; });
-  return isKnown ? "" : "Unsupported RRD version: " + std::string(version, strnlen(version, 4));
+  constexpr std::size_t VERSION_SIZE = 5;
+  const char* const name = text + sizeof COOKIE;
+  version = FindVersion({name, strnlen(name, VERSION_SIZE)});
+  return version != nullptr ? ""
+                            : "Unsupported RRD version: " + std::string(name, strnlen(name, 4));
 }
 
 }  // namespace
 
 std::string RecogniseLayout(int fd, std::uint64_t fileSize, RecognisedFile& file) {
   FileHead head{};
-  std::string problem = ReadHead(fd, head);
+  const Version* version = nullptr;
+  std::string problem = ReadHead(fd, head, version);
   if (!problem.empty()) {
     return problem;
   }
   Examinations examinations;
   for (const Machine& machine : LAYOUTS) {
-    examinations.emplace_back(fd, fileSize, head, machine);
+    examinations.emplace_back(fd, fileSize, head, *version, machine);
   }
   Agreement best = Agreement::None;
   for (const Examination& examination : examinations) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "tools/layout_table.h"
@@ -13,27 +14,34 @@ class Record {
   Record(const Machine& machine, const Structure& structure, const unsigned char* bytes)
       : machine(machine), structure(structure), bytes(bytes) {}
 
-  // Of a long, a time or the bits of a double.
+  // Of a long, a time or the bits of a double; 0 for a field that the structure does not have.
   std::uint64_t GetNumber(std::string_view name) const;
+
+  // Up to its NUL or the end of the field.
+  std::string_view GetText(std::string_view name) const;
 
   // Whether each text ends within its field.
   bool AreTextsTerminated() const;
 
-  // Whether each text has characters, all printable, and nothing but zeros behind them, as RRDtool
-  // writes it.
+  // Whether each text is printable, and no empty one has anything behind its NUL, as if it began
+  // elsewhere.
+  bool AreTextsPlausible() const;
+
+  // Whether each text has characters, and nothing but zeros behind them, as RRDtool writes it.
   bool AreTextsClean() const;
 
   // Fills in a structure of another machine, whose bytes are zero. A number of another width is
-  // widened without sign. Both machines have the low byte first. Returns the name of the first
-  // number that does not fit, or nothing.
-  std::string_view ConvertTo(const Machine& target, unsigned char* targetBytes) const;
+  // widened without sign. `unions` tells of what kind the unions are, as in RrdType. Returns what
+  // does not fit, or nothing.
+  std::string ConvertTo(const Machine& target, std::string_view unions,
+                        unsigned char* targetBytes) const;
 
  private:
   template <typename Predicate>
   bool AreAllTexts(Predicate isRight) const;
 
   const Machine& machine;
-  Structure structure;
+  const Structure& structure;
   const unsigned char* bytes;
 };
 

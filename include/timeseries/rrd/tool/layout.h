@@ -11,8 +11,8 @@ enum class Layout {
   Arm32Time64,            // the same with a 64-bit time_t
   I386,                   // 32-bit x86, 32-bit time_t
   Bits64,                 // every 64-bit machine low byte first: x86-64, ARM, RISC-V
-  I386Time64,             // recognised only, as are all that follow
-  Bits32HighFirst,        // 32-bit PowerPC, SPARC and MIPS high byte first
+  I386Time64,             // 32-bit x86, 64-bit time_t
+  Bits32HighFirst,        // 32-bit PowerPC, SPARC and MIPS high byte first: no target, as all below
   Bits32HighFirstTime64,  // the same with a 64-bit time_t
   Bits64HighFirst,        // s390x, 64-bit PowerPC and SPARC
 };

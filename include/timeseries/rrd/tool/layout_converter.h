@@ -17,11 +17,12 @@ struct RecognisedFile {
   std::uint64_t rowCount = 0;    // of all archives, each row with one value per data source
   std::uint64_t step = 0;        // seconds
   std::uint64_t lastUpdate = 0;  // seconds since the epoch
+  std::string version;           // of the file format, "0003"
   std::uint64_t unusedSize = 0;  // bytes behind the values: 0, or the 4 or 8 of an unused word
 };
 
-// Recognises RRD files (versions 0003 to 0005) of any machine and rewrites them for another one.
-// Old files end with an unused word, which is accepted and left out.
+// Recognises RRD files (versions 0001 to 0005) of any machine and rewrites them for another one, in
+// their version. Old files end with an unused word, which is accepted and left out.
 //
 // Every failure writes one line to the log and keeps its reason. An object is used by one thread.
 class NVX_TIMESERIES_EXPORT LayoutConverter {
@@ -36,13 +37,13 @@ class NVX_TIMESERIES_EXPORT LayoutConverter {
   // Convert would return before it touches the destination.
   StatusCode Check(const std::string& source, Layout target);
 
-  // Writes a copy of `source` in the layout `target`, Bits64 or Arm32Time64, to `destination`,
-  // which is replaced when it exists, and syncs it. The source is only read.
+  // Writes a copy of `source` in the layout `target`, one with the low byte first, to
+  // `destination`, which is replaced when it exists, and syncs it. The source is only read.
   //
   // Before the destination is touched: the failures of Recognise; NothingToDo for a file that has
-  // the layout already and no unused word; InvalidArgument for a layout that is not converted, for
-  // a number that does not fit into the target, and when both paths name the same file; IoError
-  // when the destination cannot be created.
+  // the layout already and no unused word; InvalidArgument for another target, for a number or a
+  // time that does not fit into the target, for a type of data source or archive that is unknown,
+  // and when both paths name the same file; IoError when the destination cannot be created.
   //
   // Later failures (IoError, InvalidArgument) leave a destination that is incomplete and of no use.
   // To replace a file, convert to a temporary path and rename.
