@@ -80,7 +80,7 @@ class Examination {
     isUsual = isUsual && record.AreTextsClean();
     const std::string text = std::string("a text of its ") + name;
     return Require(record.AreTextsTerminated(), text + " has no end") &&
-           Require(record.AreTextsPlausible(), text + " is none");
+           Require(record.AreTextsPlausible(), text + " is not printable");
   }
 
   bool HasFloatCookie(const Record& head) {
