@@ -131,7 +131,8 @@ void PrintJson(const FileReport& report, std::ostream& output) {
 void PrintText(const ForeignFile& file, const std::string& path, std::ostream& output) {
   const auto& content = file.content;
   output << "path      " << WithoutControls(path) << '\n'
-         << "layout    " << Rrd::Tool::GetLayoutName(content.layout) << '\n'
+         << "layout    " << Rrd::Tool::GetLayoutName(content.layout) << ", version "
+         << content.version << '\n'
          << "step      " << content.step << " s\n"
          << "sources   " << content.dsCount << '\n'
          << "archives  " << content.rraCount << '\n'
@@ -149,6 +150,7 @@ void PrintJson(const ForeignFile& file, const std::string& path, std::ostream& o
   const auto& content = file.content;
   PrintObject({{"path", path},
                {"layout", Rrd::Tool::GetLayoutName(content.layout)},
+               {"version", content.version},
                {"step", content.step},
                {"sources", content.dsCount},
                {"archives", content.rraCount},
