@@ -10,6 +10,7 @@ namespace {
 using nv::kora::StatusCode;
 using nvx::TimeSeriesDatabase::Rrd::Tool::Layout;
 using nvx::TimeSeriesDatabase::Rrd::Tool::LayoutConverter;
+using nvx::TimeSeriesDatabase::Rrd::Tool::RecognisedFile;
 
 void Require(bool isRight) {
   if (!isRight) {
@@ -20,19 +21,30 @@ void Require(bool isRight) {
 constexpr Layout TARGETS[] = {Layout::Bits64, Layout::Arm32Time64, Layout::Arm32Time32,
                               Layout::I386Time64, Layout::I386};
 
-// A converted file is one of its layout; of 32 bits, it may also be of the other time_t where its
-// texts or its times are not as RRDtool writes them. There and back it stays the same.
+// Whether a file that was converted is recognised as what it became. Of 32 bits, one whose texts or
+// times are not as RRDtool writes them may be of the other time_t with an unused word.
+bool IsRecognised(const MemoryFile& file, Layout layout) {
+  LayoutConverter converter;
+  if (converter.Check(file.GetPath(), layout) == StatusCode::NothingToDo) {
+    return true;
+  }
+  RecognisedFile other;
+  Require(layout != Layout::Bits64);
+  Require(converter.Recognise(file.GetPath(), other) == StatusCode::InvalidArgument ||
+          other.unusedSize != 0);
+  return false;
+}
+
+// There and back it stays the same.
 void ConvertAgain(const MemoryFile& file, Layout layout) {
   static const MemoryFile there("there");
   static const MemoryFile back("back");
-  LayoutConverter converter;
-  const StatusCode status = converter.Check(file.GetPath(), layout);
-  Require(status == StatusCode::NothingToDo ||
-          (status == StatusCode::InvalidArgument && layout != Layout::Bits64));
   const Layout other = layout == Layout::Bits64 ? Layout::I386Time64 : Layout::Bits64;
-  if (status == StatusCode::NothingToDo &&
+  LayoutConverter converter;
+  if (IsRecognised(file, layout) &&
       converter.Convert(file.GetPath(), there.GetPath(), other) == StatusCode::Success &&
-      converter.Convert(there.GetPath(), back.GetPath(), layout) == StatusCode::Success) {
+      IsRecognised(there, other)) {
+    Require(converter.Convert(there.GetPath(), back.GetPath(), layout) == StatusCode::Success);
     Require(back.Get() == file.Get());
   }
 }
