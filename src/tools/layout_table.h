@@ -43,23 +43,23 @@ enum class ByteOrder { LowFirst, HighFirst };
 
 struct Machine {
   Layout layout;
+  ByteOrder order;
   const char* name;
   std::size_t longSize;
   std::size_t timeSize;
   std::size_t doubleAlignment;  // that of every number of eight bytes
-  ByteOrder order;
 };
 
 inline constexpr Machine LAYOUTS[] = {
-    {Layout::Arm32Time32, "arm32-time32", 4, 4, 8, ByteOrder::LowFirst},
-    {Layout::Arm32Time64, "arm32-time64", 4, 8, 8, ByteOrder::LowFirst},
-    {Layout::I386, "i386", 4, 4, 4, ByteOrder::LowFirst},
-    {Layout::Bits64, "64bit", 8, 8, 8, ByteOrder::LowFirst},
-    {Layout::I386Time64, "i386-time64", 4, 8, 4, ByteOrder::LowFirst},
-    {Layout::Bits32HighFirst, "32bit, high byte first", 4, 4, 8, ByteOrder::HighFirst},
-    {Layout::Bits32HighFirstTime64, "32bit with 64-bit time_t, high byte first", 4, 8, 8,
-     ByteOrder::HighFirst},
-    {Layout::Bits64HighFirst, "64bit, high byte first", 8, 8, 8, ByteOrder::HighFirst},
+    {Layout::Arm32Time32, ByteOrder::LowFirst, "arm32-time32", 4, 4, 8},
+    {Layout::Arm32Time64, ByteOrder::LowFirst, "arm32-time64", 4, 8, 8},
+    {Layout::I386, ByteOrder::LowFirst, "i386", 4, 4, 4},
+    {Layout::Bits64, ByteOrder::LowFirst, "64bit", 8, 8, 8},
+    {Layout::I386Time64, ByteOrder::LowFirst, "i386-time64", 4, 8, 4},
+    {Layout::Bits32HighFirst, ByteOrder::HighFirst, "32bit, high byte first", 4, 4, 8},
+    {Layout::Bits32HighFirstTime64, ByteOrder::HighFirst,
+     "32bit with 64-bit time_t, high byte first", 4, 8, 8},
+    {Layout::Bits64HighFirst, ByteOrder::HighFirst, "64bit, high byte first", 8, 8, 8},
 };
 
 // Files are converted from every layout, and to those of the machines that are still built.
@@ -186,6 +186,7 @@ inline constexpr RrdType ARCHIVE_TYPES[] = {
     {"FAILURES", "-DDCCC----", "TTTTTTTTDD"},
 };
 
+// For the unions of the first structure, and for structures without.
 inline constexpr std::string_view NO_UNIONS = "----------";
 
 // Null for a name that is in no row.

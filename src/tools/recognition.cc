@@ -14,8 +14,8 @@
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 namespace {
 
-// RRDtool creates no file with an earlier last update; the library itself may.
-constexpr std::uint64_t USUAL_TIME = 315360000;                                // in 1979
+// `rrdtool create` takes no earlier time, at the end of 1979.
+constexpr std::uint64_t USUAL_TIME = 315360000;
 constexpr std::uint64_t MAX_TIME = std::numeric_limits<std::uint32_t>::max();  // in 2106
 constexpr std::uint64_t MICROSECONDS = 1000000;
 constexpr std::uint64_t UNUSED_SIZES[] = {0, 4, 8};
@@ -276,7 +276,7 @@ std::string RecogniseLayout(int fd, std::uint64_t fileSize, RecognisedFile& file
   FileHead head{};
   const Version* version = nullptr;
   std::string problem = ReadHead(fd, head, version);
-  if (!problem.empty()) {
+  if (version == nullptr) {
     return problem;
   }
   Examinations examinations;

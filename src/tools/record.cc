@@ -73,11 +73,11 @@ struct Item {
     }
   }
 
-  // Why the number does not fit.
-  std::string DescribeMisfit(FieldType type) const {
+  // What does not fit, and why.
+  std::string Describe(const std::string& name, FieldType type) const {
     const bool isTime = type == FieldType::Time;
     const std::uint64_t number = GetNumberAt(bytes, source, isTime ? type : FieldType::Long);
-    return ", " + std::to_string(number) +
+    return name + ", " + std::to_string(number) +
            (isTime ? ", lies after January 2038, the end of the times of "
                    : ", does not fit into a number of ") +
            target.name;
@@ -145,19 +145,23 @@ bool Record::AreTextsClean() const { return AreAllTexts(IsClean); }
 std::string Record::ConvertTo(const Machine& target, std::string_view unions,
                               unsigned char* targetBytes) const {
   std::string misfit;
+  const auto convert = [&](const Field& field, std::size_t index, const Item& item) {
+    const FieldType type = field.type;
+    const bool fits =
+        type == FieldType::Union ? item.ConvertUnion(unions[index]) : item.Convert(type);
+    if (!fits && misfit.empty()) {
+      const std::string element = field.count == 1 ? "" : "[" + std::to_string(index) + "]";
+      const std::string name = std::string(structure.name) + "." + std::string(field.name);
+      misfit = item.Describe(name + element, type);
+    }
+  };
   VisitFields(machine, structure, [&](const Field& field, std::size_t offset) {
-    Item item{machine, bytes + offset, target,
-              targetBytes + OffsetOf(target, structure, field.name)};
+    const unsigned char* const first = bytes + offset;
+    unsigned char* const targetFirst = targetBytes + OffsetOf(target, structure, field.name);
     for (std::size_t i = 0; i < field.count; ++i) {
-      const bool fits =
-          field.type == FieldType::Union ? item.ConvertUnion(unions[i]) : item.Convert(field.type);
-      if (!fits && misfit.empty()) {
-        const std::string index = field.count == 1 ? "" : "[" + std::to_string(i) + "]";
-        misfit = std::string(structure.name) + "." + std::string(field.name) + index +
-                 item.DescribeMisfit(field.type);
-      }
-      item.bytes += SizeOf(machine, field.type);
-      item.targetBytes += SizeOf(target, field.type);
+      convert(field, i,
+              {machine, first + i * SizeOf(machine, field.type), target,
+               targetFirst + i * SizeOf(target, field.type)});
     }
   });
   return misfit;
