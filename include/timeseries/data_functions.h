@@ -49,6 +49,42 @@ NVX_TIMESERIES_EXPORT StatusCode ComputeSum(const double* first, const double* l
 NVX_TIMESERIES_EXPORT StatusCode ComputeCount(const double* first, const double* last,
                                               double& value, bool& valid);
 
+// The first and the last of the samples that are not missing; valid when no sample is missing. Of a
+// run of two samples, as for the minimum, the first sample alone counts; so with the functions
+// below.
+NVX_TIMESERIES_EXPORT StatusCode ComputeFirst(const double* first, const double* last,
+                                              double& value, bool& valid);
+NVX_TIMESERIES_EXPORT StatusCode ComputeLast(const double* first, const double* last, double& value,
+                                             bool& valid);
+
+// The standard deviation of the samples that are not missing, as of a whole population: the root of
+// the mean of the squares of their distances from their average. It is 0 for a single sample, and
+// NaN when one is infinite. Valid when no sample is missing.
+NVX_TIMESERIES_EXPORT StatusCode ComputeDeviation(const double* first, const double* last,
+                                                  double& value, bool& valid);
+
+// Sets `function` to one that computes the integral over time, in values times seconds, of samples
+// that are `step` seconds apart (FetchResult::GetStep): each sample that is not missing holds up to
+// the next one, so the last one of the run adds nothing and the integrals of the days add up to
+// that of their month. Valid when no sample of the run is missing, the last one included. NaN for a
+// run of one sample, which is no step. InvalidArgument, with `function` unchanged, when `step` is
+// 0.
+NVX_TIMESERIES_EXPORT StatusCode MakeIntegral(unsigned long step, DataFunction& function);
+
+// Sets `function` to one that finds a percentile by nearest rank, as bills have it: of n samples
+// that are not missing, in ascending order, the one of the rank ceil(percent / 100 * n), both ends
+// of the run included. It is always one of the samples. Valid when no sample is missing.
+//
+// The percentage is given in thousandths of a percent, 1 to 100000, so that ranks are exact: 95000
+// for the 95th percentile, 99900 for 99.9. InvalidArgument, with `function` unchanged, for others.
+//
+// The function keeps a buffer as long as the longest run that it has met. A copy has a buffer of
+// its own; the same function must not be called by two threads at once.
+NVX_TIMESERIES_EXPORT StatusCode MakePercentile(unsigned int thousandths, DataFunction& function);
+
+// The median, as a percentile: of an even number of samples the lower one of the two in the middle.
+constexpr unsigned int MEDIAN = 50000;
+
 // The first of samples[0] to samples[count - 1] that is not missing; null when all are.
 NVX_TIMESERIES_EXPORT const double* SearchForFirstValidSample(const double* samples,
                                                               unsigned int count);

@@ -1,14 +1,18 @@
 #include "timeseries/data_functions.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <limits>
 #include <string>
+#include <vector>
+
+#include "foundation/log.h"
 
 namespace nvx::TimeSeriesDatabase::DataFunctions {
 namespace {
 
-// The name of this family in log lines, of which it writes none.
-[[maybe_unused]] const std::string COMPONENT_NAME = "TimeSeriesDatabase::DataFunctions";
+const std::string COMPONENT_NAME = "TimeSeriesDatabase::DataFunctions";
 
 constexpr double MISSING = std::numeric_limits<double>::quiet_NaN();
 
@@ -47,14 +51,20 @@ const double* EndOfOwnSamples(const double* first, const double* last) {
   return last > first ? last : last + 1;
 }
 
+// The end of the samples of a run: of one step, the first sample alone is its own.
+const double* EndOfRun(const double* first, const double* last) {
+  return last == first + 1 ? last : last + 1;
+}
+
+bool IsComplete(const double* first, const double* end) { return std::all_of(first, end, IsValid); }
+
 template <typename Precedes>
 StatusCode FindExtreme(const double* first, const double* last, Precedes precedes, double& value,
                        bool& valid) {
   if (first == nullptr || last == nullptr) {
     return StatusCode::NullPointer;
   }
-  const bool isOneStep = last == first + 1;
-  const double* const end = isOneStep ? last : last + 1;
+  const double* const end = EndOfRun(first, last);
   const double* extreme = nullptr;
   std::ptrdiff_t validCount = 0;
   for (const double* sample = first; sample != end; ++sample) {
@@ -70,6 +80,69 @@ StatusCode FindExtreme(const double* first, const double* last, Precedes precede
   valid = validCount == end - first;
   return StatusCode::Success;
 }
+
+// The variance of a run that begins with a sample which is not missing.
+double ComputeVariance(const double* first, const double* end) {
+  // Counted from one of the samples, so that equal ones have a variance of exactly 0.
+  const double origin = *first;
+  double sum = 0.0;
+  double count = 0.0;
+  for (const double* sample = first; sample != end; ++sample) {
+    if (IsValid(*sample)) {
+      sum += *sample - origin;
+      ++count;
+    }
+  }
+  const double mean = sum / count;
+  double squares = 0.0;
+  for (const double* sample = first; sample != end; ++sample) {
+    if (IsValid(*sample)) {
+      const double distance = *sample - origin - mean;
+      squares += distance * distance;
+    }
+  }
+  return squares / count;
+}
+
+constexpr unsigned int WHOLE = 100000;  // 100 percent in thousandths
+
+// Selects by nearest rank in a buffer of its own, which grows to the longest run.
+class Percentile {
+ public:
+  explicit Percentile(unsigned int thousandths) : thousandths(thousandths) {}
+
+  StatusCode operator()(const double* first, const double* last, double& value, bool& valid) {
+    if (first == nullptr || last == nullptr) {
+      return StatusCode::NullPointer;
+    }
+    const double* const end = EndOfRun(first, last);
+    const std::size_t count = CopyValid(first, end);
+    if (count == 0) {
+      return SetMissing(value, valid);
+    }
+    const auto selected = buffer.begin() + static_cast<std::ptrdiff_t>(GetRank(count) - 1);
+    std::nth_element(buffer.begin(), selected, buffer.begin() + static_cast<std::ptrdiff_t>(count));
+    value = *selected;
+    valid = count == static_cast<std::size_t>(end - first);
+    return StatusCode::Success;
+  }
+
+ private:
+  // Whole numbers, since 99.9 percent of 1000 in floating point may lie above 999.
+  std::size_t GetRank(std::size_t count) const {
+    const unsigned long long product = static_cast<unsigned long long>(count) * thousandths;
+    return static_cast<std::size_t>((product + WHOLE - 1) / WHOLE);
+  }
+
+  std::size_t CopyValid(const double* first, const double* end) {
+    buffer.resize(std::max(buffer.size(), static_cast<std::size_t>(end - first)));
+    return static_cast<std::size_t>(std::copy_if(first, end, buffer.begin(), IsValid) -
+                                    buffer.begin());
+  }
+
+  unsigned int thousandths;
+  std::vector<double> buffer;
+};
 
 }  // namespace
 
@@ -182,6 +255,81 @@ StatusCode ComputeCount(const double* first, const double* last, double& value, 
   const Total total = AddUp(first, EndOfOwnSamples(first, last));
   value = static_cast<double>(total.validCount);
   valid = total.count > 0 && total.validCount == total.count;
+  return StatusCode::Success;
+}
+
+StatusCode ComputeFirst(const double* first, const double* last, double& value, bool& valid) {
+  if (first == nullptr || last == nullptr) {
+    return StatusCode::NullPointer;
+  }
+  const double* const end = EndOfRun(first, last);
+  const double* const found = std::find_if(first, end, IsValid);
+  if (found == end) {
+    return SetMissing(value, valid);
+  }
+  value = *found;
+  valid = IsComplete(first, end);
+  return StatusCode::Success;
+}
+
+StatusCode ComputeLast(const double* first, const double* last, double& value, bool& valid) {
+  if (first == nullptr || last == nullptr) {
+    return StatusCode::NullPointer;
+  }
+  const double* const end = EndOfRun(first, last);
+  const double* found = end;
+  while (found != first && !IsValid(*(found - 1))) {
+    --found;
+  }
+  if (found == first) {
+    return SetMissing(value, valid);
+  }
+  value = *(found - 1);
+  valid = IsComplete(first, end);
+  return StatusCode::Success;
+}
+
+StatusCode ComputeDeviation(const double* first, const double* last, double& value, bool& valid) {
+  if (first == nullptr || last == nullptr) {
+    return StatusCode::NullPointer;
+  }
+  const double* const end = EndOfRun(first, last);
+  const double* const found = std::find_if(first, end, IsValid);
+  if (found == end) {
+    return SetMissing(value, valid);
+  }
+  value = ToValue(std::sqrt(ComputeVariance(found, end)));
+  valid = IsComplete(first, end);
+  return StatusCode::Success;
+}
+
+StatusCode MakeIntegral(unsigned long step, DataFunction& function) {
+  if (step == 0) {
+    NVX_ERROR("The step is 0");
+    return StatusCode::InvalidArgument;
+  }
+  function = [seconds = static_cast<double>(step)](const double* first, const double* last,
+                                                   double& value, bool& valid) {
+    if (first == nullptr || last == nullptr) {
+      return StatusCode::NullPointer;
+    }
+    const Total total = AddUp(first, std::max(first, last));
+    if (total.validCount == 0) {
+      return SetMissing(value, valid);
+    }
+    value = ToValue(total.sum * seconds);
+    valid = IsComplete(first, EndOfRun(first, last));
+    return StatusCode::Success;
+  };
+  return StatusCode::Success;
+}
+
+StatusCode MakePercentile(unsigned int thousandths, DataFunction& function) {
+  if (thousandths == 0 || thousandths > WHOLE) {
+    NVX_ERROR("No percentile is that of [%u] thousandths of a percent", thousandths);
+    return StatusCode::InvalidArgument;
+  }
+  function = Percentile(thousandths);
   return StatusCode::Success;
 }
 

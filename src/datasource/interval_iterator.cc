@@ -1,9 +1,8 @@
 #include "timeseries/rrd/interval_iterator.h"
 
-#include <algorithm>
-#include <limits>
 #include <string>
 
+#include "datasource/sample_walk.h"
 #include "foundation/log.h"
 #include "timeseries/time_helper.h"
 
@@ -11,21 +10,6 @@ namespace nvx::TimeSeriesDatabase::Rrd {
 namespace {
 
 const std::string COMPONENT_NAME = "TimeSeriesDatabase::Rrd::IntervalIterator";
-
-// The number of the step that an instant lies in, modulo 2^64. It is rounded down before 1970 too,
-// so that positions keep their order across the epoch.
-unsigned long long StepNumber(long long timestamp, unsigned long long step) {
-  if (timestamp >= 0) {
-    return static_cast<unsigned long long>(timestamp) / step;
-  }
-  return ~(static_cast<unsigned long long>(-1 - timestamp) / step);
-}
-
-// How many samples come after `sample`; as many as one likes when the last one is not known.
-unsigned long long DistanceToEnd(const double* sample, const double* last) {
-  return last == nullptr ? std::numeric_limits<unsigned long long>::max()
-                         : static_cast<unsigned long long>(last - sample);
-}
 
 }  // namespace
 
@@ -80,9 +64,8 @@ StatusCode IntervalIterator::ComputeCurrentIterator() {
   nextStart.timestamp = candidate.timestamp;
   nextStart.timeZone = candidate.timeZone;
   if (currentFirst != nullptr) {
-    const unsigned long long distance =
-        StepNumber(nextStart.timestamp, step) - StepNumber(currentStart.timestamp, step);
-    currentLast = currentFirst + std::min(distance, DistanceToEnd(currentFirst, lastSample));
+    currentLast =
+        FindSample(currentFirst, lastSample, currentStart.timestamp, nextStart.timestamp, step);
   }
   return StatusCode::Success;
 }

@@ -15,6 +15,32 @@ namespace {
 const std::string COMPONENT_NAME = "TimeSeriesDatabase::Rrd::NumericalDataSource";
 constexpr int FIRST_ARCHIVE = 0;
 
+bool IsSameZone(const cctz::time_zone& lhs, const cctz::time_zone& rhs) {
+  return lhs == rhs || lhs.name() == rhs.name();
+}
+
+// The lines name the operation that is given the bounds.
+StatusCode CheckBounds(const std::vector<Date::Date>& bounds) {
+  if (bounds.size() < 2) {
+    NVX_ERROR_IN("Fetch", "Fewer than two bounds [%zu]", bounds.size());
+    return StatusCode::InvalidArgument;
+  }
+  for (auto bound = bounds.begin() + 1; bound != bounds.end(); ++bound) {
+    const Date::Date& former = *(bound - 1);
+    if (former.timestamp >= bound->timestamp) {
+      NVX_ERROR_IN("Fetch", "Bounds do not ascend [%lld] [%lld]", former.timestamp,
+                   bound->timestamp);
+      return StatusCode::InvalidArgument;
+    }
+    if (!IsSameZone(former.timeZone, bound->timeZone)) {
+      NVX_ERROR_IN("Fetch", "Timezones of bounds are different [%s] [%s]",
+                   former.timeZone.name().c_str(), bound->timeZone.name().c_str());
+      return StatusCode::InvalidArgument;
+    }
+  }
+  return StatusCode::Success;
+}
+
 }  // namespace
 
 const std::string NumericalDataSource::FIELD_FIRST_TIMESTAMP = "firstTimeStamp";
@@ -100,26 +126,56 @@ StatusCode NumericalDataSource::Fetch(const TimeWindow& window, QueryInterval in
   return FetchAndProcess(interval, window, function, points);
 }
 
+StatusCode NumericalDataSource::Fetch(const std::vector<Date::Date>& bounds,
+                                      const DataFunction& function,
+                                      std::vector<NumericalDataPoint>& points) {
+  StatusCode rc = CheckBounds(bounds);
+  if (rc != StatusCode::Success) {
+    return rc;
+  }
+  const TimeWindow window{bounds.front(), bounds.back()};
+  FetchResult result;
+  rc = FetchSamples(window, result);
+  if (rc == StatusCode::Success) {
+    rc = ProcessBounds(bounds, result, function, points);
+  }
+  return rc == StatusCode::Success ? CheckStart(window, result, points) : rc;
+}
+
 StatusCode NumericalDataSource::FetchAndProcess(QueryInterval interval, const TimeWindow& window,
                                                 const DataFunction& function,
                                                 std::vector<NumericalDataPoint>& points) {
   FetchResult result;
-  StatusCode rc = rrdClient.Fetch(filePath, window.start.timestamp, window.end.timestamp, result);
+  StatusCode rc = FetchSamples(window, result);
   if (rc != StatusCode::Success) {
-    NVX_ERROR("Failed to fetch from RRD for time-window [%s]", TimeWindowToString(window).c_str());
     return rc;
   }
-
   rc = interval == QueryInterval::FullPeriod
            ? ComputeDelta(window, result, points)
            : ProcessByInterval(interval, window, function, result, points);
-  if (rc == StatusCode::Success && result.GetStartTime() != window.start.timestamp) {
-    NVX_TRACE("time window start time %lld different from fetched data start time %lld",
-              window.start.timestamp, result.GetStartTime());
-    SetQualitiesToBad(points);
-    rc = StatusCode::PartialData;
+  return rc == StatusCode::Success ? CheckStart(window, result, points) : rc;
+}
+
+StatusCode NumericalDataSource::FetchSamples(const TimeWindow& window, FetchResult& result) const {
+  const StatusCode rc =
+      rrdClient.Fetch(filePath, window.start.timestamp, window.end.timestamp, result);
+  if (rc != StatusCode::Success) {
+    NVX_ERROR_IN("FetchAndProcess", "Failed to fetch from RRD for time-window [%s]",
+                 TimeWindowToString(window).c_str());
   }
   return rc;
+}
+
+StatusCode NumericalDataSource::CheckStart(const TimeWindow& window, const FetchResult& result,
+                                           std::vector<NumericalDataPoint>& points) {
+  if (result.GetStartTime() == window.start.timestamp) {
+    return StatusCode::Success;
+  }
+  NVX_TRACE_IN("FetchAndProcess",
+               "time window start time %lld different from fetched data start time %lld",
+               window.start.timestamp, result.GetStartTime());
+  SetQualitiesToBad(points);
+  return StatusCode::PartialData;
 }
 
 StatusCode NumericalDataSource::ProcessByInterval(QueryInterval interval, const TimeWindow& window,

@@ -3,8 +3,10 @@
 #include <vector>
 
 #include "timeseries/data_functions.h"
+#include "timeseries/date/date.h"
 #include "timeseries/export.h"
 #include "timeseries/numerical_data_point.h"
+#include "timeseries/rrd/fetch_result.h"
 #include "timeseries/rrd/interval_iterator.h"
 #include "timeseries/status_code.h"
 
@@ -28,5 +30,13 @@ class NVX_TIMESERIES_EXPORT IntervalProcessor {
   const DataFunction& function;
   IntervalIterator& iterator;
 };
+
+// Does the same for the interval between each two neighbours of `bounds`, which must ascend.
+// `samples` are those of a fetch from the first bound to the last one or further; of intervals that
+// lack samples, as of IntervalIterator. Several functions can so be applied to one fetch.
+NVX_TIMESERIES_EXPORT StatusCode ProcessBounds(const std::vector<Date::Date>& bounds,
+                                               const FetchResult& samples,
+                                               const DataFunction& function,
+                                               std::vector<NumericalDataPoint>& points);
 
 }  // namespace nvx::TimeSeriesDatabase::Rrd

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "timeseries/data_functions.h"
+#include "timeseries/date/date.h"
 #include "timeseries/export.h"
 #include "timeseries/host_fwd.h"
 #include "timeseries/numerical_data_source_interface.h"
@@ -46,7 +47,29 @@ class NVX_TIMESERIES_EXPORT NumericalDataSource : public NumericalDataSourceInte
   StatusCode Fetch(const TimeWindow& window, QueryInterval interval, const DataFunction& function,
                    std::vector<NumericalDataPoint>& points);
 
+  // Appends one point for each interval from one bound to the next, in any lengths, with codes and
+  // qualities as FetchAverage. InvalidArgument, before anything is read, for fewer than two bounds,
+  // for bounds that do not ascend and for bounds of different zones. Calendar::ListBounds lists
+  // those of weeks, quarters, years and others:
+  //
+  //   CalendarInterval week;
+  //   week.unit = CalendarUnit::Week;
+  //   std::vector<Date::Date> bounds;
+  //   DataFunction percentile;
+  //   if (Calendar::AdjustTimeWindow(week, window) == StatusCode::Success &&
+  //       Calendar::ListBounds(week, window, bounds) == StatusCode::Success &&
+  //       DataFunctions::MakePercentile(95000, percentile) == StatusCode::Success &&
+  //       source.Fetch(bounds, percentile, points) == StatusCode::Success) {
+  //     // points[0] is the week from window.start
+  //   }
+  StatusCode Fetch(const std::vector<Date::Date>& bounds, const DataFunction& function,
+                   std::vector<NumericalDataPoint>& points);
+
  private:
+  NVX_TIMESERIES_HIDDEN StatusCode FetchSamples(const TimeWindow& window,
+                                                FetchResult& result) const;
+  NVX_TIMESERIES_HIDDEN StatusCode CheckStart(const TimeWindow& window, const FetchResult& result,
+                                              std::vector<NumericalDataPoint>& points);
   NVX_TIMESERIES_HIDDEN StatusCode FetchAndProcess(QueryInterval interval, const TimeWindow& window,
                                                    const DataFunction& function,
                                                    std::vector<NumericalDataPoint>& points);

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cctz/civil_time.h>
+
+#include "timeseries/calendar.h"
+#include "timeseries/date/date.h"
+
+namespace nvx::TimeSeriesDatabase {
+
+// The bounds of an interval of hours or longer, which are local times, numbered in their order. The
+// interval must be valid.
+class CalendarGrid {
+ public:
+  explicit CalendarGrid(const CalendarInterval& interval);
+
+  // The last bound that is not later than a date, and the first that is later, as instants.
+  long long FindLast(const Date::Date& date) const;
+  long long FindNext(const Date::Date& date) const;
+
+ private:
+  enum class Base { Hours, Days, Months };
+
+  long long FindNumber(const Date::Date& date) const;
+  long long FindNumber(const cctz::civil_second& local) const;
+  long long GetInstant(long long number, const cctz::time_zone& timeZone) const;
+  cctz::civil_second GetBound(long long number) const;
+
+  Base base = Base::Hours;
+  long long length = 0;  // of an interval, in the unit of the base
+  long long dayStart = 0;
+  cctz::civil_day firstDay;
+};
+
+}  // namespace nvx::TimeSeriesDatabase
