@@ -13,7 +13,31 @@ using Date::TimeRoundHelper::RoundBound;
 
 namespace {
 
+constexpr long long DAY = 86400;
 constexpr long long YEAR_2038 = 2145916800;
+
+// Weeks, quarters, years and multiples, which QueryInterval does not have, and the starts of the
+// day.
+std::vector<CalendarInterval> ListIntervals() {
+  using Unit = CalendarUnit;
+  std::vector<CalendarInterval> intervals = {{Unit::Week},     {Unit::Quarter},  {Unit::Year},
+                                             {Unit::Day, 2},   {Unit::Day, 5},   {Unit::Week, 3},
+                                             {Unit::Month, 5}, {Unit::Month, 2}, {Unit::Hour, 2},
+                                             {Unit::Hour, 5},  {Unit::Hour, 6},  {Unit::Hour, 24}};
+  for (const unsigned int start : {1800U, 9000U, 21600U}) {
+    for (const Unit unit : {Unit::Day, Unit::Week, Unit::Month, Unit::Quarter, Unit::Year}) {
+      intervals.push_back({unit, 1, start});
+    }
+  }
+  const std::size_t count = intervals.size();
+  for (std::size_t i = 0; i < count; ++i) {
+    if (intervals[i].unit == Unit::Week) {
+      intervals.push_back(intervals[i]);
+      intervals.back().weekStart = WeekStart::Sunday;
+    }
+  }
+  return intervals;
+}
 
 // The calendar of the library against that of the C library, around the changes of a zone's clocks.
 class ZoneProof {
@@ -52,6 +76,36 @@ class ZoneProof {
     for (int number = 0; number < 13; ++number) {
       const long long reach = LocalCalendar::Length(QueryInterval(number)) * (number < 12 ? 30 : 6);
       Walk(number, change - random.Between(0, reach), change + random.Between(1, reach));
+    }
+    // A bound of 1970 may need one of 1969, but not of 1968.
+    for (std::size_t number = 0; number < INTERVALS.size(); ++number) {
+      CompareBounds(number, std::max(change, 4 * DAY));
+    }
+  }
+
+  // The bounds around a change, and rounding on both sides of it, of any bound, and anywhere.
+  void CompareBounds(std::size_t number, long long change) {
+    const CalendarInterval& interval = INTERVALS[number];
+    const std::vector<long long> bounds =
+        calendar.ListBounds(interval, change - 2 * DAY, change + 2 * DAY);
+    const TimeWindow window{At(bounds.front()), At(bounds.back())};
+    const int row = static_cast<int>(number);
+    Compare("listing", row, change, Calendar::ListBounds(interval, window, listed),
+            StatusCode::Success);
+    Compare("bounds", row, change, listed.size(), bounds.size());
+    for (std::size_t i = 0; i < std::min(listed.size(), bounds.size()); ++i) {
+      Compare("bound", row, change, listed[i].timestamp, bounds[i]);
+    }
+    for (const long long instant : {change - 1, change, change + random.Between(-2, 2) * 1800,
+                                    change + random.Between(-2 * DAY, 2 * DAY)}) {
+      const auto next = std::upper_bound(bounds.begin(), bounds.end(), instant);
+      const long long down = *(next - 1);
+      Compare("rounding", row, instant, Calendar::RoundDown(interval, At(instant)),
+              StatusCode::Success);
+      Compare("bound down", row, instant, date.timestamp, down);
+      Compare("rounding", row, instant, Calendar::RoundUp(interval, At(instant)),
+              StatusCode::Success);
+      Compare("bound up", row, instant, date.timestamp, down == instant ? instant : *next);
     }
   }
 
@@ -132,12 +186,17 @@ class ZoneProof {
     }
   }
 
+  static const std::vector<CalendarInterval> INTERVALS;
+
   const std::string zone;
   const LocalCalendar calendar;
   Random& random;
   Date::Date date;
+  std::vector<Date::Date> listed;
   long long compared = 0;
 };
+
+const std::vector<CalendarInterval> ZoneProof::INTERVALS = ListIntervals();
 
 TEST(Calendar, IsThatOfTheCLibraryAroundEveryChangeOfTheClocks) {
   LogCapture log(2);

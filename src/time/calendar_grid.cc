@@ -48,20 +48,20 @@ CalendarGrid::CalendarGrid(const CalendarInterval& interval)
 }
 
 long long CalendarGrid::FindLast(const Date::Date& date) const {
-  return GetInstant(FindNumber(date), date.timeZone);
+  return GetInstant(FindPlace(date).number, date.timeZone);
 }
 
-long long CalendarGrid::FindNext(const Date::Date& date) const {
-  return GetInstant(FindNumber(date) + 1, date.timeZone);
-}
+long long CalendarGrid::FindNext(const Date::Date& date) const { return FindPlace(date).next; }
 
-long long CalendarGrid::FindNumber(const Date::Date& date) const {
+CalendarGrid::Place CalendarGrid::FindPlace(const Date::Date& date) const {
   long long number = FindNumber(Date::ToLocal(date));
+  long long next = GetInstant(number + 1, date.timeZone);
   // Clocks that went back show times before a bound once more after they have shown the bound.
-  while (GetInstant(number + 1, date.timeZone) < date.timestamp) {
+  while (next < date.timestamp) {
     ++number;
+    next = GetInstant(number + 1, date.timeZone);
   }
-  return number;
+  return {number, next};
 }
 
 long long CalendarGrid::FindNumber(const cctz::civil_second& local) const {

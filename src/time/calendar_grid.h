@@ -20,7 +20,13 @@ class CalendarGrid {
  private:
   enum class Base { Hours, Days, Months };
 
-  long long FindNumber(const Date::Date& date) const;
+  // Where a date lies.
+  struct Place {
+    long long number;  // of the last bound that is not later
+    long long next;    // the instant of the bound after it
+  };
+
+  Place FindPlace(const Date::Date& date) const;
   long long FindNumber(const cctz::civil_second& local) const;
   long long GetInstant(long long number, const cctz::time_zone& timeZone) const;
   cctz::civil_second GetBound(long long number) const;

@@ -6,9 +6,10 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "timeseries/query_interval.h"
+#include "timeseries/calendar.h"
 
 // The zones of the system's zoneinfo database, without the other names that some of them have.
 inline std::vector<std::string> ListZones() {
@@ -100,6 +101,44 @@ class LocalCalendar {
                                        : AddMonths(instant, 1);
   }
 
+  // The bounds of an interval of hours or longer, from one before `from` to one after `to`.
+  std::vector<long long> ListBounds(const nvx::TimeSeriesDatabase::CalendarInterval& interval,
+                                    long long from, long long to) const {
+    using Unit = nvx::TimeSeriesDatabase::CalendarUnit;
+    std::vector<long long> bounds;
+    const auto add = [&](long long local) { bounds.push_back(ToInstant(local)); };
+    const long long count = interval.count;
+    if (interval.unit == Unit::Hour) {
+      for (long long day = ToLocal(from) / DAY - 1; day <= ToLocal(to) / DAY + 1; ++day) {
+        for (long long hour = 0; hour < 24; hour += count) {
+          add(day * DAY + hour * 3600);
+        }
+      }
+    } else if (interval.unit <= Unit::Week) {
+      const bool isOfWeeks = interval.unit == Unit::Week;
+      const bool isFromSunday =
+          isOfWeeks && interval.weekStart == nvx::TimeSeriesDatabase::WeekStart::Sunday;
+      const long long length = count * (isOfWeeks ? 7 : 1) * DAY;
+      const long long first = (isFromSunday ? 3 : 4) * DAY + interval.dayStart;
+      const long long before = (ToLocal(from) - first) / length * length - 2 * length;
+      for (long long local = first + before; local <= ToLocal(to) + 2 * length; local += length) {
+        add(local);
+      }
+    } else {
+      const long long length = count * (interval.unit == Unit::Month     ? 1
+                                        : interval.unit == Unit::Quarter ? 3
+                                                                         : 12);
+      long long month = (ToLocal(from) / (31 * DAY) / length - 1) * length;  // or earlier
+      long long local = 0;
+      do {
+        local = Start(Interval::Month, 0, static_cast<int>(month));
+        add(local + interval.dayStart);
+        month += length;
+      } while (local <= ToLocal(to) + 31 * DAY);
+    }
+    return WithoutThoseNotNeeded(std::move(bounds), from, to);
+  }
+
   bool IsFirstHourOfDay(long long instant) const {
     const long long first = ToLocal(AddDays(instant, 0));
     return first == Start(Interval::OneMinute, ToLocal(instant)) + first % 60;
@@ -132,6 +171,17 @@ class LocalCalendar {
     first.tm_mon = date.tm_mon + count;
     first.tm_mday = 1;
     return timegm(&first);
+  }
+
+  // In their order, each once, from the last one that is not later than `from` to the first one
+  // that is later than `to`.
+  static std::vector<long long> WithoutThoseNotNeeded(std::vector<long long> bounds, long long from,
+                                                      long long to) {
+    std::sort(bounds.begin(), bounds.end());
+    bounds.erase(std::unique(bounds.begin(), bounds.end()), bounds.end());
+    bounds.erase(std::upper_bound(bounds.begin(), bounds.end(), to) + 1, bounds.end());
+    bounds.erase(bounds.begin(), std::upper_bound(bounds.begin(), bounds.end(), from) - 1);
+    return bounds;
   }
 
   // Finds the one change between two instants.
