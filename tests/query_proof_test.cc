@@ -3,6 +3,7 @@
 #include <limits>
 #include <map>
 #include <numeric>
+#include <set>
 #include <sstream>
 
 #include "nvx/workstation/in_memory_redis_client.h"
@@ -12,6 +13,7 @@
 #include "support/random.h"
 #include "support/run_program.h"
 #include "support/temporary_directory.h"
+#include "timeseries/calendar.h"
 #include "timeseries/rrd/numerical_data_source.h"
 
 using namespace nvx::TimeSeriesDatabase;
@@ -92,29 +94,55 @@ Answer Maximum(const Run& run) {
   return {-least.value, least.isGood};
 }
 
-template <StatusCode (*REDUCE)(const double*, const double*, double&, bool&)>
-StatusCode Fetch(Rrd::NumericalDataSource& source, const TimeWindow& window, QueryInterval interval,
-                 Points& points) {
-  return source.Fetch(window, interval, REDUCE, points);
+Answer First(const Run& run) {
+  const Run valid = WithoutMissing(run.size() == 2 ? Run{run[0]} : run);
+  return valid.empty() ? Answer{} : Answer{valid.front(), Average(run).isGood};
 }
 
-// A query, and what it makes of the samples of one interval.
+Answer Last(const Run& run) {
+  Run reversed(run.rbegin(), run.rend());
+  return First(run.size() == 2 ? run : reversed);
+}
+
+Answer Percentile95(const Run& run) {
+  Run valid = WithoutMissing(run.size() == 2 ? Run{run[0]} : run);
+  std::sort(valid.begin(), valid.end());
+  return valid.empty() ? Answer{}
+                       : Answer{valid[(valid.size() * 95 + 99) / 100 - 1], Average(run).isGood};
+}
+
+DataFunction MakePercentile95() {
+  DataFunction function;
+  EXPECT_EQ(DataFunctions::MakePercentile(95000, function), StatusCode::Success);
+  return function;
+}
+
+// A function, and what it makes of the samples of one interval.
 struct Function {
   const char* name;
-  std::function<StatusCode(Rrd::NumericalDataSource&, const TimeWindow&, QueryInterval, Points&)>
-      fetch;
+  DataFunction compute;
   Answer (*reduce)(const Run&);
 };
 
 const Function FUNCTIONS[] = {
-    {"average", &Rrd::NumericalDataSource::FetchAverage, Average},
-    {"delta", &Rrd::NumericalDataSource::FetchDelta, Delta},
-    {"increase", Fetch<DataFunctions::ComputeIncrease>, Increase},
-    {"minimum", Fetch<DataFunctions::ComputeMinimum>, Minimum},
-    {"maximum", Fetch<DataFunctions::ComputeMaximum>, Maximum},
-    {"sum", Fetch<DataFunctions::ComputeSum>, Sum},
-    {"count", Fetch<DataFunctions::ComputeCount>, Count},
+    {"average", DataFunctions::ComputeAverageIgnoringNan, Average},
+    {"delta", DataFunctions::ComputeDelta, Delta},
+    {"increase", DataFunctions::ComputeIncrease, Increase},
+    {"minimum", DataFunctions::ComputeMinimum, Minimum},
+    {"maximum", DataFunctions::ComputeMaximum, Maximum},
+    {"sum", DataFunctions::ComputeSum, Sum},
+    {"count", DataFunctions::ComputeCount, Count},
+    {"first", DataFunctions::ComputeFirst, First},
+    {"last", DataFunctions::ComputeLast, Last},
+    {"percentile", MakePercentile95(), Percentile95},
 };
+
+StatusCode Fetch(Rrd::NumericalDataSource& source, const TimeWindow& window, QueryInterval interval,
+                 const Function& function, Points& points) {
+  return function.reduce == Average ? source.FetchAverage(window, interval, points)
+         : function.reduce == Delta ? source.FetchDelta(window, interval, points)
+                                    : source.Fetch(window, interval, function.compute, points);
+}
 
 // A file of random samples around a change of a zone's clocks.
 class RandomFile {
@@ -134,23 +162,53 @@ class RandomFile {
     ReadSamples();
   }
 
-  // Makes a query of a random window and returns the number of points compared.
+  // Makes a query of a random window, and of the list of its bounds, and returns the number of
+  // points compared.
   std::size_t Prove(QueryInterval interval, const Function& function) {
     const TimeWindow window = MakeWindow(interval);
     SCOPED_TRACE(std::string(function.name) + " by " + QueryIntervalToString(interval) + " from " +
                  std::to_string(window.start.timestamp) + " to " +
                  std::to_string(window.end.timestamp) + " in " + zone + ", step " +
                  std::to_string(step));
-    Points expected(1);
-    expected[0].quality = true;
+    Points expected = MakeOlderPoints();
     Points points = expected;
     Rrd::NumericalDataSource source(path, redis, client);
-    EXPECT_EQ(function.fetch(source, window, interval, points),
-              Expect(window, interval, function.reduce, expected));
-    EXPECT_EQ(points.size(), expected.size());
-    const auto differing =
-        std::mismatch(points.begin(), points.end(), expected.begin(), expected.end(), IsSame);
-    EXPECT_TRUE(differing.first == points.end()) << "point " << differing.first - points.begin();
+    const StatusCode code = Expect(window, interval, function.reduce, expected);
+    EXPECT_EQ(Fetch(source, window, interval, function, points), code);
+    ExpectSame(points, expected);
+    if (interval == QueryInterval::FullPeriod || code == StatusCode::OutOfRange) {
+      return points.size();
+    }
+    std::vector<Date::Date> bounds;
+    EXPECT_EQ(Calendar::ListBounds(ToCalendarInterval(interval), window, bounds),
+              StatusCode::Success);
+    points = MakeOlderPoints();
+    EXPECT_EQ(source.Fetch(bounds, function.compute, points), code);
+    ExpectSame(points, expected);
+    return points.size() + expected.size();
+  }
+
+  // Makes a query of random bounds.
+  std::size_t ProveBounds(const Function& function) {
+    std::set<long long> times;
+    const long long beyond = 3 * step + DAY;
+    const long long grid = random.Pick(std::vector<long long>{1, step, 900});
+    for (long long count = random.Between(2, 40); count > 0; --count) {
+      times.insert(random.Between(first - beyond, last + beyond) / grid * grid);
+    }
+    times.insert(*times.begin() + grid);
+    SCOPED_TRACE(std::string(function.name) + " of " + testing::PrintToString(times) + ", step " +
+                 std::to_string(step));
+    std::vector<Date::Date> bounds;
+    for (const long long time : times) {
+      bounds.push_back(Window(time, 0, zone).start);
+    }
+    Points expected = MakeOlderPoints();
+    Points points = expected;
+    Rrd::NumericalDataSource source(path, redis, client);
+    EXPECT_EQ(source.Fetch(bounds, function.compute, points),
+              ExpectRuns({times.begin(), times.end()}, function.reduce, expected));
+    ExpectSame(points, expected);
     return points.size();
   }
 
@@ -210,41 +268,77 @@ class RandomFile {
     return Window(start, end, zone);
   }
 
-  // Appends the points that the window has and returns the code.
-  StatusCode Expect(const TimeWindow& window, QueryInterval interval, Answer (*reduce)(const Run&),
-                    Points& points) const {
-    const long long start = window.start.timestamp;
-    const long long end = window.end.timestamp;
+  static Points MakeOlderPoints() {
+    Points points(1);
+    points[0].quality = true;
+    return points;
+  }
+
+  Run Read(long long start, long long end) const {
     Run read;
     for (long long time = NextStep(start); time <= NextStep(end); time += step) {
       const auto sample = samples.find(time);
       read.push_back(sample == samples.end() ? MISSING : sample->second);
     }
+    return read;
+  }
+
+  // Appends the points that the window has and returns the code.
+  StatusCode Expect(const TimeWindow& window, QueryInterval interval, Answer (*reduce)(const Run&),
+                    Points& points) const {
+    const long long start = window.start.timestamp;
+    const long long end = window.end.timestamp;
+    if (interval == QueryInterval::FullPeriod) {
+      Append(start, Delta(Read(start, end)), points);
+      return JudgeStart(start, points);
+    }
+    std::vector<long long> bounds = {start};
+    while (bounds.back() != end) {
+      const long long next = calendar.Next(interval, bounds.back());
+      if (next > end || next <= bounds.back()) {
+        AppendRuns(bounds, Read(start, end), reduce, points);
+        return StatusCode::OutOfRange;
+      }
+      bounds.push_back(next);
+    }
+    return ExpectRuns(bounds, reduce, points);
+  }
+
+  StatusCode ExpectRuns(const std::vector<long long>& bounds, Answer (*reduce)(const Run&),
+                        Points& points) const {
+    AppendRuns(bounds, Read(bounds.front(), bounds.back()), reduce, points);
+    return JudgeStart(bounds.front(), points);
+  }
+
+  void AppendRuns(const std::vector<long long>& bounds, const Run& read,
+                  Answer (*reduce)(const Run&), Points& points) const {
     const auto at = [&](long long time) {
-      const long long position = time / step - start / step;
+      const long long position = time / step - bounds.front() / step;
       const long long last = static_cast<long long>(read.size()) - 1;
       return read.begin() + static_cast<std::ptrdiff_t>(std::min(position, last));
     };
-    const auto append = [&](long long time, const Answer& answer) {
-      points.push_back({window.start, answer.value, answer.isGood});
-      points.back().date.timestamp = time;
-    };
-    if (interval == QueryInterval::FullPeriod) {
-      append(start, Delta(read));
-    } else {
-      for (long long from = start, to = 0; from != end; from = to) {
-        to = calendar.Next(interval, from);
-        if (to > end || to <= from) {
-          return StatusCode::OutOfRange;
-        }
-        append(from, reduce(Run(at(from), at(to) + 1)));
-      }
+    for (std::size_t i = 1; i < bounds.size(); ++i) {
+      Append(bounds[i - 1], reduce(Run(at(bounds[i - 1]), at(bounds[i]) + 1)), points);
     }
+  }
+
+  void Append(long long time, const Answer& answer, Points& points) const {
+    points.push_back({Window(time, 0, zone).start, answer.value, answer.isGood});
+  }
+
+  StatusCode JudgeStart(long long start, Points& points) const {
     if (start % step == 0) {
       return StatusCode::Success;
     }
     std::for_each(points.begin(), points.end(), [](auto& point) { point.quality = false; });
     return StatusCode::PartialData;
+  }
+
+  static void ExpectSame(const Points& points, const Points& expected) {
+    EXPECT_EQ(points.size(), expected.size());
+    const auto differing =
+        std::mismatch(points.begin(), points.end(), expected.begin(), expected.end(), IsSame);
+    EXPECT_TRUE(differing.first == points.end()) << "point " << differing.first - points.begin();
   }
 
   static bool IsSame(const NumericalDataPoint& left, const NumericalDataPoint& right) {
@@ -278,6 +372,7 @@ TEST(Query, AnswersAsThePrintedSamplesDo) {
     for (int query = 0; query < 14 * 4; ++query) {
       const QueryInterval interval{static_cast<unsigned char>(query % 14)};
       compared += file.Prove(interval, random.Pick(FUNCTIONS));
+      compared += query % 2 == 0 ? file.ProveBounds(random.Pick(FUNCTIONS)) : 0;
       ASSERT_FALSE(HasFailure());
     }
   }

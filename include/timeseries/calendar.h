@@ -97,8 +97,7 @@ NVX_TIMESERIES_EXPORT StatusCode AdjustTimeWindow(const CalendarInterval& interv
 //
 //   code             bounds                    when
 //   Success          all                       the last one is the window's end
-//   OutOfRange       those before the end      the window ends within an interval, or the next date
-//                                              would be later than 64 bits hold
+//   OutOfRange       those before the end      the window ends within an interval
 //   InvalidArgument  unchanged                 the interval or the window is not valid
 NVX_TIMESERIES_EXPORT StatusCode ListBounds(const CalendarInterval& interval,
                                             const TimeWindow& window,
