@@ -7,9 +7,12 @@
 
 #include "row.h"
 #include "samples.h"
+#include "timeseries/calendar.h"
 
 namespace Bench {
 namespace {
+
+using namespace nvx::TimeSeriesDatabase;
 
 Row MakeFetchRow(const std::string& work, const Goal& goal, QueryInterval interval, long long end) {
   return {work, "`rrd_fetch_r` alone", goal, [=] {
@@ -60,6 +63,32 @@ std::vector<Bucket> ExportDays(const std::string& path) {
   return buckets;
 }
 
+Points QueryWeeks(const Year& year, const DataFunction& function) {
+  const CalendarInterval week{CalendarUnit::Week};
+  TimeWindow window = MakeWindow(START, END);
+  std::vector<Date::Date> bounds;
+  nvx::Workstation::InMemoryRedisClient redis;
+  RrdClient rrd;
+  Points points;
+  Require(
+      Calendar::AdjustTimeWindow(week, window) == StatusCode::Success &&
+          Calendar::ListBounds(week, window, bounds) == StatusCode::Success &&
+          Rrd::NumericalDataSource(year.GetPath(), redis, rrd).Fetch(bounds, function, points) ==
+              StatusCode::Success,
+      "query by week");
+  return points;
+}
+
+Contest EnterPercentiles() {
+  const auto year = std::make_shared<Year>();
+  DataFunction percentile;
+  Require(DataFunctions::MakePercentile(95000, percentile) == StatusCode::Success, "percentile");
+  const DataFunction average = DataFunctions::ComputeAverageIgnoringNan;
+  Require(QueryWeeks(*year, percentile).size() == 51, "number of weeks");
+  return {{[=] { (void)QueryWeeks(*year, percentile); }},
+          {[=] { (void)QueryWeeks(*year, average); }}};
+}
+
 Contest EnterExport() {
   const auto year = std::make_shared<Year>();
   const TimeWindow window = MakeWindow(UTC_START, UTC_END, "UTC");
@@ -80,6 +109,8 @@ std::vector<Row> ListQueryRows() {
                    QueryInterval::OneMinute, END),
       MakeFetchRow("a day by hour", AtMost(1.15), QueryInterval::Hour, START + DAY),
       MakeFetchRow("an hour", AtMost(1.25), QueryInterval::Hour, START + 3600),
+      {"a year of minutes by week, the 95th percentile", "the average", AtMost(3),
+       EnterPercentiles},
       {"a year by UTC day, with quality", "`rrd_xport` in process", AtMost(1.00), EnterExport},
   };
 }

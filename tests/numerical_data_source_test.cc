@@ -11,6 +11,7 @@
 #include "support/log_capture.h"
 #include "support/table.h"
 #include "support/temporary_directory.h"
+#include "timeseries/rrd/interval_processor.h"
 
 using namespace nvx::TimeSeriesDatabase;
 
@@ -171,6 +172,60 @@ TEST_F(Query, FailuresLeaveThePointsBeforeThem) {
   EXPECT_EQ(asked.FetchDelta(one, QueryInterval::FullPeriod, points), StatusCode::Failure);
   EXPECT_EQ(log.Take(), Lines{"3" + COMPONENT + "ComputeDelta: fetched result is empty"});
   EXPECT_TRUE(points.empty());
+}
+
+TEST_F(Query, ListsThatAreNoBoundsAreRefusedBeforeTheFileIsRead) {
+  const DataFunction function = DataFunctions::ComputeMaximum;
+  const auto expect = [&](const std::vector<Date::Date>& bounds, const std::string& line) {
+    Rrd::NumericalDataSource missing(path + "x", redis, rrd);
+    LogCapture log(3);
+    EXPECT_EQ(missing.Fetch(bounds, function, points), StatusCode::InvalidArgument);
+    EXPECT_EQ(log.Take(), Lines{"3" + COMPONENT + "Fetch: " + line});
+  };
+  const Date::Date start = Window(START, 0, "Europe/Paris").start;
+  const Date::Date later = Window(START + 60, 0, "Europe/Paris").start;
+  const Date::Date other = Window(START + 120, 0).start;
+  expect({}, "Fewer than two bounds [0]");
+  expect({start}, "Fewer than two bounds [1]");
+  expect({start, later, later}, "Bounds do not ascend [1700006460] [1700006460]");
+  expect({later, start}, "Bounds do not ascend [1700006460] [1700006400]");
+  expect({start, later, other}, "Timezones of bounds are different [Europe/Paris] [UTC]");
+
+  LogCapture log(3);
+  const TimeWindow window{start, later};
+  Rrd::NumericalDataSource missing(path + "x", redis, rrd);
+  EXPECT_EQ(missing.Fetch({start, later}, function, points), StatusCode::Failure);
+  EXPECT_EQ(log.Take().back(), "3" + COMPONENT +
+                                   "FetchAndProcess: Failed to fetch from RRD for time-window [" +
+                                   TimeWindowToString(window) + "]");
+  FixedRrdClient empty;
+  Rrd::NumericalDataSource asked(path, redis, empty);
+  EXPECT_EQ(asked.Fetch({start, later}, function, points), StatusCode::NullPointer);
+  EXPECT_TRUE(points.empty());
+}
+
+TEST_F(Query, SeveralFunctionsCanBeAppliedToOneFetch) {
+  std::vector<Date::Date> bounds;
+  for (const long long minute : {0, 1, 10, 190, 200}) {
+    bounds.push_back(Window(START + minute * 60, 0).start);
+  }
+  Rrd::FetchResult samples;
+  ASSERT_EQ(rrd.Fetch(path, START, START + 200 * 60, samples), StatusCode::Success);
+  EXPECT_EQ(Rrd::ProcessBounds(bounds, samples, DataFunctions::ComputeMaximum, points),
+            StatusCode::Success);
+  int count = 0;
+  const DataFunction failing = [&count](const double*, const double*, double& value, bool&) {
+    value = 7;
+    return ++count < 3 ? StatusCode::Success : StatusCode::Failure;
+  };
+  LogCapture log(3);
+  EXPECT_EQ(Rrd::ProcessBounds(bounds, samples, failing, points), StatusCode::Failure);
+  EXPECT_EQ(log.Take().size(), 1u);
+  std::vector<double> values;
+  for (const NumericalDataPoint& point : points) {
+    values.push_back(point.value);
+  }
+  EXPECT_EQ(values, (std::vector<double>{0, 10, 190, 200, 7, 7}));
 }
 
 TEST_F(Query, NoWindowReachesBeyondTheSamples) {
