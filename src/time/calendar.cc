@@ -57,16 +57,28 @@ const char* FindFault(const CalendarInterval& interval) {
   return nullptr;
 }
 
-// A bound before `from` or at it says that no later one can be told.
-long long FindNext(const std::optional<QueryInterval>& own, const CalendarGrid& grid,
-                   const Date::Date& from) {
-  if (!own) {
-    return grid.FindNext(from);
+// Steps from bound to bound. `own` is the same interval as QueryInterval has it, if it does.
+class BoundWalk {
+ public:
+  BoundWalk(const CalendarInterval& interval, const std::optional<QueryInterval>& own) : own(own) {
+    if (!own) {
+      grid.emplace(interval);
+    }
   }
-  Date::Date next;
-  TimeHelper::ComputeNextDate(*own, from, next);
-  return next.timestamp;
-}
+
+  long long FindNext(const Date::Date& from) const {
+    if (grid) {
+      return grid->FindNext(from);
+    }
+    Date::Date next;
+    TimeHelper::ComputeNextDate(*own, from, next);
+    return next.timestamp;
+  }
+
+ private:
+  std::optional<QueryInterval> own;
+  std::optional<CalendarGrid> grid;
+};
 
 // Room for the bounds of minutes and hours, but for no more than a window of years has.
 std::size_t EstimateBoundCount(QueryInterval own, const TimeWindow& window) {
@@ -145,7 +157,7 @@ StatusCode ComputeNextDate(const CalendarInterval& interval, const Date::Date& f
     NVX_ERROR("FullPeriod has no next date");
     return StatusCode::InvalidArgument;
   }
-  const long long timestamp = FindNext(FindQueryInterval(interval), CalendarGrid(interval), from);
+  const long long timestamp = BoundWalk(interval, FindQueryInterval(interval)).FindNext(from);
   next.timeZone = from.timeZone;
   next.timestamp = timestamp;
   return StatusCode::Success;
@@ -189,13 +201,13 @@ StatusCode ListBounds(const CalendarInterval& interval, const TimeWindow& window
     return StatusCode::Success;
   }
   const std::optional<QueryInterval> own = FindQueryInterval(interval);
-  const CalendarGrid grid(interval);
+  const BoundWalk walk(interval, own);
   bounds.clear();
   bounds.reserve(own ? EstimateBoundCount(*own, window) : 0);
   bounds.push_back(window.start);
   Date::Date bound = window.start;
   while (bound.timestamp != window.end.timestamp) {
-    const long long next = FindNext(own, grid, bound);
+    const long long next = walk.FindNext(bound);
     if (next > window.end.timestamp || next <= bound.timestamp) {
       NVX_ERROR("No interval from [%lld] ends in the time window [%s]", bound.timestamp,
                 TimeWindowToString(window).c_str());

@@ -82,7 +82,7 @@ cctz::civil_second CalendarGrid::GetBound(long long number) const {
   if (base == Base::Hours) {
     const long long day = DivideDown(number, GetIntervalsPerDay(length));
     const long long hour = (number - day * GetIntervalsPerDay(length)) * length;
-    return cctz::civil_second(cctz::civil_hour(firstDay + day) + hour);
+    return cctz::civil_hour(firstDay + day) + hour;
   }
   const cctz::civil_second midnight = base == Base::Days
                                           ? cctz::civil_second(firstDay + number * length)

@@ -7,8 +7,8 @@
 
 namespace nvx::TimeSeriesDatabase {
 
-// The bounds of an interval of hours or longer, which are local times, numbered in their order. The
-// interval must be valid.
+// The bounds of an interval of hours or longer, which are local times, numbered in their order. Not
+// for intervals of QueryInterval, whose steps do not follow them.
 class CalendarGrid {
  public:
   explicit CalendarGrid(const CalendarInterval& interval);
