@@ -305,7 +305,7 @@ StatusCode ComputeDeviation(const double* first, const double* last, double& val
 
 StatusCode MakeIntegral(unsigned long step, DataFunction& function) {
   if (step == 0) {
-    NVX_ERROR("The step is 0");
+    NVX_FAILURE("The step is 0");
     return StatusCode::InvalidArgument;
   }
   function = [seconds = static_cast<double>(step)](const double* first, const double* last,
@@ -326,7 +326,7 @@ StatusCode MakeIntegral(unsigned long step, DataFunction& function) {
 
 StatusCode MakePercentile(unsigned int thousandths, DataFunction& function) {
   if (thousandths == 0 || thousandths > WHOLE) {
-    NVX_ERROR("No percentile is that of [%u] thousandths of a percent", thousandths);
+    NVX_FAILURE("No percentile is that of [%u] thousandths of a percent", thousandths);
     return StatusCode::InvalidArgument;
   }
   function = Percentile(thousandths);

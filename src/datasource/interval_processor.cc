@@ -18,7 +18,7 @@ StatusCode ComputeValue(const DataFunction& function, const double* first, const
                point.value);
   if (rc != StatusCode::Success) {
     NVX_FAILURE_IN("Process", "Failed to compute data function for date [%s], UTC timestamp [%lld]",
-                 point.date.ToText().c_str(), point.date.timestamp);
+                   point.date.ToText().c_str(), point.date.timestamp);
   }
   return rc;
 }

@@ -22,19 +22,19 @@ bool IsSameZone(const cctz::time_zone& lhs, const cctz::time_zone& rhs) {
 // The lines name the operation that is given the bounds.
 StatusCode CheckBounds(const std::vector<Date::Date>& bounds) {
   if (bounds.size() < 2) {
-    NVX_ERROR_IN("Fetch", "Fewer than two bounds [%zu]", bounds.size());
+    NVX_FAILURE_IN("Fetch", "Fewer than two bounds [%zu]", bounds.size());
     return StatusCode::InvalidArgument;
   }
   for (auto bound = bounds.begin() + 1; bound != bounds.end(); ++bound) {
     const Date::Date& former = *(bound - 1);
     if (former.timestamp >= bound->timestamp) {
-      NVX_ERROR_IN("Fetch", "Bounds do not ascend [%lld] [%lld]", former.timestamp,
-                   bound->timestamp);
+      NVX_FAILURE_IN("Fetch", "Bounds do not ascend [%lld] [%lld]", former.timestamp,
+                     bound->timestamp);
       return StatusCode::InvalidArgument;
     }
     if (!IsSameZone(former.timeZone, bound->timeZone)) {
-      NVX_ERROR_IN("Fetch", "Timezones of bounds are different [%s] [%s]",
-                   former.timeZone.name().c_str(), bound->timeZone.name().c_str());
+      NVX_FAILURE_IN("Fetch", "Timezones of bounds are different [%s] [%s]",
+                     former.timeZone.name().c_str(), bound->timeZone.name().c_str());
       return StatusCode::InvalidArgument;
     }
   }

@@ -93,7 +93,7 @@ std::size_t EstimateBoundCount(QueryInterval own, const TimeWindow& window) {
 StatusCode CalendarInterval::IsValid() const {
   const char* const fault = FindFault(*this);
   if (fault != nullptr) {
-    NVX_ERROR_WITHOUT_OPERATION(
+    NVX_FAILURE_WITHOUT_OPERATION(
         "Interval is invalid: %s, unit=%u, count=%u, dayStart=%u, weekStart=%u", fault,
         static_cast<unsigned int>(unit), count, dayStart, static_cast<unsigned int>(weekStart));
     return StatusCode::InvalidArgument;
@@ -154,7 +154,7 @@ StatusCode ComputeNextDate(const CalendarInterval& interval, const Date::Date& f
     return rc;
   }
   if (interval.unit == CalendarUnit::FullPeriod) {
-    NVX_ERROR("FullPeriod has no next date");
+    NVX_FAILURE("FullPeriod has no next date");
     return StatusCode::InvalidArgument;
   }
   const long long timestamp = BoundWalk(interval, FindQueryInterval(interval)).FindNext(from);
@@ -209,8 +209,8 @@ StatusCode ListBounds(const CalendarInterval& interval, const TimeWindow& window
   while (bound.timestamp != window.end.timestamp) {
     const long long next = walk.FindNext(bound);
     if (next > window.end.timestamp || next <= bound.timestamp) {
-      NVX_ERROR("No interval from [%lld] ends in the time window [%s]", bound.timestamp,
-                TimeWindowToString(window).c_str());
+      NVX_FAILURE("No interval from [%lld] ends in the time window [%s]", bound.timestamp,
+                  TimeWindowToString(window).c_str());
       return StatusCode::OutOfRange;
     }
     bound.timestamp = next;
