@@ -50,7 +50,7 @@ class HttpClient {
     void AddNote(std::string_view note) noexcept;
     bool IsWhole(long status) const noexcept;
 
-    char text[LONGEST_TEXT];
+    char text[LONGEST_TEXT] = "";
     std::size_t textSize = 0;
     bool isHeaderWhole = false;
     bool isLengthSound = true;
