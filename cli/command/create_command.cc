@@ -9,6 +9,7 @@
 #include "arguments/csv_reader.h"
 #include "arguments/zone_text.h"
 #include "base/message.h"
+#include "base/round_up.h"
 #include "base/time_text.h"
 #include "command/commands.h"
 #include "replace/file_error.h"
@@ -70,8 +71,6 @@ Samples ReadSamples(const CreateOptions& options) {
   }
   return samples;
 }
-
-long long RoundUp(long long time, long long step) { return (time + step - 1) / step * step; }
 
 // A file that begins one step before the samples, with a row for each step and `freeRowCount` for
 // later ones, unless the rows are given.

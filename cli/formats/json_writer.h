@@ -13,7 +13,7 @@ class JsonWriter : public PointWriter {
   // Throws UsageError for a label of the name of another field.
   explicit JsonWriter(AnswerShape answerShape);
 
-  void Begin(const Series& series, int round, std::string& text) override;
+  void Begin(const Series& next, int round, std::string& text) override;
   void Append(const Piece& piece, std::string& text) override;
   void Finish(std::string& text) override;
 

@@ -7,6 +7,7 @@
 #include "base/command_error.h"
 #include "base/round_up.h"
 #include "base/time_text.h"
+#include "rrd/described_file.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -16,7 +17,7 @@ namespace {
 long long FindOwnRow(const Source& source, const ChosenArchive& chosen, long long row) {
   for (const Rrd::ArchiveDescription& other : source.file.archives) {
     if (other.stepsPerRow < chosen.archive->stepsPerRow) {
-      const auto length = static_cast<long long>(other.stepsPerRow * source.file.step);
+      const auto length = static_cast<long long>(GetRowLength(source.file, other));
       row = std::min(row, other.firstTime - length);
     }
   }

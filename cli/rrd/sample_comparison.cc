@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/round_up.h"
 #include "replace/file_error.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -23,8 +24,6 @@ Rows GetRows(const PatientClient& client, const std::string& path) {
   const Rrd::ArchiveDescription& archive = description.archives.front();
   return {static_cast<long long>(description.step), archive.firstTime, archive.lastTime};
 }
-
-long long RoundUp(long long time, long long step) { return (time + step - 1) / step * step; }
 
 class Comparison {
  public:

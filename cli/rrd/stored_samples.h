@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "base/round_up.h"
 #include "rrd/patient_client.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -44,7 +45,7 @@ class StoredSamples {
     long long previousTime;  // of the one before it, whether that is missing or not
   };
 
-  long long RoundUp(long long time) const { return (time + step - 1) / step * step; }
+  long long RoundUp(long long time) const { return CommandLine::RoundUp(time, step); }
   bool IsOutOfBounds(double value) const;
   void Classify(long long time, double value);
   void ClassifyByDigits(double value);
