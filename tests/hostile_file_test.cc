@@ -53,7 +53,7 @@ std::string ReadFile(const std::string& path) {
   const std::string path = directory + "/topo_x.rrd";
   std::vector<std::vector<const char*>> commands = {
       {"info", "topo:x", "--format", "json"},
-      {"query", "topo:x", "--interval", "1m", "--format", "csv"},
+      {"query", "topo:x", "--interval", "1m", "--from", "last-1d", "--format", "csv"},
       {"query", "topo:x", "--interval", "1d", "--partial"},
       {"last", "topo:x"},
       {"query", "topo:x", "--interval", "all", "--no-adjust"},
