@@ -19,6 +19,7 @@
 #include "arguments/scope_text.h"
 #include "base/message.h"
 #include "command/commands.h"
+#include "command/help_formatter.h"
 #include "replace/interruption.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -193,6 +194,7 @@ int Run(int argc, char** argv) {
   Log::RootLogger::GetInstance().SetLevel(KoraLogLevel::None);
   Context context;
   CLI::App app(DESCRIPTION, "nvx-timeseries");
+  app.formatter(std::make_shared<HelpFormatter>());  // inherited by the commands
   app.footer(GetIdHelp() + "\n" + EXIT_HELP);
   app.require_subcommand(0, 1);  // an unknown command is named as such, a missing one below
   app.fallthrough();             // inherited by the commands: global options may follow the command

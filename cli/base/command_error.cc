@@ -16,8 +16,12 @@ CommandError::CommandError(const std::string& errorSubject, const std::string& e
       exitStatus(errorExitStatus) {}
 
 std::string CommandError::GetText() const {
-  return subject + ": " + problem + " (" + Workstation::StatusCodeToString(status) + ", " +
-         std::to_string(static_cast<int>(status)) + ")";
+  std::string text = subject + ": " + problem;
+  if (Log::RootLogger::GetInstance().GetLevel() != nv::kora::KoraLogLevel::None) {
+    text += std::string(" (") + Workstation::StatusCodeToString(status) + ", " +
+            std::to_string(static_cast<int>(status)) + ")";
+  }
+  return text;
 }
 
 void Require(StatusCode status, const std::string& subject, const std::string& problem) {

@@ -134,6 +134,9 @@ void Create(const CreateOptions& options, Context& context) {
     throw CLI::RequiredError("--rows or --csv");
   }
   std::optional<long long> start = ReadStartOfNewFile(definition);
+  if (!std::filesystem::is_directory(std::filesystem::path(path).parent_path())) {
+    throw CommandError(context.GetDirectory(), NO_DIRECTORY, StatusCode::NotFound);
+  }
   if (!definition.isForced && Utilities::FileSystem::CheckFileExist(path) == StatusCode::Success) {
     throw CommandError(definition.zeltId, path + " exists; --force replaces it",
                        StatusCode::InvalidArgument);

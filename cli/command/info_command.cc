@@ -5,6 +5,7 @@
 #include "arguments/interval_text.h"
 #include "base/message.h"
 #include "command/commands.h"
+#include "points/selected_files.h"
 #include "rrd/described_file.h"
 #include "rrd/file_report.h"
 #include "rrd/foreign_file.h"
@@ -61,7 +62,7 @@ FileReport Collect(const std::string& zeltId, const std::string& path, Context& 
 }
 
 // Reads all files before it writes the first entry, so that a mistaken id changes nothing.
-void Refresh(const std::vector<std::string>& zeltIds, Context& context) {
+void Refresh(const Selection& selection, Context& context) {
   struct Entry {
     std::string path;
     unsigned long step = 0;
@@ -71,7 +72,8 @@ void Refresh(const std::vector<std::string>& zeltIds, Context& context) {
     throw CLI::RequiredError("--metadata-store");
   }
   std::vector<Entry> entries;
-  for (const std::string& zeltId : zeltIds) {
+  for (const SelectedFile& file : selection.files) {
+    const std::string& zeltId = file.zeltId;
     Entry entry;
     entry.path = context.GetPathOfExisting(zeltId);
     Require(context.rrdClient.GetInterval(entry.path, entry.step), zeltId,
@@ -86,9 +88,7 @@ void Refresh(const std::vector<std::string>& zeltIds, Context& context) {
   }
 }
 
-void Run(const InfoOptions& options, Context& context) {
-  const bool isJson = options.format == InfoFormat::Json;
-  const std::string& zeltId = options.zeltIds.front();
+void PrintFile(const std::string& zeltId, bool isJson, Context& context) {
   const std::string path = context.GetPathOfExisting(zeltId);
   const std::optional<ForeignFile> foreign = FindForeignFile(path);
   if (foreign) {
@@ -99,13 +99,27 @@ void Run(const InfoOptions& options, Context& context) {
   isJson ? PrintJson(report, std::cout) : PrintText(report, std::cout);
 }
 
+// Of several files, texts with a blank line between them, or an array of objects.
+void Print(const Selection& selection, bool isJson, Context& context) {
+  const bool isArray = isJson && selection.isSeveral;
+  const char* separator = isArray ? "[\n" : "";
+  ForEachFile(selection, context, [&](const SelectedFile& file) {
+    std::cout << separator;
+    PrintFile(file.zeltId, isJson, context);
+    separator = isArray ? ",\n" : "\n";
+  });
+  if (isArray) {
+    std::cout << (*separator == '[' ? "[]\n" : "]\n");
+  }
+}
+
 }  // namespace
 
 void AddInfoCommand(CLI::App& app, Context& context) {
   CLI::App* const command =
       app.add_subcommand("info", "Print step, times, sources and archives of a data source's file");
   const auto options = std::make_shared<InfoOptions>();
-  command->add_option("ID", options->zeltIds, "Data source; several with --refresh")
+  command->add_option("ID", options->zeltIds, "Data sources, or patterns of their ids")
       ->required()
       ->type_name("");
   AddChoice(*command, "--format", options->format,
@@ -115,14 +129,12 @@ void AddInfoCommand(CLI::App& app, Context& context) {
   command->add_flag("--refresh", options->isRefresh,
                     "Write first timestamp and step of the files to the metadata store");
   command->callback([options, &context] {
-    if (options->isRefresh) {
-      return Refresh(options->zeltIds, context);
-    }
-    if (options->zeltIds.size() > 1) {
-      throw CLI::ExtrasError({options->zeltIds.begin() + 1, options->zeltIds.end()});
-    }
-    Run(*options, context);
+    context.GetDirectory();  // which must be one
+    const Selection selection = SelectFiles(options->zeltIds, context);
+    options->isRefresh ? Refresh(selection, context)
+                       : Print(selection, options->format == InfoFormat::Json, context);
   });
+  command->footer(PATTERN_HELP);
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,15 +1,39 @@
 #include "points/context.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
+#include "arguments/nearest_word.h"
 #include "arguments/scope_text.h"
 #include "rrd/foreign_file.h"
+#include "timeseries/rrd/file_helper.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 namespace fs = std::filesystem;
+
+// The id of a data source's file, empty for any other.
+std::string FindId(const fs::path& path) {
+  std::string id;
+  const bool isFound =
+      path.extension() == ".rrd" &&
+      Rrd::FileHelper::ComputeZeltIdFromFileName(path.filename(), id) == StatusCode::Success;
+  return isFound ? id : "";
+}
+
+// The ids of the files of a directory; none where it cannot be read.
+std::vector<std::string> ListIds(const fs::path& directory) {
+  std::vector<std::string> ids;
+  std::error_code error;
+  for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
+       entry.increment(error)) {
+    ids.push_back(FindId(entry->path()));
+  }
+  std::sort(ids.begin(), ids.end());
+  return ids;
+}
 
 // Tells why there is no file at the path of an id.
 [[noreturn]] void RefuseAbsent(const std::string& zeltId, const fs::path& path) {
@@ -21,9 +45,14 @@ namespace fs = std::filesystem;
     throw CommandError(zeltId, path.string() + ": " + error.message(), StatusCode::IoError);
   }
   const fs::path directory = path.parent_path();
-  const bool isThere = fs::exists(directory, error);
+  if (!fs::exists(directory, error)) {
+    throw CommandError(directory.string(), NO_DIRECTORY, StatusCode::NotFound);
+  }
+  const std::string suggested = SuggestWord(zeltId, ListIds(directory));
   throw CommandError(
-      zeltId, isThere ? "no such data source" : "there is no directory " + directory.string(),
+      zeltId,
+      "no such data source: there is no file " + path.string() +
+          (suggested.empty() ? "; list prints the ids, and -d names another directory" : suggested),
       StatusCode::NotFound);
 }
 
@@ -50,7 +79,9 @@ Rrd::Database Context::MakeDatabase(const std::string& directory) {
 std::string Context::GetPath(const std::string& directory, const std::string& zeltId) {
   std::string path;
   if (MakeDatabase(directory).GetPathToRrdFile(zeltId, path) != StatusCode::Success) {
-    throw UsageError(zeltId, "not an id, which is a scope, ':' and a name" + SuggestScope(zeltId));
+    const std::string id = FindId(zeltId);  // of a file that is given instead
+    throw UsageError(zeltId, "not an id, which is a scope, ':' and a name" +
+                                 (id.empty() ? SuggestScope(zeltId) : "; its id is " + id));
   }
   const std::size_t fileName = GetDirectoryPath(directory).size() + 1;
   if (path.find('/', fileName) != std::string::npos) {

@@ -12,6 +12,8 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
+inline constexpr char NO_DIRECTORY[] = "there is no such directory";
+
 // What the commands share: the database directories, the services under them, and the exit status.
 // Every operation throws CommandError.
 struct Context {

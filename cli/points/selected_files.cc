@@ -26,6 +26,9 @@ std::string DescribeUnreadable(const std::string& directory) {
   const std::string problem = "the directory cannot be read";
   std::error_code error;
   const std::filesystem::directory_iterator entry(directory, error);
+  if (error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory) {
+    return NO_DIRECTORY;
+  }
   return error == std::errc::permission_denied ? problem + ": " + error.message() : problem;
 }
 

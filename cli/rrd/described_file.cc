@@ -1,5 +1,9 @@
 #include "rrd/described_file.h"
 
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
 #include "base/command_error.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -16,12 +20,28 @@ std::string JoinNames(const Items& items, Name name) {
   return text;
 }
 
+// Whether what can be read of a file does not begin as an RRD file does.
+bool IsOtherFile(const std::string& path) {
+  constexpr char MARK[] = "RRD";
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) {  // what else there is may block
+    return false;
+  }
+  std::ifstream file(path, std::ios::binary);
+  char begin[sizeof MARK] = {};
+  return file && (!file.read(begin, sizeof begin) || std::memcmp(begin, MARK, sizeof MARK) != 0) &&
+         !file.bad();
+}
+
 }  // namespace
 
 Rrd::FileDescription DescribeFile(const PatientClient& client, const std::string& path,
                                   const std::string& zeltId) {
   Rrd::FileDescription file;
   const StatusCode status = client.Describe(path, file);
+  if (status != StatusCode::Success && IsOtherFile(path)) {
+    throw CommandError(zeltId, path + " is no RRD file", status);
+  }
   Require(status, zeltId, std::string("its file cannot be read: ") + Failure::GetReason());
   return file;
 }

@@ -1,0 +1,75 @@
+#include "command/help_formatter.h"
+
+#include <map>
+#include <sstream>
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+constexpr std::size_t WIDTH = 80;
+
+const std::map<std::string, std::string> EXAMPLES = {
+    {"nvx-timeseries", "nvx-timeseries query topo:Boiler --interval 1d --from 2024-06"},
+    {"create", "nvx-timeseries create topo:Boiler --step 600 --csv boiler.csv"},
+    {"migrate", "nvx-timeseries migrate topo:Boiler --rows 52560"},
+    {"update", "nvx-timeseries update topo:Boiler 2024-06-01T00:00Z:61.5 N:60"},
+    {"list", "nvx-timeseries -d /srv/rrd list"},
+    {"info", "nvx-timeseries info 'topo:*' --format json"},
+    {"last", "nvx-timeseries last topo:Boiler --zone local"},
+    {"query", "nvx-timeseries query topo:Boiler --interval 1d --from today-1mo --zone local"},
+    {"export", "nvx-timeseries export 'topo:*' --from last-7d --format line-protocol"},
+    {"push", "nvx-timeseries push http://127.0.0.1:8428/write"},
+    {"convert", "nvx-timeseries convert --in-place --backup .old /srv/rrd"},
+};
+
+// Breaks lines that are longer than `width` between words.
+std::string Wrap(const std::string& text, std::size_t width) {
+  std::string wrapped;
+  std::size_t column = 0;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    wrapped += wrapped.empty() ? "" : "\n";
+    column = 0;
+    std::istringstream words(line);
+    for (std::string word; words >> word;) {
+      const bool isFull = column > 0 && column + 1 + word.size() > width;
+      wrapped += column == 0 ? "" : isFull ? "\n" : " ";
+      column = column == 0 || isFull ? word.size() : column + 1 + word.size();
+      wrapped += word;
+    }
+  }
+  return wrapped;
+}
+
+}  // namespace
+
+std::string HelpFormatter::make_description(const CLI::App* app) const {
+  return Wrap(app->get_description(), WIDTH) + "\n";
+}
+
+std::string HelpFormatter::make_option_opts(const CLI::Option* option) const {
+  const std::size_t nameSize = 2 + option->get_name(false, true).size();
+  const std::string text = Wrap(CLI::Formatter::make_option_opts(option), WIDTH - nameSize - 1);
+  return text.empty() ? "" : " " + CLI::detail::find_and_replace(text, "\n", "\n      ");
+}
+
+std::string HelpFormatter::make_option_desc(const CLI::Option* option) const {
+  return Wrap(option->get_description(), WIDTH - get_column_width());
+}
+
+std::string HelpFormatter::make_subcommand(const CLI::App* command) const {
+  std::ostringstream out;
+  const std::size_t column = get_column_width();
+  CLI::detail::format_help(out, command->get_name(),
+                           Wrap(command->get_description(), WIDTH - column), column);
+  return out.str();
+}
+
+std::string HelpFormatter::make_footer(const CLI::App* app) const {
+  const std::string footer = app->get_footer();
+  const auto example = EXAMPLES.find(app->get_name());
+  return (footer.empty() ? "" : Wrap(footer, WIDTH) + "\n") +
+         (example == EXAMPLES.end() ? "" : "\nExample:\n  " + example->second + "\n");
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
