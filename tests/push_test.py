@@ -283,7 +283,7 @@ class PushTest(unittest.TestCase):
             arguments = ["--token-file", str(file)] if query == "token" else []
             result = self.push(recorder.url.replace("//", "//" + prefix) + query.replace("token", "", not query.count("=")),
                                *arguments, "--retry-for", "0", status=1)
-            self.assertIn(f"the server answers 401{shown} (", result.stderr)
+            self.assertIn(f"the server answers 401{shown}\n", result.stderr)
             for secret in ("h7q2zk", "s3/cr et", pair):
                 self.assertNotIn(secret, result.stderr)
         recorder.answers.clear()
@@ -293,8 +293,8 @@ class PushTest(unittest.TestCase):
         self.assertNotIn(b"h7q2zk", state.read_bytes())
 
     def test_what_is_refused_is_told(self):
-        for answer, words in (((400, "no JSON"), "answers 400 ("), ((200, "log in first"), "answers 200: a page"),
-                              ((307, "", ("Location", "http://127.0.0.1:1/")), "answers 307 ("),
+        for answer, words in (((400, "no JSON"), "answers 400\n"), ((200, "log in first"), "answers 200: a page"),
+                              ((307, "", ("Location", "http://127.0.0.1:1/")), "answers 307\n"),
                               (b"garbage", "HTTP/0.9")):
             recorder = Recorder()
             recorder.answers = [answer] * 9

@@ -102,7 +102,11 @@ long long TimeExpression::Resolve(const FileTimes& file) const {
   for (const Offset& offset : offsets) {
     moment = Move(moment, offset);
     if (ClampTime(moment.timestamp) != moment.timestamp) {
-      throw UsageError(text, "not in the years 1 to 9999");
+      const std::string problem = "not in the years 1 to 9999";
+      if (IsOfFile()) {
+        throw CommandError(text, problem, StatusCode::OutOfRange);
+      }
+      throw UsageError(text, problem);
     }
   }
   return moment.timestamp;

@@ -36,8 +36,9 @@ class TimeExpression {
   // Whether it is counted from the first or the last sample of a file.
   bool IsOfFile() const;
 
-  // Seconds since the epoch; all of a program are counted from the same present. Throws UsageError
-  // outside the years 1 to 9999, and what the functions throw.
+  // Seconds since the epoch; all of a program are counted from the same present. Outside
+  // the years 1 to 9999 it throws UsageError, or CommandError if counted from a file. It also
+  // throws what the functions throw.
   long long Resolve(const FileTimes& file) const;
 
  private:
