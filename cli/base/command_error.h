@@ -17,8 +17,8 @@ enum ExitStatus : int {
 // Ends a command with one line on standard error and an exit status, EXIT_FAILED.
 class CommandError {
  public:
-  // The line reads "nvx-timeseries: SUBJECT: PROBLEM", and where the log is shown, too, it ends with
-  // the status: "(InvalidArgument, 28)".
+  // The line reads "nvx-timeseries: SUBJECT: PROBLEM", and where the log is shown, too, it ends
+  // with the status: "(InvalidArgument, 28)".
   CommandError(const std::string& errorSubject, const std::string& errorProblem,
                StatusCode errorStatus);
 
