@@ -25,7 +25,7 @@ class CsvRecords {
   // The next record, or nothing at the end.
   std::optional<CsvRecord> Read();
 
-  [[noreturn]] void Refuse(unsigned long long line, const std::string& problem) const;
+  [[noreturn]] void Refuse(unsigned long long number, const std::string& problem) const;
 
  private:
   bool ReadLine();
