@@ -125,7 +125,7 @@ std::string ComputeDigest(const std::string& text) {
 }  // namespace
 
 std::string IdentifyZone(const cctz::time_zone& zone) {
-  const std::string path = zone.name();
+  std::string path = zone.name();
   if (path.empty() || path[0] != '/') {
     return path;
   }

@@ -25,6 +25,7 @@ fs::path FindPushProgram() {
 
 [[noreturn]] void BecomePushProgram(std::vector<std::string> arguments) {
   std::vector<char*> texts;
+  texts.reserve(arguments.size() + 1);
   for (std::string& argument : arguments) {
     texts.push_back(argument.data());
   }
