@@ -119,7 +119,7 @@ void HttpClient::AddHeader(const std::string& line) {
   if (longer == nullptr) {
     throw std::bad_alloc();
   }
-  headers.release();
+  static_cast<void>(headers.release());  // the longer list has it
   headers.reset(longer);
 }
 

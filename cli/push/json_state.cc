@@ -24,8 +24,9 @@ ConfirmedByServer ReadJsonState(const std::string& path) {
     for (const auto& [directory, kinds] : directories) {
       for (const auto& [kind, times] : kinds) {
         for (const auto& [zeltId, time] : times) {
-          if (!IsAmbiguous(server + directory + kind + zeltId) &&
-              server.find("=*") == std::string::npos) {
+          const bool isAmbiguous = IsAmbiguous(server) || IsAmbiguous(directory) ||
+                                   IsAmbiguous(kind) || IsAmbiguous(zeltId);
+          if (!isAmbiguous && server.find("=*") == std::string::npos) {
             all[server][{directory, kind, zeltId}] = time;
           }
         }

@@ -40,7 +40,7 @@ StateDatabase::StateDatabase(const std::string& path) {
   sqlite3_busy_timeout(opened, LOCK_MILLISECONDS);
 }
 
-void StateDatabase::Run(const char* statements) {
+void StateDatabase::Run(const char* statements) const {
   RequireDone(Get(), sqlite3_exec(Get(), statements, nullptr, nullptr, nullptr));
 }
 

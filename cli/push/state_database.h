@@ -27,7 +27,7 @@ class StateDatabase {
   // Makes an empty file where there is none. The path may have no symbolic links.
   explicit StateDatabase(const std::string& path);
 
-  void Run(const char* statements);
+  void Run(const char* statements) const;
 
   sqlite3* Get() const { return handle.get(); }
 
