@@ -73,7 +73,7 @@ std::string StateFile::GetPath() const {
 }
 
 std::string SetStateAside(const std::string& path) {
-  const std::string name = FindFreeName(path);
+  std::string name = FindFreeName(path);
   for (const char* const suffix : {"-journal", "-wal", "-shm"}) {
     std::rename((path + suffix).c_str(), (name + suffix).c_str());  // there may be none
   }
