@@ -69,7 +69,7 @@ std::string FindProblem(const FileDefinition& definition) {
 }
 
 long long GetRowCountToGrow(long long neededCount, long long step) {
-  constexpr long long SECONDS_A_YEAR = 366 * 86400;
+  constexpr long long SECONDS_A_YEAR = 366LL * 86400;
   constexpr long long MAXIMUM_YEAR = 1'000'000;
   const long long wanted = std::max(2 * neededCount, std::min(SECONDS_A_YEAR / step, MAXIMUM_YEAR));
   return std::max(neededCount, std::min({wanted, MAXIMUM_ROW_COUNT, MAXIMUM_SPAN / step}));
