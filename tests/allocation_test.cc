@@ -5,16 +5,15 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <iterator>
-#include <limits>
 #include <new>
 
 #include "nvx/workstation/in_memory_redis_client.h"
 #include "nvx/workstation/status_code_name.h"
 #include "support/legacy_file.h"
+#include "support/limited_memory.h"
 #include "support/temporary_directory.h"
 #include "timeseries/data_functions.h"
 #include "timeseries/host.h"
@@ -29,31 +28,6 @@
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
   return "leak:librrd";
 }
-
-namespace {
-
-constexpr long NEVER = std::numeric_limits<long>::max();
-
-long untilFailure = NEVER;  // allocations that are still granted
-long heldCount = 0;         // allocations that were not released yet
-
-}  // namespace
-
-#pragma GCC visibility push(default)
-void* operator new(std::size_t size) {
-  void* const memory = untilFailure-- > 0 ? std::malloc(size == 0 ? 1 : size) : nullptr;
-  if (memory == nullptr) {
-    throw std::bad_alloc();
-  }
-  ++heldCount;
-  return memory;
-}
-void operator delete(void* memory) noexcept {
-  heldCount -= memory == nullptr ? 0 : 1;
-  std::free(memory);
-}
-void operator delete(void* memory, std::size_t /*size*/) noexcept { operator delete(memory); }
-#pragma GCC visibility pop
 
 using namespace nvx::TimeSeriesDatabase;
 
@@ -112,16 +86,16 @@ class Allocations : public testing::Test {
     for (long granted = 0; !isDone; ++granted) {
       MakeFile();
       const long descriptors = CountDescriptors();
-      const long held = heldCount;
-      untilFailure = granted;
+      const long held = LimitedMemory::held;
+      LimitedMemory::granted = granted;
       StatusCode status = StatusCode::OutOfMemory;
       try {
         status = operation();
       } catch (const std::bad_alloc&) {
       }
-      isDone = untilFailure >= 0;
-      untilFailure = NEVER;
-      ASSERT_EQ(heldCount, held) << "memory, after " << granted;
+      isDone = LimitedMemory::granted >= 0;
+      LimitedMemory::granted = LimitedMemory::ALL;
+      ASSERT_EQ(LimitedMemory::held, held) << "memory, after " << granted;
       ASSERT_EQ(CountDescriptors(), descriptors) << "descriptors, after " << granted;
       ASSERT_TRUE(status == expected || !isDone) << nvx::Workstation::StatusCodeToString(status);
       const auto now = Look();
