@@ -12,6 +12,7 @@
 
 #include "nvx/workstation/in_memory_redis_client.h"
 #include "nvx/workstation/status_code_name.h"
+#include "support/leaks_of_librrd.h"
 #include "support/legacy_file.h"
 #include "support/limited_memory.h"
 #include "support/temporary_directory.h"
@@ -22,12 +23,6 @@
 #include "timeseries/rrd/tool/sanitizer.h"
 #include "timeseries/rrd_client.h"
 #include "timeseries/time_window_helper.h"
-
-// The RRD library loses a few bytes for each failed update.
-// NOLINTNEXTLINE(bugprone-reserved-identifier): the sanitizer calls it by this name
-extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
-  return "leak:librrd";
-}
 
 using namespace nvx::TimeSeriesDatabase;
 

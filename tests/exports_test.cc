@@ -30,6 +30,8 @@ void ExpectExports(const std::string& library, const std::string& table) {
   }
 
   exported.erase("nvx::Log::RootLogger::GetInstance");  // only where it is not inlined
+  exported.erase(
+      "vtable for nv::kora::RedisClientInterface");  // only where a sanitizer asks for it
 
   std::set<std::string> expected;
   ForEachRow(table, [&expected](const Row& row) {

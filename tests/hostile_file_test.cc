@@ -16,6 +16,7 @@
 #include <fstream>
 #include <limits>
 
+#include "support/leaks_of_librrd.h"
 #include "support/log_capture.h"
 #include "support/random.h"
 #include "support/rrd_file.h"
@@ -23,12 +24,6 @@
 #include "timeseries/rrd_client.h"
 
 int RunCommand(int argc, char** argv);  // the main function of the command line
-
-// The RRD library loses a few bytes for each old file, and for each failed update.
-// NOLINTNEXTLINE(bugprone-reserved-identifier): the sanitizer calls it by this name
-extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
-  return "leak:librrd";
-}
 
 using namespace nvx::TimeSeriesDatabase;
 

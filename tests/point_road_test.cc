@@ -15,16 +15,12 @@
 #include "arguments/zone_text.h"
 #include "formats/csv_writer.h"
 #include "points/reader.h"
+#include "support/leaks_of_librrd.h"
 #include "support/random.h"
 #include "support/temporary_directory.h"
 #include "timeseries/time_window_helper.h"
 
 int RunCommand(int argc, char** argv);  // the main function of the command line
-
-// NOLINTNEXTLINE(bugprone-reserved-identifier): the sanitizer calls it by this name
-extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
-  return "leak:librrd";
-}
 
 using namespace nvx::TimeSeriesDatabase;
 using namespace nvx::TimeSeriesDatabase::CommandLine;
