@@ -5,6 +5,7 @@
 
 #include "timeseries/export.h"
 #include "timeseries/failure.h"
+#include "timeseries/rrd/durability.h"
 #include "timeseries/rrd/fetch_result.h"
 #include "timeseries/rrd/file_description.h"
 #include "timeseries/status_code.h"
@@ -71,6 +72,15 @@ class NVX_TIMESERIES_EXPORT RrdClient {
   // lock that was still held after it.
   virtual StatusCode Migrate(const std::string& path, long long step, long long startTime,
                              double minimum, double maximum, unsigned int rowCount) const;
+
+  // As Update, but all samples of the batch are stored or none: also when the RRD library refuses
+  // one of them, when the process is killed, and, with Durability::Power, when the machine stops.
+  // Once it has returned Success, the batch stays. Until then a journal lies beside the file,
+  // "x.rrd-journal"; every operation here that opens the file after an interrupted update undoes it
+  // first, and fails where it may not write. With Power, an idle journal is kept between updates.
+  // Failure, with nothing stored, also where no journal can be made.
+  StatusCode UpdateAtomically(const std::string& path, const std::map<long long, double>& samples,
+                              Rrd::Durability durability) const;
 
   // What the file consists of. For a missing file, the code of FileSystem::CheckFileExist.
   // `description` is unchanged on every failure.

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <limits>
+#include <utility>
 
 #include "foundation/descriptor.h"
 #include "rrd/computed_source.h"
@@ -26,10 +27,6 @@ constexpr std::uint64_t LARGEST_HEADER = 1 << 24;
 // Values, a GiB of them: at a step of a minute, 255 years.
 constexpr std::uint64_t LARGEST_FETCH = 1 << 27;
 
-// The RRD library's names begin with the third.
-constexpr const char* FIRST_VERSION = "0001";
-constexpr const char* SECOND_VERSION = "0002";
-
 // In seconds. The RRD library computes it as an unsigned long, which has 32 bits on some machines.
 constexpr unsigned long LONGEST_ARCHIVE =
     std::min<std::uint64_t>(FARTHEST_TIME, std::numeric_limits<unsigned long>::max());
@@ -41,10 +38,6 @@ constexpr long MICROSECONDS = 1000000;
 
 constexpr char TOO_LARGE[] = "it has too many data sources or archives for a file of this machine";
 constexpr char CUT_OFF[] = "its header is cut off";
-
-int Open(const std::string& path) {
-  return open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-}
 
 // The RRD library changes a header in its place, and for a moment a row may lie outside its
 // archive: what was found without the lock is found again with it. False while another process
@@ -66,14 +59,6 @@ std::string ReadStart(int fd, std::size_t size) {
 
 bool IsSpanSafe(long long start, long long end) {
   return -FARTHEST_TIME <= start && start <= end && end <= FARTHEST_TIME;
-}
-
-bool HasVersion(const stat_head_t& head, const char* version) {
-  return std::strncmp(head.version, version, sizeof head.version) == 0;
-}
-
-bool IsVersionOld(const stat_head_t& head) {
-  return HasVersion(head, FIRST_VERSION) || HasVersion(head, SECOND_VERSION);
 }
 
 bool IsVersionKnown(const stat_head_t& head) {
@@ -135,9 +120,17 @@ const char* FindArchiveFault(const std::string& header, const HeaderLayout& layo
   return nullptr;
 }
 
-// Before microseconds came, the live head was the time alone.
-std::size_t GetLiveHeadSize(const stat_head_t& head) {
-  return IsVersionOld(head) ? sizeof(live_head_t::last_up) : sizeof(live_head_t);
+bool HasCookie(const std::string& header) {
+  return header.compare(0, sizeof RRD_COOKIE, RRD_COOKIE, sizeof RRD_COOKIE) == 0;
+}
+
+// As its first numbers say; 0 when they say nothing.
+std::uint64_t FindHeaderSize(const std::string& header) {
+  if (!HasCookie(header) || header.size() < sizeof(stat_head_t)) {
+    return 0;
+  }
+  const auto head = ReadStructure<stat_head_t>(header, 0);
+  return FindFault(head) == nullptr ? HeaderLayout(head, GetLiveHeadSize(head)).end : 0;
 }
 
 bool IsLiveHeadSafe(const live_head_t& liveHead) {
@@ -160,15 +153,19 @@ bool HasAllValues(const std::vector<ArchiveDescription>& archives, unsigned long
 
 }  // namespace
 
-FileGate::FileGate(const std::string& path) {
-  const Descriptor file(Open(path));
-  if (file.IsOpen()) {
-    Read(file.Get());
+FileGate::FileGate(int fd) {
+  if (fd != -1) {
+    Read(fd);
   }
 }
 
+FileGate::FileGate(std::string fileHeader, std::uint64_t fileSize)
+    : header(std::move(fileHeader)) {
+  fault = CheckHeader(fileSize);
+}
+
 bool FileGate::IsFileLocked(const std::string& path) {
-  const Descriptor file(Open(path));
+  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   return file.IsOpen() && !LockForReading(file.Get());
 }
 
@@ -220,8 +217,17 @@ const char* FileGate::ReadFile(int fd) {
   if (status.st_size > LARGEST) {
     return "it is too large for this machine";
   }
-  std::string header = ReadStart(fd, USUAL_HEADER);
-  if (header.compare(0, sizeof RRD_COOKIE, RRD_COOKIE, sizeof RRD_COOKIE) != 0) {
+  header = ReadStart(fd, USUAL_HEADER);
+  const std::uint64_t size = FindHeaderSize(header);
+  if (size > header.size() && size <= LARGEST_HEADER) {
+    header = ReadStart(fd, static_cast<std::size_t>(size));
+  }
+  return CheckHeader(static_cast<std::uint64_t>(status.st_size));
+}
+
+const char* FileGate::CheckHeader(std::uint64_t fileSize) {
+  if (!HasCookie(header)) {
+    header.clear();
     return nullptr;
   }
   if (header.size() < sizeof(stat_head_t)) {
@@ -236,22 +242,18 @@ const char* FileGate::ReadFile(int fd) {
     return TOO_LARGE;
   }
   if (layout.end > header.size()) {
-    header = ReadStart(fd, static_cast<std::size_t>(layout.end));
-  }
-  if (layout.end > header.size()) {
     return CUT_OFF;
   }
-  if (const char* const partFault = ReadParts(header, head, layout)) {
+  header.resize(static_cast<std::size_t>(layout.end));
+  if (const char* const partFault = ReadParts(head, layout)) {
     return partFault;
   }
-  const auto fileSize = static_cast<std::uint64_t>(status.st_size);
   const bool isWhole = layout.end <= fileSize &&
                        HasAllValues(description.archives, head.ds_cnt, fileSize - layout.end);
   return isWhole ? nullptr : "its values are cut off";
 }
 
-const char* FileGate::ReadParts(const std::string& header, const stat_head_t& head,
-                                const HeaderLayout& layout) {
+const char* FileGate::ReadParts(const stat_head_t& head, const HeaderLayout& layout) {
   live_head_t liveHead{};
   std::memcpy(&liveHead, header.data() + layout.liveHead, GetLiveHeadSize(head));
   if (!IsLiveHeadSafe(liveHead)) {

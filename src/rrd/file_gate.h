@@ -19,9 +19,12 @@ inline constexpr long long FARTHEST_TIME = 1LL << 40;
 // it another header; a directory that others can write needs more than this.
 class FileGate {
  public:
-  // Opens the file, without waiting for a writer of a FIFO, reads its header and closes it. No
-  // fault is sought in what another process writes; that file is locked.
-  explicit FileGate(const std::string& path);
+  // Reads the header of an open file; -1 for one that could not be opened. No fault is sought in
+  // what another process writes; that file is locked.
+  explicit FileGate(int fd);
+
+  // Looks at the header of a file of that size, which was read before.
+  FileGate(std::string fileHeader, std::uint64_t fileSize);
 
   // Whether another process has locked a file at this moment.
   static bool IsFileLocked(const std::string& path);
@@ -29,6 +32,9 @@ class FileGate {
   // Why the RRD library must not be given the file; null when it may. A file that cannot be opened
   // or does not begin as an RRD file is left to the RRD library, which says so in its own words.
   const char* GetFault() const { return fault; }
+
+  // The header where there is no fault; empty for what is left to the RRD library.
+  const std::string& GetHeader() const { return header; }
 
   // Whether the fault is another process that has locked the file.
   bool IsLocked() const { return isLocked; }
@@ -47,9 +53,10 @@ class FileGate {
 
   // They return the fault.
   const char* ReadFile(int fd);
-  const char* ReadParts(const std::string& header, const stat_head_t& head,
-                        const HeaderLayout& layout);
+  const char* CheckHeader(std::uint64_t fileSize);
+  const char* ReadParts(const stat_head_t& head, const HeaderLayout& layout);
 
+  std::string header;
   const char* fault = nullptr;
   bool isLocked = false;
   unsigned long sourceCount = 0;

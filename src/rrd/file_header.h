@@ -41,6 +41,24 @@ Structure ReadStructure(const std::string& header, std::uint64_t offset, std::ui
   return structure;
 }
 
+// The RRD library's names of versions begin with the third.
+inline bool HasVersion(const stat_head_t& head, const char* version) {
+  return std::strncmp(head.version, version, sizeof head.version) == 0;
+}
+
+inline bool IsVersionOld(const stat_head_t& head) {
+  return HasVersion(head, "0001") || HasVersion(head, "0002");
+}
+
+// Before microseconds came, the live head was the time alone.
+inline std::size_t GetLiveHeadSize(const stat_head_t& head) {
+  return IsVersionOld(head) ? sizeof(live_head_t::last_up) : sizeof(live_head_t);
+}
+
+inline long long ReadLastUpdate(const std::string& header, const HeaderLayout& layout) {
+  return ReadStructure<decltype(live_head_t::last_up)>(header, layout.liveHead);
+}
+
 template <std::size_t size>
 bool IsTerminated(const char (&text)[size]) {
   return std::memchr(text, '\0', size) != nullptr;

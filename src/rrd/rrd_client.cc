@@ -9,12 +9,15 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "foundation/log.h"
 #include "rrd/file_gate.h"
 #include "rrd/file_information.h"
+#include "rrd/locked_file.h"
 #include "rrd/number_text.h"
+#include "rrd/transaction.h"
 #include "timeseries/host.h"
 #include "timeseries/rrd/constants.h"
 
@@ -37,12 +40,11 @@ const std::string DS_DEFINITION_PREFIX = "DS:element:GAUGE:";
 const std::string MIGRATION_DS_DEFINITION_PREFIX = "DS:element=element[1]:GAUGE:";
 const std::string RRA_DEFINITION_PREFIX = "RRA:LAST:0.99999:1:";
 
-// How the RRD library says that another process has locked the file.
-constexpr char LOCK_ERROR[] = "could not lock RRD";
-
 constexpr char TOO_LATE[] = "sample time beyond 32 bits";
 
+using Rrd::FARTHEST_TIME;
 using Rrd::FileGate;
+using Rrd::LockedFile;
 
 std::time_t SecondBefore(long long time) {
   return static_cast<std::time_t>(static_cast<unsigned long long>(time) - 1);
@@ -95,6 +97,28 @@ struct Definitions {
   std::string archive;
 };
 
+// A file that is looked at before the RRD library is called, and locked until that has returned.
+struct GuardedFile {
+  explicit GuardedFile(const std::string& path, LockedFile::Use use = LockedFile::Use::Read)
+      : lock(path, use), gate(lock.Get()) {}
+
+  // Why the RRD library must not be called; null when it may. The two below are of a fetch and of a
+  // migration.
+  const char* GetFault() const { return Choose(gate.GetFault()); }
+  const char* GetFetchFault(long long start, long long end) const {
+    return Choose(gate.GetFetchFault(start, end));
+  }
+  const char* GetMigrationFault() const { return Choose(gate.GetMigrationFault()); }
+
+  LockedFile lock;
+  FileGate gate;
+
+ private:
+  const char* Choose(const char* gateFault) const {
+    return lock.GetFault() == nullptr ? gateFault : lock.GetFault();
+  }
+};
+
 using Information = std::unique_ptr<rrd_info_t, decltype(&rrd_info_free)>;
 
 // What a line says of a failure: the fault of a file that was kept from the RRD library, or else
@@ -102,10 +126,10 @@ using Information = std::unique_ptr<rrd_info_t, decltype(&rrd_info_free)>;
 const char* GetReason(const char* fault) { return fault == nullptr ? rrd_get_error() : fault; }
 
 // Keeps the same as the reason of the failure. rrd_get_error is for lines of the log alone.
-void KeepReason(const char* fault, bool isLocked) {
+void KeepReason(const char* fault, bool isLocked = false) {
   const char* const reason = fault == nullptr ? rrd_get_context()->rrd_error : fault;
-  if (isLocked || std::strcmp(reason, LOCK_ERROR) == 0) {
-    KeepLock(LOCK_ERROR);
+  if (isLocked || std::strcmp(reason, Rrd::LOCK_FAULT) == 0) {
+    KeepLock(Rrd::LOCK_FAULT);
   } else {
     KeepFailure("%s", reason);
   }
@@ -120,11 +144,11 @@ bool IsSourceLocked(const std::string& path) {
 
 // Null, after a line in the log, when the file cannot be read.
 Information ReadInformation(const char* operation, const std::string& path) {
-  const FileGate gate(path);
-  const char* const fault = gate.GetFault();
+  const GuardedFile file(path);
+  const char* const fault = file.GetFault();
   Information information(fault == nullptr ? rrd_info_r(path.c_str()) : nullptr, rrd_info_free);
   if (information == nullptr) {
-    KeepReason(fault, gate.IsLocked());
+    KeepReason(fault);
     NVX_ERROR_IN(operation, "Failed to read information from[%s]. rrd error :[%s]", path.c_str(),
                  GetReason(fault));
     rrd_clear_error();
@@ -186,6 +210,73 @@ class SampleTexts {
   std::vector<std::size_t> starts;
 };
 
+// The time up to which an update may fill rows. The RRD library counts a negative time from now.
+long long FindLastTime(const std::map<long long, double>& samples) {
+  const bool isKnown = samples.begin()->first >= 0 && samples.rbegin()->first <= FARTHEST_TIME;
+  return isKnown ? samples.rbegin()->first : std::numeric_limits<long long>::max();
+}
+
+struct UpdateResult {
+  bool isStored;
+  std::string fault;  // what kept the samples from the RRD library; none where it has refused them
+};
+
+UpdateResult CallUpdate(const std::string& path, std::vector<const char*> arguments) {
+  // An error that an earlier call left would be taken for one of this update, and end it.
+  if (rrd_test_error() != 0) {
+    rrd_clear_error();
+  }
+  return {rrd_update_r(path.c_str(), nullptr, static_cast<int>(arguments.size()),
+                       arguments.data()) != -1,
+          ""};
+}
+
+// Stores all samples or none.
+UpdateResult StoreAtomically(const std::string& path, const std::map<long long, double>& samples,
+                             Rrd::Durability durability,
+                             const std::vector<const char*>& arguments) {
+  const GuardedFile file(path, LockedFile::Use::Transaction);
+  if (file.lock.Get() == -1) {
+    return {false,
+            "opening '" + path + "': " + std::generic_category().message(file.lock.GetError())};
+  }
+  const char* const fault =
+      file.GetFault() == nullptr && IsTooLate(samples) ? TOO_LATE : file.GetFault();
+  if (fault != nullptr) {
+    return {false, fault};
+  }
+  // The RRD library refuses these two before it changes anything.
+  if (arguments.empty() || file.gate.GetHeader().empty()) {
+    return CallUpdate(path, arguments);
+  }
+  Rrd::Transaction transaction(file.lock, file.gate.GetHeader(), FindLastTime(samples), durability);
+  if (!transaction.GetFault().empty()) {
+    return {false, transaction.GetFault()};
+  }
+  UpdateResult result = CallUpdate(path, arguments);
+  if (result.isStored) {
+    result.fault = transaction.Commit();
+    result.isStored = result.fault.empty();
+  }
+  return result;
+}
+
+StatusCode EndUpdate(const char* operation, const std::string& path,
+                     const std::vector<const char*>& arguments, const UpdateResult& result) {
+  if (!result.isStored) {
+    const char* const fault = result.fault.empty() ? nullptr : result.fault.c_str();
+    KeepReason(fault);
+    NVX_ERROR_IN(operation, "error [%s], file path [%s], arguments [%s %s]", GetReason(fault),
+                 path.c_str(), arguments.empty() ? "" : arguments[0],
+                 arguments.size() < 2 ? "" : arguments[1]);
+    rrd_clear_error();
+    return StatusCode::Failure;
+  }
+  NVX_INFO_IN(operation, "Update rrd file [%s] with %u samples", path.c_str(),
+              static_cast<unsigned int>(arguments.size()));
+  return StatusCode::Success;
+}
+
 }  // namespace
 
 RrdClient::~RrdClient() = default;
@@ -196,11 +287,11 @@ StatusCode RrdClient::GetFirstTimestamp(const std::string& path, int rraIndex,
   if (found != StatusCode::Success) {
     return found;
   }
-  const FileGate gate(path);
-  const char* const fault = gate.GetFault();
+  const GuardedFile file(path);
+  const char* const fault = file.GetFault();
   timestamp = fault == nullptr ? rrd_first_r(path.c_str(), rraIndex) : -1;
   if (timestamp == -1) {
-    KeepReason(fault, gate.IsLocked());
+    KeepReason(fault);
     NVX_ERROR("Failed to get first timestamp from [%s]. rrd error :[%s]", path.c_str(),
               GetReason(fault));
     rrd_clear_error();
@@ -215,11 +306,11 @@ StatusCode RrdClient::GetLastTimestamp(const std::string& path, long long& times
   if (found != StatusCode::Success) {
     return found;
   }
-  const FileGate gate(path);
-  const char* const fault = gate.GetFault();
+  const GuardedFile file(path);
+  const char* const fault = file.GetFault();
   timestamp = fault == nullptr ? rrd_last_r(path.c_str()) : -1;
   if (timestamp == -1) {
-    KeepReason(fault, gate.IsLocked());
+    KeepReason(fault);
     NVX_ERROR("Failed to get last timestamp from [%s]. rrd error :[%s]", path.c_str(),
               GetReason(fault));
     rrd_clear_error();
@@ -261,11 +352,11 @@ StatusCode RrdClient::Fetch(const std::string& path, long long start, long long 
   unsigned long dataSourceCount = 0;
   char** names = nullptr;
   rrd_value_t* data = nullptr;
-  const FileGate gate(path);
-  const char* const fault = gate.GetFetchFault(start, end);
+  const GuardedFile file(path);
+  const char* const fault = file.GetFetchFault(start, end);
   if (fault != nullptr || rrd_fetch_r(path.c_str(), Rrd::LAST_KEYWORD.c_str(), &s, &e, &step,
                                       &dataSourceCount, &names, &data) == -1) {
-    KeepReason(fault, gate.IsLocked());
+    KeepReason(fault);
     LogFetchError(fault, s, e, path);
     rrd_clear_error();
     return StatusCode::Failure;
@@ -293,7 +384,7 @@ StatusCode RrdClient::Create(const std::string& path, long long step, long long 
   const char* arguments[] = {definitions.dataSource.c_str(), definitions.archive.c_str()};
   if (rrd_create_r(path.c_str(), static_cast<unsigned long>(step),
                    static_cast<std::time_t>(startTime), 2, arguments) == -1) {
-    KeepReason(nullptr, false);
+    KeepReason(nullptr);
     LogCreateError("Create", nullptr, path, definitions);
     rrd_clear_error();
     return StatusCode::Failure;
@@ -305,26 +396,23 @@ StatusCode RrdClient::Create(const std::string& path, long long step, long long 
 StatusCode RrdClient::Update(const std::string& path,
                              const std::map<long long, double>& samples) const {
   const SampleTexts texts(samples);
-  std::vector<const char*> arguments = texts.Get();
+  const std::vector<const char*> arguments = texts.Get();
+  const auto store = [&]() -> UpdateResult {
+    const GuardedFile file(path, LockedFile::Use::Update);
+    const char* const fault =
+        file.GetFault() == nullptr && IsTooLate(samples) ? TOO_LATE : file.GetFault();
+    return fault == nullptr ? CallUpdate(path, arguments) : UpdateResult{false, fault};
+  };
+  return EndUpdate("Update", path, arguments, store());
+}
 
-  // An error that an earlier call left would be taken for one of this update, and end it.
-  if (rrd_test_error() != 0) {
-    rrd_clear_error();
-  }
-  const FileGate gate(path);
-  const char* const fault =
-      gate.GetFault() == nullptr && IsTooLate(samples) ? TOO_LATE : gate.GetFault();
-  if (fault != nullptr || rrd_update_r(path.c_str(), nullptr, static_cast<int>(arguments.size()),
-                                       arguments.data()) == -1) {
-    KeepReason(fault, gate.IsLocked());
-    NVX_ERROR("error [%s], file path [%s], arguments [%s %s]", GetReason(fault), path.c_str(),
-              arguments.empty() ? "" : arguments[0], arguments.size() < 2 ? "" : arguments[1]);
-    rrd_clear_error();
-    return StatusCode::Failure;
-  }
-  NVX_INFO("Update rrd file [%s] with %u samples", path.c_str(),
-           static_cast<unsigned int>(arguments.size()));
-  return StatusCode::Success;
+StatusCode RrdClient::UpdateAtomically(const std::string& path,
+                                       const std::map<long long, double>& samples,
+                                       Rrd::Durability durability) const {
+  const SampleTexts texts(samples);
+  const std::vector<const char*> arguments = texts.Get();
+  return EndUpdate("UpdateAtomically", path, arguments,
+                   StoreAtomically(path, samples, durability, arguments));
 }
 
 StatusCode RrdClient::Migrate(const std::string& path, long long step, long long startTime,
@@ -333,12 +421,12 @@ StatusCode RrdClient::Migrate(const std::string& path, long long step, long long
   const char* arguments[] = {definitions.dataSource.c_str(), definitions.archive.c_str()};
   const char* sources[] = {path.c_str(), nullptr};
   constexpr int MAY_OVERWRITE = 0;
-  const FileGate gate(path);
-  const char* const fault = gate.GetMigrationFault();
+  const GuardedFile file(path);
+  const char* const fault = file.GetMigrationFault();
   if (fault != nullptr || rrd_create_r2(path.c_str(), static_cast<unsigned long>(step),
                                         static_cast<std::time_t>(startTime), MAY_OVERWRITE, sources,
                                         nullptr, 2, arguments) == -1) {
-    KeepReason(fault, gate.IsLocked() || (fault == nullptr && IsSourceLocked(path)));
+    KeepReason(fault, fault == nullptr && IsSourceLocked(path));
     LogCreateError("Migrate", fault, path, definitions);
     return StatusCode::Failure;
   }

@@ -1,0 +1,111 @@
+#include "rrd/interrupted_update.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "rrd/descriptor.h"
+#include "rrd/journal.h"
+
+namespace nvx::TimeSeriesDatabase::Rrd {
+namespace {
+
+constexpr char NO_PERMISSION[] =
+    "an interrupted update is to be undone, which needs write permission";
+constexpr char NOT_UNDONE[] = "an interrupted update cannot be undone";
+constexpr char NOT_OPENED[] = "its journal cannot be opened";
+
+bool IsPermissionMissing() { return errno == EACCES || errno == EPERM || errno == EROFS; }
+
+// Whether the journal is whole and the file needs it. A journal is not larger than its file and one
+// more header; of a larger one no more is read.
+bool ReadJournal(int fd, int journalFile, Journal& journal) {
+  constexpr std::uint64_t LARGEST_HEADER = 1 << 24;
+  struct stat file {};
+  struct stat status {};
+  if (fstat(fd, &file) != 0 || fstat(journalFile, &status) != 0) {
+    return false;
+  }
+  const std::uint64_t size =
+      std::min(static_cast<std::uint64_t>(status.st_size),
+               static_cast<std::uint64_t>(file.st_size) + sizeof(JournalHead) + LARGEST_HEADER);
+  std::string bytes(static_cast<std::size_t>(size), '\0');
+  return ReadAll(journalFile, bytes.data(), size, 0) && journal.Parse(std::move(bytes)) &&
+         journal.Fits(fd);
+}
+
+// After it was undone, an update must not be undone once more over later ones.
+bool Retire(int journalFile, const std::string& journalPath) {
+  const IdleHead nothing;
+  const bool isVoid =
+      WriteAll(journalFile, reinterpret_cast<const char*>(&nothing), sizeof nothing, 0);
+  return unlink(journalPath.c_str()) == 0 || isVoid;
+}
+
+}  // namespace
+
+int OpenJournal(const std::string& journalPath, int flags) {
+  return open(journalPath.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC,
+              S_IRUSR | S_IWUSR);
+}
+
+const char* FindJournalFault(int fd, int journal) {
+  struct stat file {};
+  struct stat status {};
+  if (fstat(fd, &file) != 0 || fstat(journal, &status) != 0 || !S_ISREG(status.st_mode) ||
+      status.st_nlink > 1) {
+    return "its journal is no regular file with one name";
+  }
+  const bool isTrusted = status.st_uid == file.st_uid || status.st_uid == geteuid();
+  return isTrusted ? nullptr : "its journal belongs to another user";
+}
+
+bool HasPendingJournal(const std::string& journalPath) {
+  if (access(journalPath.c_str(), F_OK) != 0 && errno == ENOENT) {
+    return false;
+  }
+  const Descriptor journal(OpenJournal(journalPath, O_RDONLY));
+  IdleHead head;
+  return !journal.IsOpen() ||
+         !ReadAll(journal.Get(), reinterpret_cast<char*>(&head), sizeof head, 0) || !IsIdle(head);
+}
+
+const char* FindInterruptedUpdate(int fd, const std::string& journalPath) {
+  const Descriptor file(OpenJournal(journalPath, O_RDONLY));
+  if (!file.IsOpen()) {
+    return errno == ENOENT ? nullptr : IsPermissionMissing() ? NO_PERMISSION : NOT_OPENED;
+  }
+  if (const char* const fault = FindJournalFault(fd, file.Get())) {
+    return fault;
+  }
+  Journal journal;
+  return ReadJournal(fd, file.Get(), journal) ? NO_PERMISSION : nullptr;
+}
+
+const char* UndoInterruptedUpdate(int fd, const std::string& journalPath) {
+  const Descriptor file(OpenJournal(journalPath, O_RDWR));
+  if (!file.IsOpen()) {
+    return errno == ENOENT         ? nullptr
+           : IsPermissionMissing() ? FindInterruptedUpdate(fd, journalPath)
+                                   : NOT_OPENED;
+  }
+  if (const char* const fault = FindJournalFault(fd, file.Get())) {
+    return fault;
+  }
+  Journal journal;
+  if (!ReadJournal(fd, file.Get(), journal)) {
+    unlink(journalPath.c_str());
+    return nullptr;
+  }
+  if (!journal.Undo(fd) || (journal.MustSync() && fdatasync(fd) != 0) ||
+      !Retire(file.Get(), journalPath)) {
+    return NOT_UNDONE;
+  }
+  return nullptr;
+}
+
+}  // namespace nvx::TimeSeriesDatabase::Rrd

@@ -1,0 +1,169 @@
+#include "rrd/journal.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <string_view>
+#include <utility>
+
+#include "rrd/checksum.h"
+#include "rrd/file_gate.h"
+
+namespace nvx::TimeSeriesDatabase::Rrd {
+namespace {
+
+// "NVXUNDO1" and "NVXIDLE1" in a file of a little-endian machine.
+constexpr std::uint64_t UNDO_MARK = 0x314F444E5558564E;
+constexpr std::uint64_t IDLE_MARK = 0x31454C444958564E;
+
+constexpr std::size_t CHECKED = offsetof(JournalHead, size);
+
+bool IsSameFile(const FileIdentity& lhs, const FileIdentity& rhs) {
+  return lhs.size == rhs.size && lhs.inode == rhs.inode && lhs.birthSeconds == rhs.birthSeconds &&
+         lhs.birthNanoseconds == rhs.birthNanoseconds;
+}
+
+std::uint64_t AddSizes(const std::vector<Extent>& extents) {
+  std::uint64_t size = 0;
+  for (const Extent& extent : extents) {
+    size += extent.size;
+  }
+  return size;
+}
+
+}  // namespace
+
+bool ReadIdentity(int fd, FileIdentity& identity) {
+  struct statx status {};
+  if (statx(fd, "", AT_EMPTY_PATH, STATX_SIZE | STATX_INO | STATX_BTIME, &status) != 0) {
+    return false;
+  }
+  identity = {status.stx_size, status.stx_ino, 0, 0};
+  if ((status.stx_mask & STATX_BTIME) != 0) {
+    identity.birthSeconds = status.stx_btime.tv_sec;
+    identity.birthNanoseconds = status.stx_btime.tv_nsec;
+  }
+  return true;
+}
+
+bool Journal::Copy(int fd, const std::string& fileHeader, long long lastTime,
+                   Durability durability) {
+  header = fileHeader;
+  extents = FindReach(header, lastTime);
+  if (!ReadIdentity(fd, head.file)) {
+    return false;
+  }
+  head.mark = UNDO_MARK;
+  head.headerSize = header.size();
+  head.lastTime = lastTime;
+  head.mustSync = durability == Durability::Power ? 1 : 0;
+  head.size = FindSize();
+  bytes.resize(static_cast<std::size_t>(head.size));
+  std::memcpy(bytes.data() + sizeof head, header.data(), header.size());
+  char* end = bytes.data() + sizeof head + header.size();
+  for (const Extent& extent : extents) {
+    if (!ReadAll(fd, end, extent.size, extent.offset)) {
+      return false;
+    }
+    end += extent.size;
+  }
+  std::memcpy(bytes.data(), &head, sizeof head);
+  head.checksum = ComputeChecksum(std::string_view(bytes).substr(CHECKED));
+  std::memcpy(bytes.data(), &head, sizeof head);
+  return true;
+}
+
+bool Journal::Parse(std::string journalBytes) {
+  bytes = std::move(journalBytes);
+  if (bytes.size() < sizeof head) {
+    return false;
+  }
+  std::memcpy(&head, bytes.data(), sizeof head);
+  const std::uint64_t room = bytes.size() - sizeof head;
+  if (head.mark != UNDO_MARK || head.size > bytes.size() || head.headerSize > room ||
+      head.size < sizeof head) {
+    return false;
+  }
+  bytes.resize(static_cast<std::size_t>(head.size));
+  if (head.checksum != ComputeChecksum(std::string_view(bytes).substr(CHECKED))) {
+    return false;
+  }
+  const FileGate gate(bytes.substr(sizeof head, static_cast<std::size_t>(head.headerSize)),
+                      head.file.size);
+  header = gate.GetHeader();
+  if (gate.GetFault() != nullptr || header.empty() || header.size() != head.headerSize) {
+    return false;
+  }
+  extents = FindReach(header, head.lastTime);
+  return head.size == FindSize();
+}
+
+bool Journal::Fits(int fd) const {
+  FileIdentity identity;
+  std::string now(header.size(), '\0');
+  return ReadIdentity(fd, identity) && IsSameFile(identity, head.file) &&
+         ReadAll(fd, now.data(), now.size(), 0) && IsWithinReach(header, head.lastTime, now);
+}
+
+bool Journal::IsUndone(int fd) const {
+  const char* former = bytes.data() + sizeof head + header.size();
+  std::string now;
+  for (const Extent& extent : extents) {
+    now.resize(static_cast<std::size_t>(extent.size));
+    if (!ReadAll(fd, now.data(), extent.size, extent.offset) ||
+        std::memcmp(now.data(), former, now.size()) != 0) {
+      return false;
+    }
+    former += extent.size;
+  }
+  return true;
+}
+
+bool Journal::Undo(int fd) const {
+  const char* former = bytes.data() + sizeof head + header.size();
+  for (const Extent& extent : extents) {
+    if (!WriteAll(fd, former, extent.size, extent.offset)) {
+      return false;
+    }
+    former += extent.size;
+  }
+  return true;
+}
+
+std::uint64_t Journal::FindSize() const { return sizeof head + header.size() + AddSizes(extents); }
+
+IdleHead MakeIdleHead(const std::string& header) { return {IDLE_MARK, ComputeChecksum(header)}; }
+
+bool IsIdle(const IdleHead& head) { return head.mark == IDLE_MARK; }
+
+bool ReadAll(int fd, char* data, std::uint64_t size, std::uint64_t offset) {
+  while (size > 0) {
+    const ssize_t count =
+        pread(fd, data, static_cast<std::size_t>(size), static_cast<off_t>(offset));
+    if (count <= 0) {
+      return false;
+    }
+    data += count;
+    size -= static_cast<std::uint64_t>(count);
+    offset += static_cast<std::uint64_t>(count);
+  }
+  return true;
+}
+
+bool WriteAll(int fd, const char* data, std::uint64_t size, std::uint64_t offset) {
+  while (size > 0) {
+    const ssize_t count =
+        pwrite(fd, data, static_cast<std::size_t>(size), static_cast<off_t>(offset));
+    if (count <= 0) {
+      return false;
+    }
+    data += count;
+    size -= static_cast<std::uint64_t>(count);
+    offset += static_cast<std::uint64_t>(count);
+  }
+  return true;
+}
+
+}  // namespace nvx::TimeSeriesDatabase::Rrd

@@ -1,0 +1,160 @@
+#include "rrd/transaction.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <chrono>
+#include <system_error>
+#include <thread>
+
+#include "rrd/file_header.h"
+#include "rrd/interrupted_update.h"
+
+namespace nvx::TimeSeriesDatabase::Rrd {
+namespace {
+
+std::string DescribeError(const char* problem) {
+  return std::string(problem) + ": " + std::generic_category().message(errno);
+}
+
+constexpr char NOT_MADE[] = "its journal cannot be made";
+constexpr char NOT_SYNCED[] = "it cannot be synced";
+
+}  // namespace
+
+Transaction::Transaction(const LockedFile& lockedFile, const std::string& header,
+                         long long lastTime, Durability requiredDurability)
+    : file(lockedFile), durability(requiredDurability), fault(Begin(header, lastTime)) {
+  isEnded = !fault.empty();
+  if (isEnded && isNew) {
+    unlink(file.GetJournalPath().c_str());
+  }
+}
+
+Transaction::~Transaction() {
+  if (!isEnded) {
+    Undo();
+  }
+}
+
+std::string Transaction::Begin(const std::string& header, long long lastTime) {
+  if (!journal.Copy(file.Get(), header, lastTime, durability)) {
+    return DescribeError("it cannot be copied to its journal");
+  }
+  std::string problem = OpenJournalFile();
+  if (!problem.empty()) {
+    return problem;
+  }
+  const bool mustSync = durability == Durability::Power;
+  IdleHead idle;
+  isSynced = !isNew && ReadAll(journalFile.Get(), reinterpret_cast<char*>(&idle), sizeof idle, 0) &&
+             idle.fingerprint == MakeIdleHead(header).fingerprint;
+  // What earlier updates have left unsynced is not in the journal.
+  if (mustSync && !isSynced && fdatasync(file.Get()) != 0) {
+    return DescribeError(NOT_SYNCED);
+  }
+  const std::string& bytes = journal.GetBytes();
+  if (!WriteAll(journalFile.Get(), bytes.data(), bytes.size(), 0) ||
+      (mustSync && fdatasync(journalFile.Get()) != 0)) {
+    problem = DescribeError(NOT_MADE);
+    MakeIdle();
+    return problem;
+  }
+  return mustSync && isNew ? SyncDirectory() : "";
+}
+
+std::string Transaction::OpenJournalFile() {
+  const std::string& path = file.GetJournalPath();
+  journalFile.Reset(OpenJournal(path, O_RDWR | O_CREAT | O_EXCL));
+  isNew = journalFile.IsOpen();
+  if (isNew) {
+    return GiveToOwner();
+  }
+  if (errno != EEXIST) {
+    return DescribeError(NOT_MADE);
+  }
+  if (HasPendingJournal(path)) {
+    return "its old journal cannot be removed";
+  }
+  journalFile.Reset(OpenJournal(path, O_RDWR));
+  if (!journalFile.IsOpen()) {
+    return DescribeError("its journal cannot be opened");
+  }
+  const char* const journalFault = FindJournalFault(file.Get(), journalFile.Get());
+  return journalFault == nullptr ? "" : journalFault;
+}
+
+// Whoever may read or write the file may do so with the journal.
+std::string Transaction::GiveToOwner() const {
+  constexpr mode_t READ_WRITE = 0666;
+  struct stat status {};
+  struct stat own {};
+  const int fd = journalFile.Get();
+  const bool isGiven = fstat(file.Get(), &status) == 0 && fstat(fd, &own) == 0 &&
+                       ((own.st_uid == status.st_uid && own.st_gid == status.st_gid) ||
+                        fchown(fd, status.st_uid, status.st_gid) == 0) &&
+                       ((own.st_mode & READ_WRITE) == (status.st_mode & READ_WRITE) ||
+                        fchmod(fd, status.st_mode & READ_WRITE) == 0);
+  return isGiven ? "" : DescribeError("its journal cannot be given to its owner");
+}
+
+std::string Transaction::SyncDirectory() const {
+  const std::string& path = file.GetJournalPath();
+  const std::size_t slash = path.rfind('/');
+  const std::string name = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  const Descriptor directory(open(name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return directory.IsOpen() && fsync(directory.Get()) == 0
+             ? ""
+             : DescribeError("its directory cannot be synced");
+}
+
+std::string Transaction::Commit() {
+  const bool mustSync = durability == Durability::Power;
+  isSynced = mustSync;
+  if ((mustSync && fdatasync(file.Get()) != 0) || !End()) {
+    // Whoever opens the file next undoes the update.
+    isEnded = true;
+    return DescribeError(NOT_SYNCED);
+  }
+  return "";
+}
+
+bool Transaction::End() {
+  const bool isKept = durability == Durability::Power || !isNew;
+  isEnded = (!isKept && unlink(file.GetJournalPath().c_str()) == 0) || MakeIdle();
+  return isEnded;
+}
+
+bool Transaction::MakeIdle() const {
+  std::string header;
+  if (isSynced) {
+    header.resize(journal.GetHeaderSize());
+    if (!ReadAll(file.Get(), header.data(), header.size(), 0)) {
+      return false;
+    }
+  }
+  const IdleHead idle = MakeIdleHead(header);
+  return WriteAll(journalFile.Get(), reinterpret_cast<const char*>(&idle), sizeof idle, 0) &&
+         (durability == Durability::Process || fdatasync(journalFile.Get()) == 0);
+}
+
+void Transaction::Undo() {
+  using namespace std::chrono_literals;
+  constexpr int TRIES = 100;
+  // The RRD library's end has taken the lock for writing, and a reader may have come.
+  for (int i = 0; i < TRIES && !LockForWriting(file.Get()); ++i) {
+    std::this_thread::sleep_for(1ms);
+  }
+  if (!LockForWriting(file.Get())) {
+    return;
+  }
+  const bool isMine = journal.Fits(file.Get());
+  const bool isUndone = !isMine || journal.IsUndone(file.Get());
+  if (isUndone || (journal.Undo(file.Get()) &&
+                   (durability == Durability::Process || fdatasync(file.Get()) == 0))) {
+    End();
+  }
+}
+
+}  // namespace nvx::TimeSeriesDatabase::Rrd

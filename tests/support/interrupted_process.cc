@@ -1,0 +1,119 @@
+#include "support/interrupted_process.h"
+
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <ucontext.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstddef>
+#include <cstdint>
+
+namespace {
+
+struct Counter {
+  long stores;
+};
+
+// Shared with the child.
+Counter* const counter = static_cast<Counter*>(
+    mmap(nullptr, sizeof(Counter), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+
+bool isCounting = false;
+long lastStore = 0;
+void* mapping = nullptr;
+std::size_t mappingSize = 0;
+
+#if MACHINE_CAN_COUNT_STORES
+constexpr greg_t TRAP_FLAG = 0x100;
+
+greg_t& GetFlags(void* context) {
+  return static_cast<ucontext_t*>(context)->uc_mcontext.gregs[REG_EFL];
+}
+
+// A store into the mapping: it is let through, and only it.
+void OnFault(int /*signal*/, siginfo_t* information, void* context) {
+  const auto address = reinterpret_cast<std::uintptr_t>(information->si_addr);
+  const auto start = reinterpret_cast<std::uintptr_t>(mapping);
+  if (address < start || address >= start + mappingSize) {
+    _exit(3);
+  }
+  if (++counter->stores == lastStore) {
+    kill(getpid(), SIGKILL);
+  }
+  mprotect(mapping, mappingSize, PROT_READ | PROT_WRITE);
+  GetFlags(context) |= TRAP_FLAG;
+}
+
+void OnTrap(int /*signal*/, siginfo_t* /*information*/, void* context) {
+  mprotect(mapping, mappingSize, PROT_READ);
+  GetFlags(context) &= ~TRAP_FLAG;
+}
+
+void StartCounting() {
+  struct sigaction action {};
+  action.sa_flags = SA_SIGINFO;
+  action.sa_sigaction = OnFault;
+  sigaction(SIGSEGV, &action, nullptr);
+  action.sa_sigaction = OnTrap;
+  sigaction(SIGTRAP, &action, nullptr);
+  isCounting = true;
+}
+#else
+void StartCounting() {}
+#endif
+
+pid_t Start(const std::function<void()>& work) {
+  const pid_t child = fork();
+  if (child == 0) {
+    work();
+    _exit(0);
+  }
+  return child;
+}
+
+bool IsKilled(pid_t child) {
+  int status = 0;
+  return waitpid(child, &status, 0) == child && WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+}
+
+}  // namespace
+
+#pragma GCC visibility push(default)
+// In place of the C library's, for the RRD library.
+extern "C" void* mmap(void* address, std::size_t size, int protection, int flags, int fd,
+                      off_t offset) noexcept {
+  const bool isGuarded = isCounting && fd != -1 && (flags & MAP_SHARED) != 0;
+  if (isGuarded) {
+    protection &= ~PROT_WRITE;
+  }
+  const long result = syscall(SYS_mmap, address, size, protection, flags, fd, offset);
+  if (isGuarded) {
+    mapping = reinterpret_cast<void*>(result);
+    mappingSize = size;
+  }
+  return reinterpret_cast<void*>(result);
+}
+#pragma GCC visibility pop
+
+bool KillAtStore(const std::function<void()>& work, long store) {
+  counter->stores = 0;
+  lastStore = store;
+  return IsKilled(Start([&] {
+    StartCounting();
+    work();
+  }));
+}
+
+long CountStores(const std::function<void()>& work) {
+  KillAtStore(work, 0);
+  return counter->stores;
+}
+
+bool KillAfter(const std::function<void()>& work, long microseconds) {
+  const pid_t child = Start(work);
+  usleep(static_cast<useconds_t>(microseconds));
+  kill(child, SIGKILL);
+  return IsKilled(child);
+}

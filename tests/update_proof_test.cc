@@ -1,0 +1,278 @@
+// Atomic updates that are interrupted: by a kill at any store into the file, at any moment, or by a
+// loss of power that leaves any pages of what was not yet synced. The file is then as it was before
+// the batch or after it, byte for byte. NVX_STRESS=1 makes it the long proof.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <rrd.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <set>
+
+#include "support/interrupted_process.h"
+#include "support/random.h"
+#include "support/temporary_directory.h"
+#include "timeseries/host.h"
+#include "timeseries/rrd_client.h"
+
+using namespace nvx::TimeSeriesDatabase;
+
+namespace {
+
+using Batch = std::map<long long, double>;
+using Rrd::Durability;
+
+constexpr long long START = 1700000040;  // a multiple of 60
+constexpr long long STEP = 60;
+constexpr std::size_t PAGE = 4096;
+
+struct Shape {
+  const char* name;
+  std::vector<const char*> definitions;
+};
+
+const Shape SHAPES[] = {
+    {"Gauge", {"DS:element:GAUGE:120:U:U", "RRA:LAST:0.99999:1:1000"}},
+    {"Consolidated",
+     {"DS:element:GAUGE:300:U:U", "DS:half:COMPUTE:element,2,/", "RRA:AVERAGE:0.5:1:400",
+      "RRA:AVERAGE:0.5:5:700", "RRA:MAX:0.5:12:600", "RRA:MIN:0.5:60:500", "RRA:LAST:0.5:1:900"}},
+    {"ShorterThanTheBatch",
+     {"DS:element:DDERIVE:300:U:U", "RRA:LAST:0.5:1:40", "RRA:AVERAGE:0.5:2:17"}},
+    {"Prediction",
+     {"DS:element:GAUGE:300:U:U", "RRA:AVERAGE:0.5:1:200", "RRA:HWPREDICT:300:0.1:0.0035:24"}},
+};
+
+std::string ShapeName(const testing::TestParamInfo<Shape>& shape) { return shape.param.name; }
+
+bool IsLong() { return std::getenv("NVX_STRESS") != nullptr; }
+
+// How often, in the proof that is run with every build and in the long one.
+int Choose(int usual, int longer) { return IsLong() ? longer : IS_SLOW != 0 ? usual / 10 : usual; }
+
+// Samples between the steps, some of them missing.
+Batch MakeBatch(long long start, int count) {
+  Batch batch;
+  for (int i = 0; i < count; ++i) {
+    batch[start + i * STEP + 20] = i % 17 == 3 ? NAN : std::sin(i / 9.0) + static_cast<double>(i);
+  }
+  return batch;
+}
+
+std::string ReadBytes(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Changes what differs, in place: it stays the file that the journal belongs to.
+void WriteBytes(const std::string& path, const std::string& bytes) {
+  const std::string now = ReadBytes(path);
+  const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+  for (std::size_t start = 0; start < bytes.size(); start += PAGE) {
+    if (now.compare(std::min(start, now.size()), PAGE, bytes, start, PAGE) != 0) {
+      const std::size_t size = std::min(PAGE, bytes.size() - start);
+      ASSERT_EQ(pwrite(fd, bytes.data() + start, size, static_cast<off_t>(start)),
+                static_cast<ssize_t>(size));
+    }
+  }
+  ASSERT_EQ(ftruncate(fd, static_cast<off_t>(bytes.size())), 0);
+  close(fd);
+}
+
+void UpdateByLibrary(const std::string& path, const Batch& batch) {
+  ASSERT_EQ(RrdClient().Update(path, batch), StatusCode::Success);
+}
+
+// A file of a shape, full, and what it is after one more batch.
+class InterruptedUpdate : public testing::TestWithParam<Shape> {
+ protected:
+  enum class State { Before, After, Torn };
+
+  InterruptedUpdate() { nvx::Log::RootLogger::GetInstance().SetLevel(KoraLogLevel::None); }
+
+  void Prepare(const Shape& shape, int batchSize) {
+    constexpr int FILLED = 1500;
+    std::vector<const char*> definitions = shape.definitions;
+    ASSERT_EQ(rrd_create_r(path.c_str(), STEP, START - STEP, static_cast<int>(definitions.size()),
+                           definitions.data()),
+              0);
+    UpdateByLibrary(path, MakeBatch(START, FILLED));
+    // With it a journal is kept.
+    ASSERT_EQ(client.UpdateAtomically(path, MakeBatch(START + FILLED * STEP, batchSize),
+                                      Durability::Power),
+              StatusCode::Success);
+    batch = MakeBatch(START + (FILLED + batchSize) * STEP, batchSize);
+    before = ReadBytes(path);
+    const std::string copy = directory.GetPath("copy.rrd");
+    WriteBytes(copy, before);
+    UpdateByLibrary(copy, batch);
+    after = ReadBytes(copy);
+    ASSERT_NE(before, after);
+  }
+
+  void StoreBatch(Durability durability) const { client.UpdateAtomically(path, batch, durability); }
+
+  void Reset() const {
+    WriteBytes(path, before);
+    unlink(journal.c_str());
+  }
+
+  // What the next query finds.
+  State Query() const {
+    long long last = 0;
+    if (client.GetLastTimestamp(path, last) != StatusCode::Success) {
+      return State::Torn;
+    }
+    const std::string now = ReadBytes(path);
+    return now == before ? State::Before : now == after ? State::After : State::Torn;
+  }
+
+  // The file and its journal in the middle of a batch.
+  std::string KillWithJournal(long store) const {
+    Reset();
+    EXPECT_TRUE(KillAtStore([&] { StoreBatch(Durability::Power); }, store));
+    return ReadBytes(path);
+  }
+
+  const TemporaryDirectory directory;
+  const std::string path = directory.GetPath("topo_x.rrd");
+  const std::string journal = path + "-journal";
+  const RrdClient client;
+  Batch batch;
+  std::string before;
+  std::string after;
+};
+
+TEST_P(InterruptedUpdate, AtAnyStoreIsUndone) {
+  if (MACHINE_CAN_COUNT_STORES == 0 || IS_SANITIZED != 0) {
+    GTEST_SKIP() << "stores cannot be counted";
+  }
+  Prepare(GetParam(), 60);
+  const long storeCount = CountStores([&] { StoreBatch(Durability::Process); });
+  ASSERT_EQ(Query(), State::After);
+  const int killCount = Choose(60, 2500);
+  int torn = 0;
+  int tornWithoutJournal = 0;
+  for (int i = 0; i < killCount; ++i) {
+    const long store = 1 + i * (storeCount - 1) / (killCount - 1);
+    const auto durability = i % 2 == 0 ? Durability::Process : Durability::Power;
+    Reset();
+    ASSERT_TRUE(KillAtStore([&] { StoreBatch(durability); }, store)) << store;
+    torn += Query() == State::Before ? 0 : 1;
+    ASSERT_NE(access(journal.c_str(), F_OK), 0);
+    Reset();
+    ASSERT_TRUE(KillAtStore([&] { client.Update(path, batch); }, store)) << store;
+    tornWithoutJournal += Query() == State::Torn ? 1 : 0;
+  }
+  std::cout << killCount << " kills at " << storeCount << " stores: " << torn << " wrong, "
+            << tornWithoutJournal << " without a journal\n";
+  EXPECT_EQ(torn, 0);
+  EXPECT_GT(tornWithoutJournal, killCount / 2);
+}
+
+TEST_P(InterruptedUpdate, ByALossOfPowerIsUndone) {
+  if (MACHINE_CAN_COUNT_STORES == 0 || IS_SANITIZED != 0) {
+    GTEST_SKIP() << "stores cannot be counted";
+  }
+  Random random;
+  Prepare(GetParam(), 60);
+  const std::string keptJournal = ReadBytes(journal);
+  const long storeCount = CountStores([&] { StoreBatch(Durability::Process); });
+  std::vector<std::string> images = {before, after};
+  std::string fullJournal;
+  for (int i = 0; i < 6; ++i) {
+    images.push_back(KillWithJournal(random.Between(1, storeCount)));
+    fullJournal = ReadBytes(journal);
+  }
+  Reset();
+  StoreBatch(Durability::Power);
+  const std::string idleJournal = ReadBytes(journal);
+
+  long states = 0;
+  long wrong = 0;
+  const auto expect = [&](const std::string& file, const std::string& journalBytes,
+                          const std::set<State>& allowed) {
+    WriteBytes(path, file);
+    WriteBytes(journal, journalBytes);
+    ++states;
+    wrong += allowed.count(Query()) == 1 ? 0 : 1;
+  };
+  const auto mix = [&](const std::vector<std::string>& sources, std::size_t size) {
+    std::string mixed;
+    for (std::size_t start = 0; start < size; start += PAGE) {
+      const std::string& source = random.Pick(sources);
+      mixed += source.substr(std::min(start, source.size()), std::min(PAGE, size - start));
+    }
+    return mixed;
+  };
+
+  // The journal is being written: in place of the kept one or as a new file.
+  const std::size_t cutStep = IsLong() ? 1 : fullJournal.size() / 40 + 1;
+  for (std::size_t size = 0; size < fullJournal.size(); size += cutStep) {
+    expect(before, fullJournal.substr(0, size), {State::Before});
+  }
+  for (int i = 0; i < Choose(40, 2000); ++i) {
+    const std::size_t size = std::max(fullJournal.size(), keptJournal.size());
+    expect(before, mix({keptJournal, fullJournal, std::string(size, '\0')}, size), {State::Before});
+  }
+
+  // The call was made: every page of the file is old or new, or of any moment between.
+  std::vector<std::size_t> changed;
+  for (std::size_t start = 0; start < before.size(); start += PAGE) {
+    if (before.compare(start, PAGE, after, start, PAGE) != 0) {
+      changed.push_back(start);
+    }
+  }
+  ASSERT_FALSE(changed.empty());
+  if (changed.size() <= 12) {
+    for (unsigned int subset = 0; subset < 1U << changed.size(); ++subset) {
+      std::string file = before;
+      for (std::size_t i = 0; i < changed.size(); ++i) {
+        if ((subset >> i & 1U) == 1) {
+          file.replace(changed[i], PAGE, after, changed[i], PAGE);
+        }
+      }
+      expect(file, fullJournal, {State::Before});
+    }
+  }
+  long wrongWithoutJournal = 0;
+  for (int i = 0; i < Choose(150, 25000); ++i) {
+    const std::string file = mix(images, before.size());
+    expect(file, fullJournal, {State::Before});
+    wrongWithoutJournal += file == before || file == after ? 0 : 1;
+  }
+
+  // The file was synced; then the journal.
+  const std::size_t size = fullJournal.size();
+  for (int i = 0; i < 4; ++i) {
+    expect(after, mix({fullJournal, idleJournal}, size), {State::Before, State::After});
+  }
+  expect(after, fullJournal, {State::Before});
+  expect(after, idleJournal, {State::After});
+  std::cout << states << " states of " << changed.size() << " pages: " << wrong << " wrong, "
+            << wrongWithoutJournal << " without a journal\n";
+  EXPECT_EQ(wrong, 0);
+  EXPECT_GT(wrongWithoutJournal, 0);
+}
+
+TEST_P(InterruptedUpdate, AtAnyMomentIsUndone) {
+  Random random;
+  Prepare(GetParam(), IS_SLOW != 0 ? 300 : 9000);
+  int torn = 0;
+  int killed = 0;
+  const int killCount = Choose(25, 500);
+  for (int i = 0; i < killCount; ++i) {
+    Reset();
+    killed += KillAfter([&] { StoreBatch(Durability::Process); }, random.Between(0, 12000)) ? 1 : 0;
+    torn += Query() == State::Torn ? 1 : 0;
+  }
+  std::cout << killed << " kills: " << torn << " wrong\n";
+  EXPECT_EQ(torn, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Shapes, InterruptedUpdate, testing::ValuesIn(SHAPES), ShapeName);
+
+}  // namespace
