@@ -113,7 +113,9 @@ class InterruptedUpdate : public testing::TestWithParam<Shape> {
     ASSERT_NE(before, after);
   }
 
-  void StoreBatch(Durability durability) const { client.UpdateAtomically(path, batch, durability); }
+  void StoreBatch(Durability durability) const {
+    (void)client.UpdateAtomically(path, batch, durability);
+  }
 
   void Reset() const {
     WriteBytes(path, before);
@@ -164,7 +166,7 @@ TEST_P(InterruptedUpdate, AtAnyStoreIsUndone) {
     torn += Query() == State::Before ? 0 : 1;
     ASSERT_NE(access(journal.c_str(), F_OK), 0);
     Reset();
-    ASSERT_TRUE(KillAtStore([&] { client.Update(path, batch); }, store)) << store;
+    ASSERT_TRUE(KillAtStore([&] { (void)client.Update(path, batch); }, store)) << store;
     tornWithoutJournal += Query() == State::Torn ? 1 : 0;
   }
   std::cout << killCount << " kills at " << storeCount << " stores: " << torn << " wrong, "

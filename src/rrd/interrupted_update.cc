@@ -48,9 +48,8 @@ bool Retire(int journalFile, const std::string& journalPath) {
 
 }  // namespace
 
-int OpenJournal(const std::string& journalPath, int flags) {
-  return open(journalPath.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC,
-              S_IRUSR | S_IWUSR);
+int OpenJournal(const std::string& journalPath, int flags, mode_t mode) {
+  return open(journalPath.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, mode);
 }
 
 const char* FindJournalFault(int fd, int journal) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 
 namespace nvx::TimeSeriesDatabase::Rrd {
@@ -8,7 +10,7 @@ namespace nvx::TimeSeriesDatabase::Rrd {
 inline constexpr char JOURNAL_SUFFIX[] = "-journal";
 
 // Opened as nobody else's file can be: no link, no device. -1, with errno, when it cannot be.
-int OpenJournal(const std::string& journalPath, int flags);
+int OpenJournal(const std::string& journalPath, int flags, mode_t mode = 0);
 
 // Why what is open there must not be taken for the journal of the open file; null when it may.
 const char* FindJournalFault(int fd, int journal);

@@ -19,7 +19,20 @@ std::string DescribeError(const char* problem) {
 }
 
 constexpr char NOT_MADE[] = "its journal cannot be made";
+constexpr char NOT_GIVEN[] = "its journal cannot be given to its owner";
 constexpr char NOT_SYNCED[] = "it cannot be synced";
+
+constexpr mode_t READ_WRITE = 0666;
+
+// Whoever may read or write the file may do so with its journal.
+bool GiveToOwner(int journal, const struct stat& file) {
+  struct stat status {};
+  return fstat(journal, &status) == 0 &&
+         ((status.st_uid == file.st_uid && status.st_gid == file.st_gid) ||
+          fchown(journal, file.st_uid, file.st_gid) == 0) &&
+         ((status.st_mode & READ_WRITE) == (file.st_mode & READ_WRITE) ||
+          fchmod(journal, file.st_mode & READ_WRITE) == 0);
+}
 
 }  // namespace
 
@@ -47,9 +60,7 @@ std::string Transaction::Begin(const std::string& header, long long lastTime) {
     return problem;
   }
   const bool mustSync = durability == Durability::Power;
-  IdleHead idle;
-  isSynced = !isNew && ReadAll(journalFile.Get(), reinterpret_cast<char*>(&idle), sizeof idle, 0) &&
-             idle.fingerprint == MakeIdleHead(header).fingerprint;
+  isSynced = !isNew && kept.fingerprint == MakeIdleHead(header).fingerprint;
   // What earlier updates have left unsynced is not in the journal.
   if (mustSync && !isSynced && fdatasync(file.Get()) != 0) {
     return DescribeError(NOT_SYNCED);
@@ -65,38 +76,29 @@ std::string Transaction::Begin(const std::string& header, long long lastTime) {
 }
 
 std::string Transaction::OpenJournalFile() {
-  const std::string& path = file.GetJournalPath();
-  journalFile.Reset(OpenJournal(path, O_RDWR | O_CREAT | O_EXCL));
-  isNew = journalFile.IsOpen();
-  if (isNew) {
-    return GiveToOwner();
-  }
-  if (errno != EEXIST) {
+  struct stat status {};
+  if (fstat(file.Get(), &status) != 0) {
     return DescribeError(NOT_MADE);
   }
-  if (HasPendingJournal(path)) {
-    return "its old journal cannot be removed";
+  const mode_t mode = status.st_mode & READ_WRITE;
+  journalFile.Reset(OpenJournal(file.GetJournalPath(), O_RDWR | O_CREAT | O_EXCL, mode));
+  isNew = journalFile.IsOpen();
+  if (isNew) {
+    return GiveToOwner(journalFile.Get(), status) ? "" : DescribeError(NOT_GIVEN);
   }
-  journalFile.Reset(OpenJournal(path, O_RDWR));
+  return errno == EEXIST ? OpenKeptJournal() : DescribeError(NOT_MADE);
+}
+
+std::string Transaction::OpenKeptJournal() {
+  journalFile.Reset(OpenJournal(file.GetJournalPath(), O_RDWR));
   if (!journalFile.IsOpen()) {
     return DescribeError("its journal cannot be opened");
   }
-  const char* const journalFault = FindJournalFault(file.Get(), journalFile.Get());
-  return journalFault == nullptr ? "" : journalFault;
-}
-
-// Whoever may read or write the file may do so with the journal.
-std::string Transaction::GiveToOwner() const {
-  constexpr mode_t READ_WRITE = 0666;
-  struct stat status {};
-  struct stat own {};
-  const int fd = journalFile.Get();
-  const bool isGiven = fstat(file.Get(), &status) == 0 && fstat(fd, &own) == 0 &&
-                       ((own.st_uid == status.st_uid && own.st_gid == status.st_gid) ||
-                        fchown(fd, status.st_uid, status.st_gid) == 0) &&
-                       ((own.st_mode & READ_WRITE) == (status.st_mode & READ_WRITE) ||
-                        fchmod(fd, status.st_mode & READ_WRITE) == 0);
-  return isGiven ? "" : DescribeError("its journal cannot be given to its owner");
+  if (const char* const journalFault = FindJournalFault(file.Get(), journalFile.Get())) {
+    return journalFault;
+  }
+  const bool isRead = ReadAll(journalFile.Get(), reinterpret_cast<char*>(&kept), sizeof kept, 0);
+  return isRead && IsIdle(kept) ? "" : "its old journal cannot be removed";
 }
 
 std::string Transaction::SyncDirectory() const {

@@ -33,7 +33,7 @@ class Transaction {
   // They return the fault.
   std::string Begin(const std::string& header, long long lastTime);
   std::string OpenJournalFile();
-  std::string GiveToOwner() const;
+  std::string OpenKeptJournal();
   std::string SyncDirectory() const;
 
   bool End();
@@ -44,6 +44,7 @@ class Transaction {
   Durability durability;
   Journal journal;
   Descriptor journalFile;
+  IdleHead kept;
   bool isNew = false;     // the journal was made here
   bool isSynced = false;  // all of the file is on the disk since the last kept journal
   bool isEnded = true;

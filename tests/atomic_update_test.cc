@@ -1,0 +1,313 @@
+// Atomic updates: what they store and sync, what they leave, and the journals that they refuse.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <rrd.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+
+#include "support/legacy_file.h"
+#include "support/log_capture.h"
+#include "support/random.h"
+#include "support/run_program.h"
+#include "support/temporary_directory.h"
+#include "timeseries/rrd_client.h"
+
+namespace fs = std::filesystem;
+using namespace nvx::TimeSeriesDatabase;
+
+namespace {
+
+using Rrd::Durability;
+using Batch = std::map<long long, double>;
+
+constexpr long long START = 1700000040;  // a multiple of 60
+
+// Sees a sync instead of the disk.
+std::function<void(const std::string&)> onSync;
+
+int Sync(int fd) {
+  onSync(fs::read_symlink("/proc/self/fd/" + std::to_string(fd)).filename());
+  return 0;
+}
+
+}  // namespace
+
+#pragma GCC visibility push(default)
+extern "C" int fdatasync(int fd) { return Sync(fd); }
+extern "C" int fsync(int fd) { return Sync(fd); }
+#pragma GCC visibility pop
+
+namespace {
+
+class AtomicUpdate : public testing::Test {
+ protected:
+  AtomicUpdate() {
+    fs::permissions(directory.GetPath(), fs::perms(0755));
+    Make(path, {"DS:element:GAUGE:120:U:U", "RRA:LAST:0.99999:1:100"});
+    onSync = [](const std::string&) {};
+  }
+
+  void Make(const std::string& file, std::vector<const char*> definitions) {
+    ASSERT_EQ(rrd_create_r(file.c_str(), 60, START, static_cast<int>(definitions.size()),
+                           definitions.data()),
+              0);
+    ASSERT_EQ(client.Update(file, {{START + 60, 1}, {START + 120, 2}}), StatusCode::Success);
+  }
+
+  // A process that ends when it has stored a batch of one more sample, before it counts.
+  void InterruptUpdate() {
+    const pid_t child = fork();
+    if (child == 0) {
+      onSync = [](const std::string& name) {
+        if (name == "topo_x.rrd" && ReadFile("topo_x.rrd-journal").rfind("NVXUNDO", 0) == 0) {
+          std::raise(SIGKILL);
+        }
+      };
+      fs::current_path(directory.GetPath());
+      _exit(client.UpdateAtomically(path, {{START + 180, 3}}, Durability::Power) ==
+            StatusCode::Success);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status));
+    ASSERT_EQ(rrd_last_r(path.c_str()), START + 180);
+  }
+
+  // The words of a failed query; none of a query that finds the last update.
+  std::string Query(long long expectedLast) {
+    LogCapture log;
+    long long last = 0;
+    if (client.GetLastTimestamp(path, last) == StatusCode::Success) {
+      EXPECT_EQ(last, expectedLast);
+      return "";
+    }
+    const std::string line = log.Take().back();
+    const auto begin = line.rfind('[') + 1;
+    return line.substr(begin, line.rfind(']') - begin);
+  }
+
+  const TemporaryDirectory directory;
+  const std::string path = directory.GetPath("topo_x.rrd");
+  const std::string journal = path + "-journal";
+  const RrdClient client;
+};
+
+TEST_F(AtomicUpdate, StoresWhatTheRrdLibraryDoes) {
+  const std::vector<std::vector<const char*>> shapes = {
+      {"DS:element:GAUGE:120:0:50", "RRA:LAST:0.99999:1:100"},
+      {"DS:element:GAUGE:300:U:U", "DS:twice:COMPUTE:element,2,*", "RRA:AVERAGE:0.5:1:40",
+       "RRA:AVERAGE:0.5:7:30", "RRA:MAX:0.5:12:20", "RRA:LAST:0.5:1:9"},
+      {"DS:element:ABSOLUTE:300:U:U", "RRA:MIN:0.5:3:40"},
+      {"DS:element:GAUGE:300:U:U", "RRA:HWPREDICT:120:0.1:0.0035:24"}};
+  Random random;
+  for (const auto& shape : shapes) {
+    const std::string ours = directory.GetPath("ours.rrd");
+    const std::string theirs = directory.GetPath("theirs.rrd");
+    Make(ours, shape);
+    fs::copy_file(ours, theirs, fs::copy_options::overwrite_existing);
+    long long time = START + 120;
+    for (const int size : {1, 1, 2, 70, 1, 300}) {
+      Batch batch;
+      std::vector<std::string> command = {"rrdtool", "update", theirs};
+      for (int i = 0; i < size; ++i) {
+        time += random.Between(0, 20) == 0 ? random.Between(61, 40000) : random.Between(1, 70);
+        batch[time] = i % 9 == 8 ? NAN : static_cast<double>(random.Between(0, 99)) / 8;
+        command.push_back(std::to_string(time) + ':' + std::to_string(batch[time]));
+      }
+      ASSERT_EQ(client.UpdateAtomically(ours, batch, Durability::Process), StatusCode::Success);
+      ASSERT_EQ(RunProgram(command).status, 0);
+      ASSERT_EQ(RunProgram({"rrdtool", "dump", ours}).output,
+                RunProgram({"rrdtool", "dump", theirs}).output);
+      ASSERT_TRUE(ReadFile(ours) == ReadFile(theirs));
+      ASSERT_FALSE(fs::exists(ours + "-journal"));
+    }
+  }
+}
+
+// The RRD library counts the first time from now, and refuses the second one then.
+TEST_F(AtomicUpdate, StoresNothingOfABatchThatIsRefused) {
+  const std::string before = ReadFile(path);
+  const Batch batch = {{-5, 1}, {START + 180, 2}};
+  for (const auto durability : {Durability::Process, Durability::Power}) {
+    EXPECT_EQ(client.UpdateAtomically(path, batch, durability), StatusCode::Failure);
+    EXPECT_TRUE(ReadFile(path) == before);
+    EXPECT_EQ(Query(START + 120), "");
+  }
+  EXPECT_EQ(client.UpdateAtomically(path, {}, Durability::Process), StatusCode::Failure);
+  EXPECT_EQ(client.Update(path, batch), StatusCode::Failure);
+  EXPECT_FALSE(ReadFile(path) == before);
+}
+
+TEST_F(AtomicUpdate, SyncsInOrder) {
+  std::vector<std::string> syncs;
+  const std::string directoryName = fs::path(directory.GetPath()).filename();
+  const std::string before = ReadFile(path);
+  std::string file = before;
+  onSync = [&](const std::string& name) {
+    const bool isStored = ReadFile(path) != file;
+    syncs.push_back(name + (isStored ? ", stored, " : ", ") + ReadFile(journal).substr(0, 7));
+  };
+  const auto update = [&](long long time, Durability durability) {
+    syncs.clear();
+    file = ReadFile(path);
+    EXPECT_EQ(client.UpdateAtomically(path, {{time, 3}}, durability), StatusCode::Success);
+    return syncs;
+  };
+  using Names = std::vector<std::string>;
+  const Names usual = {"topo_x.rrd-journal, NVXUNDO", "topo_x.rrd, stored, NVXUNDO",
+                       "topo_x.rrd-journal, stored, NVXIDLE"};
+  EXPECT_EQ(update(START + 180, Durability::Process), Names());
+  EXPECT_EQ(update(START + 240, Durability::Power),
+            Names({"topo_x.rrd, ", usual[0], directoryName + ", NVXUNDO", usual[1], usual[2]}));
+  EXPECT_EQ(update(START + 300, Durability::Power), usual);
+  EXPECT_EQ(update(START + 360, Durability::Process), Names());
+  EXPECT_EQ(update(START + 420, Durability::Power),
+            Names({"topo_x.rrd, NVXIDLE", usual[0], usual[1], usual[2]}));
+}
+
+TEST_F(AtomicUpdate, IsUndoneByWhoeverComesNext) {
+  const std::string before = ReadFile(path);
+  const std::string link = directory.GetPath("link.rrd");
+  fs::create_symlink("topo_x.rrd", link);
+  Rrd::FileDescription description;
+  Rrd::FetchResult samples;
+  unsigned long interval = 0;
+  long long first = 0;
+  const std::function<StatusCode()> operations[] = {
+      [&] { return client.GetFirstTimestamp(path, 0, first); },
+      [&] { return client.GetInterval(path, interval); },
+      [&] { return client.Fetch(path, START, START + 300, samples); },
+      [&] { return client.Describe(link, description); },
+  };
+  for (const auto& operation : operations) {
+    InterruptUpdate();
+    EXPECT_EQ(operation(), StatusCode::Success);
+    EXPECT_TRUE(ReadFile(path) == before);
+    EXPECT_FALSE(fs::exists(journal));
+  }
+  InterruptUpdate();
+  EXPECT_EQ(client.Migrate(path, 60, START + 240, NAN, NAN, 50), StatusCode::Success);
+  EXPECT_EQ(client.Fetch(path, START + 120, START + 180, samples), StatusCode::Success);
+  EXPECT_EQ(samples.GetData()[0], 2);
+  EXPECT_TRUE(std::isnan(samples.GetData()[1]));
+}
+
+// Later batches than the one of the journal are not undone with it.
+TEST_F(AtomicUpdate, IsUndoneOnlyInItsFile) {
+  InterruptUpdate();
+  const std::string bytes = ReadFile(journal);
+  const std::string copy = directory.GetPath("copy.rrd");
+  fs::copy_file(path, copy);
+  const std::function<void()> changes[] = {
+      [&] {
+        ASSERT_EQ(RunProgram({"rrdtool", "update", path, "1700000280:4"}).status, 0);
+      },
+      [&] { fs::rename(copy, path); },
+  };
+  for (const auto& change : changes) {
+    change();
+    const std::string now = ReadFile(path);
+    WriteFile(journal, bytes);
+    const long long last = rrd_last_r(path.c_str());
+    EXPECT_EQ(Query(last), "");
+    EXPECT_TRUE(ReadFile(path) == now);
+    EXPECT_FALSE(fs::exists(journal));
+  }
+}
+
+TEST_F(AtomicUpdate, HasWordsForWhatItCannotDo) {
+  InterruptUpdate();
+  const std::string before = ReadFile(path);
+  const int fd = open(path.c_str(), O_RDONLY);
+  ASSERT_EQ(flock(fd, LOCK_EX), 0);
+  EXPECT_EQ(Query(0), "could not lock RRD");
+  close(fd);
+  if (geteuid() == 0) {
+    ASSERT_EQ(seteuid(65534), 0);
+    EXPECT_EQ(Query(0), "an interrupted update is to be undone, which needs write permission");
+    ASSERT_EQ(seteuid(0), 0);
+    ASSERT_EQ(chown(journal.c_str(), 65534, 65534), 0);
+    EXPECT_EQ(chown(path.c_str(), 65533, 65533), 0);
+    EXPECT_EQ(Query(0), "its journal belongs to another user");
+    ASSERT_EQ(chown(path.c_str(), 65534, 65534), 0);
+  }
+  EXPECT_TRUE(ReadFile(path) == before);
+  EXPECT_EQ(Query(START + 120), "");
+}
+
+TEST_F(AtomicUpdate, TakesNoOtherFileForItsJournal) {
+  InterruptUpdate();
+  const std::string bytes = ReadFile(journal);
+  const std::string before = ReadFile(path);
+  const std::string other = directory.GetPath("other");
+  fs::rename(journal, other);
+  const std::pair<std::function<void()>, const char*> attacks[] = {
+      {[&] { fs::create_symlink(other, journal); }, "its journal cannot be opened"},
+      {[&] { fs::create_hard_link(other, journal); },
+       "its journal is no regular file with one name"},
+      {[&] { ASSERT_EQ(mkfifo(journal.c_str(), 0600), 0); },
+       "its journal is no regular file with one name"},
+      {[&] { fs::create_directory(journal); }, "its journal cannot be opened"},
+  };
+  for (const auto& [attack, words] : attacks) {
+    attack();
+    EXPECT_EQ(Query(0), words);
+    EXPECT_EQ(client.UpdateAtomically(path, {{START + 240, 1}}, Durability::Process),
+              StatusCode::Failure);
+    EXPECT_TRUE(ReadFile(other) == bytes);
+    EXPECT_TRUE(ReadFile(path) == before);
+    fs::remove(journal);
+  }
+}
+
+// Whatever a journal says, only the header and the rows of its own file change, and only to what
+// the journal was sealed with.
+TEST_F(AtomicUpdate, IgnoresADamagedJournal) {
+  InterruptUpdate();
+  const std::string bytes = ReadFile(journal);
+  const std::string now = ReadFile(path);
+  Random random;
+  for (int i = 0; i < 300; ++i) {
+    std::string damaged = bytes;
+    const auto place =
+        static_cast<std::size_t>(random.Between(0, static_cast<long long>(bytes.size()) - 1));
+    if (i % 3 == 0) {
+      damaged.resize(place);
+    } else {
+      damaged[place] = static_cast<char>(damaged[place] ^ (1 << random.Between(0, 7)));
+    }
+    WriteFile(journal, damaged);
+    ASSERT_EQ(Query(START + 180), "") << place;
+    ASSERT_TRUE(ReadFile(path) == now);
+    ASSERT_FALSE(fs::exists(journal));
+  }
+}
+
+TEST_F(AtomicUpdate, FailsWhereNoJournalCanBeMade) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "needs a user who may write the file and not the directory";
+  }
+  const std::string before = ReadFile(path);
+  ASSERT_EQ(chown(path.c_str(), 65534, 65534), 0);
+  ASSERT_EQ(seteuid(65534), 0);
+  LogCapture log;
+  EXPECT_EQ(client.UpdateAtomically(path, {{START + 180, 3}}, Durability::Process),
+            StatusCode::Failure);
+  EXPECT_NE(log.Take().back().find("UpdateAtomically: error [its journal cannot be made: "
+                                   "Permission denied], file path ["),
+            std::string::npos);
+  EXPECT_TRUE(ReadFile(path) == before);
+  EXPECT_EQ(client.Update(path, {{START + 180, 3}}), StatusCode::Success);
+  ASSERT_EQ(seteuid(0), 0);
+}
+
+}  // namespace
