@@ -13,7 +13,7 @@
 namespace nvx::TimeSeriesDatabase::Rrd {
 namespace {
 
-constexpr int OPEN_FLAGS = O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW;
+constexpr int OPEN_FLAGS = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
 // Where a file system has no such locks, there is no transaction either.
 bool ShareLock(int fd) { return flock(fd, LOCK_SH | LOCK_NB) == 0 || errno != EWOULDBLOCK; }
@@ -27,17 +27,20 @@ bool IsNamed(const std::string& path, int fd) {
          opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
 }
 
-int Open(std::string& path, int mode) {
-  const int fd = open(path.c_str(), mode | OPEN_FLAGS);
+// Takes the path of the file itself in place of a link's. What has none, such as a file that was
+// removed since it was opened, has no journal and can only be read.
+int Open(std::string& path, LockedFile::Use use) {
+  const int mode = use == LockedFile::Use::Transaction ? O_RDWR : O_RDONLY;
+  const int fd = open(path.c_str(), mode | OPEN_FLAGS | O_NOFOLLOW);
   if (fd != -1 || errno != ELOOP) {
     return fd;
   }
   char resolved[PATH_MAX];
-  if (realpath(path.c_str(), resolved) == nullptr) {
-    return -1;
+  if (realpath(path.c_str(), resolved) != nullptr) {
+    path = resolved;
+    return open(path.c_str(), mode | OPEN_FLAGS | O_NOFOLLOW);
   }
-  path = resolved;
-  return open(path.c_str(), mode | OPEN_FLAGS);
+  return use == LockedFile::Use::Transaction ? -1 : open(path.c_str(), mode | OPEN_FLAGS);
 }
 
 }  // namespace
@@ -50,9 +53,7 @@ bool LockForWriting(int fd) {
 }
 
 LockedFile::LockedFile(const std::string& filePath, Use use)
-    : path(filePath),
-      descriptor(Open(path, use == Use::Transaction ? O_RDWR : O_RDONLY)),
-      error(errno) {
+    : path(filePath), descriptor(Open(path, use)), error(errno) {
   journalPath.reserve(path.size() + sizeof JOURNAL_SUFFIX);
   journalPath.append(path).append(JOURNAL_SUFFIX);
   if (descriptor.IsOpen()) {
@@ -91,7 +92,7 @@ const char* LockedFile::Lock(Use use) {
 
 const char* LockedFile::UndoAlone() {
   const int fd = descriptor.Get();
-  const Descriptor writable(open(path.c_str(), O_RDWR | OPEN_FLAGS));
+  const Descriptor writable(open(path.c_str(), O_RDWR | OPEN_FLAGS | O_NOFOLLOW));
   if (!writable.IsOpen()) {
     return FindInterruptedUpdate(fd, journalPath);
   }
