@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <memory>
 
 #include "row.h"
@@ -59,17 +60,31 @@ std::vector<double> ReadYear(const std::string& path) {
   return {result.GetData(), result.GetData() + result.GetSampleCount()};
 }
 
-Contest EnterUpdate() {
+using Updater = std::function<void(const std::string& path, const Batch& batch)>;
+
+void UpdatePlainly(const std::string& path, const Batch& batch) {
+  Require(RrdClient().Update(path, batch) == StatusCode::Success, "update");
+}
+
+void UpdateAtomically(const std::string& path, const Batch& batch) {
+  Require(
+      RrdClient().UpdateAtomically(path, batch, Rrd::Durability::Process) == StatusCode::Success,
+      "atomic update");
+}
+
+// Two ways to store the same batches in an empty file of a year.
+Contest CompareUpdates(const std::vector<Batch>& batches, const Updater& ours,
+                       const Updater& theirs) {
   const auto directory = std::make_shared<Directory>();
-  const auto batches = std::make_shared<const std::vector<Batch>>(MakeBatches());
-  const auto side = [=](const std::string& name, auto update) {
+  const auto shared = std::make_shared<const std::vector<Batch>>(batches);
+  const auto side = [=](const std::string& name, const Updater& update) {
     const auto create = [=] {
       Require(RrdClient().Create(directory->GetPath(name), STEP, START - STEP, std::nan(""),
                                  std::nan(""), 525600) == StatusCode::Success,
               "creation");
     };
     const auto work = [=] {
-      for (const Batch& batch : *batches) {
+      for (const Batch& batch : *shared) {
         update(directory->GetPath(name), batch);
       }
     };
@@ -77,14 +92,28 @@ Contest EnterUpdate() {
     work();
     return Side{work, create};
   };
-  Contest contest{side("ours.rrd",
-                       [](const std::string& path, const Batch& batch) {
-                         Require(RrdClient().Update(path, batch) == StatusCode::Success, "update");
-                       }),
-                  side("theirs.rrd", UpdateByLibrary)};
-  Require(ReadYear(directory->GetPath("ours.rrd")) == ReadYear(directory->GetPath("theirs.rrd")),
+  Contest contest{side("ours.rrd", ours), side("theirs.rrd", theirs)};
+  const std::vector<double> stored = ReadYear(directory->GetPath("ours.rrd"));
+  const std::vector<double> expected = ReadYear(directory->GetPath("theirs.rrd"));
+  Require(std::memcmp(stored.data(), expected.data(), stored.size() * sizeof(double)) == 0,
           "updated file");
   return contest;
+}
+
+Contest EnterUpdate() { return CompareUpdates(MakeBatches(), UpdatePlainly, UpdateByLibrary); }
+
+Contest EnterAtomicUpdate() {
+  return CompareUpdates(MakeBatches(), UpdateAtomically, UpdatePlainly);
+}
+
+constexpr int SINGLE_COUNT = 1000;
+
+Contest EnterSingleSamples() {
+  std::vector<Batch> samples;
+  for (int i = 0; i < SINGLE_COUNT; ++i) {
+    samples.push_back(MakeSamples(START + i * STEP, START + i * STEP));
+  }
+  return CompareUpdates(samples, UpdateAtomically, UpdatePlainly);
 }
 
 constexpr std::size_t VALUES_SIZE = 64 << 20;
@@ -201,6 +230,10 @@ std::vector<Row> ListStorageRows() {
   return {
       {"`Update`, 525,600 samples in batches of 10,000",
        "`rrd_update_r`, and `std::to_chars` of the same texts", AtMost(1.05), EnterUpdate},
+      {"`UpdateAtomically` (`Process`), 525,600 samples in batches of 10,000", "`Update`",
+       AtMost(1.10), EnterAtomicUpdate},
+      {"`UpdateAtomically` (`Process`), 1,000 single samples", "`Update`",
+       NanosecondsAPoint(30000, SINGLE_COUNT), EnterSingleSamples},
       {"`Convert` of 64 MiB", "the copying of `cp`, and `fsync`", AtMost(1.00), EnterCopy},
       {"`nvx-timeseries convert --to 64bit` of 64 MiB", "`rrdtool dump` into `restore`, and `sync`",
        TimesFaster(50), EnterDump},

@@ -36,7 +36,7 @@ int main(int, char** arguments) {
   const long long begin = window.start.timestamp - 3600;
   if (database.GetPathToRrdFile("topo:Boiler", path) != StatusCode::Success ||
       rrd.Create(path, 3600, begin, -40, 125, 8760) != StatusCode::Success ||
-      rrd.Update(path, samples) != StatusCode::Success) {
+      rrd.UpdateAtomically(path, samples, Rrd::Durability::Process) != StatusCode::Success) {
     std::fprintf(stderr, "%s\n", Failure::GetReason());
     return 1;
   }

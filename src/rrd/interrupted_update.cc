@@ -38,12 +38,14 @@ bool ReadJournal(int fd, int journalFile, Journal& journal) {
          journal.Fits(fd);
 }
 
-// After it was undone, an update must not be undone once more over later ones.
-bool Retire(int journalFile, const std::string& journalPath) {
+// Once an update was undone, it must not be undone again over later ones: not by a journal that
+// cannot be removed, nor by one that comes back with a loss of power.
+bool Retire(int journalFile, const std::string& journalPath, bool mustSync) {
   const IdleHead nothing;
   const bool isVoid =
-      WriteAll(journalFile, reinterpret_cast<const char*>(&nothing), sizeof nothing, 0);
-  return unlink(journalPath.c_str()) == 0 || isVoid;
+      WriteAll(journalFile, reinterpret_cast<const char*>(&nothing), sizeof nothing, 0) &&
+      (!mustSync || fdatasync(journalFile) == 0);
+  return (unlink(journalPath.c_str()) == 0 && !mustSync) || isVoid;
 }
 
 }  // namespace
@@ -101,7 +103,7 @@ const char* UndoInterruptedUpdate(int fd, const std::string& journalPath) {
     return nullptr;
   }
   if (!journal.Undo(fd) || (journal.MustSync() && fdatasync(fd) != 0) ||
-      !Retire(file.Get(), journalPath)) {
+      !Retire(file.Get(), journalPath, journal.MustSync())) {
     return NOT_UNDONE;
   }
   return nullptr;
