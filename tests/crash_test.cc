@@ -167,6 +167,62 @@ TEST_P(Crash, LeavesEveryPathOldOrNewAndTheNextRunCompletes) {
   EXPECT_GT(killCount, 5);
 }
 
+// An import of several batches, killed before each of its changes, has stored whole batches, and
+// goes on without loss.
+class KilledImport : public testing::TestWithParam<const char*> {};
+
+TEST_P(KilledImport, StoresWholeBatchesAndGoesOn) {
+  if (IS_SANITIZED != 0) {
+    GTEST_SKIP() << "a program with a sanitizer cannot be given other system calls";
+  }
+  constexpr int BATCH_SIZE = 10000;
+  constexpr int COUNT = 2 * BATCH_SIZE + 5;
+  constexpr long long START = 1000000020;
+  const TemporaryDirectory directory;
+  fs::current_path(directory.GetPath());
+  nvx::Log::RootLogger::GetInstance().SetLevel(KoraLogLevel::None);
+  std::string lines;
+  for (int i = 0; i < COUNT; ++i) {
+    lines += std::to_string(START + i * 60) + "," + std::to_string(i) + "\n";
+  }
+  WriteFile("samples.csv", lines);
+  const RrdClient client;
+  const auto import = [](const std::vector<std::string>& variables) {
+    return RunProgram({NVX_TIMESERIES, "update", "topo:m", "--csv", "samples.csv", "--skip-past",
+                       GetParam()},
+                      variables)
+        .status;
+  };
+  const auto countStored = [&client] {
+    long long last = 0;
+    Rrd::FetchResult samples;
+    EXPECT_EQ(client.GetLastTimestamp("topo_m.rrd", last), StatusCode::Success);
+    EXPECT_EQ(client.Fetch("topo_m.rrd", START, START + COUNT * 60, samples), StatusCode::Success);
+    int count = 0;
+    while (samples.GetData()[count] == count) {
+      ++count;
+    }
+    EXPECT_EQ(last, START + (count - 1) * 60);
+    return count;
+  };
+  int killCount = 0;
+  while (!HasFailure()) {
+    SCOPED_TRACE("ended at change " + std::to_string(killCount + 1));
+    ASSERT_EQ(client.Create("topo_m.rrd", 60, START - 60, 0, COUNT, COUNT), StatusCode::Success);
+    if (import({"LD_PRELOAD=" END_AT_CHANGE, "NVX_END_AT=" + std::to_string(killCount + 1)}) == 0) {
+      break;
+    }
+    ++killCount;
+    const int stored = countStored();
+    EXPECT_TRUE(stored % BATCH_SIZE == 0 || stored == COUNT) << stored;
+    EXPECT_EQ(import({}), 0);
+    EXPECT_EQ(countStored(), COUNT);
+  }
+  EXPECT_GT(killCount, 10);
+}
+
+INSTANTIATE_TEST_SUITE_P(Batches, KilledImport, testing::Values("--force", "--sync"));
+
 INSTANTIATE_TEST_SUITE_P(Commands, Crash, testing::ValuesIn(COMMANDS),
                          [](const auto& command) { return command.param.name; });
 

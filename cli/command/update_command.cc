@@ -26,8 +26,9 @@ struct UpdateOptions {
 };
 
 constexpr char BATCH_HELP[] =
-    "Lines are stored in batches of 10000; one that cannot be read keeps its whole batch out of\n"
-    "the file.";
+    "Lines are stored in batches of 10000, each as a whole or not at all, even when the command "
+    "is\n"
+    "killed; a line that cannot be read keeps its batch out of the file.";
 
 using Samples = std::vector<std::pair<TimeExpression, double>>;
 
@@ -119,6 +120,9 @@ void AddUpdateCommand(CLI::App& app, Context& context) {
                     "Leave out samples that are not later than the file's last update");
   command->add_flag("--force", options->policy.mayBeFuture,
                     "Store samples of more than a day in the future");
+  command->add_flag_callback(
+      "--sync", [options] { options->policy.durability = Rrd::Durability::Power; },
+      "Store what survives a loss of power, too: three syncs a batch");
   command->footer(std::string(CSV_HELP) + "\n" + BATCH_HELP + "\n" + TIME_HELP + "\n" + ZONE_HELP);
   command->callback([options, &context] { Update(*options, context); });
 }

@@ -42,6 +42,12 @@ StatusCode PatientClient::Migrate(const std::string& path, long long step, long 
       path, [&] { return RrdClient::Migrate(path, step, startTime, minimum, maximum, rowCount); });
 }
 
+StatusCode PatientClient::UpdateAtomically(const std::string& path,
+                                           const std::map<long long, double>& samples,
+                                           Rrd::Durability durability) const {
+  return Repeat(path, [&] { return RrdClient::UpdateAtomically(path, samples, durability); });
+}
+
 StatusCode PatientClient::Describe(const std::string& path,
                                    Rrd::FileDescription& description) const {
   return Repeat(path, [&] { return RrdClient::Describe(path, description); });

@@ -33,6 +33,8 @@ class PatientClient : private RrdClient {
                     const std::map<long long, double>& samples) const override;
   StatusCode Migrate(const std::string& path, long long step, long long startTime, double minimum,
                      double maximum, unsigned int rowCount) const override;
+  StatusCode UpdateAtomically(const std::string& path, const std::map<long long, double>& samples,
+                              Rrd::Durability durability) const;
   StatusCode Describe(const std::string& path, Rrd::FileDescription& description) const;
 
  private:

@@ -46,7 +46,6 @@ void SampleWriter::StoreBatch() {
     throw CommandError(name, path + " cannot be read: " + Failure::GetReason(),
                        StatusCode::Failure);
   }
-  // The RRD library itself would store what stands before the sample that it refuses.
   const long long earliest = batch.begin()->first;
   if (earliest <= last) {
     RequireNotEmpty(earliest);
@@ -64,7 +63,7 @@ void SampleWriter::StoreBatch() {
                        StatusCode::InvalidArgument);
   }
   stored.MakeRoomUntil(latest);
-  if (rrdClient.Update(path, batch) != StatusCode::Success) {
+  if (rrdClient.UpdateAtomically(path, batch, policy.durability) != StatusCode::Success) {
     throw CommandError(name, path + " cannot be updated: " + Failure::GetReason(),
                        StatusCode::Failure);
   }

@@ -9,10 +9,12 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Which samples are more than those that simply follow the ones that a file has.
+// Which samples are more than those that simply follow the ones that a file has, and what a stored
+// batch survives.
 struct SamplePolicy {
   bool mayBePast = false;    // those that the file has already are left out, not refused
   bool mayBeFuture = false;  // those of more than a day from now, which block the file, are stored
+  Rrd::Durability durability = Rrd::Durability::Process;
 };
 
 // Stores samples in a file of one data source, in batches that fit in memory. Every operation
@@ -28,8 +30,8 @@ class SampleWriter {
 
   bool IsBatchFull() const;
 
-  // Stores the batch and starts a new one. Throws CommandError, with nothing of the batch stored,
-  // when it begins before the file's last update or ends in the future.
+  // Stores the batch, all of it or nothing, and starts a new one. Throws CommandError, with nothing
+  // of the batch stored, when it begins before the file's last update or ends in the future.
   void StoreBatch();
 
   unsigned long long GetStoredCount() const { return stored.GetCount(); }
