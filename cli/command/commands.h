@@ -22,6 +22,8 @@ void AddLastCommand(CLI::App& app, Context& context);
 void AddQueryCommand(CLI::App& app, Context& context);
 void AddExportCommand(CLI::App& app, Context& context);
 void AddPushCommand(CLI::App& app, Context& context);  // adds none without an HTTP client
+void AddCheckCommand(CLI::App& app, Context& context);
+void AddRecoverCommand(CLI::App& app, Context& context);
 void AddConvertCommand(CLI::App& app, Context& context);
 
 // Adds those of the program: the one that pushes has no other command.

@@ -1,9 +1,13 @@
 #include "replace/file_replacement.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 
+#include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <system_error>
+#include <thread>
 #include <vector>
 
 #include "replace/file_attributes.h"
@@ -29,6 +33,17 @@ bool MoveToFreeName(int from, int to, const char* name) {
   }
   const bool isUnknown = errno == EINVAL || errno == ENOSYS;
   return isUnknown && linkat(from, name, to, name, 0) == 0 && unlinkat(from, name, 0) == 0;
+}
+
+// Waits until nobody stores a batch in a file, and keeps everybody from it: it would be lost. Where
+// the file system has no such locks, there are no such batches.
+void LockAgainstBatches(const OpenedFile& file) {
+  constexpr int TRIES = 10'000;
+  for (int i = 0; flock(file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK; ++i) {
+    RequireCall(i < TRIES, "another process keeps it locked");
+    InterruptionGuard::Check();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
 }
 
 }  // namespace
@@ -104,6 +119,7 @@ void FileReplacement::SetMode(mode_t mode) const {
 void FileReplacement::Replace(const OpenedFile& old) {
   CopyAttributes(old.Get(), old.GetStatus(), Get());
   RequireOwnFile();
+  LockAgainstBatches(old);
   old.RequireUnchanged();
   InterruptionGuard::Check();
   RequireCall(renameat(directory.GetPrivateDirectory().Get(), name.c_str(), directory.Get().Get(),

@@ -66,7 +66,7 @@ const char* FindJournalFault(int fd, int journal) {
 }
 
 bool HasPendingJournal(const std::string& journalPath) {
-  if (access(journalPath.c_str(), F_OK) != 0 && errno == ENOENT) {
+  if (access(journalPath.c_str(), F_OK) != 0 && (errno == ENOENT || errno == ENAMETOOLONG)) {
     return false;
   }
   const Descriptor journal(OpenJournal(journalPath, O_RDONLY));

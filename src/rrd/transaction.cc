@@ -144,12 +144,12 @@ bool Transaction::MakeIdle() const {
 void Transaction::Undo() {
   using namespace std::chrono_literals;
   constexpr int TRIES = 100;
-  // The RRD library's end has taken the lock for writing, and a reader may have come.
-  for (int i = 0; i < TRIES && !LockForWriting(file.Get()); ++i) {
+  // The RRD library's close has ended its lock, and a reader may have come.
+  for (int i = 0; !LockForWriting(file.Get()); ++i) {
+    if (i == TRIES) {
+      return;
+    }
     std::this_thread::sleep_for(1ms);
-  }
-  if (!LockForWriting(file.Get())) {
-    return;
   }
   const bool isMine = journal.Fits(file.Get());
   const bool isUndone = !isMine || journal.IsUndone(file.Get());

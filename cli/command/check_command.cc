@@ -1,0 +1,74 @@
+#include <iostream>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "arguments/choice.h"
+#include "base/message.h"
+#include "command/commands.h"
+#include "points/selected_files.h"
+#include "rrd/file_check.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+enum class CheckFormat { Text, Json };
+
+struct CheckOptions {
+  std::vector<std::string> zeltIds;
+  CheckFormat format = CheckFormat::Text;
+};
+
+void PrintLine(const std::string& zeltId, const std::vector<Finding>& findings) {
+  std::string line = zeltId + ':';
+  for (const Finding& finding : findings) {
+    line += (&finding == &findings.front() ? " " : "; ") + finding.problem + ": " + finding.advice;
+  }
+  std::cout << WithoutControls(findings.empty() ? line + " sound" : line) << '\n';
+}
+
+nlohmann::ordered_json MakeObject(const std::string& zeltId, const std::vector<Finding>& findings) {
+  nlohmann::ordered_json object = {{"id", zeltId}, {"findings", nlohmann::ordered_json::array()}};
+  for (const Finding& finding : findings) {
+    object["findings"].push_back({{"problem", finding.problem}, {"advice", finding.advice}});
+  }
+  return object;
+}
+
+void Run(const CheckOptions& options, Context& context) {
+  auto objects = nlohmann::ordered_json::array();
+  ForEachFile(SelectFiles(options.zeltIds, context), context, [&](const std::string& zeltId) {
+    const std::string path = context.GetPathOfExisting(zeltId);
+    const std::vector<Finding> findings = CheckFile(context.rrdClient, path, zeltId);
+    if (!findings.empty()) {
+      context.NotePartialData();
+    }
+    if (options.format == CheckFormat::Text) {
+      PrintLine(zeltId, findings);
+    } else {
+      objects.push_back(MakeObject(zeltId, findings));
+    }
+  });
+  if (options.format == CheckFormat::Json) {
+    constexpr int INDENT = 2;
+    std::cout << objects.dump(INDENT, ' ', true, nlohmann::json::error_handler_t::replace) << '\n';
+  }
+}
+
+}  // namespace
+
+void AddCheckCommand(CLI::App& app, Context& context) {
+  CLI::App* const command = app.add_subcommand(
+      "check", "Look for interrupted updates, damage, and times and values that cannot be");
+  const auto options = std::make_shared<CheckOptions>();
+  command->add_option("ID", options->zeltIds, "Data sources (default: all of the directory)")
+      ->type_name("");
+  AddChoice(*command, "--format", options->format,
+            {{"text", CheckFormat::Text}, {"json", CheckFormat::Json}},
+            "Form of the output (default: text, a line for each file)")
+      ->type_name("FORMAT");
+  command->footer(std::string(PATTERN_HELP) +
+                  "\nExit status: 0 all sound, 3 something found, 1 something cannot be read.");
+  command->callback([options, &context] { Run(*options, context); });
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine

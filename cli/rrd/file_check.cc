@@ -1,0 +1,97 @@
+#include "rrd/file_check.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <ctime>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+
+#include "base/command_error.h"
+#include "base/last_error.h"
+#include "base/time_text.h"
+#include "replace/file_descriptor.h"
+#include "rrd/foreign_file.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+constexpr long long SECONDS_A_DAY = 86'400;
+
+void RequireReadable(const std::string& path, const std::string& zeltId) {
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  if (!file.IsOpen()) {
+    const std::string reason = std::generic_category().message(errno);
+    throw CommandError(zeltId, path + " cannot be opened: " + reason, StatusCode::CannotOpen);
+  }
+}
+
+bool HasJournal(const std::string& path) {
+  std::error_code ignored;
+  return std::filesystem::exists(path + "-journal", ignored);
+}
+
+Finding DescribeDamage(const std::string& reason) {
+  if (reason.find("needs write permission") != std::string::npos) {
+    return {reason, "check it as a user who may write it"};
+  }
+  const bool isCutOff = reason.find("values are cut off") != std::string::npos;
+  return {"damaged: " + reason,
+          isCutOff ? "recover makes a whole file of what is left" : "take it from a backup"};
+}
+
+// Values that create's bounds keep out.
+unsigned long long CountExcluded(const PatientClient& client, const std::string& path,
+                                 const std::string& zeltId, const Rrd::FileDescription& file) {
+  constexpr long long PIECE = 1'000'000;
+  const Rrd::ArchiveDescription& archive = file.archives.front();
+  const Rrd::DataSourceDescription& source = file.dataSources.front();
+  const auto step = static_cast<long long>(file.step);
+  unsigned long long count = 0;
+  for (long long start = archive.firstTime; start <= archive.lastTime; start += PIECE * step) {
+    Rrd::FetchResult rows;
+    const long long end = std::min(archive.lastTime, start + (PIECE - 1) * step);
+    Require(client.Fetch(path, start, end, rows), zeltId, "its samples cannot be read");
+    count += static_cast<unsigned long long>(std::count_if(
+        rows.GetData(), rows.GetData() + rows.GetSampleCount(),
+        [&](double value) { return value < source.minimum || value > source.maximum; }));
+  }
+  return count;
+}
+
+}  // namespace
+
+std::vector<Finding> CheckFile(const PatientClient& client, const std::string& path,
+                               const std::string& zeltId) {
+  RequireReadable(path, zeltId);
+  const std::optional<ForeignFile> foreign = FindForeignFile(path);
+  if (foreign) {
+    return {{"of another machine", foreign->Describe()}};
+  }
+  const LastError lastError;
+  const bool hadJournal = HasJournal(path);
+  Rrd::FileDescription file;
+  if (client.Describe(path, file) != StatusCode::Success) {
+    return {DescribeDamage(lastError.GetReason())};
+  }
+  std::vector<Finding> findings;
+  if (hadJournal && !HasJournal(path)) {
+    findings.push_back({"an update was interrupted", "it is undone now"});
+  }
+  if (file.lastUpdate > std::time(nullptr) + SECONDS_A_DAY) {
+    findings.push_back({"its last update, " + FormatUtc(file.lastUpdate) + ", is in the future",
+                        "it takes no earlier sample; migrate --start --force drops what is later"});
+  }
+  if (file.HasShapeOfCreate()) {
+    const auto excluded = CountExcluded(client, path, zeltId, file);
+    if (excluded > 0) {
+      findings.push_back({std::to_string(excluded) + " of its values lie outside its bounds",
+                          "another program or the disk has changed them; take it from a backup"});
+    }
+  }
+  return findings;
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
