@@ -36,7 +36,8 @@ nlohmann::ordered_json MakeObject(const std::string& zeltId, const std::vector<F
 
 void Run(const CheckOptions& options, Context& context) {
   auto objects = nlohmann::ordered_json::array();
-  ForEachFile(SelectFiles(options.zeltIds, context), context, [&](const std::string& zeltId) {
+  ForEachFile(SelectFiles(options.zeltIds, context), context, [&](const SelectedFile& file) {
+    const std::string& zeltId = file.zeltId;
     const std::string path = context.GetPathOfExisting(zeltId);
     const std::vector<Finding> findings = CheckFile(context.rrdClient, path, zeltId);
     if (!findings.empty()) {
