@@ -12,6 +12,8 @@ void AddCommands(CLI::App& app, Context& context) {
   AddQueryCommand(app, context);
   AddExportCommand(app, context);
   AddPushCommand(app, context);
+  AddCheckCommand(app, context);
+  AddRecoverCommand(app, context);
   AddConvertCommand(app, context);
 }
 

@@ -10,7 +10,6 @@
 #include <system_error>
 
 #include "base/command_error.h"
-#include "base/last_error.h"
 #include "base/time_text.h"
 #include "replace/file_descriptor.h"
 #include "rrd/foreign_file.h"
@@ -70,11 +69,10 @@ std::vector<Finding> CheckFile(const PatientClient& client, const std::string& p
   if (foreign) {
     return {{"of another machine", foreign->Describe()}};
   }
-  const LastError lastError;
   const bool hadJournal = HasJournal(path);
   Rrd::FileDescription file;
   if (client.Describe(path, file) != StatusCode::Success) {
-    return {DescribeDamage(lastError.GetReason())};
+    return {DescribeDamage(Failure::GetReason())};
   }
   std::vector<Finding> findings;
   if (hadJournal && !HasJournal(path)) {

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <limits>
 
-#include "base/last_error.h"
 #include "replace/file_error.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -31,11 +30,10 @@ bool IsWhole(const PatientClient& client, int fd, const std::string& path, off_t
 off_t FindWholeSize(const PatientClient& client, int fd, const std::string& path, off_t size,
                     Rrd::FileDescription& file) {
   constexpr off_t LARGEST = off_t{1} << (sizeof(long) == 4 ? 30 : 40);
-  const LastError lastError;
   off_t low = size;
   off_t high = size;
   while (!IsWhole(client, fd, path, high, file)) {
-    RequireArgument(high < LARGEST, "it cannot be mended: " + lastError.GetReason());
+    RequireArgument(high < LARGEST, "it cannot be mended: " + Failure::GetReason());
     low = high;
     high = 2 * high + 1;
   }
@@ -43,7 +41,7 @@ off_t FindWholeSize(const PatientClient& client, int fd, const std::string& path
     const off_t middle = low + (high - low) / 2;
     (IsWhole(client, fd, path, middle, file) ? high : low) = middle;
   }
-  RequireArgument(IsWhole(client, fd, path, high, file), lastError.GetReason());
+  RequireArgument(IsWhole(client, fd, path, high, file), Failure::GetReason());
   return high;
 }
 

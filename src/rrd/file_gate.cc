@@ -159,8 +159,7 @@ FileGate::FileGate(int fd) {
   }
 }
 
-FileGate::FileGate(std::string fileHeader, std::uint64_t fileSize)
-    : header(std::move(fileHeader)) {
+FileGate::FileGate(std::string fileHeader, std::uint64_t fileSize) : header(std::move(fileHeader)) {
   fault = CheckHeader(fileSize);
 }
 
@@ -174,8 +173,7 @@ void FileGate::Read(int fd) {
   if (fault == nullptr) {
     return;
   }
-  isLocked = !LockForReading(fd);
-  fault = isLocked ? "could not lock RRD" : ReadFile(fd);
+  fault = LockForReading(fd) ? ReadFile(fd) : LOCK_FAULT;
 }
 
 const char* FileGate::GetFetchFault(long long start, long long end) const {

@@ -12,6 +12,9 @@ namespace nvx::TimeSeriesDatabase::Rrd {
 // outside it; up to here the sizes fit, whatever the number of data sources.
 inline constexpr long long FARTHEST_TIME = 1LL << 40;
 
+// The RRD library's words for a file that another process has locked.
+inline constexpr char LOCK_FAULT[] = "could not lock RRD";
+
 // The look at an RRD file that comes before the RRD library's own. The RRD library trusts every
 // number of a header: it divides by them, multiplies them modulo 2^64 and takes them for positions.
 //
@@ -36,9 +39,6 @@ class FileGate {
   // The header where there is no fault; empty for what is left to the RRD library.
   const std::string& GetHeader() const { return header; }
 
-  // Whether the fault is another process that has locked the file.
-  bool IsLocked() const { return isLocked; }
-
   // The same as GetFault for a fetch of the rows from `start` to `end`, which must not need more
   // memory than the archive or a GiB.
   const char* GetFetchFault(long long start, long long end) const;
@@ -58,7 +58,6 @@ class FileGate {
 
   std::string header;
   const char* fault = nullptr;
-  bool isLocked = false;
   unsigned long sourceCount = 0;
   FileDescription description;  // the step and the archives alone
 };

@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "rrd/descriptor.h"
+#include "foundation/descriptor.h"
 #include "rrd/journal.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd {

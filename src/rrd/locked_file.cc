@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstdlib>
 
+#include "rrd/file_gate.h"
 #include "rrd/interrupted_update.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd {

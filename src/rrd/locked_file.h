@@ -2,11 +2,9 @@
 
 #include <string>
 
-#include "rrd/descriptor.h"
+#include "foundation/descriptor.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd {
-
-inline constexpr char LOCK_FAULT[] = "could not lock RRD";
 
 // A data file, open for one operation, in which no interrupted update is left: what such a one has
 // changed is undone before.

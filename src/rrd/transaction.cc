@@ -66,8 +66,8 @@ std::string Transaction::Begin(const std::string& header, long long lastTime) {
     return DescribeError(NOT_SYNCED);
   }
   const std::string& bytes = journal.GetBytes();
-  if (!WriteAll(journalFile.Get(), bytes.data(), bytes.size(), 0) ||
-      (mustSync && fdatasync(journalFile.Get()) != 0)) {
+  if (!WriteAll(journalFile->Get(), bytes.data(), bytes.size(), 0) ||
+      (mustSync && fdatasync(journalFile->Get()) != 0)) {
     problem = DescribeError(NOT_MADE);
     MakeIdle();
     return problem;
@@ -81,23 +81,23 @@ std::string Transaction::OpenJournalFile() {
     return DescribeError(NOT_MADE);
   }
   const mode_t mode = status.st_mode & READ_WRITE;
-  journalFile.Reset(OpenJournal(file.GetJournalPath(), O_RDWR | O_CREAT | O_EXCL, mode));
-  isNew = journalFile.IsOpen();
+  journalFile.emplace(OpenJournal(file.GetJournalPath(), O_RDWR | O_CREAT | O_EXCL, mode));
+  isNew = journalFile->IsOpen();
   if (isNew) {
-    return GiveToOwner(journalFile.Get(), status) ? "" : DescribeError(NOT_GIVEN);
+    return GiveToOwner(journalFile->Get(), status) ? "" : DescribeError(NOT_GIVEN);
   }
   return errno == EEXIST ? OpenKeptJournal() : DescribeError(NOT_MADE);
 }
 
 std::string Transaction::OpenKeptJournal() {
-  journalFile.Reset(OpenJournal(file.GetJournalPath(), O_RDWR));
-  if (!journalFile.IsOpen()) {
+  journalFile.emplace(OpenJournal(file.GetJournalPath(), O_RDWR));
+  if (!journalFile->IsOpen()) {
     return DescribeError("its journal cannot be opened");
   }
-  if (const char* const journalFault = FindJournalFault(file.Get(), journalFile.Get())) {
+  if (const char* const journalFault = FindJournalFault(file.Get(), journalFile->Get())) {
     return journalFault;
   }
-  const bool isRead = ReadAll(journalFile.Get(), reinterpret_cast<char*>(&kept), sizeof kept, 0);
+  const bool isRead = ReadAll(journalFile->Get(), reinterpret_cast<char*>(&kept), sizeof kept, 0);
   return isRead && IsIdle(kept) ? "" : "its old journal cannot be removed";
 }
 
@@ -137,8 +137,8 @@ bool Transaction::MakeIdle() const {
     }
   }
   const IdleHead idle = MakeIdleHead(header);
-  return WriteAll(journalFile.Get(), reinterpret_cast<const char*>(&idle), sizeof idle, 0) &&
-         (durability == Durability::Process || fdatasync(journalFile.Get()) == 0);
+  return WriteAll(journalFile->Get(), reinterpret_cast<const char*>(&idle), sizeof idle, 0) &&
+         (durability == Durability::Process || fdatasync(journalFile->Get()) == 0);
 }
 
 void Transaction::Undo() {

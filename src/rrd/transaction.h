@@ -1,8 +1,9 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
-#include "rrd/descriptor.h"
+#include "foundation/descriptor.h"
 #include "rrd/journal.h"
 #include "rrd/locked_file.h"
 
@@ -43,7 +44,7 @@ class Transaction {
   const LockedFile& file;
   Durability durability;
   Journal journal;
-  Descriptor journalFile;
+  std::optional<Descriptor> journalFile;
   IdleHead kept;
   bool isNew = false;     // the journal was made here
   bool isSynced = false;  // all of the file is on the disk since the last kept journal
