@@ -65,7 +65,8 @@ void MakeTree(bool hasDataSource) {
   if (hasDataSource) {
     MakeDataSource();
   }
-  WriteFile("a/.nvx-convert-abc123", "left by another run");
+  fs::create_directory("a/.nvx-convert-abc123");
+  WriteFile("a/.nvx-convert-abc123/gauge.rrd", "left by another run");
   for (const auto& entry : fs::recursive_directory_iterator(".")) {
     if (entry.is_regular_file()) {
       fs::permissions(entry, fs::perms(0604));

@@ -2,6 +2,7 @@
 
 #include "replace/file_replacement.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
@@ -21,6 +22,21 @@ namespace fs = std::filesystem;
 
 namespace {
 
+std::string exchangeWith;  // what another user puts in place of a directory that was just made
+
+}  // namespace
+
+extern "C" char* mkdtemp(char* path) noexcept {
+  static const auto make = reinterpret_cast<char* (*)(char*)>(dlsym(RTLD_NEXT, "mkdtemp"));
+  char* const made = make(path);
+  if (!exchangeWith.empty()) {
+    renameat2(AT_FDCWD, exchangeWith.c_str(), AT_FDCWD, made, RENAME_EXCHANGE);
+  }
+  return made;
+}
+
+namespace {
+
 TEST(LockedDirectory, GivesUpWaitingForAnother) {
   const TemporaryDirectory temporary;
   const Directory directory(Resolve(temporary.GetPath("x")).directory);
@@ -35,13 +51,60 @@ TEST(LockedDirectory, RemovesWhatAKilledProcessHasLeft) {
   const TemporaryDirectory temporary;
   fs::create_directories(temporary.GetPath(".nvx-convert-abc123"));
   WriteFile(temporary.GetPath(".nvx-convert-abc123/topo_a.rrd"), "half");
-  WriteFile(temporary.GetPath(".nvx-convert-xyz789"), "half");
   WriteFile(temporary.GetPath(".nvx-convert-abc1234"), "a user's");
   const Directory directory(Resolve(temporary.GetPath("x")).directory);
   { const LockedDirectory lock(directory); }
   EXPECT_EQ(std::distance(fs::directory_iterator(temporary.GetPath()), fs::directory_iterator()),
             1);
   EXPECT_EQ(ReadFile(temporary.GetPath(".nvx-convert-abc1234")), "a user's");
+}
+
+TEST(LockedDirectory, RemovesNothingWhereAnotherUserMayHaveGivenItTheName) {
+  constexpr uid_t USER = 65534;
+  struct {
+    uid_t owner;
+    fs::perms permissions;
+  } const cases[] = {{geteuid(), fs::perms(0770)},
+                     {geteuid(), fs::perms(0702)},
+                     {geteuid(), fs::perms(01777)},
+                     {USER, fs::perms(0700)}};
+  for (const auto& other : cases) {
+    if (geteuid() != 0 && other.owner == USER) {
+      continue;  // another user can be played by root alone
+    }
+    const TemporaryDirectory temporary;
+    const std::string renamed = temporary.GetPath(".nvx-convert-aaaaaa");
+    fs::create_directories(renamed);
+    WriteFile(renamed + "/log", "precious");
+    WriteFile(temporary.GetPath(".nvx-convert-bbbbbb"), "precious");
+    fs::permissions(temporary.GetPath(), other.permissions);
+    ASSERT_EQ(chown(temporary.GetPath().c_str(), other.owner, other.owner), 0);
+    const Directory directory(Resolve(temporary.GetPath("x")).directory);
+    { const LockedDirectory lock(directory); }
+    EXPECT_EQ(ReadFile(renamed + "/log"), "precious");
+    EXPECT_EQ(ReadFile(temporary.GetPath(".nvx-convert-bbbbbb")), "precious");
+  }
+}
+
+TEST(LockedDirectory, MakesNothingInADirectoryThatIsNotItsOwn) {
+  const TemporaryDirectory temporary;
+  const std::string vault = temporary.GetPath("vault");
+  fs::create_directory(vault);
+  fs::permissions(vault, fs::perms::owner_all);
+  WriteFile(vault + "/file", "precious");
+  const Directory directory(Resolve(temporary.GetPath("x")).directory);
+  {
+    LockedDirectory lock(directory);
+    exchangeWith = vault;
+    EXPECT_THROW(lock.GetPrivateDirectory(), FileError);
+    exchangeWith.clear();
+  }
+  EXPECT_TRUE(fs::is_empty(vault));  // the one that was made
+  int fileCount = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(temporary.GetPath())) {
+    fileCount += entry.is_regular_file() ? 1 : 0;
+  }
+  EXPECT_EQ(fileCount, 1);
 }
 
 TEST(FileReplacement, PutsNothingInPlaceOfAFileThatChanged) {

@@ -24,6 +24,8 @@ using namespace std::chrono_literals;
 constexpr std::string_view TEMPORARY_PREFIX = ".nvx-convert-";
 constexpr std::string_view TEMPORARY_PATTERN = "XXXXXX";
 
+constexpr std::size_t EMPTY_SIZE = 2;  // "." and ".."
+
 FileDescriptor OpenDirectory(int parent, const char* name) {
   return FileDescriptor(openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
@@ -49,18 +51,21 @@ void RemoveDirectory(int parent, const std::string& name, const FileDescriptor& 
   unlinkat(parent, name.c_str(), AT_REMOVEDIR);
 }
 
-// What cannot be removed stays; it takes space and does no harm. In a directory of somebody else
-// only what is one's own is looked into.
+// Whether it belongs to the caller and nobody else has any of the rights.
+bool IsOwn(int directory, mode_t rights) {
+  struct stat status {};
+  return fstat(directory, &status) == 0 && status.st_uid == geteuid() &&
+         (status.st_mode & rights) == 0;
+}
+
+// What cannot be removed stays; it takes space and does no harm.
 void RemoveLeftovers(int directory) {
   for (const std::string& name : ListNames(directory)) {
     if (!IsTemporaryName(name)) {
       continue;
     }
     const FileDescriptor left = OpenDirectory(directory, name.c_str());
-    struct stat status {};
-    if (!left.IsOpen()) {
-      unlinkat(directory, name.c_str(), 0);
-    } else if (fstat(left.Get(), &status) == 0 && status.st_uid == geteuid()) {
+    if (left.IsOpen()) {
       RemoveDirectory(directory, name, left);
     }
   }
@@ -94,7 +99,7 @@ LockedDirectory::LockedDirectory(const Directory& lockedDirectory,
                                  std::chrono::milliseconds patience)
     : directory(lockedDirectory), lock(OpenDirectory(directory.Get(), ".")) {
   RequireCall(lock.IsOpen(), "the directory cannot be opened");
-  if (Lock(directory, lock.Get(), patience)) {
+  if (Lock(directory, lock.Get(), patience) && IsOwn(lock.Get(), S_IWGRP | S_IWOTH)) {
     RemoveLeftovers(directory.Get());
   }
 }
@@ -113,12 +118,12 @@ const FileDescriptor& LockedDirectory::GetPrivateDirectory() {
   pattern.append(TEMPORARY_PREFIX).append(TEMPORARY_PATTERN);
   RequireCall(mkdtemp(pattern.data()) != nullptr, "no temporary directory can be made beside it");
   privateName = pattern.substr(pattern.rfind('/') + 1);
-  privateDirectory = OpenDirectory(directory.Get(), privateName.c_str());
-  struct stat status {};
-  RequireCall(privateDirectory.IsOpen() && fstat(privateDirectory.Get(), &status) == 0,
-              "its temporary directory cannot be opened");
-  RequireArgument(status.st_uid == geteuid() && (status.st_mode & 077) == 0,
-                  "its temporary directory was exchanged");
+  FileDescriptor made = OpenDirectory(directory.Get(), privateName.c_str());
+  RequireCall(made.IsOpen(), "its temporary directory cannot be opened");
+  RequireArgument(
+      IsOwn(made.Get(), S_IRWXG | S_IRWXO) && ListNames(made.Get()).size() == EMPTY_SIZE,
+      "its temporary directory was exchanged");
+  privateDirectory = std::move(made);
   return privateDirectory;
 }
 

@@ -14,7 +14,8 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 class LockedDirectory {
  public:
   // Waits for another process that has the right, not longer than `patience`. Then removes what
-  // processes that were killed have left, unless the file system has no locks.
+  // processes that were killed have left, unless the file system has no locks or another user can
+  // write the directory, who may have given such a name to anything.
   explicit LockedDirectory(const Directory& lockedDirectory,
                            std::chrono::milliseconds patience = DEFAULT_PATIENCE);
   LockedDirectory(const LockedDirectory&) = delete;
