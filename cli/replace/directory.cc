@@ -3,8 +3,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <climits>
 #include <filesystem>
-#include <system_error>
 
 #include "replace/file_error.h"
 
@@ -24,22 +24,74 @@ FileDescriptor OpenWithoutLinks(const fs::path& resolvedPath) {
   return FileDescriptor(openat(opened.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
+constexpr int MOST_LINKS = 40;  // as many as the kernel follows
+
+std::string ReadLink(int directory, const std::string& name) {
+  char target[PATH_MAX];
+  const ssize_t size = readlinkat(directory, name.c_str(), target, sizeof target);
+  RequireCall(size >= 0, "its path cannot be read");
+  return {target, static_cast<std::size_t>(size)};
+}
+
+struct stat Examine(const FileDescriptor& opened) {
+  struct stat status {};
+  RequireCall(fstat(opened.Get(), &status) == 0, "it cannot be examined");
+  return status;
+}
+
+// In a directory such as /tmp anybody may lay a link for others to step on. The kernel's rule,
+// which not every machine has switched on.
+bool IsTrap(const struct stat& link, const struct stat& directory) {
+  constexpr mode_t FOR_ALL = S_ISVTX | S_IWOTH;
+  return (directory.st_mode & FOR_ALL) == FOR_ALL && link.st_uid != geteuid() &&
+         link.st_uid != directory.st_uid;
+}
+
+// The directory and the name in it, where the name may be that of a link.
+struct Place {
+  FileDescriptor directory;
+  std::string name;
+
+  // Links on the way to the last name are the kernel's to follow.
+  void Enter(const fs::path& path) {
+    name = path.filename();
+    const bool isDirectory = name.empty() || name == "." || name == "..";
+    const fs::path way = isDirectory ? path : "." / path.parent_path();
+    name = isDirectory ? "." : name;
+    directory = FileDescriptor(openat(directory.IsOpen() ? directory.Get() : AT_FDCWD, way.c_str(),
+                                      O_PATH | O_DIRECTORY | O_CLOEXEC));
+  }
+};
+
 }  // namespace
 
+std::string ResolvedPath::GetPath() const {
+  return name == "." ? directory : (fs::path(directory) / name).string();
+}
+
 ResolvedPath Resolve(const std::string& path) {
-  std::error_code error;
-  fs::path resolved = fs::canonical(path, error);
-  if (error) {
-    RequireArgument(!fs::is_symlink(path, error), "it is a symbolic link to nothing");
-    const fs::path directory = fs::absolute(path, error).parent_path();
-    RequireArgument(!error && fs::path(path).has_filename(), "it is no path");
-    resolved = fs::canonical(directory, error);
-    if (error) {
-      throw FileError("the directory cannot be opened: " + error.message(), StatusCode::IoError);
+  RequireArgument(!path.empty(), "it is no path");
+  Place place;
+  std::string way = path;
+  for (int linkCount = 0; linkCount <= MOST_LINKS; ++linkCount) {
+    const auto requireTarget = [&](const FileDescriptor& opened) {
+      const bool isAbsent = !opened.IsOpen() && errno == ENOENT;
+      RequireArgument(linkCount == 0 || !isAbsent, "it is a symbolic link to nothing");
+    };
+    place.Enter(way);
+    requireTarget(place.directory);
+    RequireCall(place.directory.IsOpen(), "the directory cannot be opened");
+    const FileDescriptor last(
+        openat(place.directory.Get(), place.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    requireTarget(last);
+    if (!last.IsOpen() || !S_ISLNK(Examine(last).st_mode)) {
+      return {ReadLink(AT_FDCWD, place.directory.GetPath()), place.name};
     }
-    resolved /= fs::path(path).filename();
+    RequireArgument(!IsTrap(Examine(last), Examine(place.directory)),
+                    "it is a symbolic link of another user in a directory for all");
+    way = ReadLink(last.Get(), "");
   }
-  return {resolved.parent_path(), resolved.filename()};
+  throw FileError("it has too many symbolic links", StatusCode::InvalidArgument);
 }
 
 Directory::Directory(const std::string& resolvedPath)

@@ -6,14 +6,18 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// A name in a directory whose path has no symbolic links.
+// A name in a directory whose path has no symbolic links; "." for that directory itself.
 struct ResolvedPath {
   std::string directory;
   std::string name;
+
+  std::string GetPath() const;
 };
 
-// Follows the symbolic links of `path`, which need not exist. Throws FileError for one that names
-// nothing that could be a file: an empty path, a link to nothing, a path that ends with "/".
+// Follows the symbolic links of `path`, whose last name need not exist. In a directory where
+// everybody may make files, and only their owners may remove them, that name is not followed when
+// it is a link of another user but the directory's owner. Throws FileError for that, for a link to
+// nothing and for a directory that cannot be reached.
 ResolvedPath Resolve(const std::string& path);
 
 // An open directory. Names are looked up in it whatever becomes of its path.
