@@ -12,9 +12,11 @@
 #include <csignal>
 #include <filesystem>
 
+#include "convert/conversion_plan.h"
 #include "convert/in_place_conversion.h"
 #include "replace/file_error.h"
 #include "support/legacy_file.h"
+#include "support/resource_limit.h"
 #include "support/temporary_directory.h"
 
 using namespace nvx::TimeSeriesDatabase::CommandLine;
@@ -36,6 +38,73 @@ extern "C" char* mkdtemp(char* path) noexcept {
 }
 
 namespace {
+
+TEST(Resolve, FollowsLinksAndNamesWhatIsNotThere) {
+  const TemporaryDirectory temporary;
+  const std::string base = fs::canonical(temporary.GetPath());
+  fs::create_directories(base + "/a/b");
+  fs::create_symlink("a/b", base + "/toDirectory");
+  fs::create_symlink("toDirectory/file", base + "/toFile");
+  fs::create_symlink(base + "/toFile", base + "/a/again");
+  fs::create_symlink("round", base + "/round");
+  const auto resolve = [&](const std::string& path) -> std::string {
+    try {
+      return Resolve(base + "/" + path).GetPath().substr(base.size());
+    } catch (const FileError& error) {
+      return error.what();
+    }
+  };
+  EXPECT_EQ(resolve("toFile"), "it is a symbolic link to nothing");
+  WriteFile(base + "/a/b/file", "");
+  struct {
+    const char* path;
+    const char* resolved;
+  } const cases[] = {{"toFile", "/a/b/file"},
+                     {"a/../a/again", "/a/b/file"},
+                     {"toDirectory/new", "/a/b/new"},
+                     {"toDirectory", "/a/b"},
+                     {"toDirectory/", "/a/b"},
+                     {"toDirectory/..", "/a"},
+                     {"a/.", "/a"},
+                     {"new", "/new"},
+                     {"new/x", "the directory cannot be opened: No such file or directory"},
+                     {"a/b/file/x", "the directory cannot be opened: Not a directory"},
+                     {"round", "it has too many symbolic links"}};
+  for (const auto& given : cases) {
+    EXPECT_EQ(resolve(given.path), given.resolved) << given.path;
+  }
+  EXPECT_EQ(Resolve("/").GetPath(), "/");
+  EXPECT_EQ(Resolve("x").GetPath(), fs::current_path() / "x");
+  EXPECT_THROW(Resolve(""), FileError);
+}
+
+TEST(Resolve, FollowsNoLinkOfAnotherUserInASharedDirectory) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "another user can be played by root alone";
+  }
+  constexpr uid_t USER = 65534;
+  constexpr uid_t OWNER = 65533;
+  const TemporaryDirectory temporary;
+  const std::string link = temporary.GetPath("link");
+  WriteFile(temporary.GetPath("file"), "precious");
+  fs::create_symlink("file", link);
+  const auto isFollowed = [&](unsigned int permissions, uid_t linkOwner) {
+    fs::permissions(temporary.GetPath(), fs::perms(permissions));
+    EXPECT_EQ(lchown(link.c_str(), linkOwner, linkOwner), 0);
+    EXPECT_EQ(chown(temporary.GetPath().c_str(), OWNER, OWNER), 0);
+    try {
+      return Resolve(link).name == "file";
+    } catch (const FileError& error) {
+      EXPECT_STREQ(error.what(), "it is a symbolic link of another user in a directory for all");
+      return false;
+    }
+  };
+  EXPECT_FALSE(isFollowed(01777, USER));
+  EXPECT_TRUE(isFollowed(01777, OWNER));
+  EXPECT_TRUE(isFollowed(01777, 0));
+  EXPECT_TRUE(isFollowed(01770, USER));
+  EXPECT_TRUE(isFollowed(0777, USER));
+}
 
 TEST(LockedDirectory, GivesUpWaitingForAnother) {
   const TemporaryDirectory temporary;
@@ -105,6 +174,20 @@ TEST(LockedDirectory, MakesNothingInADirectoryThatIsNotItsOwn) {
     fileCount += entry.is_regular_file() ? 1 : 0;
   }
   EXPECT_EQ(fileCount, 1);
+}
+
+TEST(ConversionPlan, OpensOneDirectoryOfADeepTreeAtATime) {
+  const TemporaryDirectory temporary;
+  std::string path = temporary.GetPath();
+  for (int level = 0; level < 100; ++level) {
+    path += "/d";
+  }
+  fs::create_directories(path);
+  WriteFile(path + "/a.rrd", "");
+  const ResourceLimit fewFiles(RLIMIT_NOFILE, 50);
+  ConversionSummary summary(true);
+  EXPECT_EQ(MakeConversionPlan({temporary.GetPath()}, summary).size(), 1);
+  EXPECT_TRUE(summary.AreAllConverted());
 }
 
 TEST(FileReplacement, PutsNothingInPlaceOfAFileThatChanged) {

@@ -15,48 +15,73 @@ class Planner {
   explicit Planner(ConversionSummary& conversionSummary) : summary(conversionSummary) {}
 
   void AddPath(const std::string& shownPath) {
-    std::error_code error;
-    const fs::path path = fs::canonical(shownPath, error);
-    if (error) {
-      summary.AddFailed(shownPath, {error.message(), StatusCode::CannotOpen});
-    } else if (fs::is_directory(path, error)) {
-      AddTree(path, shownPath);
-    } else if (fs::is_regular_file(path, error)) {
-      plan[path.parent_path()].emplace(path.filename(), shownPath);
-    } else {
-      summary.AddNotConvertible(shownPath, {"is no regular file", StatusCode::InvalidArgument});
+    try {
+      const std::string path = Resolve(shownPath).GetPath();
+      std::error_code error;
+      const fs::file_type type = fs::symlink_status(path, error).type();
+      if (error) {
+        summary.AddFailed(shownPath, {error.message(), StatusCode::CannotOpen});
+      } else if (type == fs::file_type::directory) {
+        AddTree(path, shownPath);
+      } else if (type == fs::file_type::regular) {
+        AddFile(path, shownPath);
+      } else {
+        summary.AddNotConvertible(shownPath, {"is no regular file", StatusCode::InvalidArgument});
+      }
+    } catch (const FileError& error) {
+      summary.AddFailed(shownPath, error);
     }
   }
 
   ConversionPlan TakePlan() { return std::move(plan); }
 
  private:
-  void AddTree(const fs::path& directory, const fs::path& shownPath) {
+  struct Tree {
+    std::string path;
+    std::string shownPath;
+  };
+
+  void AddFile(const fs::path& path, const std::string& shownPath) {
+    plan[path.parent_path()].emplace(path.filename(), shownPath);
+  }
+
+  // However deep a tree is, one directory of it is open at a time.
+  void AddTree(const std::string& path, const std::string& shownPath) {
+    trees.push_back({path, shownPath});
+    while (!trees.empty()) {
+      const Tree tree = std::move(trees.back());
+      trees.pop_back();
+      AddDirectory(tree);
+    }
+  }
+
+  void AddDirectory(const Tree& tree) {
     std::error_code error;
-    fs::directory_iterator entry(directory, error);
+    fs::directory_iterator entry(tree.path, error);
     while (!error && entry != fs::directory_iterator()) {
-      AddEntry(*entry, directory, shownPath);
+      AddEntry(*entry, tree);
       entry.increment(error);
     }
     if (error) {
-      summary.AddFailed(shownPath, {error.message(), StatusCode::CannotOpen});
+      summary.AddFailed(tree.shownPath, {error.message(), StatusCode::CannotOpen});
     }
   }
 
-  void AddEntry(const fs::directory_entry& entry, const fs::path& directory,
-                const fs::path& shownDirectory) {
+  void AddEntry(const fs::directory_entry& entry, const Tree& tree) {
     const fs::path name = entry.path().filename();
+    const std::string shownPath = fs::path(tree.shownPath) / name;
     std::error_code error;
     const fs::file_type type = entry.symlink_status(error).type();
     if (error && type != fs::file_type::not_found) {
-      summary.AddFailed(shownDirectory / name, {error.message(), StatusCode::CannotOpen});
+      summary.AddFailed(shownPath, {error.message(), StatusCode::CannotOpen});
     } else if (type == fs::file_type::directory && !IsTemporaryName(name)) {
-      AddTree(entry.path(), shownDirectory / name);
+      trees.push_back({entry.path(), shownPath});
     } else if (type == fs::file_type::regular && name.extension() == RRD_EXTENSION) {
-      plan[directory].emplace(name, shownDirectory / name);
+      AddFile(entry.path(), shownPath);
     }
   }
 
+  std::vector<Tree> trees;  // that are yet to be looked through
   ConversionSummary& summary;
   ConversionPlan plan;
 };
