@@ -96,12 +96,14 @@ TEST_F(RealRedis, AnswersByFieldAndType) {
   const RedisServer server(socket);
   Command("SET text 60");
   RedisClient client(At(url), LONG);
-  std::string large(8 << 20, '\0');
+  std::string large(4000, '\0');
   for (std::size_t i = 0; i < large.size(); ++i) {
     large[i] = static_cast<char>(i * i >> 7);
   }
   Set(client, "large \n", large);
   EXPECT_TRUE(Get(client, "hash", "large \n") == large);
+  Set(client, "too large", std::string(5000, 'x'));
+  EXPECT_TRUE(Get(client, "hash", "too large") == "3 " + url + ": its answer is too long");
   EXPECT_EQ(Get(client, "hash", "f"), "60");
   EXPECT_EQ(Get(client, "hash", ""), "2 ");
   EXPECT_EQ(Get(client, "none", "f"), "2 ");
@@ -150,7 +152,7 @@ TEST_F(RealRedis, ServesEightThreadsAtOnce) {
   for (int number = 0; number < 8; ++number) {
     threads.emplace_back([&client, field = std::to_string(number)] {
       for (int round = 0; round < 200; ++round) {
-        const std::string value = field + std::string(static_cast<std::size_t>(round) * 100, 'x');
+        const std::string value = field + std::string(static_cast<std::size_t>(round) * 20, 'x');
         Set(client, field, value);
         EXPECT_EQ(Get(client, "hash", field), value);
       }
@@ -188,11 +190,11 @@ TEST_F(RealRedis, TellsTheCommandOfFirstTimestampsAndIntervals) {
   }
 }
 
-// Listens on a port of its own, sends a text to the first that connects, and then one "x" after the
-// other, or nothing more, until that one leaves.
+// Listens on a port of its own, sends a text to the first that connects, and the next one whenever
+// it receives something, or `more` over and over, until that one leaves.
 class StrangeServer {
  public:
-  StrangeServer(const std::string& text, bool goesOn)
+  explicit StrangeServer(const std::vector<std::string>& texts, const std::string& more = "")
       : listener(::socket(AF_INET, SOCK_STREAM, 0)) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -202,7 +204,7 @@ class StrangeServer {
     getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
     listen(listener, 8);
     place = "127.0.0.1:" + std::to_string(ntohs(address.sin_port));
-    thread = std::thread([this, text, goesOn] { Serve(text, goesOn); });
+    thread = std::thread([this, texts, more] { Serve(texts, more); });
   }
   StrangeServer(const StrangeServer&) = delete;
   StrangeServer& operator=(const StrangeServer&) = delete;
@@ -222,16 +224,17 @@ class StrangeServer {
   std::string place;
 
  private:
-  void Serve(const std::string& text, bool goesOn) {
+  void Serve(const std::vector<std::string>& texts, const std::string& more) {
     const int client = accept(listener, nullptr, nullptr);
-    send(client, text.data(), text.size(), MSG_NOSIGNAL);
     char buffer[4096];
+    auto text = texts.begin();
     for (ssize_t size = 1; size != 0;) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(goesOn ? 20 : 0));
-      if (goesOn && send(client, "x", 1, MSG_NOSIGNAL) != 1) {
+      const std::string& sent = text == texts.end() ? more : *text++;
+      if (send(client, sent.data(), sent.size(), MSG_NOSIGNAL) == -1) {
         break;
       }
-      size = recv(client, buffer, sizeof buffer, goesOn ? MSG_DONTWAIT : 0);
+      std::this_thread::sleep_for(std::chrono::milliseconds(more.empty() ? 0 : 20));
+      size = recv(client, buffer, sizeof buffer, more.empty() ? 0 : MSG_DONTWAIT);
       received.append(buffer, size > 0 ? static_cast<std::size_t>(size) : 0);
     }
     close(client);
@@ -243,25 +246,30 @@ class StrangeServer {
 };
 
 TEST(RedisClient, WaitsForNoServerInVain) {
+  const std::string page(4096, 'x');
   struct {
-    const char* name;
-    const char* sent;
-    bool goesOn;
+    std::string sent;
+    std::string more;
     const char* problem;
   } const cases[] = {
-      {"silent", "", false, "no answer in time"},
-      {"endless", "$1000000\r\n", true, "no answer in time"},
-      {"another protocol", "HTTP/1.1 400 Bad Request\r\n", false,
-       "Protocol error, got \"H\" as reply type byte"},
-      {"another reply", "*0\r\n", false, "not the answer of a Redis server"},
+      {"", "", "no answer in time"},
+      {"$1000\r\n", "x", "no answer in time"},
+      {"+", page, "its answer is too long"},
+      {"$2000000000\r\n", page, "its answer is too long"},
+      {"$2\r\n60\r\n$2\r\n60\r\n", "", "it answers more than was asked"},
+      {"HTTP/1.1 400 Bad Request\r\n", "", "not the answer of a Redis server"},
+      {"*0\r\n", "", "not the answer of a Redis server"},
+      {"*100000000\r\n", "", "not the answer of a Redis server"},
+      {"*1\r\n", page, "not the answer of a Redis server"},
+      {"+OK\r\n", "", "not the answer of a Redis server"},
   };
   for (const auto& server : cases) {
-    StrangeServer strange(server.sent, server.goesOn);
+    StrangeServer strange({server.sent}, server.more);
     RedisClient client(At("redis://" + strange.place), SHORT);
     std::string value = "before";
     std::string problem;
     EXPECT_EQ(client.HashGet("hash", "f", value, problem), StatusCode::Unavailable);
-    EXPECT_EQ(problem, "redis://" + strange.place + ": " + server.problem) << server.name;
+    EXPECT_EQ(problem, "redis://" + strange.place + ": " + server.problem) << server.sent;
     EXPECT_EQ(value, "before");
     if (server.problem == std::string("no answer in time")) {
       EXPECT_EQ(client.HashGet("hash", "f", value, problem), StatusCode::Unavailable);
@@ -271,7 +279,7 @@ TEST(RedisClient, WaitsForNoServerInVain) {
 }
 
 TEST(RedisClient, GivesPasswordAndDatabaseFirst) {
-  StrangeServer server("+OK\r\n+OK\r\n$2\r\n60\r\n", false);
+  StrangeServer server({"", "+OK\r\n", "+OK\r\n", "$2\r\n60\r\n"});
   {
     RedisClient client(At("redis://:a%20b@" + server.place + "/7"), SHORT);
     std::string value;

@@ -66,9 +66,10 @@ class RedisClient::Session {
     const auto isLate = [&] {
       return Clock::now() - begin >= std::min(timeouts.connect, timeouts.command);
     };
+    const Clock::time_point deadline = begin + timeouts.connect + timeouts.command;
     const bool mayBeStale = connection.IsOpen();  // the server may have been restarted
-    if (TryOnce(command, reply, reason) ||
-        (mayBeStale && !isLate() && TryOnce(command, reply, reason))) {
+    if (TryOnce(command, deadline, reply, reason) ||
+        (mayBeStale && !isLate() && TryOnce(command, deadline, reply, reason))) {
       return true;
     }
     if (isLate()) {
@@ -77,12 +78,13 @@ class RedisClient::Session {
     return false;
   }
 
-  bool TryOnce(const RedisConnection::Command& command, RedisReply& reply, std::string& reason) {
+  bool TryOnce(const RedisConnection::Command& command, Clock::time_point last, RedisReply& reply,
+               std::string& reason) {
     const bool isNew = !connection.IsOpen();
     if (isNew && !connection.Open(address, timeouts.connect, reason)) {
       return false;
     }
-    const Clock::time_point deadline = Clock::now() + timeouts.command;
+    const Clock::time_point deadline = std::min(last, Clock::now() + timeouts.command);
     return (!isNew || connection.Introduce(address, deadline, reason)) &&
            connection.Ask(command, deadline, reply, reason);
   }

@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <system_error>
 
@@ -12,6 +13,12 @@ namespace nvx::Workstation {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+// With room for a path; what is asked for is a number.
+constexpr std::size_t LONGEST_ANSWER = 4096;
+
+// What answers of one part begin with.
+constexpr std::string_view KINDS = "+-:$";
 
 timeval ToTimeval(std::chrono::milliseconds time) {
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
@@ -120,23 +127,50 @@ bool RedisConnection::Send(std::string_view bytes, Time deadline, std::string& p
   return true;
 }
 
+// hiredis itself would take as much as is sent, and make room for as many parts as an answer of
+// several announces.
 bool RedisConnection::Receive(Time deadline, RedisReply& reply, std::string& problem) {
-  for (;;) {
+  std::array<char, LONGEST_ANSWER> bytes;
+  for (std::size_t size = 0; size < bytes.size();) {
+    const std::size_t taken = ReceiveSome(bytes.data(), bytes.size() - size, deadline, problem);
+    if (taken == 0) {
+      return false;
+    }
+    if (size == 0 && KINDS.find(bytes.front()) == std::string_view::npos) {
+      return Fail("not the answer of a Redis server", problem);
+    }
+    size += taken;
+    redisReader& reader = *context->reader;
     void* received = nullptr;
-    if (redisGetReplyFromReader(context.get(), &received) != REDIS_OK) {
-      return Fail(context->errstr, problem);
+    redisReaderFeed(&reader, bytes.data(), taken);
+    if (redisReaderGetReply(&reader, &received) != REDIS_OK) {
+      return Fail(reader.errstr, problem);
     }
     if (received != nullptr) {
       reply.reset(static_cast<redisReply*>(received));
-      return true;
-    }
-    if (!Wait(POLLIN, deadline, problem)) {
-      return false;
-    }
-    if (redisBufferRead(context.get()) != REDIS_OK) {
-      return Fail(context->errstr, problem);
+      return reader.pos == reader.len || Fail("it answers more than was asked", problem);
     }
   }
+  return Fail("its answer is too long", problem);
+}
+
+std::size_t RedisConnection::ReceiveSome(char* bytes, std::size_t size, Time deadline,
+                                         std::string& problem) {
+  while (Wait(POLLIN, deadline, problem)) {
+    const ssize_t taken = recv(context->fd, bytes, size, MSG_DONTWAIT);
+    if (taken > 0) {
+      return static_cast<std::size_t>(taken);
+    }
+    if (taken == 0) {
+      Fail("the server has closed the connection", problem);
+      return 0;
+    }
+    if (errno != EAGAIN && errno != EINTR) {
+      FailWithErrno(problem);
+      return 0;
+    }
+  }
+  return 0;
 }
 
 bool RedisConnection::Wait(short event, Time deadline, std::string& problem) {

@@ -35,7 +35,7 @@ class RedisConnection {
   // Gives the password and chooses the database, as the first thing on a new connection.
   bool Introduce(const RedisAddress& address, Time deadline, std::string& problem);
 
-  // Sends a command and waits for its reply.
+  // Sends a command and waits for its reply, which has at most a few KiB and one part.
   bool Ask(const Command& command, Time deadline, RedisReply& reply, std::string& problem);
 
  private:
@@ -47,6 +47,10 @@ class RedisConnection {
               std::string& problem);
   bool Send(std::string_view bytes, Time deadline, std::string& problem);
   bool Receive(Time deadline, RedisReply& reply, std::string& problem);
+
+  // The number of bytes that have come; 0 when it fails.
+  std::size_t ReceiveSome(char* bytes, std::size_t size, Time deadline, std::string& problem);
+
   bool Wait(short event, Time deadline, std::string& problem);
 
   std::unique_ptr<redisContext, Close> context;

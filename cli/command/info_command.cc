@@ -37,22 +37,34 @@ void WarnOfStaleFirst(const FileReport& report, const std::string& zeltId) {
   }
 }
 
+// The library reads as much of a text as is a number.
+template <typename Number>
+void WarnOfText(const std::optional<std::string>& stored, Number number, const char* what,
+                const std::string& zeltId) {
+  if (stored && *stored != std::to_string(number)) {
+    PrintMessage(zeltId + ": its " + what + " in the store is the text '" + *stored +
+                 "', which is read as " + std::to_string(number) + "; info --refresh mends it");
+  }
+}
+
 FileReport Collect(const std::string& zeltId, const std::string& path, Context& context) {
   FileReport report;
   report.path = path;
   report.file = DescribeFile(context.rrdClient, path, zeltId);
   const Rrd::NumericalDataSource dataSource = context.MakeDataSource(path);
   const StatusCode stepStatus = dataSource.GetInterval(report.step);
-  report.isStepStored = context.store.WasFound();
+  report.isStepStored = context.store.GetFound().has_value();
   Require(stepStatus, zeltId,
           report.isStepStored ? "its step in the store is malformed; info --refresh mends it"
                               : "its step cannot be read");
+  WarnOfText(context.store.GetFound(), report.step, "step", zeltId);
   const StatusCode firstStatus = dataSource.GetFirstTimestamp(report.first);
-  report.isFirstStored = context.store.WasFound();
+  report.isFirstStored = context.store.GetFound().has_value();
   Require(firstStatus, zeltId,
           report.isFirstStored
               ? "its first timestamp in the store is malformed; info --refresh mends it"
               : "its first timestamp cannot be read");
+  WarnOfText(context.store.GetFound(), report.first, "first timestamp", zeltId);
   report.interval = FindIntervalOfLength(report.step);
   report.hasOrigins = context.store.IsNamed();
   if (report.isFirstStored) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "timeseries/host.h"
@@ -22,8 +23,8 @@ class MetadataStore : public RedisClientInterface {
 
   bool IsNamed() const { return client != nullptr; }
 
-  // Whether the last HashGet found its field.
-  bool WasFound() const { return wasFound; }
+  // What the last HashGet found; nothing when it did not find its field.
+  const std::optional<std::string>& GetFound() const { return found; }
 
   StatusCode HashGet(const std::string& key, const std::string& field, std::string& value) override;
 
@@ -34,7 +35,7 @@ class MetadataStore : public RedisClientInterface {
   std::shared_ptr<Workstation::RedisClient> client;
   bool isAway = false;
   std::string refusedKey;  // which holds something else
-  bool wasFound = false;
+  std::optional<std::string> found;
 };
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -18,13 +18,15 @@ StatusCode MetadataStore::SetUrl(const std::string& url, std::string& problem) {
 
 StatusCode MetadataStore::HashGet(const std::string& key, const std::string& field,
                                   std::string& value) {
-  wasFound = false;
+  found.reset();
   if (client == nullptr || isAway || key == refusedKey) {
     return StatusCode::NotFound;
   }
   std::string problem;
   const StatusCode status = client->HashGet(key, field, value, problem);
-  wasFound = status == StatusCode::Success;
+  if (status == StatusCode::Success) {
+    found = value;
+  }
   if (!problem.empty()) {
     isAway = status == StatusCode::Unavailable;
     refusedKey = key;

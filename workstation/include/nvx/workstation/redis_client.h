@@ -20,8 +20,8 @@ namespace nvx::Workstation {
 //
 //   Success
 //   NotFound         there is no such key or field
-//   Unavailable      the server is not there, does not answer in time or does not serve us, as with
-//                    a wrong password or while it loads its data
+//   Unavailable      the server is not there, does not answer in time, answers more than 4,096 bytes
+//                    or does not serve us, as with a wrong password or while it loads its data
 //   InvalidArgument  the key holds something else than a hash
 class __attribute__((visibility("default"))) RedisClient : public nv::kora::RedisClientInterface {
  public:
