@@ -41,7 +41,6 @@ void CopyToBackup(LockedDirectory& directory, const OpenedFile& original,
   backup.CopyContent(original);
   CopyAttributes(original.Get(), original.GetStatus(), backup.Get());
   CopyTimes(original.GetStatus(), backup.Get());
-  backup.Sync();
   backup.PutInPlace();
 }
 
@@ -65,13 +64,14 @@ Backup FindBackup(const Directory& directory, const OpenedFile& original,
 
 void KeepBackup(LockedDirectory& directory, const OpenedFile& original,
                 const std::string& backupName) {
-  if (linkat(AT_FDCWD, original.GetPath().c_str(), directory.Get().Get(), backupName.c_str(),
-             AT_SYMLINK_FOLLOW) == 0) {
-    return;
+  const bool isLinked = linkat(AT_FDCWD, original.GetPath().c_str(), directory.Get().Get(),
+                               backupName.c_str(), AT_SYMLINK_FOLLOW) == 0;
+  if (!isLinked) {
+    RequireCall(errno == EPERM || errno == EOPNOTSUPP || errno == EMLINK,
+                "its backup cannot be made");
+    CopyToBackup(directory, original, backupName);
   }
-  RequireCall(errno == EPERM || errno == EOPNOTSUPP || errno == EMLINK,
-              "its backup cannot be made");
-  CopyToBackup(directory, original, backupName);
+  directory.Get().Sync();
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

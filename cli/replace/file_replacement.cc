@@ -118,6 +118,7 @@ void FileReplacement::SetMode(mode_t mode) const {
 
 void FileReplacement::Replace(const OpenedFile& old) {
   CopyAttributes(old.Get(), old.GetStatus(), Get());
+  Sync();
   RequireOwnFile();
   LockAgainstBatches(old);
   old.RequireUnchanged();
@@ -129,6 +130,7 @@ void FileReplacement::Replace(const OpenedFile& old) {
 }
 
 void FileReplacement::PutInPlace() {
+  Sync();
   RequireOwnFile();
   InterruptionGuard::Check();
   const bool isMoved =

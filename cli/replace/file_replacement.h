@@ -9,7 +9,8 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 // Makes or replaces a file in one instant: the new content grows in the private directory of its
-// directory and is put in place when it is whole. Every operation throws FileError.
+// directory and is put in place when it is whole and synced. Its new name is then for the caller to
+// sync. Every operation throws FileError.
 class FileReplacement {
  public:
   // Makes an empty file that becomes `fileName`.
@@ -34,8 +35,6 @@ class FileReplacement {
   // Fills the new file with the content of another.
   void CopyContent(const OpenedFile& source) const;
 
-  void Sync() const;
-
   // Why the new file cannot grow; empty when it can.
   std::string FindGrowthError() const;
 
@@ -54,7 +53,7 @@ class FileReplacement {
   static constexpr mode_t READ_WRITE = 0666;
 
   void SetMode(mode_t mode) const;
-
+  void Sync() const;
   void RequireOwnFile() const;
 
   LockedDirectory& directory;

@@ -51,7 +51,6 @@ class OutputFile::File {
   void PutInPlace() {
     stream.close();
     RequireCall(stream.good(), "it cannot be written");
-    replacement.Sync();
     replacement.ReplaceOrMake(old);
     directory.Sync();
   }

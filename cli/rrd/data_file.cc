@@ -66,7 +66,6 @@ void Finish(FileReplacement& replacement, const DataFileDefinition& definition,
             const PatientClient& client) {
   replacement.Reopen();
   RequireAsDefined(Describe(client, replacement.GetPath()), definition);
-  replacement.Sync();
 }
 
 }  // namespace
@@ -88,7 +87,6 @@ void CreateDataFile(const std::string& path, const DataFileDefinition& definitio
                             definition.minimum, definition.maximum, definition.rowCount));
   Finish(replacement, definition, client);
   fill(replacement.GetPath());
-  replacement.Sync();
   replacement.ReplaceOrMake(old);
   directory.Sync();
 }

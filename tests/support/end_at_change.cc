@@ -1,6 +1,14 @@
 // To be loaded into a program by LD_PRELOAD: kills it before the n-th of its calls that change a
 // file or a directory, where n is the number in NVX_END_AT. Half a write is a change, too. What
 // goes to the standard streams does not count. Offsets have 64 bits everywhere.
+//
+// With a directory in NVX_RECORD it writes there, into "log", what a loss of power can undo and
+// what it cannot, one line for each:
+//
+//   name FILE PATH       a name was made, or removed where FILE is 0; a number stands for each file
+//   new FILE             the file is empty, and not synced
+//   file FILE COPY       the file was synced, as the copy is
+//   directory PATH       the names in it were synced
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -14,6 +22,8 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <string>
 
 #pragma GCC visibility push(default)
 namespace {
@@ -57,35 +67,118 @@ ssize_t Write(Function& standIn, const char* name, int fd, const void* data, std
   return real(fd, data, size, offset...);
 }
 
+bool isRecording = false;  // what is done for the record is not recorded
+
+template <typename... Arguments>
+void Record(const char* format, Arguments... arguments) {
+  static const std::string path = std::string(std::getenv("NVX_RECORD")) + "/log";
+  isRecording = true;
+  const int log = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND, S_IRUSR | S_IWUSR);
+  dprintf(log, format, arguments...);
+  close(log);
+  isRecording = false;
+}
+
+bool IsRecorded(bool isDone) {
+  static const bool isWanted = std::getenv("NVX_RECORD") != nullptr;
+  return isDone && isWanted && !isRecording;
+}
+
+unsigned long long GetFile(int fd) {
+  struct stat status {};
+  return fstat(fd, &status) == 0 ? status.st_ino : 0;
+}
+
+std::string GetPath(int fd) {
+  return std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd));
+}
+
+// Takes the result of the call that did something to a name.
+int RecordName(int directory, const std::filesystem::path& path, int result) {
+  if (!IsRecorded(result != -1)) {
+    return result;
+  }
+  const auto parent = "." / path.parent_path();
+  const int fd = openat(directory, parent.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  struct stat status {};
+  const bool isThere = fstatat(fd, path.filename().c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+  Record("name %llu %s/%s\n", isThere ? static_cast<unsigned long long>(status.st_ino) : 0,
+         GetPath(fd).c_str(), path.filename().c_str());
+  close(fd);
+  return result;
+}
+
+int RecordNew(int directory, const char* path, int fd) {
+  if (IsRecorded(fd != -1)) {
+    Record("new %llu\n", GetFile(fd));
+  }
+  return RecordName(directory, path, fd);
+}
+
+int RecordSync(int fd, int result) {
+  if (!IsRecorded(result == 0)) {
+    return result;
+  }
+  const std::string path = GetPath(fd);
+  struct stat status {};
+  fstat(fd, &status);
+  if (S_ISDIR(status.st_mode)) {
+    Record("directory %s\n", path.c_str());
+    return result;
+  }
+  static int count = 0;
+  const std::string name =
+      std::to_string(++count) + "." + std::filesystem::path(path).filename().string();
+  const std::string copy = std::string(std::getenv("NVX_RECORD")) + "/" + name;
+  isRecording = true;
+  std::filesystem::copy_file("/proc/self/fd/" + std::to_string(fd), copy);
+  std::filesystem::last_write_time(copy, std::filesystem::last_write_time(path));
+  isRecording = false;
+  Record("file %llu %s\n", GetFile(fd), name.c_str());
+  return result;
+}
+
 }  // namespace
 
 extern "C" {
 int openat(int directory, const char* path, int flags, ...) {
-  if ((flags & (O_CREAT | O_TRUNC)) != 0) {
+  const bool isChange = (flags & (O_CREAT | O_TRUNC)) != 0;
+  if (isChange) {
     CountChange();
   }
   std::va_list others;
   va_start(others, flags);
   const auto mode = va_arg(others, mode_t);  // nothing that counts without O_CREAT
   va_end(others);
-  return GetReal(openat, "openat64")(directory, path, flags, mode);
+  const int fd = GetReal(openat, "openat64")(directory, path, flags, mode);
+  return isChange ? RecordNew(directory, path, fd) : fd;
 }
 int open(const char* path, int flags, ...) {
   std::va_list others;
   va_start(others, flags);
   const auto mode = va_arg(others, mode_t);  // nothing that counts without O_CREAT
   va_end(others);
-  if ((flags & (O_CREAT | O_TRUNC)) != 0) {
+  const bool isChange = (flags & (O_CREAT | O_TRUNC)) != 0;
+  if (isChange) {
     CountChange();
   }
-  return GetReal(open, "open64")(path, flags, mode);
+  const int fd = GetReal(open, "open64")(path, flags, mode);
+  return isChange ? RecordNew(AT_FDCWD, path, fd) : fd;
 }
-int mkstemp(char* path) { return Change(mkstemp, "mkstemp", path); }
+int mkstemp(char* path) {
+  const int fd = Change(mkstemp, "mkstemp", path);
+  return RecordNew(AT_FDCWD, path, fd);
+}
 int posix_fallocate(int fd, off_t offset, off_t size) {
   return Change(posix_fallocate, "posix_fallocate64", fd, offset, size);
 }
-int rename(const char* from, const char* to) noexcept { return Change(rename, "rename", from, to); }
-int unlink(const char* path) noexcept { return Change(unlink, "unlink", path); }
+int rename(const char* from, const char* to) noexcept {
+  const int result = RecordName(AT_FDCWD, to, Change(rename, "rename", from, to));
+  return RecordName(AT_FDCWD, from, result);
+}
+int unlink(const char* path) noexcept {
+  return RecordName(AT_FDCWD, path, Change(unlink, "unlink", path));
+}
 char* mkdtemp(char* path) noexcept { return Change(mkdtemp, "mkdtemp", path); }
 ssize_t write(int fd, const void* data, std::size_t size) {
   return Write(write, "write", fd, data, size);
@@ -101,8 +194,8 @@ ssize_t copy_file_range(int from, off64_t* fromOffset, int to, off64_t* toOffset
   return Change(copy_file_range, "copy_file_range", from, fromOffset, to, toOffset, size, flags);
 }
 int ftruncate(int fd, off_t size) noexcept { return Change(ftruncate, "ftruncate64", fd, size); }
-int fsync(int fd) { return Change(fsync, "fsync", fd); }
-int fdatasync(int fd) { return Change(fdatasync, "fdatasync", fd); }
+int fsync(int fd) { return RecordSync(fd, Change(fsync, "fsync", fd)); }
+int fdatasync(int fd) { return RecordSync(fd, Change(fdatasync, "fdatasync", fd)); }
 int fchmod(int fd, mode_t mode) noexcept { return Change(fchmod, "fchmod", fd, mode); }
 int fchown(int fd, uid_t user, gid_t group) noexcept {
   return Change(fchown, "fchown", fd, user, group);
@@ -117,16 +210,19 @@ int fremovexattr(int fd, const char* name) noexcept {
   return Change(fremovexattr, "fremovexattr", fd, name);
 }
 int linkat(int fromFd, const char* from, int toFd, const char* to, int flags) noexcept {
-  return Change(linkat, "linkat", fromFd, from, toFd, to, flags);
+  return RecordName(toFd, to, Change(linkat, "linkat", fromFd, from, toFd, to, flags));
 }
 int renameat(int fromFd, const char* from, int toFd, const char* to) noexcept {
-  return Change(renameat, "renameat", fromFd, from, toFd, to);
+  const int result = RecordName(toFd, to, Change(renameat, "renameat", fromFd, from, toFd, to));
+  return RecordName(fromFd, from, result);
 }
 int renameat2(int fromFd, const char* from, int toFd, const char* to, unsigned int flags) noexcept {
-  return Change(renameat2, "renameat2", fromFd, from, toFd, to, flags);
+  const int result =
+      RecordName(toFd, to, Change(renameat2, "renameat2", fromFd, from, toFd, to, flags));
+  return RecordName(fromFd, from, result);
 }
 int unlinkat(int directory, const char* path, int flags) noexcept {
-  return Change(unlinkat, "unlinkat", directory, path, flags);
+  return RecordName(directory, path, Change(unlinkat, "unlinkat", directory, path, flags));
 }
 }
 #pragma GCC visibility pop
