@@ -16,8 +16,8 @@ Backup FindBackup(const Directory& directory, const OpenedFile& original,
                   const std::string& backupName);
 
 // Makes the backup, as a hard link or, on file systems that have none, as a copy, and syncs its
-// name: no loss of power leaves the new file without the old one. The file keeps its name meanwhile.
-// Throws FileError.
+// name: no loss of power leaves the new file without the old one. The file keeps its name
+// meanwhile. Throws FileError.
 void KeepBackup(LockedDirectory& directory, const OpenedFile& original,
                 const std::string& backupName);
 

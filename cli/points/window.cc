@@ -32,7 +32,7 @@ long long GetFirstRow(const Source& source) {
     long long first = 0;
     Require(source.context.MakeDataSource(source.path).GetFirstTimestamp(first), source.zeltId,
             "its first timestamp cannot be read");
-    if (store.WasFound()) {
+    if (store.GetFound()) {
       return std::max(ClampTime(first), EARLIEST_SAMPLE);
     }
   }

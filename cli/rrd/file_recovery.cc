@@ -33,7 +33,7 @@ off_t FindWholeSize(const PatientClient& client, int fd, const std::string& path
   off_t low = size;
   off_t high = size;
   while (!IsWhole(client, fd, path, high, file)) {
-    RequireArgument(high < LARGEST, "it cannot be mended: " + Failure::GetReason());
+    RequireArgument(high < LARGEST, std::string("it cannot be mended: ") + Failure::GetReason());
     low = high;
     high = 2 * high + 1;
   }
