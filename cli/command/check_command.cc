@@ -6,6 +6,7 @@
 #include "arguments/choice.h"
 #include "base/message.h"
 #include "command/commands.h"
+#include "points/context.h"
 #include "points/selected_files.h"
 #include "rrd/file_check.h"
 
@@ -13,6 +14,9 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 enum class CheckFormat { Text, Json };
+
+constexpr char CHECK_HELP[] =
+    "Exit status: 0 all sound, 3 something found, 1 something cannot be read.";
 
 struct CheckOptions {
   std::vector<std::string> zeltIds;
@@ -38,16 +42,15 @@ nlohmann::ordered_json MakeObject(const std::string& zeltId, const std::vector<F
 void Run(const CheckOptions& options, Context& context) {
   auto objects = nlohmann::ordered_json::array();
   ForEachFile(SelectFiles(options.zeltIds, context), context, [&](const SelectedFile& file) {
-    const std::string& zeltId = file.zeltId;
-    const std::string path = context.GetPathOfExisting(zeltId);
-    const std::vector<Finding> findings = CheckFile(context.rrdClient, path, zeltId);
+    const std::string path = context.GetPathOfExisting(file.directory, file.zeltId);
+    const std::vector<Finding> findings = CheckFile(context.rrdClient, path, file.zeltId);
     if (!findings.empty()) {
       context.NotePartialData();
     }
     if (options.format == CheckFormat::Text) {
-      PrintLine(zeltId, findings);
+      PrintLine(file.zeltId, findings);
     } else {
-      objects.push_back(MakeObject(zeltId, findings));
+      objects.push_back(MakeObject(file.zeltId, findings));
     }
   });
   if (options.format == CheckFormat::Json) {
@@ -66,10 +69,9 @@ void AddCheckCommand(CLI::App& app, Context& context) {
       ->type_name("");
   AddChoice(*command, "--format", options->format,
             {{"text", CheckFormat::Text}, {"json", CheckFormat::Json}},
-            "Form of the output (default: text, a line for each file)")
+            "Form of the output (default: text, a line a file)")
       ->type_name("FORMAT");
-  command->footer(std::string(PATTERN_HELP) +
-                  "\nExit status: 0 all sound, 3 something found, 1 something cannot be read.");
+  command->footer(std::string(PATTERN_HELP) + "\n" + CHECK_HELP);
   command->callback([options, &context] { Run(*options, context); });
 }
 

@@ -19,6 +19,8 @@ const std::map<std::string, std::string> EXAMPLES = {
     {"query", "nvx-timeseries query topo:Boiler --interval 1d --from today-1mo --zone local"},
     {"export", "nvx-timeseries export 'topo:*' --from last-7d --format line-protocol"},
     {"push", "nvx-timeseries push http://127.0.0.1:8428/write"},
+    {"check", "nvx-timeseries check 'topo:*'"},
+    {"recover", "nvx-timeseries recover topo:Boiler --in-place"},
     {"convert", "nvx-timeseries convert --in-place --backup .old /srv/rrd"},
 };
 

@@ -26,9 +26,8 @@ struct UpdateOptions {
 };
 
 constexpr char BATCH_HELP[] =
-    "Lines are stored in batches of 10000, each as a whole or not at all, even when the command "
-    "is\n"
-    "killed; a line that cannot be read keeps its batch out of the file.";
+    "Lines are stored in batches of 10000, each as a whole or not at all, also when\n"
+    "the command is killed; a line that cannot be read keeps its batch out.";
 
 using Samples = std::vector<std::pair<TimeExpression, double>>;
 

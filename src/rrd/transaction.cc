@@ -114,12 +114,14 @@ std::string Transaction::SyncDirectory() const {
 std::string Transaction::Commit() {
   const bool mustSync = durability == Durability::Power;
   isSynced = mustSync;
-  if ((mustSync && fdatasync(file.Get()) != 0) || !End()) {
-    // Whoever opens the file next undoes the update.
-    isEnded = true;
-    return DescribeError(NOT_SYNCED);
+  if ((!mustSync || fdatasync(file.Get()) == 0) && End()) {
+    return "";
   }
-  return "";
+  std::string problem = DescribeError(NOT_SYNCED);
+  // The journal counts again, for the end of this transaction or for who opens the file next.
+  isSynced = false;
+  WriteAll(journalFile->Get(), journal.GetBytes().data(), sizeof(JournalHead), 0);
+  return problem;
 }
 
 bool Transaction::End() {
