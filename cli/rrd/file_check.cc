@@ -85,7 +85,7 @@ std::vector<Finding> CheckFile(const PatientClient& client, const std::string& p
   if (file.HasShapeOfCreate()) {
     const auto excluded = CountExcluded(client, path, zeltId, file);
     if (excluded > 0) {
-      findings.push_back({std::to_string(excluded) + " of its values lie outside its bounds",
+      findings.push_back({"values outside its bounds: " + std::to_string(excluded),
                           "another program or the disk has changed them; take it from a backup"});
     }
   }
