@@ -251,5 +251,8 @@ int main(int argc, char** argv) {
   // A file at its limit (ulimit -f), which stands for a full disk in tests, is an error like any.
   std::signal(SIGXFSZ, SIG_IGN);
   std::ios::sync_with_stdio(false);
+  if (access("/proc/self/fd", X_OK) == 0) {
+    nvx::TimeSeriesDatabase::RrdClient::PinFiles();
+  }
   return CommandLine::FlushOutput(CommandLine::Run(argc, argv));
 }

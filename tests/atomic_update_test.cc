@@ -302,7 +302,7 @@ TEST_F(AtomicUpdate, FailsWhereNoJournalCanBeMade) {
   LogCapture log;
   EXPECT_EQ(client.UpdateAtomically(path, {{START + 180, 3}}, Durability::Process),
             StatusCode::Failure);
-  EXPECT_NE(log.Take().back().find("UpdateAtomically: error [its journal cannot be made: "
+  EXPECT_NE(log.Take().back().find("Update: error [its journal cannot be made: "
                                    "Permission denied], file path ["),
             std::string::npos);
   EXPECT_TRUE(ReadFile(path) == before);

@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <limits>
 
 #include "support/leaks_of_librrd.h"
@@ -137,6 +138,59 @@ TEST(HostileFile, NeverBringsTheCommandDown) {
     EXPECT_LE(usage.ru_maxrss, LARGEST) << round;
   }
   munmap(current, sizeof(std::size_t));
+}
+
+// Gives its status as wait does.
+int QueryInChild(const std::string& directory, const std::string& messages) {
+  const pid_t child = fork();
+  if (child == 0) {
+    const bool isOpen = std::freopen("/dev/null", "w", stdout) != nullptr &&
+                        std::freopen(messages.c_str(), "a", stderr) != nullptr;
+    const char* command[] = {"nvx-timeseries", "-d", directory.c_str(), "query", "topo:x",
+                             "--interval",     "1d", "--format",        "csv"};
+    _exit(isOpen ? RunCommand(std::size(command), const_cast<char**>(command)) : 2);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return status;
+}
+
+// Queries a file that a process changes all the time, until `end` stands among the messages. False
+// when a query was ended by a signal.
+bool IsReadBesideChanges(const std::function<void(const std::string& path)>& change,
+                         const std::string& end, int mostQueries) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.GetPath("topo_x.rrd");
+  WriteFile(path, RrdFileBytes{1, {{"LAST", 50000, 1}}}.Make());
+  const pid_t writer = fork();
+  if (writer == 0) {
+    while (true) {
+      change(path);
+    }
+  }
+  const std::string messages = directory.GetPath("messages");
+  bool isExited = true;
+  bool isSeen = false;
+  for (int i = 0; i < mostQueries && isExited && !isSeen; ++i) {
+    isExited = WIFEXITED(QueryInChild(directory.GetPath(), messages));
+    isSeen = ReadFile(messages).find(path + end) != std::string::npos;
+  }
+  kill(writer, SIGKILL);
+  waitpid(writer, nullptr, 0);
+  EXPECT_TRUE(isSeen) << end;
+  return isExited;
+}
+
+TEST(HostileFile, MayBeWrittenOverWhileItIsRead) {
+  const std::string bytes = RrdFileBytes{1, {{"LAST", 50000, 1}}}.Make();
+  const auto writeOver = [&bytes](const std::string& path) {
+    const int file = open(path.c_str(), O_WRONLY | O_TRUNC);
+    if (write(file, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
+      _exit(1);
+    }
+    close(file);
+  };
+  EXPECT_TRUE(IsReadBesideChanges(writeOver, ": it was changed while it was read\n", 4000));
 }
 
 TEST(HostileFile, IsRefusedWithAReason) {

@@ -282,4 +282,23 @@ TEST(RrdClientCalls, AMissingFileIsReportedByTheHostAlone) {
   EXPECT_TRUE(log.Take().empty());
 }
 
+// The last one, since there is no way back.
+TEST(RrdClientCalls, APinnedFileIsReadByItsDescriptor) {
+  rrd = ReadAnswers("540 1200 60 12");
+  RrdClient::PinFiles();
+  long long timestamp = 0;
+  unsigned long interval = 0;
+  Rrd::FetchResult result;
+  static_cast<void>(client.GetFirstTimestamp(PATH, 0, timestamp));
+  static_cast<void>(client.GetLastTimestamp(PATH, timestamp));
+  static_cast<void>(client.GetInterval(PATH, interval));
+  static_cast<void>(client.Fetch(PATH, 600, 1200, result));
+  static_cast<void>(client.Migrate(PATH, 300, 1700000000, -40.5, NAN, 2016));
+  ASSERT_EQ(rrd.calls.size(), 5u);
+  for (const std::string& call : rrd.calls) {
+    EXPECT_NE(call.find(" /proc/self/fd/"), std::string::npos) << call;
+    EXPECT_EQ(call.find(PATH) != std::string::npos, call.find("create2") == 0) << call;
+  }
+}
+
 }  // namespace

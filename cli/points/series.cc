@@ -5,6 +5,8 @@
 
 #include "base/command_error.h"
 #include "base/message.h"
+#include "replace/directory.h"
+#include "replace/file_error.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -68,9 +70,11 @@ std::vector<Labels> MakeDirectoryLabels(const std::vector<std::string>& director
 }
 
 std::string ResolvePath(const std::string& path) {
-  std::error_code error;
-  const fs::path resolved = fs::weakly_canonical(path, error);
-  return error ? path : resolved.string();
+  try {
+    return Resolve(path).GetPath();
+  } catch (const FileError&) {
+    return path;
+  }
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

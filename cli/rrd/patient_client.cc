@@ -4,8 +4,17 @@
 
 #include "base/command_error.h"
 #include "replace/interruption.h"
+#include "rrd/read_guard.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+StatusCode RunGuarded(const std::string& path, const std::function<StatusCode()>& operation) {
+  const ReadGuard guard(path);
+  return operation();
+}
+
+}  // namespace
 
 StatusCode PatientClient::GetFirstTimestamp(const std::string& path, int rraIndex,
                                             long long& timestamp) const {
@@ -58,7 +67,7 @@ StatusCode PatientClient::Repeat(const std::string& path,
   constexpr std::chrono::milliseconds PAUSE(2);
   const auto deadline = std::chrono::steady_clock::now() + patience;
   while (true) {
-    const StatusCode status = operation();
+    const StatusCode status = RunGuarded(path, operation);
     if (status != StatusCode::Failure || !Failure::IsLocked()) {
       return status;
     }

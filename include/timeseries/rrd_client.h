@@ -85,6 +85,11 @@ class NVX_TIMESERIES_EXPORT RrdClient {
   // What the file consists of. For a missing file, the code of FileSystem::CheckFileExist.
   // `description` is unchanged on every failure.
   StatusCode Describe(const std::string& path, Rrd::FileDescription& description) const;
+
+  // From now on and for the whole process, the RRD library reads the very file whose header was
+  // looked at, as /proc/self/fd/N, instead of opening the path a second time. For a program that
+  // reads directories in which others may replace files; it needs a /proc.
+  static void PinFiles() noexcept;
 };
 
 }  // namespace nvx::TimeSeriesDatabase

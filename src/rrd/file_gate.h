@@ -18,8 +18,8 @@ inline constexpr char LOCK_FAULT[] = "could not lock RRD";
 // The look at an RRD file that comes before the RRD library's own. The RRD library trusts every
 // number of a header: it divides by them, multiplies them modulo 2^64 and takes them for positions.
 //
-// The RRD library opens the file once more, by its path. Who replaces it in between can still hand
-// it another header; a directory that others can write needs more than this.
+// The RRD library opens the file once more. Where that is by its path, who replaces it in between can
+// still hand it another header; see RrdClient::PinFiles.
 class FileGate {
  public:
   // Reads the header of an open file; -1 for one that could not be opened. No fault is sought in

@@ -2,6 +2,7 @@
 
 #include <rrd.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -97,10 +98,19 @@ struct Definitions {
   std::string archive;
 };
 
+std::atomic<bool> isPinned{false};
+
 // A file that is looked at before the RRD library is called, and locked until that has returned.
 struct GuardedFile {
   explicit GuardedFile(const std::string& path, LockedFile::Use use = LockedFile::Use::Read)
-      : lock(path, use), gate(lock.Get()) {}
+      : lock(path, use), gate(lock.Get()), name(path) {
+    if (isPinned && lock.Get() != -1) {
+      name = "/proc/self/fd/" + std::to_string(lock.Get());
+    }
+  }
+
+  // By which the RRD library reads the file.
+  const char* GetName() const { return name.c_str(); }
 
   // Why the RRD library must not be called; null when it may. The two below are of a fetch and of a
   // migration.
@@ -114,6 +124,8 @@ struct GuardedFile {
   FileGate gate;
 
  private:
+  std::string name;
+
   const char* Choose(const char* gateFault) const {
     return lock.GetFault() == nullptr ? gateFault : lock.GetFault();
   }
@@ -146,7 +158,7 @@ bool IsSourceLocked(const std::string& path) {
 Information ReadInformation(const char* operation, const std::string& path) {
   const GuardedFile file(path);
   const char* const fault = file.GetFault();
-  Information information(fault == nullptr ? rrd_info_r(path.c_str()) : nullptr, rrd_info_free);
+  Information information(fault == nullptr ? rrd_info_r(file.GetName()) : nullptr, rrd_info_free);
   if (information == nullptr) {
     KeepReason(fault);
     NVX_ERROR_IN(operation, "Failed to read information from[%s]. rrd error :[%s]", path.c_str(),
@@ -261,18 +273,18 @@ UpdateResult StoreAtomically(const std::string& path, const std::map<long long, 
   return result;
 }
 
-StatusCode EndUpdate(const char* operation, const std::string& path,
-                     const std::vector<const char*>& arguments, const UpdateResult& result) {
+StatusCode EndUpdate(const std::string& path, const std::vector<const char*>& arguments,
+                     const UpdateResult& result) {
   if (!result.isStored) {
     const char* const fault = result.fault.empty() ? nullptr : result.fault.c_str();
     KeepReason(fault);
-    NVX_ERROR_IN(operation, "error [%s], file path [%s], arguments [%s %s]", GetReason(fault),
+    NVX_ERROR_IN("Update", "error [%s], file path [%s], arguments [%s %s]", GetReason(fault),
                  path.c_str(), arguments.empty() ? "" : arguments[0],
                  arguments.size() < 2 ? "" : arguments[1]);
     rrd_clear_error();
     return StatusCode::Failure;
   }
-  NVX_INFO_IN(operation, "Update rrd file [%s] with %u samples", path.c_str(),
+  NVX_INFO_IN("Update", "Update rrd file [%s] with %u samples", path.c_str(),
               static_cast<unsigned int>(arguments.size()));
   return StatusCode::Success;
 }
@@ -280,6 +292,8 @@ StatusCode EndUpdate(const char* operation, const std::string& path,
 }  // namespace
 
 RrdClient::~RrdClient() = default;
+
+void RrdClient::PinFiles() noexcept { isPinned = true; }
 
 StatusCode RrdClient::GetFirstTimestamp(const std::string& path, int rraIndex,
                                         long long& timestamp) const {
@@ -289,7 +303,7 @@ StatusCode RrdClient::GetFirstTimestamp(const std::string& path, int rraIndex,
   }
   const GuardedFile file(path);
   const char* const fault = file.GetFault();
-  timestamp = fault == nullptr ? rrd_first_r(path.c_str(), rraIndex) : -1;
+  timestamp = fault == nullptr ? rrd_first_r(file.GetName(), rraIndex) : -1;
   if (timestamp == -1) {
     KeepReason(fault);
     NVX_ERROR("Failed to get first timestamp from [%s]. rrd error :[%s]", path.c_str(),
@@ -308,7 +322,7 @@ StatusCode RrdClient::GetLastTimestamp(const std::string& path, long long& times
   }
   const GuardedFile file(path);
   const char* const fault = file.GetFault();
-  timestamp = fault == nullptr ? rrd_last_r(path.c_str()) : -1;
+  timestamp = fault == nullptr ? rrd_last_r(file.GetName()) : -1;
   if (timestamp == -1) {
     KeepReason(fault);
     NVX_ERROR("Failed to get last timestamp from [%s]. rrd error :[%s]", path.c_str(),
@@ -354,7 +368,7 @@ StatusCode RrdClient::Fetch(const std::string& path, long long start, long long 
   rrd_value_t* data = nullptr;
   const GuardedFile file(path);
   const char* const fault = file.GetFetchFault(start, end);
-  if (fault != nullptr || rrd_fetch_r(path.c_str(), Rrd::LAST_KEYWORD.c_str(), &s, &e, &step,
+  if (fault != nullptr || rrd_fetch_r(file.GetName(), Rrd::LAST_KEYWORD.c_str(), &s, &e, &step,
                                       &dataSourceCount, &names, &data) == -1) {
     KeepReason(fault);
     LogFetchError(fault, s, e, path);
@@ -403,7 +417,7 @@ StatusCode RrdClient::Update(const std::string& path,
         file.GetFault() == nullptr && IsTooLate(samples) ? TOO_LATE : file.GetFault();
     return fault == nullptr ? CallUpdate(path, arguments) : UpdateResult{false, fault};
   };
-  return EndUpdate("Update", path, arguments, store());
+  return EndUpdate(path, arguments, store());
 }
 
 StatusCode RrdClient::UpdateAtomically(const std::string& path,
@@ -411,17 +425,16 @@ StatusCode RrdClient::UpdateAtomically(const std::string& path,
                                        Rrd::Durability durability) const {
   const SampleTexts texts(samples);
   const std::vector<const char*> arguments = texts.Get();
-  return EndUpdate("UpdateAtomically", path, arguments,
-                   StoreAtomically(path, samples, durability, arguments));
+  return EndUpdate(path, arguments, StoreAtomically(path, samples, durability, arguments));
 }
 
 StatusCode RrdClient::Migrate(const std::string& path, long long step, long long startTime,
                               double minimum, double maximum, unsigned int rowCount) const {
   const Definitions definitions(MIGRATION_DS_DEFINITION_PREFIX, step, minimum, maximum, rowCount);
   const char* arguments[] = {definitions.dataSource.c_str(), definitions.archive.c_str()};
-  const char* sources[] = {path.c_str(), nullptr};
   constexpr int MAY_OVERWRITE = 0;
   const GuardedFile file(path);
+  const char* sources[] = {file.GetName(), nullptr};
   const char* const fault = file.GetMigrationFault();
   if (fault != nullptr || rrd_create_r2(path.c_str(), static_cast<unsigned long>(step),
                                         static_cast<std::time_t>(startTime), MAY_OVERWRITE, sources,
