@@ -17,7 +17,12 @@ _nvx_timeseries_value() {
 }
 
 _nvx_timeseries_intervals() {
-  sed -n '/^INTERVAL is/,/name/p' <<<"$1" | tr ', ' '\n' | grep -xE '[0-9]+[a-z]+|all'
+  sed -n '/^INTERVAL is/,/its name/p' <<<"$1" | tr ', ' '\n' | grep -xE '[0-9]+[a-z]+|all'
+}
+
+# With commas between them.
+_nvx_timeseries_functions() {
+  sed -n '/^FUNCTION is/,/percentile/p' <<<"$1" | tr -d '\n ' | sed 's/^FUNCTIONis//; s/orapercentile.*/,p95/'
 }
 
 _nvx_timeseries_zones() {
@@ -53,11 +58,15 @@ _nvx_timeseries() {
   [[ -z $command ]] || help+=$'\n'$("$program" "$command" --help 2>/dev/null)
 
   case $prev in -*) value=$(_nvx_timeseries_value "$prev" <<<"$help") ;; esac
+  [[ $value != FUNCTION* ]] || value="FUNCTION:{$(_nvx_timeseries_functions "$help")}"
   case $value in
     DIR*) _filedir -d ;;
     FILE*) _filedir ;;
     ZONE*) _nvx_timeseries_offer "$cur" < <(_nvx_timeseries_zones) ;;
-    TIME*) _nvx_timeseries_offer "$cur" < <(printf '%s\n' now today yesterday first last) ;;
+    TIME*)
+      _nvx_timeseries_offer "$cur" < <(printf '%s\n' now today yesterday first last \
+        {this,last}-{week,month,quarter,year})
+      ;;
     INTERVAL*) _nvx_timeseries_offer "$cur" < <(_nvx_timeseries_intervals "$help") ;;
     LEVEL*) _nvx_timeseries_offer "$cur" < <(printf '%s\n' none error info trace) ;;
     [A-Z]*:{*)

@@ -18,7 +18,6 @@
 #include "support/leaks_of_librrd.h"
 #include "support/random.h"
 #include "support/temporary_directory.h"
-#include "timeseries/time_window_helper.h"
 
 int RunCommand(int argc, char** argv);  // the main function of the command line
 
@@ -31,8 +30,10 @@ constexpr long long BEGIN = 1711800000;  // two days before the clocks change in
 constexpr char FIXED_SEED[] = "17";
 const std::vector<std::string> ZONES = {"UTC", "Europe/Paris", "Asia/Kolkata",
                                         "Australia/Lord_Howe"};
-const std::vector<std::string> INTERVALS = {"1m", "5m", "6m", "20m", "30m",
-                                            "1h", "1d", "1d", "1mo", "all"};
+const std::vector<std::string> INTERVALS = {"1m", "5m",  "6m",  "20m", "30m", "1h", "1d",
+                                            "1d", "1mo", "all", "5h",  "2d",  "1w", "1q"};
+
+const std::vector<std::string> DAY_STARTS = {"00:00", "02:30", "06:00"};
 
 struct File {
   std::string zeltId;
@@ -162,6 +163,17 @@ class PointRoad : public testing::Test {
     return time - time % rounding;
   }
 
+  std::string PickFunctions() {
+    std::vector<std::string> names = GetNames(ListPointFunctions());
+    names.emplace_back("p95");
+    std::string chosen = random->Pick(names);
+    for (const std::string& name : names) {
+      chosen +=
+          chosen.find(name) == std::string::npos && random->Between(0, 3) == 0 ? "," + name : "";
+    }
+    return chosen;
+  }
+
   QuestionOptions PickQuestion(const File& file) {
     QuestionOptions options;
     options.zoneName = random->Pick(ZONES);
@@ -173,15 +185,15 @@ class PointRoad : public testing::Test {
       options.isUnadjusted = random->Between(0, 5) == 0;
       options.isPartial =
           !options.isUnadjusted && options.interval != "all" && random->Between(0, 4) == 0;
-      options.functions.clear();
-      for (const auto& function : ListPointFunctions()) {
-        if (random->Between(0, 2) == 0) {
-          options.functions.push_back(function);
-        }
+      const std::string& interval = *options.interval;
+      if (interval.back() != 'm' && interval.back() != 'h' && interval != "all" &&
+          random->Between(0, 2) == 0) {
+        options.dayStart = random->Pick(DAY_STARTS);
       }
-      if (options.functions.empty()) {
-        options.functions.push_back(random->Pick(ListPointFunctions()));
+      if (interval == "1w" && random->Between(0, 1) == 0) {
+        options.weekStart = WeekStart::Sunday;
       }
+      options.functions = PickFunctions();
     }
     if (random->Between(0, 2) > 0) {
       options.from = std::to_string(PickTime(file));
@@ -204,8 +216,12 @@ class PointRoad : public testing::Test {
     add("--from", options.from);
     add("--to", options.to);
     add("--interval", options.interval);
+    add("--day-start", options.dayStart);
+    if (options.weekStart) {
+      add("--week-start", "sunday");
+    }
     if (options.interval) {
-      add("--function", CLI::detail::join(GetNames(options.functions), ","));
+      add("--function", options.functions);
     }
     if (options.isUnadjusted || options.isPartial) {
       arguments.emplace_back(options.isPartial ? "--partial" : "--no-adjust");
@@ -258,6 +274,17 @@ class PointRoad : public testing::Test {
     }
   }
 
+  static StatusCode Fetch(Rrd::NumericalDataSource source, const TimeWindow& window,
+                          const Interval& interval, const DataFunction& compute,
+                          std::vector<NumericalDataPoint>& points) {
+    if (interval.GetQueryInterval()) {
+      return source.Fetch(window, *interval.GetQueryInterval(), compute, points);
+    }
+    std::vector<Date::Date> bounds;
+    const StatusCode status = Calendar::ListBounds(interval.GetCalendar(), window, bounds);
+    return status == StatusCode::Success ? source.Fetch(bounds, compute, points) : status;
+  }
+
   // The library itself, of a window whose start lies on a row.
   void ExpectAsFetched(const File& file, const QuestionOptions& options, const Outcome& queried) {
     const Question question = ReadQuestion(options);
@@ -266,16 +293,14 @@ class PointRoad : public testing::Test {
     window.end.timeZone = question.zone;
     window.start.timestamp = std::stoll(*options.from);
     window.end.timestamp = std::stoll(*options.to);
-    if (!options.isUnadjusted &&
-        TimeWindowHelper::AdjustTimeWindow(*question.interval,
-                                           TimeWindowHelper::DEFAULT_ROUNDING_STRATEGY,
-                                           window) != StatusCode::Success) {
+    if (!options.isUnadjusted && Calendar::AdjustTimeWindow(question.interval->GetCalendar(),
+                                                            window) != StatusCode::Success) {
       EXPECT_EQ(queried.status, 1);
       return;
     }
     const Source source({directory.GetPath(), file.zeltId, {}}, context);
-    const bool isOnRow =
-        window.start.timestamp % ChooseArchive(source, window.start.timestamp).rowLength == 0;
+    const auto rowLength = ChooseArchive(source, window.start.timestamp).rowLength;
+    const bool isOnRow = window.start.timestamp % rowLength == 0;
     if (!isOnRow && !options.isUnadjusted) {
       return;
     }
@@ -283,9 +308,13 @@ class PointRoad : public testing::Test {
     std::vector<std::vector<NumericalDataPoint>> points(question.functions.size());
     StatusCode status = StatusCode::Success;
     for (std::size_t i = 0; i < points.size(); ++i) {
-      status =
-          context.MakeDataSource(source.path)
-              .Fetch(window, *question.interval, question.functions[i].second.compute, points[i]);
+      DataFunction compute = question.functions[i].second.compute;
+      if (question.functions[i].second.isIntegral) {
+        ASSERT_EQ(DataFunctions::MakeIntegral(static_cast<unsigned long>(rowLength), compute),
+                  StatusCode::Success);
+      }
+      status = Fetch(context.MakeDataSource(source.path), window, *question.interval, compute,
+                     points[i]);
     }
     if (status != StatusCode::Success && status != StatusCode::PartialData) {
       EXPECT_EQ(queried.status, 1);
@@ -364,7 +393,7 @@ TEST_F(PointRoad, GivesInPiecesWhatOneFetchGives) {
   for (const char* const interval : {"1m", "20m", "1d"}) {
     QuestionOptions options;
     options.interval = interval;
-    options.functions = ListPointFunctions();
+    options.functions = CLI::detail::join(GetNames(ListPointFunctions()), ",");
     options.from = std::to_string(BEGIN - BEGIN % 86400);
     options.to = std::to_string(BEGIN - BEGIN % 86400 + 25 * 86400);
     SCOPED_TRACE(interval);

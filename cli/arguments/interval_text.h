@@ -3,16 +3,25 @@
 #include <optional>
 #include <string>
 
-#include "timeseries/query_interval.h"
+#include "timeseries/calendar.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 constexpr char INTERVAL_HELP[] =
-    "INTERVAL is 1m, 2m, 3m, 5m, 6m, 10m, 12m, 15m, 20m, 30m, 1h, 1d, 1mo or all, or its name,\n"
-    "such as FifteenMinutes, in any case.";
+    "INTERVAL is 1m, 2m, 3m, 5m, 6m, 10m, 12m, 15m, 20m, 30m, 1h, 1d, 1w, 1mo, 1q, 1y\n"
+    "or all, or its name, such as FifteenMinutes, in any case; or several hours or\n"
+    "longer units, such as 6h or 2w. Hours, up to 24h, are counted from local\n"
+    "midnight, days and weeks from Monday, 5 January 1970, months, quarters and years\n"
+    "from January 1970. With --day-start a day begins at another local time, and so\n"
+    "does what consists of days; with --week-start sunday weeks are counted from 4\n"
+    "January 1970. The words today, this-week and their like follow both.";
 
 // Throws UsageError for a text that names no interval.
-QueryInterval ReadInterval(const std::string& text);
+CalendarInterval ReadInterval(const std::string& text);
+
+// The time of the day of a text such as "06:00", in seconds after midnight. Throws UsageError for
+// any other.
+unsigned int ReadDayStart(const std::string& text);
 
 // The interval of minutes or hours that lasts `seconds`.
 std::optional<QueryInterval> FindIntervalOfLength(unsigned long seconds);

@@ -13,6 +13,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 constexpr char LETTERS[] = "abcdefghijklmnopqrstuvwxyz";
+constexpr char LETTERS_AND_HYPHEN[] = "abcdefghijklmnopqrstuvwxyz-";
 
 // Of RRDtool, whose offsets from the present need no word.
 constexpr char NOW_OF_RRDTOOL[] = "N";
@@ -27,11 +28,56 @@ std::string AddWord(const std::string& text) {
   return isOffset ? "now" + text : text;
 }
 
-const std::vector<std::string> WORDS = {"now", "today", "yesterday", "first", "last"};
+// A day or a longer period that has begun, or one before that.
+struct Period {
+  const char* word;
+  CalendarUnit unit;
+  int before;
+};
+
+constexpr Period PERIODS[] = {
+    {"today", CalendarUnit::Day, 0},
+    {"yesterday", CalendarUnit::Day, 1},
+    {"this-week", CalendarUnit::Week, 0},
+    {"last-week", CalendarUnit::Week, 1},
+    {"this-month", CalendarUnit::Month, 0},
+    {"last-month", CalendarUnit::Month, 1},
+    {"this-quarter", CalendarUnit::Quarter, 0},
+    {"last-quarter", CalendarUnit::Quarter, 1},
+    {"this-year", CalendarUnit::Year, 0},
+    {"last-year", CalendarUnit::Year, 1},
+};
+
+std::vector<std::string> ListWords() {
+  std::vector<std::string> words = {"now", "first", "last"};
+  for (const Period& period : PERIODS) {
+    words.emplace_back(period.word);
+  }
+  return words;
+}
+
+// The word that a text begins with, which may itself begin with another one; empty for a text
+// without a word.
+std::string FindWord(const std::string& text) {
+  const std::size_t end = std::min(text.find_first_not_of(LETTERS), text.size());
+  for (const Period& period : PERIODS) {
+    const std::string word = period.word;
+    if (word.size() > end && text.compare(0, word.size(), word) == 0 &&
+        text.find_first_of(LETTERS, word.size()) != word.size()) {
+      return word;
+    }
+  }
+  return text.substr(0, end);
+}
 
 long long GetNow() {
   static const long long now = std::time(nullptr);
   return now;
+}
+
+bool IsWeek53(const std::string& text) {
+  constexpr std::size_t YEAR_SIZE = 4;
+  return text.size() > YEAR_SIZE && text.substr(YEAR_SIZE) == "-W53";
 }
 
 std::string RemoveBlanks(std::string text) {
@@ -41,20 +87,23 @@ std::string RemoveBlanks(std::string text) {
 
 }  // namespace
 
-TimeExpression::TimeExpression(const std::string& timeText, const cctz::time_zone& timeZone)
-    : text(timeText), zone(timeZone) {
+TimeExpression::TimeExpression(const std::string& timeText, const cctz::time_zone& timeZone,
+                               const CalendarInterval& starts)
+    : text(timeText), zone(timeZone), calendar(starts) {
   const std::string whole = AddWord(text);
-  word = whole.substr(0, std::min(whole.find_first_not_of(LETTERS), whole.size()));
+  word = FindWord(whole);
   if (word.empty()) {
     const std::optional<long long> written = ParseTime(text, zone);
     if (!written) {
-      Refuse();
+      Refuse(IsWeek53(text) ? "; " + text.substr(0, text.find('-')) + " has only 52 weeks" : "");
     }
     writtenTime = *written;
     return;
   }
-  if (std::find(WORDS.begin(), WORDS.end(), word) == WORDS.end()) {
-    Refuse(word == END_OF_RRDTOOL ? "; last is the file's last sample" : SuggestWord(word, WORDS));
+  const std::vector<std::string> words = ListWords();
+  if (std::find(words.begin(), words.end(), word) == words.end()) {
+    const std::string typed = whole.substr(0, whole.find_first_not_of(LETTERS_AND_HYPHEN));
+    Refuse(word == END_OF_RRDTOOL ? "; last is the file's last sample" : SuggestWord(typed, words));
   }
   const std::string rest = RemoveBlanks(whole.substr(word.size()));
   for (std::size_t begin = 0; begin < rest.size();) {
@@ -73,7 +122,7 @@ TimeExpression::Offset TimeExpression::ReadOffset(std::string_view offsetText) c
   constexpr UnitName UNITS[] = {
       {"s", 1, Unit::Second},    {"m", 60, Unit::Second}, {"min", 60, Unit::Second},
       {"h", 3600, Unit::Second}, {"d", 1, Unit::Day},     {"w", 7, Unit::Day},
-      {"mo", 1, Unit::Month},    {"y", 12, Unit::Month},
+      {"mo", 1, Unit::Month},    {"q", 3, Unit::Month},   {"y", 12, Unit::Month},
   };
   constexpr long long GREATEST_NUMBER = 1'000'000'000'000;  // more seconds than in 9999 years
   long long number = -1;
@@ -87,7 +136,7 @@ TimeExpression::Offset TimeExpression::ReadOffset(std::string_view offsetText) c
   if (!isSigned || number < 0 || number > GREATEST_NUMBER || unit == std::end(UNITS)) {
     throw UsageError(text, "'" + std::string(offsetText) +
                                "' is no offset such as -24h; the units are s, m or min, h, d, w, "
-                               "mo and y");
+                               "mo, q and y");
   }
   return {(offsetText[0] == '-' ? -number : number) * unit->count, unit->unit};
 }
@@ -120,9 +169,40 @@ TimeExpression::Moment TimeExpression::FindOrigin(const FileTimes& file) const {
   if (word == "now") {
     return now;
   }
-  // Its midnight, of which days are counted even if the clocks skip it.
-  const cctz::civil_day today(now.local);
-  return MakeMoment(cctz::civil_second(word == "today" ? today : today - 1));
+  // Its local time, of which days are counted even if the clocks skip it.
+  return MakeMoment(FindBegin(now.local));
+}
+
+cctz::civil_second TimeExpression::FindBegin(const cctz::civil_second& now) const {
+  constexpr int DAYS_PER_WEEK = 7;
+  constexpr int MONTHS_PER_QUARTER = 3;
+  const auto* const period = std::find_if(std::begin(PERIODS), std::end(PERIODS),
+                                          [this](const auto& known) { return known.word == word; });
+  const int before = period->before;
+  const cctz::civil_day today(now - calendar.dayStart);
+  const cctz::civil_month month(today);
+  cctz::civil_day first = today;
+  switch (period->unit) {
+    case CalendarUnit::Week: {
+      const bool isOfSunday = calendar.weekStart == WeekStart::Sunday;
+      const auto start = isOfSunday ? cctz::weekday::sunday : cctz::weekday::monday;
+      first = cctz::prev_weekday(today + 1, start) - before * DAYS_PER_WEEK;
+      break;
+    }
+    case CalendarUnit::Month:
+      first = cctz::civil_day(month - before);
+      break;
+    case CalendarUnit::Quarter:
+      first = cctz::civil_day(month - (month.month() - 1) % MONTHS_PER_QUARTER -
+                              before * MONTHS_PER_QUARTER);
+      break;
+    case CalendarUnit::Year:
+      first = cctz::civil_day(cctz::civil_year(today) - before);
+      break;
+    default:
+      first = today - before;
+  }
+  return cctz::civil_second(first) + calendar.dayStart;
 }
 
 TimeExpression::Moment TimeExpression::MakeMoment(long long timestamp) const {
@@ -154,7 +234,7 @@ TimeExpression::Moment TimeExpression::Move(const Moment& moment, const Offset& 
 void TimeExpression::Refuse(const std::string& note) const {
   throw UsageError(text,
                    "not a time of the years 1 to 9999, such as 2021-03-28, 2021-03-28T01:00Z, "
-                   "2021-03, 2021, 1616893200, @0, now-24h, today or last-7d" +
+                   "2021-03, 2021-W07, 2021-Q2, 2021, 1616893200, @0, now-24h, today or last-7d" +
                        note);
 }
 

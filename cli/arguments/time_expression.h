@@ -7,18 +7,23 @@
 #include <string_view>
 #include <vector>
 
+#include "timeseries/calendar.h"
+
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 constexpr char TIME_HELP[] =
     "TIME is ISO 8601, such as 2021-03-28T01:00:30+02:00, 2021-03-28T01:00 (or with a\n"
-    "blank for the T), 2021-03-28, 20210328, 2021-03 or 2021; without Z or an offset it\n"
-    "is local time in the zone, and a day is its beginning: --to 2021-03-28 ends before\n"
-    "the 28th. Or it is seconds since the epoch, such as 1616893200, or @N with any\n"
-    "number. Or it is now, today, yesterday, first or last, the file's first and last\n"
-    "sample, with any number of offsets, such as now-24h, today-1mo+6h or last-7d; -7d\n"
-    "alone is now-7d. The units are s, m or min, h, d, w, mo and y; from days on they\n"
-    "are of the calendar and keep the clock's time, and a month that is too short ends\n"
-    "with its last day.";
+    "blank for the T), 2021-03-28, 20210328, 2021-03 or 2021, a quarter, 2021-Q2, or\n"
+    "a week of ISO 8601, 2021-W07; without Z or an offset it is local time in the\n"
+    "zone, and a day, a week or the like is its beginning: --to 2021-03-28 ends\n"
+    "before the 28th. Or it is seconds since the epoch, such as 1616893200, or @N\n"
+    "with any number. Or it is now, today, yesterday, the beginning of this-week,\n"
+    "last-week, and so with month, quarter and year, or first or last, the file's\n"
+    "first and last sample, with any number of offsets, such as now-24h, today-1mo+6h\n"
+    "or last-7d; -7d alone is now-7d. The last month is --from last-month --to\n"
+    "this-month. The units are s, m or min, h, d, w, mo, q and y; from days on they\n"
+    "are of the calendar and keep the clock's time, and a month that is too short\n"
+    "ends with its last day.";
 
 // The times of a file that a TIME may be counted from; they are only looked for when they are
 // needed.
@@ -30,8 +35,10 @@ struct FileTimes {
 // A TIME: a time that is written out, or a word and the offsets from it.
 class TimeExpression {
  public:
-  // Throws UsageError for a text that is no TIME.
-  TimeExpression(const std::string& timeText, const cctz::time_zone& timeZone);
+  // Days and weeks that a word names begin as `starts` has it. Throws UsageError for a text that is
+  // no TIME.
+  TimeExpression(const std::string& timeText, const cctz::time_zone& timeZone,
+                 const CalendarInterval& starts = {});
 
   // Whether it is counted from the first or the last sample of a file.
   bool IsOfFile() const;
@@ -56,6 +63,7 @@ class TimeExpression {
 
   Offset ReadOffset(std::string_view offsetText) const;
   Moment FindOrigin(const FileTimes& file) const;
+  cctz::civil_second FindBegin(const cctz::civil_second& now) const;
   Moment MakeMoment(long long timestamp) const;
   Moment MakeMoment(const cctz::civil_second& local) const;
   Moment Move(const Moment& moment, const Offset& offset) const;
@@ -63,6 +71,7 @@ class TimeExpression {
 
   std::string text;
   cctz::time_zone zone;
+  CalendarInterval calendar;
   std::string word;  // empty for a time that is written out
   long long writtenTime = 0;
   std::vector<Offset> offsets;

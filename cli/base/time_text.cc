@@ -39,6 +39,35 @@ std::string Complete(std::string text) {
   return text;
 }
 
+// The first day of a quarter "2024-Q3" or of a week "2024-W07" of ISO 8601, of which the first one
+// has January 4. Nothing for any other text.
+std::optional<cctz::civil_day> FindFirstDay(const std::string& text) {
+  constexpr std::size_t YEAR_SIZE = 4;
+  constexpr int MONTHS_PER_QUARTER = 3;
+  constexpr int LAST_QUARTER = 4;
+  constexpr int DAYS_PER_WEEK = 7;
+  const std::string kind = text.substr(std::min(YEAR_SIZE, text.size()), 2);
+  const std::size_t digitCount = kind == "-Q" ? 1 : kind == "-W" ? 2 : 0;
+  const std::string year = text.substr(0, YEAR_SIZE);
+  const std::string digits = text.substr(std::min(YEAR_SIZE + 2, text.size()));
+  if (digitCount == 0 || digits.size() != digitCount || !IsNumber(year + digits)) {
+    return std::nullopt;
+  }
+  const int number = std::stoi(digits);
+  const cctz::civil_year wanted(std::stoi(year));
+  if (kind == "-Q") {
+    const bool isQuarter = number >= 1 && number <= LAST_QUARTER;
+    return isQuarter ? std::optional<cctz::civil_day>(cctz::civil_month(wanted) +
+                                                      (number - 1) * MONTHS_PER_QUARTER)
+                     : std::nullopt;
+  }
+  const cctz::civil_day first =
+      cctz::prev_weekday(cctz::civil_day(wanted) + 4, cctz::weekday::monday);
+  const cctz::civil_day week = first + (number - 1) * DAYS_PER_WEEK;
+  const bool isOfYear = number >= 1 && cctz::civil_year(week + 3) == wanted;
+  return isOfYear ? std::optional(week) : std::nullopt;
+}
+
 bool HasOffset(const std::string& text) {
   const std::size_t clock = text.find('T');
   return clock != std::string::npos && text.find_first_of("Z+-", clock) != std::string::npos;
@@ -75,7 +104,9 @@ long long ClampTime(long long seconds) { return std::clamp(seconds, EARLIEST_TIM
 
 std::optional<long long> ParseTime(const std::string& text, const cctz::time_zone& zone) {
   std::optional<long long> seconds = ParseSeconds(text);
-  if (!seconds) {
+  if (const std::optional<cctz::civil_day> day = FindFirstDay(text)) {
+    seconds = cctz::convert(cctz::civil_second(*day), zone).time_since_epoch().count();
+  } else if (!seconds) {
     seconds = ParseIso8601(Complete(text), zone);
   }
   return seconds && ClampTime(*seconds) == *seconds ? seconds : std::nullopt;

@@ -12,7 +12,8 @@ long long ClampTime(long long seconds);
 
 // Reads a time that is written out, as seconds since the epoch: such a number, of nine digits or
 // more or behind an "@"; a date of eight digits; ISO 8601, with a blank in the place of its T if
-// need be; a month or a year. A local time that the clocks skip is the first instant after the gap,
+// need be; a month, a year, a quarter such as 2024-Q3, or a week of ISO 8601 such as 2024-W07, each
+// of which is its beginning. A local time that the clocks skip is the first instant after the gap,
 // one that they repeat is its first occurrence. Nothing for any other text and for an instant
 // outside the years 1 to 9999.
 std::optional<long long> ParseTime(const std::string& text, const cctz::time_zone& zone);

@@ -18,6 +18,9 @@ AnswerShape MakeShape(const AnswerOptions& options, const Question& question,
   shape.zone = question.zone;
   shape.names = question.GetValueNames();
   shape.functions = question.interval ? GetNames(question.functions) : shape.names;
+  if (question.interval && !question.isUnadjusted) {  // else a first point is on no bound
+    shape.unit = question.interval->GetCalendar().unit;
+  }
   shape.isSeveral = selection.isSeveral;
   shape.hasQuality = question.interval.has_value();
   shape.isForSeries = options.isForSeries;

@@ -30,7 +30,7 @@ Question ReadPushQuestion(const QuestionOptions& options) {
                                "what was sent is not sent again, so only complete intervals are");
   }
   Question question = ReadQuestion(options);
-  if (question.interval == QueryInterval::FullPeriod) {
+  if (question.interval && question.interval->IsWhole()) {
     throw CLI::ValidationError("--interval", "the interval all is never complete");
   }
   question.isResumable = true;

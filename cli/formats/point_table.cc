@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "base/value_text.h"
+#include "formats/date_name.h"
 #include "formats/local_time.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -53,10 +54,10 @@ struct Widths {
   std::size_t bar = 0;
 };
 
-Widths Measure(const Points& points, std::size_t terminalColumns) {
+Widths Measure(const Points& points, CalendarUnit unit, std::size_t terminalColumns) {
   Widths widths;
   for (const NumericalDataPoint& point : points) {
-    widths.date = std::max(widths.date, point.date.ToText().size());
+    widths.date = std::max(widths.date, NameDate(point.date, unit).size());
     widths.value = std::max(widths.value, FormatValue(point.value).size());
   }
   const std::size_t taken = widths.date + 2 + widths.value + 2 + QUALITY_WIDTH + 2;
@@ -68,8 +69,9 @@ Widths Measure(const Points& points, std::size_t terminalColumns) {
 
 }  // namespace
 
-void PrintTable(const Points& points, unsigned int terminalColumns, std::ostream& output) {
-  const Widths widths = Measure(points, terminalColumns);
+void PrintTable(const Points& points, CalendarUnit unit, unsigned int terminalColumns,
+                std::ostream& output) {
+  const Widths widths = Measure(points, unit, terminalColumns);
   const Bars bars(points, widths.bar);
   const auto printCells = [&](const std::string& date, const std::string& value) {
     output << std::left << std::setw(static_cast<int>(widths.date)) << date << "  " << std::right
@@ -79,7 +81,7 @@ void PrintTable(const Points& points, unsigned int terminalColumns, std::ostream
   printCells("date", "value");
   output << "quality\n";
   for (const NumericalDataPoint& point : points) {
-    printCells(point.date.ToText(), FormatValue(point.value));
+    printCells(NameDate(point.date, unit), FormatValue(point.value));
     const std::string bar = bars.Make(point.value);
     if (bar.empty()) {
       output << GetQualityText(point.quality) << '\n';

@@ -29,13 +29,13 @@ std::string NameColumn(const Curve& curve, const AnswerShape& shape) {
 void PrintAsTable(const Curves& curves, const AnswerShape& shape, std::ostream& output) {
   if (!shape.isSeveral && shape.functions.size() == 1) {
     const unsigned int columns = shape.isOnTerminal ? GetTerminalColumns() : 0;
-    return PrintTable(curves.front().points, columns, output);
+    return PrintTable(curves.front().points, shape.unit, columns, output);
   }
   std::vector<std::string> names;
   for (const Curve& curve : curves) {
     names.push_back(NameColumn(curve, shape));
   }
-  PrintTable(curves, names, output);
+  PrintTable(curves, names, shape.unit, output);
 }
 
 // The whole names of curves, for a picture that is on its own.

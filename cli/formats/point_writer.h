@@ -17,6 +17,7 @@ enum class PointFormat { Table, Csv, Json, Chart, Gnuplot, LineProtocol, OpenMet
 struct AnswerShape {
   cctz::time_zone zone;
   std::vector<std::string> names = {"value"};  // of the values of a point
+  CalendarUnit unit = CalendarUnit::Minute;    // by which tables name the dates of points
   bool isSeveral = false;                      // the answers may be those of several files
   bool hasQuality = true;
   bool isForSeries = false;   // CSV and JSON are for another database, without local times

@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "base/value_text.h"
+#include "formats/date_name.h"
 #include "formats/point_table.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -53,13 +54,14 @@ struct Widths {
   bool hasBad = false;
 };
 
-Widths Measure(const std::vector<const Points*>& columns, const std::vector<std::string>& names) {
+Widths Measure(const std::vector<const Points*>& columns, const std::vector<std::string>& names,
+               CalendarUnit unit) {
   Widths widths;
   for (const std::string& name : names) {
     widths.columns.push_back(CountCharacters(name) + 1);
   }
-  ForEachRow(columns, [&widths](const Date::Date& date, const Row& row) {
-    widths.date = std::max(widths.date, date.ToText().size());
+  ForEachRow(columns, [&widths, unit](const Date::Date& date, const Row& row) {
+    widths.date = std::max(widths.date, NameDate(date, unit).size());
     for (std::size_t i = 0; i < row.size(); ++i) {
       const std::string cell = FormatCell(row[i]);
       widths.columns[i] = std::max(widths.columns[i], cell.size());
@@ -82,18 +84,18 @@ void PrintLine(const Widths& widths, const std::string& date, const std::vector<
 }  // namespace
 
 void PrintTable(const std::vector<Curve>& curves, const std::vector<std::string>& names,
-                std::ostream& output) {
+                CalendarUnit unit, std::ostream& output) {
   std::vector<const Points*> columns(curves.size());
   std::transform(curves.begin(), curves.end(), columns.begin(),
                  [](const Curve& one) { return &one.points; });
-  const Widths widths = Measure(columns, names);
+  const Widths widths = Measure(columns, names, unit);
   std::vector<std::string> cells(names.size());
   std::transform(names.begin(), names.end(), cells.begin(),
                  [](const std::string& name) { return name + ' '; });
   PrintLine(widths, "date", cells, output);
   ForEachRow(columns, [&](const Date::Date& date, const Row& row) {
     std::transform(row.begin(), row.end(), cells.begin(), FormatCell);
-    PrintLine(widths, date.ToText(), cells, output);
+    PrintLine(widths, NameDate(date, unit), cells, output);
   });
   if (widths.hasBad) {
     output << BAD_MARK << " is bad.\n";

@@ -8,11 +8,37 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 constexpr char FUNCTION_HELP[] =
-    "FUNCTION makes one value of the samples of an interval. The increase is what a counter\n"
-    "grew by, across its restarts from zero; the delta is its last sample minus its first. The\n"
-    "sample at an interval's end belongs to the next one alone for sum and count, to both for\n"
-    "the others. A value is bad when a sample is missing, a delta when its first or last is.\n"
-    "all is the window as one interval, not rounded; its delta is rounded to hours.";
+    "It makes one value of the samples of an interval. The increase is what a counter\n"
+    "grew by, across its restarts from zero; the delta is its last sample minus its\n"
+    "first. A percentile is the sample of the nearest rank, and the median is p50.\n"
+    "The deviation is that of all samples from their average. The integral is over\n"
+    "seconds; each sample holds up to the next one. The sample at an interval's end\n"
+    "belongs to the next one alone for sum and count, to both for the others. A value\n"
+    "is bad when a sample is missing, a delta when its first or last is. all is the\n"
+    "window as one interval, not rounded; its delta is rounded to hours.";
+
+// The interval as the options have it. Throws for a start that it does not have.
+CalendarInterval ReadCalendarInterval(const QuestionOptions& options) {
+  CalendarInterval interval = ReadInterval(*options.interval);
+  if (options.dayStart) {
+    interval.dayStart = ReadDayStart(*options.dayStart);
+    if (interval.unit == CalendarUnit::FullPeriod) {
+      throw CLI::ValidationError("--day-start", "the interval all begins with the window");
+    }
+    if (interval.unit < CalendarUnit::Day) {
+      throw CLI::ValidationError("--day-start", "only a day or longer begins with a day, and " +
+                                                    *options.interval + " is shorter");
+    }
+  }
+  if (options.weekStart) {
+    interval.weekStart = *options.weekStart;
+    if (interval.unit != CalendarUnit::Week) {
+      throw CLI::ValidationError(
+          "--week-start", "only weeks, such as 1w, begin with a week, not " + *options.interval);
+    }
+  }
+  return interval;
+}
 
 }  // namespace
 
@@ -29,9 +55,21 @@ CLI::Option* AddQuestionOptions(CLI::App& command, QuestionOptions& options) {
   CLI::Option* const interval =
       command.add_option("--interval", options.interval, "Length of the intervals")
           ->type_name("INTERVAL");
-  AddChoiceOfSeveral(command, "--function", options.functions, ListPointFunctions(),
-                     "average (default), minimum, maximum, sum, count, increase or delta, or\n"
-                     "several with a comma between them")
+  command
+      .add_option("--day-start", options.dayStart,
+                  "Local time at which days, and what consists of them, begin (default: 00:00)")
+      ->type_name("HH:MM")
+      ->needs(interval);
+  AddChoice(command, "--week-start", options.weekStart,
+            Choices<std::optional<WeekStart>>{{"monday", WeekStart::Monday},
+                                              {"sunday", WeekStart::Sunday}},
+            "monday (default) or sunday, on which weeks begin")
+      ->type_name("DAY")
+      ->needs(interval);
+  command
+      .add_option("--function", options.functions,
+                  "average (default), another one, or several with a comma between them")
+      ->check(CLI::Validator(FindFunctionProblem, ""))
       ->type_name("FUNCTION")
       ->needs(interval);
   CLI::Option* const noAdjust =
@@ -54,21 +92,26 @@ void AddLabelOption(CLI::App& command, QuestionOptions& options) {
 }
 
 std::string GetQuestionHelp() {
-  return std::string(INTERVAL_HELP) + "\n" + FUNCTION_HELP + "\n" + TIME_HELP + "\n" + ZONE_HELP;
+  const std::string functions = CLI::detail::join(GetNames(ListPointFunctions()), ", ");
+  return std::string(INTERVAL_HELP) + "\nFUNCTION is " + functions +
+         " or a percentile such as p95 or p99.9.\n" + FUNCTION_HELP + "\n" + TIME_HELP + "\n" +
+         ZONE_HELP;
 }
 
 Question ReadQuestion(const QuestionOptions& options) {
   Question question;
+  CalendarInterval starts;
   if (options.interval) {
-    question.interval = ReadInterval(*options.interval);
+    starts = ReadCalendarInterval(options);
+    question.interval.emplace(starts);
     question.intervalName = *options.interval;
   }
   question.zone = LoadZone(options.zoneName);
   if (options.from) {
-    question.from.emplace(*options.from, question.zone);
+    question.from.emplace(*options.from, question.zone, starts);
   }
   if (options.to) {
-    question.to.emplace(*options.to, question.zone);
+    question.to.emplace(*options.to, question.zone, starts);
   }
   const bool isOfFile =
       (question.from && question.from->IsOfFile()) || (question.to && question.to->IsOfFile());
@@ -76,11 +119,11 @@ Question ReadQuestion(const QuestionOptions& options) {
       question.from->Resolve({}) >= question.to->Resolve({})) {
     throw CLI::ValidationError("--to", "is not after --from");
   }
-  question.functions = options.functions;
+  question.functions = ReadPointFunctions(options.functions);
   question.labels = ReadLabels(options.labels);
   question.isUnadjusted = options.isUnadjusted;
   question.isPartial = options.isPartial;
-  if (question.isPartial && question.interval == QueryInterval::FullPeriod) {
+  if (question.isPartial && question.interval->IsWhole()) {
     throw CLI::ValidationError("--partial", "the interval all is never cut");
   }
   return question;

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "arguments/time_expression.h"
+#include "points/interval.h"
 #include "points/point_function.h"
 #include "points/series.h"
-#include "timeseries/query_interval.h"
 
 namespace CLI {
 class App;
@@ -23,13 +23,16 @@ struct QuestionOptions {
   std::optional<std::string> to;
   std::string zoneName = "UTC";
   std::optional<std::string> interval;
-  Choices<PointFunction> functions = {ListPointFunctions().front()};
+  std::optional<std::string> dayStart;
+  std::optional<WeekStart> weekStart;
+  std::string functions = ListPointFunctions().front().first;
   bool isUnadjusted = false;
   bool isPartial = false;
   std::vector<std::string> labels;
 };
 
-// --from, --to, --zone, --interval, which is returned, --function, --no-adjust and --partial.
+// --from, --to, --zone, --interval, which is returned, --day-start, --week-start, --function,
+// --no-adjust and --partial.
 CLI::Option* AddQuestionOptions(CLI::App& command, QuestionOptions& options);
 
 // --label.
@@ -42,13 +45,13 @@ struct Question {
   cctz::time_zone zone;
   std::optional<TimeExpression> from;
   std::optional<TimeExpression> to;
-  std::optional<QueryInterval> interval;  // none for the samples themselves
-  std::string intervalName;               // as it was typed
-  Choices<PointFunction> functions;       // at least one
-  bool isUnadjusted = false;              // the window is taken as it is
-  bool isPartial = false;                 // the interval that its end cuts is added
-  Labels labels;                          // of each series, for another database
-  bool isAtOnce = false;                  // all points are to lie in memory
+  std::optional<Interval> interval;  // none for the samples themselves
+  std::string intervalName;          // as it was typed
+  Choices<PointFunction> functions;  // at least one
+  bool isUnadjusted = false;         // the window is taken as it is
+  bool isPartial = false;            // the interval that its end cuts is added
+  Labels labels;                     // of each series, for another database
+  bool isAtOnce = false;             // all points are to lie in memory
 
   // The points are the same whatever was answered before: no interval ends after the file's last
   // update.

@@ -10,7 +10,6 @@
 #include "base/round_up.h"
 #include "timeseries/rrd/interval_iterator.h"
 #include "timeseries/rrd/interval_processor.h"
-#include "timeseries/time_helper.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -39,7 +38,8 @@ Value ComputeWhole(const PointFunction& function, std::vector<double> samples,
                    bool endsWithSample) {
   constexpr double MISSING = std::numeric_limits<double>::quiet_NaN();
   const bool isPair = samples.size() == 2 && !function.leavesOutBoundary;
-  if (isPair || samples.empty() || (function.leavesOutBoundary && !endsWithSample)) {
+  const bool isAlone = isPair && !function.isIntegral;
+  if (isAlone || samples.empty() || (function.leavesOutBoundary && !endsWithSample)) {
     samples.push_back(MISSING);
   }
   Value value;
@@ -55,13 +55,16 @@ Value ComputeWhole(const PointFunction& function, std::vector<double> samples,
 
 Reader::Reader(const Question& askedQuestion, const Source& askedSource,
                std::optional<long long> confirmed)
-    : question(askedQuestion), source(askedSource), rows(askedSource) {
+    : question(askedQuestion),
+      source(askedSource),
+      functions(askedQuestion.functions),
+      rows(askedSource) {
   window = ResolveWindow(question, source, rows, confirmed);
   if (!question.interval) {
     PrepareSamples(confirmed);
     return;
   }
-  const bool isWhole = question.interval == QueryInterval::FullPeriod;
+  const bool isWhole = question.interval->IsWhole();
   const bool isAsked = question.from || question.to || isWhole;
   if (isAsked && !confirmed && window.start.timestamp >= window.end.timestamp) {
     throw CommandError(source.zeltId, "from is not before to: " + TimeWindowToString(window),
@@ -89,13 +92,13 @@ void Reader::PrepareIntervals(std::optional<long long> confirmed) {
   }
   intervals = *found;
   TimeWindow& complete = intervals.complete;
-  chosen = {ChooseArchive(source, complete.start.timestamp)};
+  ChooseOneArchive(complete.start.timestamp);
   if (complete.start.timestamp == complete.end.timestamp) {
     return;
   }
   if (confirmed && *confirmed + 1 >= window.start.timestamp) {
     complete.start.timestamp = *confirmed;
-    TimeHelper::ComputeNextDate(*question.interval, Date::Date(complete.start), complete.start);
+    complete.start = question.interval->ComputeNext(complete.start);
     isEmpty = complete.start.timestamp >= complete.end.timestamp;
   }
   const bool isOnRow = HasBoundOnRow(question, chosen.front().rowLength, complete.start);
@@ -110,7 +113,6 @@ void Reader::PrepareIntervals(std::optional<long long> confirmed) {
 // The delta of a window is the library's, over whole hours, and needs a sample at its start.
 void Reader::PrepareWhole() {
   const auto isDelta = [](const auto& function) { return function.second.isDelta; };
-  const auto& functions = question.functions;
   intervals.complete = window;
   if (std::any_of(functions.begin(), functions.end(), isDelta)) {
     const std::optional<Intervals> found = FindIntervals(question, window);
@@ -121,10 +123,22 @@ void Reader::PrepareWhole() {
   }
   const bool isAllDelta = std::all_of(functions.begin(), functions.end(), isDelta);
   const long long hours = intervals.complete.start.timestamp;
-  chosen = {ChooseArchive(source, isAllDelta ? hours : window.start.timestamp)};
+  ChooseOneArchive(isAllDelta ? hours : window.start.timestamp);
   RequireBounded(question, source, chosen.front(), window);
   isPartialData = std::any_of(functions.begin(), functions.end(), isDelta) &&
                   (hours % chosen.front().rowLength != 0 || hours < EARLIEST_SAMPLE);
+}
+
+// An integral depends on the length of the archive's rows.
+void Reader::ChooseOneArchive(long long start) {
+  chosen = {ChooseArchive(source, start)};
+  for (auto& function : functions) {
+    if (function.second.isIntegral) {
+      const auto step = static_cast<unsigned long>(chosen.front().rowLength);
+      Require(DataFunctions::MakeIntegral(step, function.second.compute), source.zeltId,
+              "no integral");
+    }
+  }
 }
 
 void Reader::RefuseIncomplete() const {
@@ -135,7 +149,7 @@ void Reader::RefuseIncomplete() const {
 
 void Reader::Tell() const {
   TellArchives(source, chosen);
-  if (question.interval && question.interval != QueryInterval::FullPeriod) {
+  if (question.interval && !question.interval->IsWhole()) {
     TellRepeatedRows(source, chosen.front(), question.intervalName,
                      GetIntervalLength(question, intervals.complete));
   }
@@ -150,7 +164,7 @@ void Reader::Tell() const {
 void Reader::Stream(const PieceConsumer& consume) {
   if (!question.interval) {
     StreamSamples(consume);
-  } else if (question.interval == QueryInterval::FullPeriod) {
+  } else if (question.interval->IsWhole()) {
     StreamWhole(consume);
   } else {
     StreamIntervals(consume);
@@ -189,14 +203,14 @@ void Reader::StreamWhole(const PieceConsumer& consume) {
   const bool endsWithSample = window.end.timestamp % chosen.front().rowLength == 0;
   const Value notAsked{std::numeric_limits<double>::quiet_NaN(), false, false};
   std::map<long long, std::vector<Value>> points;
-  for (std::size_t i = 0; i < question.functions.size(); ++i) {
-    const PointFunction& function = question.functions[i].second;
+  for (std::size_t i = 0; i < functions.size(); ++i) {
+    const PointFunction& function = functions[i].second;
     const TimeWindow& own = function.isDelta ? intervals.complete : window;
     std::vector<Value>& values =
-        points.try_emplace(own.start.timestamp, question.functions.size(), notAsked).first->second;
+        points.try_emplace(own.start.timestamp, functions.size(), notAsked).first->second;
     values[i] = function.isDelta ? ComputeDelta() : ComputeWhole(function, samples, endsWithSample);
   }
-  Piece piece(question.functions.size());
+  Piece piece(functions.size());
   for (const auto& [time, values] : points) {
     piece.AddTime(time);
     std::for_each(values.begin(), values.end(),
@@ -211,7 +225,7 @@ Date::Date Reader::FindPieceEnd(const Date::Date& start) const {
   Date::Date bound = start;
   long long count = 0;
   do {
-    TimeHelper::ComputeNextDate(*question.interval, Date::Date(bound), bound);
+    bound = question.interval->ComputeNext(bound);
     ++count;
   } while (bound.timestamp < end.timestamp && count < PIECE_LENGTH &&
            bound.timestamp - start.timestamp < longest);
@@ -225,34 +239,68 @@ Piece Reader::ComputeIntervals(const TimeWindow& part) {
   const long long last =
       std::min(RoundDown(part.end.timestamp, length) + rowOffset, GetLastRow(intervals.complete));
   const double* const samples = rows.Read(chosen.front(), first, last, GetLastRow(window));
-  Piece piece(question.functions.size());
-  const DataFunction compute = [&](const double* begin, const double* end, double& /*value*/,
-                                   bool& /*isGood*/) {
-    return Compute(question.functions, begin, end, piece);
-  };
-  Rrd::IntervalIterator iterator(part, samples, static_cast<unsigned long long>(length),
-                                 *question.interval,
-                                 static_cast<unsigned int>((last - first) / length + 1));
-  std::vector<NumericalDataPoint> points;
-  Require(Rrd::IntervalProcessor(compute, iterator).Process(points), source.zeltId,
-          "no answer for " + TimeWindowToString(part));
-  for (const NumericalDataPoint& point : points) {
-    piece.AddTime(point.date.timestamp);
-  }
+  const auto sampleCount = static_cast<unsigned int>((last - first) / length + 1);
+  Piece piece(functions.size());
+  const StatusCode status = question.interval->GetQueryInterval()
+                                ? ComputeQueryIntervals(part, samples, sampleCount, piece)
+                                : ComputeBounds(part, samples, sampleCount, piece);
+  Require(status, source.zeltId, "no answer for " + TimeWindowToString(part));
   if (isPartialData) {
     piece.SetAllBad();
   }
   return piece;
 }
 
-// What ends the interval is still to come or was cut off.
+StatusCode Reader::ComputeQueryIntervals(const TimeWindow& part, const double* samples,
+                                         unsigned int sampleCount, Piece& piece) const {
+  const DataFunction compute = [&](const double* first, const double* last, double& /*value*/,
+                                   bool& /*isGood*/) {
+    return Compute(functions, first, last, piece);
+  };
+  Rrd::IntervalIterator iterator(part, samples,
+                                 static_cast<unsigned long long>(chosen.front().rowLength),
+                                 *question.interval->GetQueryInterval(), sampleCount);
+  std::vector<NumericalDataPoint> points;
+  const StatusCode status = Rrd::IntervalProcessor(compute, iterator).Process(points);
+  for (const NumericalDataPoint& point : points) {
+    piece.AddTime(point.date.timestamp);
+  }
+  return status;
+}
+
+// Cuts the runs as the library does.
+StatusCode Reader::ComputeBounds(const TimeWindow& part, const double* samples,
+                                 unsigned int sampleCount, Piece& piece) const {
+  const long long length = chosen.front().rowLength;
+  const long long begin = RoundDown(part.start.timestamp, length);
+  const double* first = samples;
+  Date::Date bound = part.start;
+  StatusCode status = StatusCode::Success;
+  while (bound < part.end && status == StatusCode::Success) {
+    piece.AddTime(bound.timestamp);
+    bound = question.interval->ComputeNext(bound);
+    const long long position = (RoundDown(bound.timestamp, length) - begin) / length;
+    const double* const last = samples + std::min<long long>(position, sampleCount - 1);
+    status = Compute(functions, first, last, piece);
+    first = last;
+  }
+  return status;
+}
+
+// What ends the interval is still to come or was cut off; an integral ends with the last sample.
 Piece Reader::ComputeCut() {
   std::vector<double> samples = ReadRows(*intervals.cut);
   samples.push_back(std::numeric_limits<double>::quiet_NaN());
-  Piece piece(question.functions.size());
+  Piece piece(functions.size());
   piece.AddTime(intervals.cut->start.timestamp);
-  Require(Compute(question.functions, &samples.front(), &samples.back(), piece), source.zeltId,
-          "no answer for " + TimeWindowToString(*intervals.cut));
+  for (const auto& [name, function] : functions) {
+    const bool endsBefore = function.isIntegral && samples.size() > 1;
+    const double* const last = &samples.back() - (endsBefore ? 1 : 0);
+    Value value;
+    Require(function.compute(&samples.front(), last, value.number, value.isGood), source.zeltId,
+            "no answer for " + TimeWindowToString(*intervals.cut));
+    piece.AddValue(value);
+  }
   piece.SetAllBad();
   return piece;
 }

@@ -32,6 +32,7 @@ class Reader {
   void PrepareSamples(std::optional<long long> confirmed);
   void PrepareIntervals(std::optional<long long> confirmed);
   void PrepareWhole();
+  void ChooseOneArchive(long long start);
   [[noreturn]] void RefuseIncomplete() const;
   void StreamSamples(const PieceConsumer& consume);
   void StreamIntervals(const PieceConsumer& consume);
@@ -40,6 +41,10 @@ class Reader {
   // The end of the intervals that are computed at once.
   Date::Date FindPieceEnd(const Date::Date& start) const;
   Piece ComputeIntervals(const TimeWindow& part);
+  StatusCode ComputeQueryIntervals(const TimeWindow& part, const double* samples,
+                                   unsigned int sampleCount, Piece& piece) const;
+  StatusCode ComputeBounds(const TimeWindow& part, const double* samples, unsigned int sampleCount,
+                           Piece& piece) const;
   Piece ComputeCut();
   Value ComputeDelta();
 
@@ -51,6 +56,7 @@ class Reader {
 
   const Question& question;
   const Source& source;
+  Choices<PointFunction> functions;
   RowReader rows;
   TimeWindow window;
   Intervals intervals;

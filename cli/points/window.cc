@@ -4,9 +4,6 @@
 
 #include "base/command_error.h"
 #include "base/time_text.h"
-#include "timeseries/date/time_round_helper.h"
-#include "timeseries/time_helper.h"
-#include "timeseries/time_window_helper.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -53,8 +50,7 @@ std::optional<long long> FindFirst(RowReader& rows, long long firstRow, long lon
 // so far: not even for the start of an interval is a coarser one to answer.
 Date::Date FindIntervalStart(const Question& question, const Source& source,
                              const Date::Date& sample) {
-  Date::Date bound = sample;
-  Date::TimeRoundHelper::RoundDownTime(*question.interval, bound);
+  const Date::Date bound = question.interval->RoundDown(sample);
   return source.file.FindArchive(bound.timestamp) == source.file.FindArchive(sample.timestamp)
              ? bound
              : sample;
@@ -136,7 +132,7 @@ TimeWindow ResolveWindow(const Question& question, const Source& source, RowRead
   }
   window.start.timestamp = first.value_or(window.end.timestamp + 1);
   const bool isOnBound =
-      question.interval && question.interval != QueryInterval::FullPeriod && !question.isUnadjusted;
+      question.interval && !question.interval->IsWhole() && !question.isUnadjusted;
   if (isOnBound) {
     window.start = FindIntervalStart(question, source, window.start);
   }
@@ -148,10 +144,8 @@ std::optional<Intervals> FindIntervals(const Question& question, const TimeWindo
   if (question.isUnadjusted) {
     return intervals;
   }
-  const QueryInterval interval = *question.interval;
-  TimeWindow complete = window;
-  Date::TimeRoundHelper::RoundUpTime(interval, complete.start);
-  Date::TimeRoundHelper::RoundDownTime(interval, complete.end);
+  const Interval& interval = *question.interval;
+  const TimeWindow complete{interval.RoundUp(window.start), interval.RoundDown(window.end)};
   const TimeWindow rest{complete.end, window.end};
   if (question.isPartial && rest.start.timestamp < rest.end.timestamp) {
     intervals.cut = rest;
@@ -160,23 +154,26 @@ std::optional<Intervals> FindIntervals(const Question& question, const TimeWindo
     intervals.complete = complete;
     return intervals;
   }
-  const StatusCode status = TimeWindowHelper::AdjustTimeWindow(
-      interval, TimeWindowHelper::DEFAULT_ROUNDING_STRATEGY, intervals.complete);
+  const StatusCode status = Calendar::AdjustTimeWindow(interval.GetCalendar(), intervals.complete);
   return status == StatusCode::Success ? std::optional(intervals) : std::nullopt;
 }
 
 long long GetIntervalLength(const Question& question, const TimeWindow& window) {
-  Date::Date next = window.end;
-  if (question.interval != QueryInterval::FullPeriod) {
-    TimeHelper::ComputeNextDate(*question.interval, window.start, next);
+  const Interval& interval = *question.interval;
+  if (interval.IsWhole()) {
+    return window.end.timestamp - window.start.timestamp;
   }
-  return next.timestamp - window.start.timestamp;
+  const Date::Date next = interval.ComputeNext(window.start);
+  // A window that begins between two bounds may begin shortly before one.
+  const bool isWholeStep = interval.GetQueryInterval().has_value();
+  return isWholeStep ? next.timestamp - window.start.timestamp
+                     : interval.ComputeNext(next).timestamp - next.timestamp;
 }
 
 bool HasBoundOnRow(const Question& question, long long rowLength, Date::Date start) {
   // A row of a day lies on one of as many minutes.
   constexpr int LONGEST_SEARCH = 24 * 60;
-  const bool isFixed = *question.interval <= QueryInterval::Hour;
+  const bool isFixed = question.interval->IsFixed();
   const long long length = isFixed ? GetIntervalLength(question, {start, start}) : 1;
   for (int i = 0; i < LONGEST_SEARCH; ++i) {
     if (start.timestamp % rowLength == 0) {
@@ -184,7 +181,7 @@ bool HasBoundOnRow(const Question& question, long long rowLength, Date::Date sta
     }
     start.timestamp -= length;
     if (!isFixed) {
-      Date::TimeRoundHelper::RoundDownTime(*question.interval, start);
+      start = question.interval->RoundDown(start);
     }
     if (question.isUnadjusted || start.timestamp < EARLIEST_SAMPLE) {
       break;
@@ -195,7 +192,7 @@ bool HasBoundOnRow(const Question& question, long long rowLength, Date::Date sta
 
 void RequireBounded(const Question& question, const Source& source, const ChosenArchive& chosen,
                     const TimeWindow& window) {
-  const bool isWhole = question.interval == QueryInterval::FullPeriod;
+  const bool isWhole = question.interval->IsWhole();
   const auto length = static_cast<unsigned long long>(GetIntervalLength(question, window));
   const auto rowLength = static_cast<unsigned long long>(chosen.rowLength);
   TimeWindow before = window;
@@ -210,13 +207,13 @@ void RequireBounded(const Question& question, const Source& source, const Chosen
 
 void RequireEndOnBound(const Question& question, const Source& source, const TimeWindow& window) {
   const long long length = GetIntervalLength(question, window);
-  const bool isFixed = *question.interval <= QueryInterval::Hour;
+  const bool isFixed = question.interval->IsFixed();
   Date::Date bound = window.start;
   if (isFixed) {
     bound.timestamp += (window.end.timestamp - bound.timestamp) / length * length;
   }
   while (bound.timestamp < window.end.timestamp) {
-    TimeHelper::ComputeNextDate(*question.interval, Date::Date(bound), bound);
+    bound = question.interval->ComputeNext(bound);
   }
   if (bound.timestamp != window.end.timestamp) {
     throw CommandError(source.zeltId,

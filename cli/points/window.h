@@ -28,7 +28,7 @@ struct Intervals {
 // The intervals of a window; none when none is complete, unless one that is cut is asked for.
 std::optional<Intervals> FindIntervals(const Question& question, const TimeWindow& window);
 
-// Seconds of the interval that begins with the window; of all, those of the window.
+// Seconds of an interval at the window's start; of all, those of the window.
 long long GetIntervalLength(const Question& question, const TimeWindow& window);
 
 // Whether a bound, from `start` back, lies on a row. The library finds the samples of all intervals

@@ -11,7 +11,6 @@
 #include "points/reader.h"
 #include "replace/interruption.h"
 #include "rrd/described_file.h"
-#include "timeseries/time_helper.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -22,8 +21,8 @@ std::string DescribeKind(const Question& question, Labels labels) {
   labels.insert(question.labels.begin(), question.labels.end());
   nlohmann::json kind = nlohmann::json::array();
   if (question.interval) {
-    kind = {QueryIntervalToString(*question.interval),
-            CLI::detail::join(GetNames(question.functions), ","), IdentifyZone(question.zone)};
+    kind = {question.interval->Identify(), CLI::detail::join(GetNames(question.functions), ","),
+            IdentifyZone(question.zone)};
   } else {
     kind.push_back("samples");
   }
@@ -91,8 +90,7 @@ void Pusher::TellGap(const Source& source, long long confirmed) const {
     Date::Date start;
     start.timeZone = question.zone;
     start.timestamp = confirmed;
-    TimeHelper::ComputeNextDate(*question.interval, Date::Date(start), start);
-    next = start.timestamp;
+    next = question.interval->ComputeNext(start).timestamp;
   }
   const Rrd::ArchiveDescription& archive = RequireArchive(source.file, next, source.zeltId);
   const auto step = static_cast<long long>(GetRowLength(source.file, archive));
