@@ -354,6 +354,24 @@ class PushTest(unittest.TestCase):
         self.assertEqual(bit_by_bit.lines, at_once.lines)
         self.assertGreater(len(at_once.lines), 200)
 
+    def test_a_week_is_sent_when_it_is_complete(self):
+        directory = f"{self.home.name}/weeks"
+        os.mkdir(directory)
+        recorder = Recorder()
+        self.run_program("create", "topo:a", "--step", "3600", "--rows", "2000", "--start", "1577660400", directory=directory)
+        for begin in range(0, 24 * 31, 50):
+            samples = (f"{1577664000 + 3600 * i}:{i}" for i in range(begin, begin + 50))
+            self.run_program("update", "topo:a", *samples, directory=directory)
+            weeks = (begin + 49) // 168
+            self.push(recorder.url, "--interval", "1w", "--function", "p95", directory=directory, status=weeks == 0)
+            self.assertEqual(len(recorder.lines), weeks)
+        for interval, *start in (("1w",), ("1w", "--week-start", "sunday"), ("1w", "--day-start", "06:00"), ("7d",), ("2w",)):
+            asked = ["--interval", interval, *start, "--function", "p95"]
+            self.push(recorder.url, *asked, directory=directory)
+            self.assertEqual(recorder.lines, self.export("line-protocol", *asked, directory=directory).splitlines())
+            self.assertEqual(self.push(recorder.url, *asked, directory=directory).stdout[:8], "0 points")
+            recorder.lines.clear()
+
     def test_who_pushes(self):
         secret = pathlib.Path(f"{self.home.name}/secret")
         basic = "Basic " + base64.b64encode(b"me:secret@").decode()

@@ -77,7 +77,7 @@ long long GetNow() {
 
 bool IsWeek53(const std::string& text) {
   constexpr std::size_t YEAR_SIZE = 4;
-  return text.size() > YEAR_SIZE && text.substr(YEAR_SIZE) == "-W53";
+  return text.find_first_not_of("0123456789") == YEAR_SIZE && text.substr(YEAR_SIZE) == "-W53";
 }
 
 std::string RemoveBlanks(std::string text) {
