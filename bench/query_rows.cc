@@ -7,7 +7,6 @@
 
 #include "row.h"
 #include "samples.h"
-#include "timeseries/calendar.h"
 
 namespace Bench {
 namespace {
@@ -61,22 +60,6 @@ std::vector<Bucket> ExportDays(const std::string& path) {
   std::free(legend);
   std::free(data);
   return buckets;
-}
-
-Points QueryWeeks(const Year& year, const DataFunction& function) {
-  const CalendarInterval week{CalendarUnit::Week};
-  TimeWindow window = MakeWindow(START, END);
-  std::vector<Date::Date> bounds;
-  nvx::Workstation::InMemoryRedisClient redis;
-  RrdClient rrd;
-  Points points;
-  Require(
-      Calendar::AdjustTimeWindow(week, window) == StatusCode::Success &&
-          Calendar::ListBounds(week, window, bounds) == StatusCode::Success &&
-          Rrd::NumericalDataSource(year.GetPath(), redis, rrd).Fetch(bounds, function, points) ==
-              StatusCode::Success,
-      "query by week");
-  return points;
 }
 
 Contest EnterPercentiles() {

@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "row.h"
+#include "timeseries/calendar.h"
 
 namespace Bench {
 namespace {
@@ -63,6 +64,25 @@ Points Year::Query(const TimeWindow& window, QueryInterval interval) const {
   Points points;
   RequireSuccess(Rrd::NumericalDataSource(path, redis, rrd).FetchAverage(window, interval, points),
                  "query");
+  return points;
+}
+
+TimeWindow MakeWindowOfWeeks() {
+  TimeWindow window = MakeWindow(START, END);
+  RequireSuccess(Calendar::AdjustTimeWindow({CalendarUnit::Week}, window), "weeks");
+  return window;
+}
+
+Points QueryWeeks(const Year& year, const DataFunction& function) {
+  const TimeWindow window = MakeWindowOfWeeks();
+  std::vector<Date::Date> bounds;
+  nvx::Workstation::InMemoryRedisClient redis;
+  RrdClient rrd;
+  Points points;
+  RequireSuccess(Calendar::ListBounds({CalendarUnit::Week}, window, bounds), "bounds");
+  RequireSuccess(
+      Rrd::NumericalDataSource(year.GetPath(), redis, rrd).Fetch(bounds, function, points),
+      "query by week");
   return points;
 }
 

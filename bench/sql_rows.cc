@@ -3,6 +3,9 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+#include <cmath>
+
 #include "duckdb.h"
 #include "row.h"
 
@@ -110,21 +113,68 @@ Contest EnterSqliteByGroups() {
       UtcYear(), [=] { return sqlite->Query(query.c_str()); }, BoundSample::InNext);
 }
 
-// `column` is `instant`, which is truncated in the zone, or `utc`.
-Contest EnterDuckDb(const TimeWindow& window, const std::string& column) {
-  const auto duckDb = std::make_shared<DuckDb>();
+// A table of the samples at an `instant`, which is truncated in the zone, or `utc`.
+std::shared_ptr<DuckDb> FillDuckDb(const TimeWindow& window) {
+  auto duckDb = std::make_shared<DuckDb>();
   duckDb->Run(std::string("SET TimeZone = '") + ZONE + "'");
   duckDb->Run("CREATE TABLE raw(time BIGINT, value DOUBLE)");
   duckDb->Append("raw", MakeSamples(window.start.timestamp, window.end.timestamp - STEP));
   duckDb->Run(
       "CREATE TABLE samples AS SELECT to_timestamp(time) AS instant, "
       "make_timestamp(time * 1000000) AS utc, value FROM raw");
+  return duckDb;
+}
+
+Contest EnterDuckDb(const TimeWindow& window, const std::string& column) {
+  const auto duckDb = FillDuckDb(window);
   const std::string query =
       "SELECT epoch(day)::BIGINT, average FROM (SELECT date_trunc('day', " + column +
       ")::" + (column == "utc" ? "TIMESTAMP" : "TIMESTAMPTZ") +
       " AS day, avg(value) AS average FROM samples GROUP BY day) ORDER BY day";
   return EnterDays(
       window, [=] { return duckDb->Query(query); }, BoundSample::InNext);
+}
+
+// The 95th percentile of the samples from one time to another, both included.
+double SortForPercentile(long long first, long long last) {
+  std::vector<double> values;
+  for (const auto& sample : MakeSamples(first, last)) {
+    values.push_back(sample.second);
+  }
+  std::sort(values.begin(), values.end());
+  return values[(values.size() * 95 + 99) / 100 - 1];
+}
+
+// Ours have the sample on the later bound, too, which the rival counts to the next week alone.
+void RequirePercentiles(const Points& points, const std::vector<Bucket>& buckets, long long end) {
+  Require(points.size() == buckets.size(), "number of weeks");
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    const long long start = points[i].date.timestamp;
+    const long long next = i + 1 < points.size() ? points[i + 1].date.timestamp : end;
+    Require(points[i].quality && points[i].value == SortForPercentile(start, next), "percentile");
+    Require(
+        buckets[i].start == start && buckets[i].average == SortForPercentile(start, next - STEP),
+        "percentile of the rival");
+  }
+}
+
+Contest EnterDuckDbPercentiles() {
+  const auto year = std::make_shared<Year>();
+  const TimeWindow window = MakeWindowOfWeeks();
+  const auto duckDb = FillDuckDb(window);
+  const std::string query =
+      std::string(
+          "SELECT epoch(week)::BIGINT, percentile FROM (SELECT time_bucket("
+          "INTERVAL '7 days', instant, '") +
+      ZONE +
+      "') AS week, quantile_disc(value, 0.95) AS percentile FROM samples GROUP BY week) "
+      "ORDER BY week";
+  nvx::TimeSeriesDatabase::DataFunction percentile;
+  Require(nvx::TimeSeriesDatabase::DataFunctions::MakePercentile(95000, percentile) ==
+              nvx::TimeSeriesDatabase::StatusCode::Success,
+          "percentile");
+  RequirePercentiles(QueryWeeks(*year, percentile), duckDb->Query(query), window.end.timestamp);
+  return {{[=] { (void)QueryWeeks(*year, percentile); }}, {[=] { (void)duckDb->Query(query); }}};
 }
 
 }  // namespace
@@ -138,6 +188,9 @@ std::vector<Row> ListSqlRows() {
        [] { return EnterDuckDb(LocalYear(), "instant"); }},
       {"a year by UTC day", "DuckDB, one thread, `date_trunc` in UTC", TimesFaster(3),
        [] { return EnterDuckDb(UtcYear(), "utc"); }},
+      {"a year of minutes by week, the 95th percentile",
+       "DuckDB, one thread, `quantile_disc` by `time_bucket` in the zone", TimesFaster(1),
+       EnterDuckDbPercentiles},
   };
 }
 
