@@ -64,12 +64,13 @@ std::vector<Bucket> ExportDays(const std::string& path) {
 
 Contest EnterPercentiles() {
   const auto year = std::make_shared<Year>();
+  const TimeWindow weeks = ShrinkToWeeks(MakeWindow(START, END));
   DataFunction percentile;
   Require(DataFunctions::MakePercentile(95000, percentile) == StatusCode::Success, "percentile");
   const DataFunction average = DataFunctions::ComputeAverageIgnoringNan;
-  Require(QueryWeeks(*year, percentile).size() == 51, "number of weeks");
-  return {{[=] { (void)QueryWeeks(*year, percentile); }},
-          {[=] { (void)QueryWeeks(*year, average); }}};
+  Require(QueryWeeks(*year, weeks, percentile).size() == 51, "number of weeks");
+  return {{[=] { (void)QueryWeeks(*year, weeks, percentile); }},
+          {[=] { (void)QueryWeeks(*year, weeks, average); }}};
 }
 
 Contest EnterExport() {

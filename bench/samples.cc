@@ -67,19 +67,17 @@ Points Year::Query(const TimeWindow& window, QueryInterval interval) const {
   return points;
 }
 
-TimeWindow MakeWindowOfWeeks() {
-  TimeWindow window = MakeWindow(START, END);
+TimeWindow ShrinkToWeeks(TimeWindow window) {
   RequireSuccess(Calendar::AdjustTimeWindow({CalendarUnit::Week}, window), "weeks");
   return window;
 }
 
-Points QueryWeeks(const Year& year, const DataFunction& function) {
-  const TimeWindow window = MakeWindowOfWeeks();
+Points QueryWeeks(const Year& year, const TimeWindow& weeks, const DataFunction& function) {
   std::vector<Date::Date> bounds;
   nvx::Workstation::InMemoryRedisClient redis;
   RrdClient rrd;
   Points points;
-  RequireSuccess(Calendar::ListBounds({CalendarUnit::Week}, window, bounds), "bounds");
+  RequireSuccess(Calendar::ListBounds({CalendarUnit::Week}, weeks, bounds), "bounds");
   RequireSuccess(
       Rrd::NumericalDataSource(year.GetPath(), redis, rrd).Fetch(bounds, function, points),
       "query by week");

@@ -66,9 +66,10 @@ class Year {
   std::string path;
 };
 
-// The weeks of the year that are complete, and what a function makes of each.
-TimeWindow MakeWindowOfWeeks();
-Points QueryWeeks(const Year& year, const nvx::TimeSeriesDatabase::DataFunction& function);
+// The complete weeks of a window, and what a function makes of each.
+TimeWindow ShrinkToWeeks(TimeWindow window);
+Points QueryWeeks(const Year& year, const TimeWindow& weeks,
+                  const nvx::TimeSeriesDatabase::DataFunction& function);
 
 // Fetches by the RRD library alone, and frees what it has fetched.
 void FetchAlone(const std::string& path, long long start, long long end);

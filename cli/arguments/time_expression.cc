@@ -61,7 +61,7 @@ std::vector<std::string> ListWords() {
 std::string FindWord(const std::string& text) {
   const std::size_t end = std::min(text.find_first_not_of(LETTERS), text.size());
   for (const Period& period : PERIODS) {
-    const std::string word = period.word;
+    std::string word = period.word;
     if (word.size() > end && text.compare(0, word.size(), word) == 0 &&
         text.find_first_of(LETTERS, word.size()) != word.size()) {
       return word;
@@ -174,8 +174,8 @@ TimeExpression::Moment TimeExpression::FindOrigin(const FileTimes& file) const {
 }
 
 cctz::civil_second TimeExpression::FindBegin(const cctz::civil_second& now) const {
-  constexpr int DAYS_PER_WEEK = 7;
-  constexpr int MONTHS_PER_QUARTER = 3;
+  constexpr cctz::diff_t DAYS_PER_WEEK = 7;
+  constexpr cctz::diff_t MONTHS_PER_QUARTER = 3;
   const auto* const period = std::find_if(std::begin(PERIODS), std::end(PERIODS),
                                           [this](const auto& known) { return known.word == word; });
   const int before = period->before;

@@ -39,33 +39,40 @@ std::string Complete(std::string text) {
   return text;
 }
 
-// The first day of a quarter "2024-Q3" or of a week "2024-W07" of ISO 8601, of which the first one
-// has January 4. Nothing for any other text.
+// The first day of a quarter; nothing where the year has no such one.
+std::optional<cctz::civil_day> FindQuarter(const cctz::civil_year& year, cctz::diff_t number) {
+  constexpr cctz::diff_t MONTHS_PER_QUARTER = 3;
+  const cctz::civil_month first = cctz::civil_month(year) + (number - 1) * MONTHS_PER_QUARTER;
+  const bool isOfYear = number >= 1 && cctz::civil_year(first) == year;
+  return isOfYear ? std::optional(cctz::civil_day(first)) : std::nullopt;
+}
+
+// The Monday of a week of ISO 8601, of which the first one has January 4; nothing where the year
+// has no such one.
+std::optional<cctz::civil_day> FindWeek(const cctz::civil_year& year, cctz::diff_t number) {
+  constexpr cctz::diff_t DAYS_PER_WEEK = 7;
+  const cctz::civil_day behindFourth = cctz::civil_day(year) + 4;
+  const cctz::civil_day first = cctz::prev_weekday(behindFourth, cctz::weekday::monday);
+  const cctz::civil_day monday = first + (number - 1) * DAYS_PER_WEEK;
+  const bool isOfYear = number >= 1 && cctz::civil_year(monday + 3) == year;
+  return isOfYear ? std::optional(monday) : std::nullopt;
+}
+
+// The first day of a quarter "2024-Q3" or of a week "2024-W07"; nothing for any other text.
 std::optional<cctz::civil_day> FindFirstDay(const std::string& text) {
-  constexpr std::size_t YEAR_SIZE = 4;
-  constexpr int MONTHS_PER_QUARTER = 3;
-  constexpr int LAST_QUARTER = 4;
-  constexpr int DAYS_PER_WEEK = 7;
-  const std::string kind = text.substr(std::min(YEAR_SIZE, text.size()), 2);
-  const std::size_t digitCount = kind == "-Q" ? 1 : kind == "-W" ? 2 : 0;
-  const std::string year = text.substr(0, YEAR_SIZE);
-  const std::string digits = text.substr(std::min(YEAR_SIZE + 2, text.size()));
-  if (digitCount == 0 || digits.size() != digitCount || !IsNumber(year + digits)) {
+  constexpr std::size_t QUARTER_SIZE = 7;
+  constexpr std::size_t WEEK_SIZE = 8;
+  if (text.size() != QUARTER_SIZE && text.size() != WEEK_SIZE) {
     return std::nullopt;
   }
-  const int number = std::stoi(digits);
-  const cctz::civil_year wanted(std::stoi(year));
-  if (kind == "-Q") {
-    const bool isQuarter = number >= 1 && number <= LAST_QUARTER;
-    return isQuarter ? std::optional<cctz::civil_day>(cctz::civil_month(wanted) +
-                                                      (number - 1) * MONTHS_PER_QUARTER)
-                     : std::nullopt;
+  const std::string digits = text.substr(0, 4) + text.substr(6);
+  const std::string kind = text.substr(4, 2);
+  if (!IsNumber(digits) || kind != (text.size() == QUARTER_SIZE ? "-Q" : "-W")) {
+    return std::nullopt;
   }
-  const cctz::civil_day first =
-      cctz::prev_weekday(cctz::civil_day(wanted) + 4, cctz::weekday::monday);
-  const cctz::civil_day week = first + (number - 1) * DAYS_PER_WEEK;
-  const bool isOfYear = number >= 1 && cctz::civil_year(week + 3) == wanted;
-  return isOfYear ? std::optional(week) : std::nullopt;
+  const cctz::civil_year year(std::stoi(digits.substr(0, 4)));
+  const int number = std::stoi(digits.substr(4));
+  return kind == "-Q" ? FindQuarter(year, number) : FindWeek(year, number);
 }
 
 bool HasOffset(const std::string& text) {

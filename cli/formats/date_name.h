@@ -11,7 +11,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 inline std::string NameDate(const Date::Date& date, CalendarUnit unit) {
   constexpr int MONTHS_PER_QUARTER = 3;
   const cctz::time_point<cctz::seconds> instant{cctz::seconds(date.timestamp)};
-  const std::string year = cctz::format("%E4Y", instant, date.timeZone);
+  std::string year = cctz::format("%E4Y", instant, date.timeZone);
   switch (unit) {
     case CalendarUnit::Week:
       return year + cctz::format("-%m-%d", instant, date.timeZone);
