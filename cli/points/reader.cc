@@ -93,6 +93,9 @@ void Reader::PrepareIntervals(std::optional<long long> confirmed) {
   intervals = *found;
   TimeWindow& complete = intervals.complete;
   ChooseOneArchive(complete.start.timestamp);
+  if (intervals.cut) {
+    RequireBounded(question, source, chosen.front(), *intervals.cut);
+  }
   if (complete.start.timestamp == complete.end.timestamp) {
     return;
   }
