@@ -19,11 +19,14 @@ run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${work}/prefix")
 run(${CMAKE_COMMAND} -S "${SOURCE_DIR}/docs/example" -B "${work}/build" -G Ninja
     "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}" "-DCMAKE_PREFIX_PATH=${work}/prefix")
 run(${CMAKE_COMMAND} --build "${work}/build")
-run(${EMULATOR} "${work}/build/package-user" "${work}/data")
-if(NOT output STREQUAL "2024-01-01T00:00:00.000+01:00 20.50 good
+function(run_example program)
+  run(${EMULATOR} "${program}" "${work}/data")
+  if(NOT output STREQUAL "2024-01-01T00:00:00.000+01:00 20.50 good
 2024-02-01T00:00:00.000+01:00 22.50 good")
-  message(FATAL_ERROR "unexpected: ${output}")
-endif()
+    message(FATAL_ERROR "unexpected: ${output}")
+  endif()
+endfunction()
+run_example("${work}/build/package-user")
 file(GLOB push_program "${work}/prefix/*/nvx-timeseries/nvx-timeseries-push")
 if(push_program AND NOT EMULATOR)
   run("${work}/prefix/bin/nvx-timeseries" push --help)
@@ -43,7 +46,18 @@ run(pkg-config --cflags --libs nvx-timeseries-database)
 separate_arguments(flags UNIX_COMMAND "${output}")
 run(${COMPILER} -std=c++17 "${SOURCE_DIR}/docs/example/main.cc" -o "${work}/pkgconfig-user" ${flags}
     "-Wl,-rpath,${library_dir}")
-run(${EMULATOR} "${work}/pkgconfig-user" "${work}/data")
+run_example("${work}/pkgconfig-user")  # with the file that the first one made
+
+# The pages that the installed README links to.
+set(pages "${work}/prefix/share/doc/nvx-timeseries-database")
+file(READ "${pages}/README.md" readme)
+string(REGEX MATCHALL "\\([a-zA-Z0-9/-]+\\.(md|png)\\)" links "${readme}")
+foreach(link ${links})
+  string(REGEX REPLACE "[()]" "" page "${link}")
+  if(NOT EXISTS "${pages}/${page}")
+    message(FATAL_ERROR "not installed: ${page}")
+  endif()
+endforeach()
 
 run(${CMAKE_COMMAND} -S "${SOURCE_DIR}" -B "${work}/other" -G Ninja
     "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}" "-DNVX_HOST_PLATFORM=${SOURCE_DIR}/docs/host-platform"

@@ -13,7 +13,7 @@
 using namespace nvx::TimeSeriesDatabase;
 using cctz::civil_second;
 
-// Stores samples of every hour in the directory that is its argument, and prints monthly averages.
+// Stores a sample an hour in the directory that its argument names, and prints monthly averages.
 int main(int, char** arguments) {
   nvx::Utilities::FileSystem files;
   nvx::Workstation::InMemoryRedisClient store;
@@ -31,12 +31,14 @@ int main(int, char** arguments) {
   for (long long time = window.start.timestamp; time <= window.end.timestamp; time += 3600) {
     samples[time] = samples.size() < 31 * 24 ? 20.5 : 22.5;
   }
-  std::string path;
-  // An hour a step, begun a step before the first sample; values from -40 to 125; 8760 rows.
+  // Create replaces a file, so it is called only where there is none. An hour a step, begun a step
+  // before the first sample; values from -40 to 125; 8760 rows.
   const long long begin = window.start.timestamp - 3600;
-  if (database.GetPathToRrdFile("topo:Boiler", path) != StatusCode::Success ||
-      rrd.Create(path, 3600, begin, -40, 125, 8760) != StatusCode::Success ||
-      rrd.UpdateAtomically(path, samples, Rrd::Durability::Process) != StatusCode::Success) {
+  std::string path;
+  if (database.HasDataSource("topo:Boiler") == StatusCode::NotFound &&
+      (database.GetPathToRrdFile("topo:Boiler", path) != StatusCode::Success ||
+       rrd.Create(path, 3600, begin, -40, 125, 8760) != StatusCode::Success ||
+       rrd.UpdateAtomically(path, samples, Rrd::Durability::Process) != StatusCode::Success)) {
     std::fprintf(stderr, "%s\n", Failure::GetReason());
     return 1;
   }
