@@ -26,8 +26,8 @@ enum class WeekStart : unsigned char {
   Sunday,
 };
 
-// An interval of the local calendar: one unit or several, which may begin at another time than
-// midnight. Which ones there are, and where they begin:
+// An interval of the local calendar: one unit or several. A day may begin at another time than
+// midnight. These are the intervals, and where they begin:
 //
 //   unit        counts                     begins
 //   Minute      those of QueryInterval     every `count` minutes of the local hour
@@ -54,9 +54,9 @@ enum class WeekStart : unsigned char {
 //   a day from 02:30     2021-03-27T02:30+01:00, 2021-03-28T03:00+02:00, 2021-03-29T02:30+02:00
 //   a quarter from 06:00 2024-01-01T06:00+01:00, 2024-04-01T06:00+02:00
 //
-// An interval that QueryInterval has too is the same in every respect: rounded as TimeRoundHelper
-// rounds and stepped as TimeHelper::ComputeNextDate steps. A single hour therefore lasts 3600
-// seconds always; only hours of a count above 1 follow the clocks.
+// An interval that QueryInterval has, too, behaves the same: it is rounded as by TimeRoundHelper
+// and stepped as by TimeHelper::ComputeNextDate. So a single hour always lasts 3600 seconds; only
+// several hours follow the clocks.
 struct NVX_TIMESERIES_EXPORT CalendarInterval {
   CalendarUnit unit = CalendarUnit::Day;
   unsigned int count = 1;
@@ -64,20 +64,20 @@ struct NVX_TIMESERIES_EXPORT CalendarInterval {
   WeekStart weekStart = WeekStart::Monday;  // of a Week; no other unit looks at it
 
   // InvalidArgument, with a line in the log that says why, for a value outside its enumeration, a
-  // count that the unit does not have, a start of the day after 23:59:59, or one of a unit below a
-  // Day or of FullPeriod.
+  // count that the unit does not have, a start of the day after 23:59:59, or any start of the day
+  // with minutes, hours or FullPeriod.
   StatusCode IsValid() const;
 };
 
-// The same interval; one that is not valid for a value outside the enumeration.
+// The same interval. For a value outside the enumeration, one that is not valid.
 NVX_TIMESERIES_EXPORT CalendarInterval ToCalendarInterval(QueryInterval interval);
 
 // Bounds of intervals of the calendar, in the zone of the dates that are given. All operations
-// return InvalidArgument for an interval that is not valid, with what they would write unchanged.
+// return InvalidArgument for an interval that is not valid, and then change nothing.
 namespace Calendar {
 
-// Move to the last bound that is not later, or to the first that is not earlier, and leave a date
-// on a bound. QueryInterval's own intervals have the exceptions that Date names, and FullPeriod is
+// Move `date` to the last bound that is not later, or to the first that is not earlier. A date on a
+// bound stays. QueryInterval's own intervals have the exceptions that Date names, and FullPeriod is
 // rounded like an hour.
 NVX_TIMESERIES_EXPORT StatusCode RoundDown(const CalendarInterval& interval, Date::Date& date);
 NVX_TIMESERIES_EXPORT StatusCode RoundUp(const CalendarInterval& interval, Date::Date& date);
@@ -92,8 +92,8 @@ NVX_TIMESERIES_EXPORT StatusCode ComputeNextDate(const CalendarInterval& interva
 NVX_TIMESERIES_EXPORT StatusCode AdjustTimeWindow(const CalendarInterval& interval,
                                                   TimeWindow& window);
 
-// Sets `bounds` to the window's start and each next date up to the window's end: what a query of
-// any bounds takes. Of FullPeriod these are the start and the end.
+// Sets `bounds` to the window's start and each next date up to the window's end, as
+// NumericalDataSource::Fetch takes them. For FullPeriod they are the start and the end.
 //
 //   code             bounds                    when
 //   Success          all                       the last one is the window's end

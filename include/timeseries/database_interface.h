@@ -11,8 +11,8 @@
 
 namespace nvx::TimeSeriesDatabase {
 
-// A collection of data sources, each named by its Zelt id. The averages of each whole hour between
-// two instants, for example, and what is to be done about a failure left out:
+// A collection of data sources, each named by its Zelt id. For example, the averages of each whole
+// hour between two instants, without the handling of failures:
 //
 //   TimeWindow window;
 //   if (window.start.Initialize(1700006460, "Europe/Paris") != StatusCode::Success ||

@@ -1,8 +1,7 @@
 #pragma once
 
-// All of the host platform that the library uses: the headers named here are the platform's. They
-// keep default visibility, which the inline instance of the logger needs to be the only one of the
-// process.
+// All that the library uses of the host platform: these headers are the platform's. They keep
+// default visibility, so that the inline instance of the logger is the only one in the process.
 
 #pragma GCC visibility push(default)
 #include <nvx/date_time_encoder.h>

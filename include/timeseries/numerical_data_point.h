@@ -10,7 +10,7 @@ namespace nvx::TimeSeriesDatabase {
 struct NumericalDataPoint {
   Date::Date date;  // start of the interval, in the zone of the query's window
   double value = std::numeric_limits<double>::quiet_NaN();  // NaN when there is none
-  bool quality = false;                                     // true: good, as the data function says
+  bool quality = false;                                     // true: good, see the data function
 };
 
 }  // namespace nvx::TimeSeriesDatabase

@@ -16,8 +16,8 @@ class NVX_TIMESERIES_EXPORT NumericalDataSourceInterface : public DataSourceInte
  public:
   ~NumericalDataSourceInterface() override;
 
-  // A place in the order of operations that has no use yet: implementations do nothing and return
-  // Success. It stays so that the operations after it keep their places.
+  // Has no use yet: implementations do nothing and return Success. It stays so that the operations
+  // after it keep their places in the virtual table.
   virtual StatusCode Reserved() = 0;
 
   // Append to `points` one point for each interval of the window, dated with the interval's start.

@@ -48,8 +48,8 @@ class NVX_TIMESERIES_EXPORT Date {
   // Reads `text` as an instant in UTC, to be shown in the zone. It is written like
   // "2021-03-28T01:00:00.000+00:00", and always ends with ".000+00:00". cctz also takes blanks
   // around it, numbers without their leading zeros, years of other lengths, and the second 60 as
-  // the next minute's 0. InvalidArgument for an unknown zone (the date's zone is UTC then) or any
-  // other text (the date has the new zone then); `timestamp` is unchanged in both cases.
+  // second 0 of the next minute. InvalidArgument for an unknown zone (the date's zone becomes UTC)
+  // or any other text (the date gets the new zone); `timestamp` is unchanged in both cases.
   StatusCode Initialize(const std::string& text, const std::string& timeZoneName);
 
   // Sets the instant and the zone. InvalidArgument for an unknown zone: `timestamp` is unchanged
@@ -86,8 +86,7 @@ class NVX_TIMESERIES_EXPORT Date {
   // Whether hour and minute are those of the first instant of the local day.
   static bool IsFirstHourOfDay(const Date& date);
 
-  // Round to a multiple of `minutes`, counted from the full local hour on; 0 leaves the date
-  // unchanged.
+  // Round to a multiple of `minutes` after the full local hour; 0 leaves the date unchanged.
   static void RoundDownTimeToMinute(Date& date, unsigned int minutes);
   static void RoundUpTimeToMinute(Date& date, unsigned int minutes);
 

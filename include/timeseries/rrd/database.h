@@ -23,9 +23,9 @@ class NVX_TIMESERIES_EXPORT Database : public DatabaseInterface {
            RedisClientInterface& redisClient, RrdClient& rrdClient);
   ~Database() override;
 
-  // Adds the ids of all RRD files in the directory. Files whose names give no id are passed over.
-  // Failure when there are files and `zeltIds` is empty all the same; the host's code, with
-  // `zeltIds` unchanged, when the directory cannot be read.
+  // Adds the ids of all RRD files in the directory. Files whose names give no id are skipped.
+  // Failure when there are files and yet `zeltIds` is empty; the host's code, with `zeltIds`
+  // unchanged, when the directory cannot be read.
   StatusCode ListDataSources(std::set<std::string>& zeltIds) const override;
 
   // These three return InvalidArgument for an id that has no file name, and the code of
@@ -45,8 +45,8 @@ class NVX_TIMESERIES_EXPORT Database : public DatabaseInterface {
   // an id that has no file name.
   StatusCode GetPathToRrdFile(const std::string& zeltId, std::string& path) const;
 
-  // Add the ids of bare file names to `zeltIds`; a name that gives none is passed over. Failure
-  // when there are names and `zeltIds` is empty all the same.
+  // Add the ids of bare file names to `zeltIds`; a name that gives none is skipped. Failure when
+  // there are names and yet `zeltIds` is empty.
   static StatusCode ProcessFileNames(const std::set<std::string>& fileNames,
                                      std::set<std::string>& zeltIds);
   static void InsertZeltId(const std::string& fileName, std::set<std::string>& zeltIds);

@@ -39,9 +39,9 @@ struct NVX_TIMESERIES_EXPORT FileDescription {
   // with the last value of each step. Only such files are migrated without loss.
   bool HasShapeOfCreate() const;
 
-  // The archive that RrdClient::Fetch reads for a window from `start` on, of last values or of one
-  // value per row: the finest that reaches back to it, or else the finest of those that reach back
-  // furthest. Null when there is none.
+  // The archive that RrdClient::Fetch reads for a window from `start` on. Only archives of last
+  // values or with one step per row are read. Of these it is the finest that reaches back to
+  // `start`, or else the finest of those that reach back furthest. Null when there is none.
   const ArchiveDescription* FindArchive(long long start) const;
 };
 

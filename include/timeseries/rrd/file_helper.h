@@ -13,7 +13,7 @@ namespace nvx::TimeSeriesDatabase::Rrd {
 // InvalidArgument, with `scope` unchanged, when none occurs.
 NVX_TIMESERIES_EXPORT StatusCode FindZeltScope(const std::string& key, std::string& scope);
 
-// The table of scopes, with one of which every Zelt id begins: diag, edge_application, event,
+// The table of scopes. Every Zelt id begins with one of them: diag, edge_application, event,
 // fw_up, health, historization, io_block, local_device, local_modbus, modbus, security, topo,
 // vrk_system, zigbee.
 NVX_TIMESERIES_EXPORT const std::set<std::string>& ListZeltScopes();
@@ -34,8 +34,8 @@ class NVX_TIMESERIES_EXPORT FileHelper {
   static StatusCode ComputeFileNameFromZeltId(const std::string& zeltId, std::string& fileName);
 
   // The last four characters of the name, separator and extension, are dropped without a look.
-  // InvalidArgument for a name without scope (`zeltId` is unchanged then) or without "_" after it
-  // (`zeltId` is of no use then).
+  // InvalidArgument for a name without scope, with `zeltId` unchanged, or without "_" after it,
+  // with an undefined text in `zeltId`.
   static StatusCode ComputeZeltIdFromFileName(const std::string& fileName, std::string& zeltId);
 };
 

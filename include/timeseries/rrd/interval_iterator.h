@@ -19,8 +19,8 @@ class NVX_TIMESERIES_EXPORT IntervalIterator {
   IntervalIterator(const TimeWindow& window, const double* samples, unsigned long long step,
                    QueryInterval interval);
 
-  // The same with a buffer of `sampleCount` samples, which no position leaves, whatever the window:
-  // an interval that lacks samples ends with the last one.
+  // The same with a buffer of `sampleCount` samples. No position lies outside it, whatever the
+  // window: an interval beyond its end has fewer samples, and at least the last one.
   IntervalIterator(const TimeWindow& window, const double* samples, unsigned long long step,
                    QueryInterval interval, unsigned int sampleCount);
 

@@ -15,8 +15,8 @@ namespace nvx::TimeSeriesDatabase::Rrd {
 // Applies a data function to every interval of an iterator.
 class NVX_TIMESERIES_EXPORT IntervalProcessor {
  public:
-  // Both arguments stay the caller's and must outlive the processor, so no temporary will do: a
-  // plain function has to be put into a DataFunction first.
+  // Both arguments stay the caller's and must outlive the processor. Temporaries do not compile:
+  // put a plain function into a DataFunction first.
   IntervalProcessor(const DataFunction& function, IntervalIterator& iterator);
   IntervalProcessor(const DataFunction&& function, IntervalIterator& iterator) = delete;
 
@@ -32,8 +32,8 @@ class NVX_TIMESERIES_EXPORT IntervalProcessor {
 };
 
 // Does the same for the interval between each two neighbours of `bounds`, which must ascend.
-// `samples` are those of a fetch from the first bound to the last one or further; of intervals that
-// lack samples, as of IntervalIterator. Several functions can so be applied to one fetch.
+// `samples` are fetched from the first bound to the last one or further. Intervals that lack
+// samples are treated as by IntervalIterator. Several functions can be applied to one fetch.
 NVX_TIMESERIES_EXPORT StatusCode ProcessBounds(const std::vector<Date::Date>& bounds,
                                                const FetchResult& samples,
                                                const DataFunction& function,

@@ -43,14 +43,14 @@ class NVX_TIMESERIES_EXPORT NumericalDataSource : public NumericalDataSourceInte
   StatusCode FetchDelta(const TimeWindow& window, QueryInterval interval,
                         std::vector<NumericalDataPoint>& points) override;
 
-  // The same with any data function. Of FullPeriod it is the delta, whatever the function.
+  // The same with any data function. For FullPeriod it is the delta, whatever the function.
   StatusCode Fetch(const TimeWindow& window, QueryInterval interval, const DataFunction& function,
                    std::vector<NumericalDataPoint>& points);
 
-  // Appends one point for each interval from one bound to the next, in any lengths, with codes and
+  // Appends one point for each interval from one bound to the next, of any length, with codes and
   // qualities as FetchAverage. InvalidArgument, before anything is read, for fewer than two bounds,
-  // for bounds that do not ascend and for bounds of different zones. Calendar::ListBounds lists
-  // those of weeks, quarters, years and others:
+  // for bounds that do not ascend and for bounds of different zones. Calendar::ListBounds lists the
+  // bounds of weeks, quarters, years and others:
   //
   //   CalendarInterval week;
   //   week.unit = CalendarUnit::Week;

@@ -10,11 +10,11 @@ namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 
 struct rra_def_t;
 
-// One conversion of one file. Sanitizer, which is made of it, tells what it does and returns. The
-// header is built in memory; the values are copied in pieces of 64 KiB.
+// One conversion of one file, with the codes of Sanitizer. The header is built in memory; the
+// values are copied in pieces of 64 KiB.
 class NVX_TIMESERIES_EXPORT HeaderConverter {
  public:
-  // Keeps references to both paths, which must outlive the converter, so no temporary will do.
+  // Keeps references to both paths, which must outlive the converter; temporaries do not compile.
   // Touches no file.
   HeaderConverter(const std::string& source, const std::string& destination);
   HeaderConverter(const std::string&& source, const std::string& destination) = delete;

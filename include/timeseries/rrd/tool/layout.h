@@ -4,8 +4,8 @@
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 
-// An RRD file holds the structures of the machine that wrote it. These are the machines, by the
-// widths of their `long` and `time_t` and by the place of their doubles.
+// An RRD file holds the structures of the machine that wrote it. Machines differ in the widths of
+// `long` and `time_t`, in the alignment of doubles and in the byte order.
 enum class Layout {
   Arm32Time32,            // 32-bit ARM, MIPS low byte first: 32-bit time_t
   Arm32Time64,            // the same with a 64-bit time_t
@@ -17,7 +17,7 @@ enum class Layout {
   Bits64HighFirst,        // s390x, 64-bit PowerPC and SPARC
 };
 
-// "64bit", for instance: a name of static storage, "unknown" for no layout.
+// A static string, such as "64bit"; "unknown" for a value outside the enumeration.
 NVX_TIMESERIES_EXPORT const char* GetLayoutName(Layout layout);
 
 // The layout of the files that the RRD library of this machine reads and writes.

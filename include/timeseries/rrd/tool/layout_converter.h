@@ -9,7 +9,7 @@
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 
-// What the bytes of an RRD file say of it.
+// What the bytes of an RRD file say about it.
 struct RecognisedFile {
   Layout layout = Layout::Bits64;
   std::uint64_t dsCount = 0;     // data sources
@@ -22,12 +22,12 @@ struct RecognisedFile {
 };
 
 // Recognises RRD files (versions 0001 to 0005) of any machine and rewrites them for another one, in
-// their version. Old files end with an unused word, which is accepted and left out.
+// the same version. An unused word at the end of an old file is accepted and left out.
 //
 // Every failure writes one line to the log and keeps its reason. An object is used by one thread.
 class NVX_TIMESERIES_EXPORT LayoutConverter {
  public:
-  // Finds the layout of a file, which is only read. A file that may have one of two layouts is
+  // Finds the layout of a file, which is only read. A file that may have either of two layouts is
   // refused, and so is one whose header contradicts itself.
   //
   // CannotOpen or InvalidArgument, with `file` unchanged, or OutOfMemory.
@@ -42,14 +42,14 @@ class NVX_TIMESERIES_EXPORT LayoutConverter {
   //
   // Before the destination is touched: the failures of Recognise; NothingToDo for a file that has
   // the layout already and no unused word; InvalidArgument for another target, for a number or a
-  // time that does not fit into the target, for a type of data source or archive that is unknown,
-  // and when both paths name the same file; IoError when the destination cannot be created.
+  // time that does not fit into the target, for an unknown type of data source or archive, and when
+  // both paths name the same file; IoError when the destination cannot be created.
   //
-  // Later failures (IoError, InvalidArgument) leave a destination that is incomplete and of no use.
+  // Later failures (IoError, InvalidArgument) leave an incomplete destination that is of no use.
   // To replace a file, convert to a temporary path and rename.
   StatusCode Convert(const std::string& source, const std::string& destination, Layout target);
 
-  // Why the last call did not return Success, as in its line of the log; empty when it did.
+  // Why the last call did not return Success, as in its log line; empty when it did.
   const std::string& GetReason() const { return reason; }
 
  private:
