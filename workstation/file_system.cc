@@ -18,7 +18,7 @@ struct CloseDirectory {
 };
 using Directory = std::unique_ptr<DIR, CloseDirectory>;
 
-// Of most files the directory has told the type; only a symbolic link is followed.
+// The directory tells the type of most files; only symbolic links need a look at the target.
 bool IsFile(DIR* directory, const dirent& entry) {
   if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN) {
     return entry.d_type != DT_DIR;
@@ -27,7 +27,7 @@ bool IsFile(DIR* directory, const dirent& entry) {
   return fstatat(dirfd(directory), entry.d_name, &status, 0) == 0 && !S_ISDIR(status.st_mode);
 }
 
-// A name that begins with its one dot has no extension.
+// A name whose only dot is its first character has no extension.
 bool HasSuffix(std::string_view name, std::string_view suffix) {
   return name.size() > suffix.size() && name.substr(name.size() - suffix.size()) == suffix;
 }
@@ -44,7 +44,7 @@ StatusCode FileSystem::CheckFileExist(const std::string& path) {
 
 StatusCode FileSystem::GetFileList(const std::string& directory, const std::string& extension,
                                    std::set<std::string>& fileNames) {
-  // Not by std::filesystem, which ends the process when memory is out.
+  // Not with std::filesystem, which ends the process when there is no memory left.
   const Directory opened(opendir(directory.c_str()));
   if (opened == nullptr) {
     return errno == ENOENT || errno == ENOTDIR ? StatusCode::NotFound : StatusCode::IoError;

@@ -10,13 +10,13 @@ unsigned char ToByte(char character) { return static_cast<unsigned char>(charact
 
 bool IsContinuation(char character) { return (ToByte(character) & 0xc0) == 0x80; }
 
-// Whether a character of that first byte may go on with that second one; else it would be written
-// longer than it has to be, as a control that hides.
+// Whether `second` may follow `first` in UTF-8. Otherwise the character would be overlong, which
+// can hide a control character.
 bool IsShortest(unsigned char first, unsigned char second) {
   return (first != 0xe0 || second >= 0xa0) && (first != 0xf0 || second >= 0x90);
 }
 
-// How many bytes the character takes that the text begins with; 1 where it is no UTF-8.
+// The length of the character at the beginning of the text; 1 where that is not UTF-8.
 std::size_t GetLength(std::string_view text) {
   const unsigned char first = ToByte(text.front());
   const std::size_t length = first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : first >= 0xc2 ? 2 : 1;

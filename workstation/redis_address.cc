@@ -52,10 +52,10 @@ bool Decode(std::string_view text, std::string& decoded) {
   return true;
 }
 
-// Each of these gives what is wrong, nullptr when nothing is.
+// Each of these returns what is wrong, or nullptr.
 
-// Takes "[:PASSWORD@]". A password that was not encoded may hold
-// a "/" or an "@" itself; the last "@" ends it, so that no part of it is taken for the host.
+// Takes "[:PASSWORD@]". A password that was not encoded may contain "/" or "@"; the last "@" ends
+// it, so that no part of it is taken for the host.
 const char* TakePassword(std::string_view& rest, std::string& password) {
   const std::size_t end = rest.front() == '/' ? std::string_view::npos : rest.rfind('@');
   if (end == std::string_view::npos) {

@@ -62,7 +62,7 @@ void RootLogger::Print(KoraLogLevel lineLevel, const char* format, ...) const {
     return;
   }
   const std::unique_ptr<char, decltype(&std::free)> text(formatted, std::free);
-  // What was logged of a file or an id must not pass for a line of its own.
+  // Text from a file or an id must not look like a log line of its own.
   const std::string line =
       Workstation::WithoutControls({text.get(), static_cast<std::size_t>(length)});
 

@@ -34,7 +34,7 @@ struct Total {
 };
 
 Total AddUp(const double* first, const double* end) {
-  // Not the fields of the total, which the compiler would write to memory with every sample.
+  // Not fields of the total: the compiler would write those to memory with every sample.
   double sum = 0.0;
   std::ptrdiff_t validCount = 0;
   for (const double* sample = first; sample != end; ++sample) {
@@ -46,12 +46,12 @@ Total AddUp(const double* first, const double* end) {
   return {sum, validCount, end - first};
 }
 
-// The end of the samples that belong to a run and not to the one that follows it.
+// The end of the samples that belong to a run and not to the next one.
 const double* EndOfOwnSamples(const double* first, const double* last) {
   return last > first ? last : last + 1;
 }
 
-// The end of the samples of a run: of one step, the first sample alone is its own.
+// The end of the samples of a run. A run of one step has only its first sample.
 const double* EndOfRun(const double* first, const double* last) {
   return last == first + 1 ? last : last + 1;
 }
@@ -81,9 +81,9 @@ StatusCode FindExtreme(const double* first, const double* last, Precedes precede
   return StatusCode::Success;
 }
 
-// The variance of a run that begins with a sample which is not missing.
+// The variance of a run whose first sample is not missing.
 double ComputeVariance(const double* first, const double* end) {
-  // Counted from one of the samples, so that equal ones have a variance of exactly 0.
+  // Relative to one of the samples, so that equal samples have a variance of exactly 0.
   const double origin = *first;
   double sum = 0.0;
   double count = 0.0;
@@ -106,7 +106,7 @@ double ComputeVariance(const double* first, const double* end) {
 
 constexpr unsigned int WHOLE = 100000;  // 100 percent in thousandths
 
-// Selects by nearest rank in a buffer of its own, which grows to the longest run.
+// Selects by nearest rank, in a buffer that grows to the longest run.
 class Percentile {
  public:
   explicit Percentile(unsigned int thousandths) : thousandths(thousandths) {}
@@ -128,7 +128,7 @@ class Percentile {
   }
 
  private:
-  // Whole numbers, since 99.9 percent of 1000 in floating point may lie above 999.
+  // Integers, since 99.9 percent of 1000 in floating point may lie above 999.
   std::size_t GetRank(std::size_t count) const {
     const unsigned long long product = static_cast<unsigned long long>(count) * thousandths;
     return static_cast<std::size_t>((product + WHOLE - 1) / WHOLE);

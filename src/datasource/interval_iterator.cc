@@ -54,13 +54,14 @@ StatusCode IntervalIterator::ComputeCurrentIterator() {
     return StatusCode::OutOfRange;
   }
   if (candidate.timestamp <= currentStart.timestamp) {
-    // The walk would never come to its end.
+    // The walk would never end.
     KeepFailure("Interval [%s] from [%lld] has no end", QueryIntervalToString(interval),
                 currentStart.timestamp);
     return StatusCode::OutOfRange;
   }
 
-  // Field by field: the processor would wait to read both at once, so soon after each was written.
+  // Field by field: reading both fields at once so soon after two separate writes would stall the
+  // processor.
   nextStart.timestamp = candidate.timestamp;
   nextStart.timeZone = candidate.timeZone;
   if (currentFirst != nullptr) {

@@ -19,7 +19,7 @@ bool IsSameZone(const cctz::time_zone& lhs, const cctz::time_zone& rhs) {
   return lhs == rhs || lhs.name() == rhs.name();
 }
 
-// The lines name the operation that is given the bounds.
+// Log lines name the operation that the caller called.
 StatusCode CheckBounds(const std::vector<Date::Date>& bounds) {
   if (bounds.size() < 2) {
     NVX_FAILURE_IN("Fetch", "Fewer than two bounds [%zu]", bounds.size());

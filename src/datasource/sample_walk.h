@@ -14,8 +14,8 @@ inline unsigned long long StepNumber(long long timestamp, unsigned long long ste
   return ~(static_cast<unsigned long long>(-1 - timestamp) / step);
 }
 
-// The sample of the instant `to`, given that of the instant `from`; at most `last`, the buffer's
-// last sample, which may be unknown: null.
+// The sample of the instant `to`, given that of the instant `from`; at most `last`, the last sample
+// of the buffer, or null where that is not known.
 inline const double* FindSample(const double* sample, const double* last, long long from,
                                 long long to, unsigned long long step) {
   const unsigned long long toEnd = last == nullptr ? std::numeric_limits<unsigned long long>::max()

@@ -10,7 +10,7 @@
 namespace nvx::TimeSeriesDatabase {
 namespace {
 
-// Without constructor and destructor: it costs nothing until it is used, and may still be used
+// Without constructor and destructor: it costs nothing until it is used, and can still be used
 // while the process ends.
 struct LastFailure {
   char reason[1024];
@@ -21,7 +21,7 @@ thread_local LastFailure last;
 }  // namespace
 
 void KeepFailure(const char* format, ...) noexcept {
-  const int error = errno;  // which the caller has yet to log
+  const int error = errno;  // the caller has yet to log it
   std::va_list values;
   va_start(values, format);
   std::vsnprintf(last.reason, sizeof last.reason, format, values);

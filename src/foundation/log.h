@@ -25,8 +25,8 @@
 #define NVX_INFO_IN(operation, ...) NVX_LOG(Information, "[%lu][%s] %s: ", operation, __VA_ARGS__)
 #define NVX_TRACE_IN(operation, ...) NVX_LOG(Trace, "[%lu][%s][trace] %s: ", operation, __VA_ARGS__)
 
-// An error that an operation detects itself, as against one that it passes on: at every level, the
-// message is kept as the reason of the failure, for which its values are evaluated once more.
+// For an error that an operation detects itself, not one that it passes on: whatever the level, the
+// message is also kept as the reason of the failure, and its values are evaluated once more for it.
 #define NVX_FAILURE(...) NVX_FAILURE_IN(__func__, __VA_ARGS__)
 #define NVX_FAILURE_IN(operation, ...)                 \
   do {                                                 \
@@ -34,7 +34,7 @@
     NVX_ERROR_IN(operation, __VA_ARGS__);              \
   } while (false)
 
-// The same for the lines that name no operation.
+// The same for lines that name no operation.
 #define NVX_ERROR_WITHOUT_OPERATION(...) NVX_LOG(Error, "[%lu][%s] ", nullptr, __VA_ARGS__)
 #define NVX_FAILURE_WITHOUT_OPERATION(...)             \
   do {                                                 \

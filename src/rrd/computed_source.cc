@@ -8,7 +8,7 @@
 namespace nvx::TimeSeriesDatabase::Rrd {
 namespace {
 
-// A step of a formula, which is stored in the parameters of the data source.
+// One step of a formula. The parameters of the data source hold the formula.
 struct Step {
   char operation;
   short operand;  // a number or the index of a data source
@@ -17,7 +17,7 @@ struct Step {
 constexpr char VARIABLE = 1;
 constexpr char END = 32;
 
-// The first and the last of operators with successive numbers, as files have them.
+// Ranges of operator numbers, as files have them: the first and the last.
 struct Operators {
   char first;
   char last;

@@ -4,7 +4,7 @@
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 
-// True for a data source that the RRD library computes from others of the file.
+// True for a data source that the RRD library computes from others in the file.
 bool IsComputed(const ds_def_t& source);
 
 // Whether the RRD library can print and compute the formula of the data source with this index: the

@@ -9,7 +9,7 @@ namespace {
 
 using Unsigned = unsigned long long;
 
-// The quotient modulo 2^64: the smallest number by -1 has none within 64 bits.
+// The quotient modulo 2^64: the smallest number divided by -1 does not fit into 64 bits.
 Unsigned Divide(long long time, long long step) {
   return step == -1 ? -static_cast<Unsigned>(time) : static_cast<Unsigned>(time / step);
 }
@@ -42,7 +42,7 @@ const double* FetchResult::GetData() const { return data; }
 
 void FetchResult::Fill(long long rrdStart, long long rrdEnd, unsigned long rrdStep,
                        double* rrdData) {
-  // Sums modulo 2^64: times at the end of what 64 bits hold are no file's, but they are defined.
+  // Sums modulo 2^64: no file has times near the limits of 64 bits, but the result must be defined.
   step = rrdStep;
   startTime = static_cast<long long>(static_cast<Unsigned>(rrdStart) + step);
   endTime = rrdEnd;

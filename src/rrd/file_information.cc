@@ -73,7 +73,7 @@ long long GetRowLength(const FileDescription& description, const ArchiveDescript
   return static_cast<long long>(archive.stepsPerRow) * static_cast<long long>(description.step);
 }
 
-// A row of one step is equal under these four, and the RRD library takes one for another.
+// With one step per row these four hold the same, and the RRD library takes one for another.
 bool IsFetched(const ArchiveDescription& archive) {
   const std::string& function = archive.consolidation;
   return function == LAST_KEYWORD ||
@@ -94,8 +94,7 @@ FileDescription ReadFileInformation(const rrd_info_t* information) {
   return description;
 }
 
-// A file that was checked before has rows of at least a second and no more of them than its times
-// allow.
+// The gate has seen the file: its rows last at least a second, and its times allow their number.
 void ComputeTimes(const FileDescription& description, ArchiveDescription& archive) {
   const long long rowLength = GetRowLength(description, archive);
   archive.lastTime = description.lastUpdate - description.lastUpdate % rowLength;
@@ -103,7 +102,7 @@ void ComputeTimes(const FileDescription& description, ArchiveDescription& archiv
 }
 
 const ArchiveDescription* FileDescription::FindArchive(long long start) const {
-  // Archives that reach back to the start are equal in that.
+  // All archives that reach back to the start count as equal here.
   const auto getRank = [this, start](const ArchiveDescription& archive) {
     const long long begin = archive.firstTime - GetRowLength(*this, archive);
     return std::pair(begin < start ? std::numeric_limits<long long>::min() : begin,

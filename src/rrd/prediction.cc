@@ -9,7 +9,7 @@ bool IsSeasonal(std::string_view function) {
   return function == "SEASONAL" || function == "DEVSEASONAL";
 }
 
-// A smoother needs a window within the season, and a season of one row leaves it none.
+// A smoothing window is a part of the season, 0 to 1; a season of one row has no room for one.
 bool IsSeasonSafe(const rra_def_t& archive) {
   const double window = archive.par[RRA_seasonal_smoothing_window].u_val;
   return archive.row_cnt > 1 && window >= 0 && window <= 1;

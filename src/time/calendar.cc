@@ -18,7 +18,7 @@ namespace {
 
 const std::string COMPONENT_NAME = "TimeSeriesDatabase::Calendar";
 
-// The interval of QueryInterval that is the same, when there is one.
+// The same interval of QueryInterval, when there is one.
 std::optional<QueryInterval> FindQueryInterval(const CalendarInterval& interval) {
   for (auto value = static_cast<unsigned char>(QueryInterval::OneMinute);
        value <= static_cast<unsigned char>(QueryInterval::FullPeriod); ++value) {
@@ -31,7 +31,7 @@ std::optional<QueryInterval> FindQueryInterval(const CalendarInterval& interval)
   return std::nullopt;
 }
 
-// Why there is no such interval; null when there is.
+// Why the interval is not valid; null when it is.
 const char* FindFault(const CalendarInterval& interval) {
   constexpr unsigned int HOURS_PER_DAY = 24;
   constexpr unsigned int SECONDS_PER_DAY = 86400;
@@ -57,7 +57,7 @@ const char* FindFault(const CalendarInterval& interval) {
   return nullptr;
 }
 
-// Steps from bound to bound. `own` is the same interval as QueryInterval has it, if it does.
+// Steps from bound to bound. `own` is the same interval of QueryInterval, if there is one.
 class BoundWalk {
  public:
   BoundWalk(const CalendarInterval& interval, const std::optional<QueryInterval>& own) : own(own) {
@@ -80,7 +80,7 @@ class BoundWalk {
   std::optional<CalendarGrid> grid;
 };
 
-// Room for the bounds of minutes and hours, but for no more than a window of years has.
+// Room for all bounds of minutes and hours, but not for more than a window of some years has.
 std::size_t EstimateBoundCount(QueryInterval own, const TimeWindow& window) {
   constexpr unsigned int MOST = 1U << 20U;
   unsigned int count = 0;

@@ -56,7 +56,7 @@ long long CalendarGrid::FindNext(const Date::Date& date) const { return FindPlac
 CalendarGrid::Place CalendarGrid::FindPlace(const Date::Date& date) const {
   long long number = FindNumber(Date::ToLocal(date));
   long long next = GetInstant(number + 1, date.timeZone);
-  // Clocks that went back show times before a bound once more after they have shown the bound.
+  // After a bound, clocks that go back show the times before it again.
   while (next < date.timestamp) {
     ++number;
     next = GetInstant(number + 1, date.timeZone);

@@ -7,8 +7,8 @@
 
 namespace nvx::TimeSeriesDatabase {
 
-// The bounds of an interval of hours or longer, which are local times, numbered in their order. Not
-// for intervals of QueryInterval, whose steps do not follow them.
+// The bounds of an interval of several hours or longer: local times, numbered in their order. Not
+// for intervals of QueryInterval, which are stepped in another way.
 class CalendarGrid {
  public:
   explicit CalendarGrid(const CalendarInterval& interval);
@@ -32,7 +32,7 @@ class CalendarGrid {
   cctz::civil_second GetBound(long long number) const;
 
   Base base = Base::Hours;
-  long long length = 0;  // of an interval, in the unit of the base
+  long long length = 0;  // of an interval, in units of the base
   long long dayStart = 0;
   cctz::civil_day firstDay;
 };

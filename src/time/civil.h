@@ -13,7 +13,7 @@ cctz::civil_second ToLocal(const Date& date);
 // gap for a skipped time, the first occurrence for a repeated one.
 long long ToTimestamp(const cctz::civil_second& local, const cctz::time_zone& timeZone);
 
-// `timestamp` moved by `seconds`, at most to the first or last second that 64 bits hold.
+// `timestamp` plus `seconds`, but no further than the first or last second that 64 bits hold.
 long long AddSeconds(long long timestamp, long long seconds);
 
 }  // namespace nvx::TimeSeriesDatabase::Date

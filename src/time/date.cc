@@ -8,7 +8,8 @@ namespace {
 
 const std::string COMPONENT_NAME = "TimeSeriesDatabase::Date::Date";
 
-// cctz keeps every name that it was ever asked for. No file has a longer one, or one with a NUL.
+// cctz keeps every name that it is asked for, for ever. No file has a longer one, or one with a
+// NUL.
 bool IsZoneName(const std::string& name) {
   constexpr std::size_t LONGEST_NAME = 255;
   return name.size() <= LONGEST_NAME && name.find('\0') == std::string::npos;

@@ -4,7 +4,7 @@
 namespace nvx::TimeSeriesDatabase::Date {
 namespace {
 
-// The seconds that local time has run on from the last multiple of `minutes` of its hour.
+// The seconds of local time since the last multiple of `minutes` in its hour.
 long long SecondsPastMultiple(const cctz::civil_second& local, unsigned int minutes) {
   return local.second() +
          static_cast<long long>(static_cast<unsigned int>(local.minute()) % minutes) * 60;

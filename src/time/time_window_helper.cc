@@ -13,7 +13,8 @@ namespace {
 const std::string COMPONENT_NAME = "TimeSeriesDatabase::TimeWindowHelper";
 constexpr unsigned long long SECONDS_PER_DAY = 86400;
 
-// The seconds from start to end; a valid window may last longer than a signed number tells.
+// The seconds from start to end; unsigned, since a valid window may have more than a signed number
+// holds.
 unsigned long long Duration(const TimeWindow& window) {
   return static_cast<unsigned long long>(window.end.timestamp) -
          static_cast<unsigned long long>(window.start.timestamp);

@@ -8,8 +8,8 @@
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 
-// Reads a file from an offset on, in pieces. The descriptor is the caller's, and its own offset
-// stays.
+// Reads a file from an offset on, in pieces. The descriptor stays the caller's, with its own offset
+// unchanged.
 class FileReader {
  public:
   static constexpr std::size_t PIECE_SIZE = 65536;
@@ -20,8 +20,8 @@ class FileReader {
   // Of the next byte.
   std::uint64_t GetOffset() const { return end - (filled - used); }
 
-  // The next `size` bytes, at most those of a piece, which are the caller's until the next call;
-  // null where the file has fewer or cannot be read.
+  // The next `size` bytes, at most a piece, valid until the next call; null where the file has
+  // fewer or cannot be read.
   unsigned char* Read(std::size_t size) {
     if (filled - used < size) {
       Fill();

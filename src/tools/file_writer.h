@@ -10,14 +10,14 @@
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 
-// Writes a file in sequence, in pieces. The descriptor is the caller's. A failure leaves errno.
+// Writes a file in sequence, in pieces. The descriptor stays the caller's. A failure sets errno.
 class FileWriter {
  public:
   static constexpr std::size_t PIECE_SIZE = 65536;
 
   explicit FileWriter(int fd) : fd(fd) { piece.reserve(PIECE_SIZE); }
 
-  // Takes a few bytes, which may wait to be written.
+  // Takes a few bytes, which may be written later.
   bool Append(const unsigned char* bytes, std::size_t size) {
     if (piece.size() + size > PIECE_SIZE && !Flush()) {
       return false;
@@ -26,14 +26,14 @@ class FileWriter {
     return true;
   }
 
-  // Writes all that waits.
+  // Writes all bytes that wait.
   bool Flush() {
     const bool isDone = Write(piece.data(), piece.size());
     piece.clear();
     return isDone;
   }
 
-  // Writes bytes at once. Nothing must wait.
+  // Writes bytes at once. No others may be waiting.
   bool Write(const unsigned char* bytes, std::size_t size) {
     while (size != 0) {
       const ssize_t count = write(fd, bytes, size);

@@ -29,24 +29,24 @@ struct Free {
 template <typename Type>
 using Buffer = std::unique_ptr<Type, Free>;
 
-// What went wrong in the last call of the system.
+// What went wrong in the last system call.
 const char* ErrorText() {
   return std::strerror(errno);  // NOLINT(concurrency-mt-unsafe): of the thread, in glibc and musl
 }
 
-// Keeps why a read or a write failed. One that was merely too short has no error to tell.
+// Keeps why a read or a write failed. One that was merely too short has no error.
 void KeepTransferFailure(const char* what, const char* path = "") {
   const bool isShort = errno == 0;
   KeepFailure("%s%s%s%s", what, path, isShort ? "" : ": ", isShort ? "" : ErrorText());
 }
 
-// Whether exactly `size` bytes were read. A short read is no error of the system and has errno 0.
+// Whether exactly `size` bytes were read. A short read is not a system error, and errno is 0.
 bool ReadAt(int fd, void* buffer, std::uint32_t size, std::uint32_t offset) {
   errno = 0;
   return pread64(fd, buffer, size, offset) == static_cast<ssize_t>(size);
 }
 
-// An offset of the live head within 32 bits bounds both counts so that the sum cannot wrap.
+// The live head's offset fits into 32 bits, which bounds both counts: the sum cannot wrap.
 bool IsHeaderSizeIn32Bits(std::uint32_t dsCount, std::uint32_t rraCount) {
   return LiveHeadOffset(dsCount, rraCount) <= MAX_SIZE &&
          HeaderSize<live_head_t>(dsCount, rraCount) <= MAX_SIZE;
@@ -150,8 +150,8 @@ StatusCode HeaderConverter::GetRrdFileLayout() {
   return CheckLimits();
 }
 
-// Refuses what the 32-bit sizes cannot hold. To be called after a successful read: a directory,
-// which cannot be read, may have its end anywhere.
+// Refuses what the 32-bit sizes cannot hold. Call it after a successful read: a directory, which
+// cannot be read, may be of any size.
 StatusCode HeaderConverter::CheckLimits() const {
   const off64_t end = lseek64(sourceFd, 0, SEEK_END);
   if (end > static_cast<off64_t>(MAX_SIZE)) {
@@ -168,7 +168,7 @@ StatusCode HeaderConverter::CheckLimits() const {
 
 StatusCode HeaderConverter::ComputeDataSize() {
   const auto size = static_cast<std::uint32_t>(rraCount * sizeof(rra_def_t));
-  // A header may claim more archives than the file has bytes; they are not worth their memory.
+  // A header may claim more archives than the file has bytes: do not allocate for them.
   const std::uint32_t justifiedSize = std::min(size, fileSize);
   const Buffer<rra_def_t> buffer(static_cast<rra_def_t*>(std::malloc(justifiedSize)));
   if (buffer == nullptr && justifiedSize != 0) {
@@ -248,7 +248,7 @@ StatusCode HeaderConverter::ConvertHeader32() {
   const auto liveHeadOffset = static_cast<std::size_t>(LiveHeadOffset(dsCount, rraCount));
   legacy_live_head_t legacyLiveHead;
   std::memcpy(&legacyLiveHead, legacy.get() + liveHeadOffset, sizeof legacyLiveHead);
-  // The high half stays 0: an old time is unsigned, so that it goes on to 2106.
+  // The high half stays 0: an old time is unsigned and reaches to 2106.
   live_head_t liveHead{};
   liveHead.last_up = legacyLiveHead.last_up;
   liveHead.last_up_usec = legacyLiveHead.last_up_usec;

@@ -14,7 +14,7 @@ struct AlignedDouble {
   double number;
 };
 
-// The RRD library of the machine has the widths that this one is compiled with.
+// The machine's RRD library has the same widths as this library.
 constexpr bool IsNative(const Machine& machine) {
   constexpr ByteOrder ORDER =
       __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? ByteOrder::LowFirst : ByteOrder::HighFirst;

@@ -46,7 +46,7 @@ class Descriptor {
 class Source {
  public:
   StatusCode Recognise(const std::string& path) {
-    if (!descriptor.Open(path, O_RDONLY | O_NONBLOCK)) {  // a pipe has no writer to wait for
+    if (!descriptor.Open(path, O_RDONLY | O_NONBLOCK)) {  // do not wait for the writer of a pipe
       return Fail(StatusCode::CannotOpen, "Cannot open '" + path + "': " + ErrorText());
     }
     if (fstat64(descriptor.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {

@@ -15,13 +15,13 @@ constexpr std::size_t VALUES_PIECE_SIZE = std::size_t{1} << 20;
 
 using Types = std::vector<const RrdType*>;
 
-// Keeps the type of a definition for the states that follow, and returns what it makes of unions.
+// Keeps the type of a definition for the states that follow, and returns the kinds of its unions.
 std::string_view Define(const RrdType* type, Types& types) {
   types.push_back(type);
   return type == nullptr ? std::string_view() : type->par;
 }
 
-// As whole numbers: a signalling NaN changes in a register for doubles.
+// As integers: a floating-point register would change a signalling NaN.
 void ReverseValues(unsigned char* bytes, std::size_t size) {
   for (std::size_t offset = 0; offset < size; offset += VALUE_SIZE) {
     std::uint64_t value = 0;

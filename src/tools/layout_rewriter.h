@@ -14,8 +14,8 @@
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 
-// Rewrites one recognised file for another machine: structure by structure, and then the values, of
-// which no bit changes.
+// Rewrites one recognised file for another machine: structure by structure, then the values, bit by
+// bit the same.
 class LayoutRewriter {
  public:
   // The descriptor must stay open.
@@ -35,7 +35,7 @@ class LayoutRewriter {
   struct Part {
     const Structure& structure;
     std::uint64_t count;
-    // Of what kind the unions of a record are; nothing when that is unknown.
+    // The kinds of the unions of a record; nothing when its type is unknown.
     std::function<std::string_view(const Record& record, std::uint64_t index)> getUnions;
   };
 

@@ -3,10 +3,10 @@
 // RRD files of version 0001 to 0005 on any machine.
 //
 // A file is a sequence of the structures of RRDtool's rrd_format.h as the compiler of the machine
-// lays them out, and then the archived values. Tables say all of it: LAYOUTS has the widths of the
-// machines, the tables of fields have the structures, and two tables of types say what the unions
-// of the structures are. Sizes and offsets follow as a C compiler finds them: a number lies at a
-// multiple of its alignment, and a structure ends at a multiple of its largest.
+// lays them out, followed by the archived values. All of it is in tables: LAYOUTS has the widths of
+// the machines, the tables of fields have the structures, and two tables of types say what the
+// unions of the structures are. Sizes and offsets are computed as a C compiler does: a number lies
+// at a multiple of its alignment, and a structure ends at a multiple of its largest alignment.
 //
 //   stat_head_t  1
 //   ds_def_t     ds_cnt
@@ -146,15 +146,15 @@ inline constexpr Version VERSIONS[] = {
     {"0004", LIVE_HEAD},     {"0005", LIVE_HEAD},
 };
 
-// The type of a data source or the function of an archive, and what it makes of the ten unions in
-// `par` of its definition and in `scratch` of its state. A letter each:
+// The type of a data source or the function of an archive, and what the ten unions are in `par` of
+// its definition and in `scratch` of its state. One letter for each union:
 //
 //   D  a double
-//   C  an unsigned long in the first bytes, whatever the byte order; a narrow one leaves the others
-//      unread
+//   C  an unsigned long in the first bytes, whatever the byte order; a narrow one does not use the
+//      others
 //   F  two operations of a formula, each of a char and, in its last two bytes, a short
 //   T  characters
-//   -  nothing, which is carried over like a double
+//   -  nothing; it is copied like a double
 struct RrdType {
   std::string_view name;
   std::string_view par;

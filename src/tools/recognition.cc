@@ -35,7 +35,7 @@ enum class Agreement {
 // The first bytes of a file, enough for the first structure of every machine.
 using FileHead = std::array<unsigned char, MAX_STRUCTURE_SIZE>;
 
-// Examines a file as one layout would have it, from the beginning to the first contradiction.
+// Reads a file as if it had one layout, from the beginning to the first contradiction.
 class Examination {
  public:
   Examination(int fd, std::uint64_t fileSize, const FileHead& head, const Version& version,
@@ -92,7 +92,7 @@ class Examination {
     return head.GetNumber("float_cookie") == floatCookie;
   }
 
-  // The counts bound each other by the size of the file, so that no product of them wraps.
+  // The size of the file bounds the counts, so that no product of them wraps.
   bool HasCounts() {
     const std::uint64_t dsCount = file.dsCount;
     const std::uint64_t rraCount = file.rraCount;
@@ -229,7 +229,7 @@ std::string JoinContradictions(const Examinations& examinations, Agreement agree
   return text;
 }
 
-// Two layouts of one size are told apart by what only one of them makes plausible.
+// Two layouts of the same size are told apart by content that is plausible in only one of them.
 std::string Decide(const Examinations& fitting, RecognisedFile& file) {
   const Agreement needed = fitting.size() > 1 ? Agreement::Complete : Agreement::Content;
   const auto isRight = [&](const Examination& examination) {
@@ -253,7 +253,7 @@ std::string Decide(const Examinations& fitting, RecognisedFile& file) {
   return "it may be " + names;
 }
 
-// Reads the head and finds the version, or what no layout could change.
+// Reads the head and finds the version, or a fault that is one in every layout.
 std::string ReadHead(int fd, FileHead& head, const Version*& version) {
   const ssize_t size = pread64(fd, head.data(), head.size(), 0);
   if (size < static_cast<ssize_t>(SizeOf(GetMachine(Layout::I386), STAT_HEAD))) {

@@ -8,8 +8,8 @@
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 
-// Finds the layout of the RRD file that is open as `fd`. Returns nothing and fills in `file`, or
-// returns why it is refused.
+// Finds the layout of the RRD file that is open as `fd`. Fills in `file` and returns nothing, or
+// returns why the file is refused.
 std::string RecogniseLayout(int fd, std::uint64_t fileSize, RecognisedFile& file);
 
 }  // namespace nvx::TimeSeriesDatabase::Rrd::Tool

@@ -9,7 +9,7 @@ namespace {
 
 constexpr unsigned BITS_OF_BYTE = std::numeric_limits<unsigned char>::digits;
 
-// Where the byte of a number lies, counted from its lowest.
+// The offset of a byte of a number, counted from the lowest byte.
 std::size_t PlaceOf(std::size_t byte, std::size_t size, ByteOrder order) {
   return order == ByteOrder::HighFirst ? size - 1 - byte : byte;
 }
@@ -40,7 +40,7 @@ constexpr std::uint64_t GetLargest(const Machine& machine, FieldType type) {
   return isNarrow ? narrow : std::numeric_limits<std::uint64_t>::max();
 }
 
-// A number, a character or a union, as one machine has it and as another one will.
+// A number, a character or a union, on the machine of origin and on the target.
 struct Item {
   const Machine& source;
   const unsigned char* bytes;

@@ -13,8 +13,8 @@
 //   double       ds_cnt * the sum of row_cnt of all archives
 //
 // The width of time_t changes the live head and nothing else, so all that follows it lies 8 bytes
-// further on in the new layout. The structures here consist of bytes: they are those of the file,
-// with these sizes and without alignment, on any machine.
+// further on in the new layout. The structures here consist of bytes, so that on any machine they
+// have the sizes of the file and no alignment.
 
 #include <cstddef>
 #include <cstdint>

@@ -7,7 +7,7 @@
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 namespace {
 
-// The name of this class in log lines, of which it writes none.
+// The name of this class in log lines, though it writes none.
 [[maybe_unused]] const std::string COMPONENT_NAME = "TimeSeriesDatabase::Rrd::Tool::Sanitizer";
 
 }  // namespace

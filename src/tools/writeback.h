@@ -6,11 +6,11 @@
 
 namespace nvx::TimeSeriesDatabase::Rrd::Tool {
 
-// Has the system write a growing file to the disk while it grows, so that a sync at the end finds
-// little left to do. Nothing depends on its success.
+// Makes the system write a file to the disk while it grows, so that the sync at the end has little
+// left to do. Nothing depends on its success.
 class Writeback {
  public:
-  // To be told of every piece that was written.
+  // Call it after every piece that was written.
   void Add(int fd, std::size_t size) {
     waiting += size;
     if (waiting >= PIECE_SIZE) {

@@ -10,8 +10,8 @@
 
 namespace nvx::Log {
 
-// The one logger of the process. Every member may be called from any thread. Its visibility is part
-// of that: hidden in one module, the instance would be another one there.
+// The one logger of the process. Every member may be called from any thread. It must be visible:
+// a module that hid it would have an instance of its own.
 class __attribute__((visibility("default"))) RootLogger {
  public:
   // Receives one finished line, without a line break. Called by one thread at a time; it must not
