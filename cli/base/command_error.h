@@ -17,8 +17,8 @@ enum ExitStatus : int {
 // Ends a command with one line on standard error and an exit status, EXIT_FAILED.
 class CommandError {
  public:
-  // The line reads "nvx-timeseries: SUBJECT: PROBLEM", and where the log is shown, too, it ends
-  // with the status: "(InvalidArgument, 28)".
+  // The line is "nvx-timeseries: SUBJECT: PROBLEM". Where the log is shown, too, it ends with the
+  // status: "(InvalidArgument, 28)".
   CommandError(const std::string& errorSubject, const std::string& errorProblem,
                StatusCode errorStatus);
 
@@ -40,7 +40,7 @@ class CommandError {
   ExitStatus exitStatus;
 };
 
-// An argument that is wrong whatever the files hold: EXIT_WRONG_USAGE, InvalidArgument.
+// An argument that is wrong whatever is in the files: EXIT_WRONG_USAGE, InvalidArgument.
 class UsageError : public CommandError {
  public:
   UsageError(const std::string& argument, const std::string& problem)

@@ -8,7 +8,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 
 using Workstation::WithoutControls;
 
-// Writes "nvx-timeseries: TEXT" to standard error, as one line whatever the text holds.
+// Writes "nvx-timeseries: TEXT" to standard error, as one line whatever is in the text.
 void PrintMessage(const std::string& text);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -4,7 +4,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// A bar on standard error that is gone when the work is; nothing where that is no terminal.
+// A bar on standard error that disappears when the work is done; nothing where that is no terminal.
 class ProgressBar {
  public:
   ProgressBar() = default;
@@ -12,7 +12,7 @@ class ProgressBar {
   ProgressBar& operator=(const ProgressBar&) = delete;
   ~ProgressBar();
 
-  // Shows the done part, from 0 to 1, and a note behind it.
+  // Shows how much is done, from 0 to 1, and a note after the bar.
   void Show(double part, const std::string& note = "");
 
  private:

@@ -2,8 +2,8 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// The multiple of `step` at a time or after it, from 1970 on; that is the row which a sample of the
-// time belongs to.
+// The first multiple of `step` at a time or after it, from 1970 on: the row of a sample of that
+// time.
 constexpr long long RoundUp(long long time, long long step) {
   return (time + step - 1) / step * step;
 }

@@ -23,7 +23,7 @@ std::string_view GetVariable(const char* name) {
   return value == nullptr ? "" : value;
 }
 
-// 0 when it is no number; no terminal is larger than the largest.
+// 0 for a text that is no number; at most a size that no terminal exceeds.
 unsigned int GetNumber(const char* name) {
   const std::string_view text = GetVariable(name);
   unsigned int number = 0;

@@ -2,17 +2,17 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// The columns of the terminal that is the standard output; where it is none, those of the variable
-// COLUMNS. 0 when neither is known.
+// The columns of the terminal at standard output, or else the value of the variable COLUMNS. 0 when
+// neither is known.
 unsigned int GetTerminalColumns();
 
-// The same of its rows and of LINES.
+// The same for rows and LINES.
 unsigned int GetTerminalRows();
 
 // Whether the locale of the environment is one of UTF-8.
 bool IsUtf8Locale();
 
-// Whether the standard output is a terminal of colours that may be used: NO_COLOR is not set.
+// Whether standard output is a terminal with colours and NO_COLOR is not set.
 bool HasColours();
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

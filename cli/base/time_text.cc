@@ -17,8 +17,8 @@ bool IsNumber(const std::string& text) {
   return text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-// The ISO 8601 of a year, of a month, of a date without hyphens, or of a time with a blank where
-// that has a T.
+// A year, a month, a date without hyphens, or a time with a blank for its T, as ISO 8601 for the
+// platform's codec.
 std::string Complete(std::string text) {
   constexpr std::size_t YEAR_SIZE = 4;
   constexpr std::size_t MONTH_SIZE = 7;
@@ -81,7 +81,7 @@ bool HasOffset(const std::string& text) {
 }
 
 std::optional<long long> ParseSeconds(const std::string& text) {
-  constexpr std::size_t LEAST_SIZE = 9;  // fewer digits are rather a year, or a date
+  constexpr std::size_t LEAST_SIZE = 9;  // fewer digits are a year or a date
   const bool isMarked = !text.empty() && text.front() == '@';
   if (!isMarked && (text.size() < LEAST_SIZE || !IsNumber(text))) {
     return std::nullopt;

@@ -6,7 +6,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// A value to be looked at, with three digits after the point; "-" for none.
+// A value for people, with three digits after the point; "-" for none.
 inline std::string FormatValue(double value) {
   if (std::isnan(value)) {
     return "-";
@@ -18,7 +18,7 @@ inline std::string FormatValue(double value) {
   return text;
 }
 
-// The columns that a UTF-8 text takes, each character one.
+// The columns that a UTF-8 text takes: one for each character.
 inline std::size_t CountCharacters(const std::string& text) {
   std::size_t count = 0;
   for (const char character : text) {

@@ -16,9 +16,8 @@ using PlannedFiles = std::map<std::string, std::string>;
 // The files to convert, each once, by directory: an absolute path without symbolic links.
 using ConversionPlan = std::map<std::string, PlannedFiles>;
 
-// Finds the files that `paths` name and the *.rrd files of the directory trees that they name.
-// Symbolic links are followed in `paths` and nowhere else. What cannot be planned goes to
-// `summary`.
+// Finds the files that `paths` name, and the *.rrd files in the directory trees that they name.
+// Symbolic links are followed in `paths` and nowhere else. Problems go to `summary`.
 ConversionPlan MakeConversionPlan(const std::vector<std::string>& paths,
                                   ConversionSummary& summary);
 

@@ -8,16 +8,16 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// What became of the files of an in-place conversion, or would become of them in a dry run. Paths
-// are those that the user knows.
+// The outcome of an in-place conversion for each file, or in a dry run what it would be. Paths are
+// those that the user knows.
 class ConversionSummary {
  public:
   explicit ConversionSummary(bool isDry) : isDryRun(isDry) {}
 
-  // `note` is what else has to be said of it, or empty.
+  // `note` is a further message about the file, or empty.
   void AddConverted(const std::string& path, const std::string& note);
   void AddAlreadyConverted(const std::string& path) { alreadyConverted.push_back(path); }
-  // `layout` is the name of the one that the file has, or empty.
+  // `layout` is the name of the file's layout, or empty.
   void AddNotConvertible(const std::string& path, const FileError& error,
                          const std::string& layout = "");
   void AddFailed(const std::string& path, const FileError& error);
@@ -25,11 +25,10 @@ class ConversionSummary {
   std::size_t CountConverted() const { return converted.size(); }
   bool AreAllConverted() const { return notConvertible.empty() && failed.empty(); }
 
-  // The notes and the reasons of all problems on standard error and the numbers of files on
-  // standard output.
+  // Notes and problems go to standard error, the numbers of files to standard output.
   void PrintText() const;
 
-  // All of it on standard output.
+  // Everything goes to standard output.
   void PrintJson() const;
 
  private:

@@ -7,9 +7,9 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Converts `source` to a new file at `destination` or in place of the file there, with all that
-// belongs to that one. FileConverter tells what `target` means. Throws CommandError; `destination`
-// is then as it was, unless only its directory could not be synced.
+// Converts `source` to a new file at `destination`, or replaces the file there and keeps its owner,
+// mode and other attributes. For `target` see FileConverter. Throws CommandError; `destination` is
+// then unchanged, unless only its directory could not be synced.
 void ConvertToFile(const std::string& source, const std::string& destination,
                    std::optional<Rrd::Tool::Layout> target);
 

@@ -35,7 +35,7 @@ void FileConverter::Convert(const OpenedFile& source, const FileReplacement& rep
   const StatusCode status =
       target ? converter.Convert(source.GetPath(), replacement.GetPath(), *target)
              : sanitizer.Convert(source.GetPath(), replacement.GetPath());
-  // A write that was merely cut short has no reason of its own; the next one has.
+  // A write that was merely cut short has no reason; another attempt finds it.
   const std::string cause = status == StatusCode::IoError ? replacement.FindGrowthError() : "";
   if (!cause.empty()) {
     throw FileError("the new file cannot be written: " + cause, status);
@@ -52,7 +52,7 @@ void FileConverter::CheckLegacy(const std::string& source) {
   throw FileError(status == StatusCode::InvalidArgument ? Explain(source, reason) : reason, status);
 }
 
-// What is known of a file that is none of a 32-bit time_t, or not a plain one.
+// What is known about a file that is not of a 32-bit time_t, or not a plain one.
 std::string FileConverter::Explain(const std::string& source, const std::string& reason) {
   Rrd::Tool::RecognisedFile file;
   if (converter.Recognise(source, file) != StatusCode::Success) {

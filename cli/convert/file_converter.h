@@ -11,8 +11,8 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Converts single files: from the layout of a 32-bit time_t to that of a 64-bit one, or from any
-// layout to the one that is asked for.
+// Converts single files: from the layout with a 32-bit time_t to the one with a 64-bit time_t, or
+// from any layout to the given one.
 class FileConverter {
  public:
   explicit FileConverter(std::optional<Rrd::Tool::Layout> target) : target(target) {}
@@ -21,10 +21,10 @@ class FileConverter {
   void Check(const OpenedFile& source);
   void Convert(const OpenedFile& source, const FileReplacement& replacement);
 
-  // What else the user has to know of the file that was checked last; or empty.
+  // A further message about the file that was checked last; or empty.
   const std::string& GetNote() const { return note; }
 
-  // The name of the other layout that the file has which was checked last; or empty.
+  // The name of the layout that the file checked last has instead; or empty.
   const std::string& GetOtherLayout() const { return otherLayout; }
 
  private:

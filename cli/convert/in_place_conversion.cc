@@ -36,7 +36,7 @@ class InPlaceConversion {
         ConvertDirectory(directory, files);
       }
     } catch (const Interrupted&) {
-      // The summary tells what has been done until then.
+      // The summary has what was done until then.
     }
     return std::move(summary);
   }
@@ -80,7 +80,7 @@ class InPlaceConversion {
     }
   }
 
-  // A dry run has no right to replace files.
+  // A dry run does not need the right to replace files.
   void ConvertFile(const Directory& directory, LockedDirectory* lock, const std::string& name,
                    const std::string& shownPath) {
     try {

@@ -15,9 +15,9 @@ struct InPlaceOptions {
   std::optional<Rrd::Tool::Layout> target;  // of the conversion; see FileConverter
 };
 
-// Converts files and the *.rrd files of directory trees, each in one instant: its path names the
-// whole old file or the whole new one, whenever the process or the machine ends. What fails for one
-// file does not stop the others.
+// Converts files and the *.rrd files of directory trees, each in one step: whenever the process or
+// the machine stops, its path names the whole old file or the whole new one. A failure of one file
+// does not stop the others.
 ConversionSummary ConvertInPlace(const std::vector<std::string>& paths,
                                  const InPlaceOptions& options);
 

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t LEAST_COLUMNS = 10;
 constexpr std::size_t LEAST_ROWS = 5;
-constexpr std::size_t COLUMNS_A_ROW = 4;  // a chart is not drawn higher
+constexpr std::size_t COLUMNS_A_ROW = 4;  // a chart is not higher than this allows
 
 // The characters of the axes.
 struct Frame {
@@ -27,7 +27,7 @@ struct Frame {
 constexpr Frame ASCII_FRAME = {"|", "+", "+", "-", "+"};
 constexpr Frame BOX_FRAME = {"│", "┤", "└", "─", "┬"};
 
-// Where `part`, from 0 to 1, lies on so many dots.
+// The position of `part`, from 0 to 1, in `count` dots.
 long long Scale(double part, long long dotCount) {
   return std::llround(part * static_cast<double>(dotCount - 1));
 }
@@ -81,15 +81,15 @@ class Chart {
                            static_cast<double>(span);
   }
 
-  // In halves, lest the difference overflows.
+  // Halves, so that the difference does not overflow.
   Canvas::Dot Locate(const NumericalDataPoint& point) const {
     const double span = extent.highest / 2 - extent.lowest / 2;
     const double part = span > 0 ? (extent.highest / 2 - point.value / 2) / span : 0.5;
     return {Scale(GetPart(point.date), canvas.GetWidth()), Scale(part, canvas.GetHeight())};
   }
 
-  // A line is drawn where it goes beyond what its column of dots shows already: there may be many
-  // more points than columns.
+  // A line is only drawn where it goes beyond the dots that its column has already: there may be
+  // many more points than columns.
   void Draw(const Points& points, std::size_t curve) {
     std::optional<Canvas::Dot> previous;
     long long top = 0;

@@ -14,9 +14,9 @@ struct ChartSize {
   unsigned int rows;
 };
 
-// Draws curves, under their names, in so many columns and rows of characters, or more where they
-// are too few to tell anything. Instants lie at their distances, with local times below. Lines
-// break where a value is missing or infinite; a bad one is "o".
+// Draws curves with their names in the given columns and rows, or in more where those are too few.
+// Instants have their true distances, with local times below. Lines break where a value is missing
+// or infinite; a bad value is "o".
 void PrintChart(const std::vector<Curve>& curves, const std::vector<std::string>& names,
                 const ChartSize& size, Drawing drawing, std::ostream& output);
 

@@ -4,7 +4,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// A field of RFC 4180: an id may have any character.
+// A field as in RFC 4180. An id may have any character.
 inline std::string QuoteCsv(const std::string& text) {
   if (text.find_first_of("\",\r\n") == std::string::npos) {
     return text;

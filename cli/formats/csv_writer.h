@@ -8,10 +8,11 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 // A header, then a line for each date: date, timestamp, the id if there may be several, a value for
-// each function in the shortest form that reads back to the same double ("nan" for a missing one,
-// nothing where only other functions have a point), and the quality, good when all values of the
-// line are. For another database: timestamp, id, labels, values, which are empty where they are
-// missing, and the quality of points of intervals; what is of one id can be stored again.
+// each function, and the quality, which is good when all values of the line are. Values have the
+// shortest form that reads back to the same double: "nan" for a missing one, nothing where only
+// other functions have a point. For another database: timestamp, id, labels, values, which are
+// empty where they are missing, and the quality of points of intervals. `create` and `update` read
+// the file of a single id.
 class CsvWriter : public PointWriter {
  public:
   explicit CsvWriter(AnswerShape answerShape) : shape(std::move(answerShape)) {}
@@ -23,7 +24,7 @@ class CsvWriter : public PointWriter {
   void AppendHeader(std::string& text);
 
   AnswerShape shape;
-  std::string names;  // what follows the timestamp in each line
+  std::string names;  // id and labels, which follow the timestamp in each line
   bool hasHeader = false;
 };
 

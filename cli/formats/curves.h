@@ -5,7 +5,7 @@
 
 #include "timeseries/numerical_data_point.h"
 
-// Whole answers, for the formats that need all of one before they write the first of it.
+// Whole answers, for formats that need all points before they write the first.
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 using Points = std::vector<NumericalDataPoint>;

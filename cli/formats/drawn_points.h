@@ -9,7 +9,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// From where to where the dates of curves go, and their finite values.
+// The ranges of the dates and of the finite values of curves.
 struct Extent {
   Date::Date first;  // both are 1970 without points
   Date::Date last;
@@ -21,7 +21,7 @@ struct Extent {
   bool HasValues() const { return lowest <= highest; }
 };
 
-// Whether there is a point of that index, with a value that can be drawn.
+// Whether there is a point with this index and a value that can be drawn.
 inline bool IsDrawn(const Points& points, std::size_t index) {
   return index < points.size() && std::isfinite(points[index].value);
 }

@@ -9,7 +9,7 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-// More points are only told from their line where they stand alone or are bad.
+// With more points, only those that stand alone or are bad are marked.
 constexpr std::size_t MAXIMUM_SHOWN_POINTS = 100;
 
 constexpr char STYLES[] =
@@ -19,8 +19,8 @@ constexpr char STYLES[] =
     "set tics nomirror\n"
     "set key above left noenhanced\n";
 
-// In single quotes gnuplot takes every character as it is but the quote. That is written twice, of
-// which two in a row are not understood, or else between double quotes.
+// In single quotes gnuplot takes every character as it is, but for the quote, which is doubled.
+// gnuplot does not understand two doubled quotes in a row; such quotes go into double quotes.
 std::string Quote(const std::string& text) {
   const bool hasPair = text.find("''") != std::string::npos;
   std::string quoted = "'";
@@ -34,7 +34,7 @@ std::string Format(double value) { return std::string(ShortestText(value).Get())
 
 bool IsOnLine(const Points& /*points*/, std::size_t /*index*/) { return true; }
 
-// A good point that no line leads to, or one of few.
+// A good point without a line to it, or one of few points.
 bool IsDot(const Points& points, std::size_t index) {
   const bool isAlone = !IsDrawn(points, index - 1) && !IsDrawn(points, index + 1);
   return points[index].quality && (isAlone || points.size() <= MAXIMUM_SHOWN_POINTS);
@@ -42,7 +42,7 @@ bool IsDot(const Points& points, std::size_t index) {
 
 bool IsBad(const Points& points, std::size_t index) { return !points[index].quality; }
 
-// What is drawn of each curve, one over the other.
+// The layers of each curve, from the bottom up.
 struct Layer {
   const char* style;
   bool (*has)(const Points& points, std::size_t index);
@@ -124,7 +124,8 @@ class Script {
     }
   }
 
-  // The data follow in the same order. gnuplot warns of a layer without points, but not of NaN.
+  // The data follow in the same order. gnuplot warns about a layer without points, but not about
+  // NaN.
   void PrintPlot(const std::vector<std::string>& names) {
     const char* separator = "plot ";
     for (std::size_t i = 0; i < curves.size(); ++i) {

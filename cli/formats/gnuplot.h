@@ -8,9 +8,9 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Writes a script with its data inside, of which gnuplot draws a PNG to its standard output: a line
-// for each curve, which breaks where a value is missing or infinite, with hollow bad points. The
-// x axis has local times, also where the clocks change, which is marked.
+// Writes a script with its data inside, from which gnuplot draws a PNG to its standard output. Each
+// curve has a line, which breaks where a value is missing or infinite; bad points are hollow. The
+// x axis has local times, and changes of the clocks are marked.
 void PrintGnuplot(const std::vector<Curve>& curves, const std::vector<std::string>& names,
                   std::ostream& output);
 

@@ -6,11 +6,11 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// An array of objects with the names of the CSV columns; for another database an object a line. A
-// missing value is null, an infinite one "inf" or "-inf", as JSON has no number for it.
+// An array of objects with the names of the CSV columns; for another database one object a line. A
+// missing value is null. An infinite value is "inf" or "-inf", since JSON has no number for it.
 class JsonWriter : public PointWriter {
  public:
-  // Throws UsageError for a label of the name of another field.
+  // Throws UsageError for a label with the name of another field.
   explicit JsonWriter(AnswerShape answerShape);
 
   void Begin(const Series& next, int round, std::string& text) override;

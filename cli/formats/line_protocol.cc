@@ -10,11 +10,11 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-// What ends a tag's key or value unless a backslash stands before it.
+// Characters that end a tag's key or value unless a backslash stands before them.
 constexpr std::string_view ENDS = ",= ";
 
-// A backslash itself cannot be written before one of these, nor at the end, nor a control character
-// anywhere.
+// Whether a text can be written. Not one with a backslash before another one, before one of these
+// or at the end, nor one with a control character.
 bool HasForm(const std::string& text) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const auto character = static_cast<unsigned char>(text[i]);

@@ -8,7 +8,7 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 // "topo,device=d1,id=Boiler value=21.5 1262336400": the measurement is the scope, the tags are the
-// labels, the fields the value or those of several functions, under their names. A point of an
+// labels, the field is the value, or there is a field for each of several functions. A point of an
 // interval also has the field quality, true or false. Timestamps are in seconds.
 class LineProtocol : public PointWriter {
  public:

@@ -7,14 +7,14 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 // OpenMetrics text: the family "topo_value" of gauges, or one for each of several functions, and
-// after them "topo_quality", 1 or 0, for points of intervals. These are the names that readers of
-// line protocol make of its fields.
+// then "topo_quality", 1 or 0, for points of intervals. Servers that read line protocol derive the
+// same names from its fields.
 class OpenMetrics : public PointWriter {
  public:
   // Throws UsageError for labels whose names are not allowed.
   explicit OpenMetrics(AnswerShape answerShape);
 
-  // A family each.
+  // One round for each family.
   int GetRoundCount() const override {
     return static_cast<int>(shape.names.size()) + (shape.hasQuality ? 1 : 0);
   }
@@ -24,7 +24,7 @@ class OpenMetrics : public PointWriter {
 
  private:
   AnswerShape shape;
-  std::string family;  // the last one that was begun
+  std::string family;  // the current one
   std::string prefix;
   std::size_t column = 0;  // or behind the last one, for the quality
 };

@@ -36,7 +36,7 @@ class Bars {
     if (!AreShown() || !std::isfinite(value)) {
       return "";
     }
-    const double span = highest / 2 - lowest / 2;  // halves, lest it overflows
+    const double span = highest / 2 - lowest / 2;  // halves, so that it does not overflow
     const double part = span > 0 ? (value / 2 - lowest / 2) / span : 1;
     const auto marks = std::lround(part * static_cast<double>(longest - 1));
     return std::string().append(1 + static_cast<std::size_t>(marks), '#');

@@ -17,7 +17,7 @@ namespace {
 using Curves = std::vector<Curve>;
 using Print = void (*)(const Curves& curves, const AnswerShape& shape, std::ostream& output);
 
-// What tells the columns of a table from one another.
+// Short names for the columns of a table: only what differs.
 std::string NameColumn(const Curve& curve, const AnswerShape& shape) {
   if (!shape.isSeveral) {
     return curve.function;
@@ -38,7 +38,7 @@ void PrintAsTable(const Curves& curves, const AnswerShape& shape, std::ostream& 
   PrintTable(curves, names, shape.unit, output);
 }
 
-// The whole names of curves, for a picture that is on its own.
+// The full names of curves, for a picture that stands alone.
 std::vector<std::string> NameCurves(const Curves& curves) {
   std::vector<std::string> names;
   for (const Curve& curve : curves) {
@@ -47,7 +47,7 @@ std::vector<std::string> NameCurves(const Curves& curves) {
   return names;
 }
 
-// Without colours, only different marks tell several curves apart.
+// Without colours, several curves need different marks.
 Drawing ChooseDrawing(bool isSeveral, bool isOnTerminal) {
   if (!IsUtf8Locale() || (isSeveral && !(isOnTerminal && HasColours()))) {
     return Drawing::Marks;
@@ -69,7 +69,7 @@ void PrintAsScript(const Curves& curves, const AnswerShape& /*shape*/, std::ostr
   PrintGnuplot(curves, NameCurves(curves), output);
 }
 
-// Writes all answers together, at the end; nothing when there is none.
+// Writes all answers together at the end; nothing when there are none.
 class CollectingWriter : public PointWriter {
  public:
   CollectingWriter(AnswerShape answerShape, Print printAll)

@@ -8,7 +8,7 @@
 #include "points/question.h"
 #include "points/series.h"
 
-// The forms in which the answers of files to one question are written.
+// The formats of the answers to one question.
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 enum class PointFormat { Table, Csv, Json, Chart, Gnuplot, LineProtocol, OpenMetrics };
@@ -20,13 +20,13 @@ struct AnswerShape {
   CalendarUnit unit = CalendarUnit::Minute;    // by which tables name the dates of points
   bool isSeveral = false;                      // the answers may be those of several files
   bool hasQuality = true;
-  bool isForSeries = false;   // CSV and JSON are for another database, without local times
-  Labels labels;              // of the series of another database, in each of them by these names
+  bool isForSeries = false;   // CSV and JSON for another database, without local times
+  Labels labels;              // of the series of another database; all have the same names
   bool isOnTerminal = false;  // tables and charts fit the terminal that is standard output
   std::vector<std::string> functions = names;  // what charts call the values
 };
 
-// Writes answers one after the other. Text is appended to what is there.
+// Writes answers one after the other. Text is appended.
 class PointWriter {
  public:
   PointWriter() = default;
@@ -34,29 +34,30 @@ class PointWriter {
   PointWriter& operator=(const PointWriter&) = delete;
   virtual ~PointWriter() = default;
 
-  // How often the files of a scope are to be asked, all of them each time.
+  // How many rounds the format needs: in each, all files of a scope are asked.
   virtual int GetRoundCount() const { return 1; }
 
   // Whether all points are held until the end.
   virtual bool IsAtOnce() const { return false; }
 
-  // Begins the answer of a file. Throws CommandError for a series that has no such form.
+  // Begins the answer of a file. Throws CommandError for a series that the format cannot express.
   virtual void Begin(const Series& series, int round, std::string& text) = 0;
 
-  // Appends points of the answer that was begun.
+  // Appends points of the current answer.
   virtual void Append(const Piece& piece, std::string& text) = 0;
 
-  // Ends the answer, which is whole.
+  // Ends the current answer, which is complete.
   virtual void End() {}
 
-  // What stands behind all answers, of which there may be none.
+  // Appends what follows the last answer. There may have been no answer.
   virtual void Finish(std::string& /*text*/) {}
 
-  // How many values were left out, since the form has none for an infinite one.
+  // How many infinite values were left out because the format cannot express them.
   virtual unsigned long long GetLeftOutCount() const { return 0; }
 };
 
-// A new form is added to PointFormat and here. Throws UsageError for labels that it does not take.
+// A new format is added to PointFormat and here. Throws UsageError for labels that the format does
+// not allow.
 std::unique_ptr<PointWriter> MakePointWriter(PointFormat format, const AnswerShape& shape);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -16,7 +16,7 @@ constexpr long long SECONDS_A_MONTH = 30 * SECONDS_A_DAY;  // about
 
 enum class Unit { Minute, Day, Month };
 
-// The distance of ticks. Minutes divide a day and months a year, or they are whole years.
+// The distance between ticks: minutes that divide a day, months that divide a year, or whole years.
 struct Spacing {
   Unit unit;
   int count;
@@ -55,7 +55,7 @@ Spacing ChooseSpacing(long long span, std::size_t maximumCount) {
   return years;
 }
 
-// The bound at `local` or before it.
+// The last bound that is not after `local`.
 cctz::civil_second RoundDown(const cctz::civil_second& local, const Spacing& spacing) {
   switch (spacing.unit) {
     case Unit::Minute: {
@@ -87,7 +87,7 @@ cctz::civil_second GetNextBound(const cctz::civil_second& bound, const Spacing& 
   return cctz::civil_month(bound) + spacing.count;
 }
 
-// The next tick behind one. Minutes go on through an hour that the clocks repeat.
+// The tick after one. Minutes continue through an hour that the clocks repeat.
 Instant GetNext(Instant tick, const Spacing& spacing, const cctz::time_zone& zone) {
   if (spacing.unit != Unit::Minute) {
     const cctz::civil_second bound = RoundDown(cctz::convert(tick, zone), spacing);

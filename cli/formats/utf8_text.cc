@@ -9,7 +9,7 @@ bool IsBetween(unsigned char byte, unsigned char least, unsigned char greatest) 
   return least <= byte && byte <= greatest;
 }
 
-// The bytes of the character that the text begins with; 0 when it begins with none.
+// The length of the character at the beginning of the text; 0 when there is none.
 std::size_t MeasureCharacter(std::string_view text) {
   const auto byte = [text](std::size_t i) {
     return static_cast<unsigned char>(i < text.size() ? text[i] : '\0');

@@ -4,7 +4,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Whether the text is UTF-8, as formats of text are: no overlong form, no half of a surrogate pair.
+// Whether the text is valid UTF-8: no overlong character, no half of a surrogate pair.
 bool IsUtf8(const std::string& text);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -40,7 +40,7 @@ void ForEachRow(const std::vector<const Points*>& columns, Work work) {
   }
 }
 
-// The value, and behind it a place for the mark.
+// The value, followed by the place of the mark.
 std::string FormatCell(const NumericalDataPoint* point) {
   if (point == nullptr || std::isnan(point->value)) {
     return "- ";

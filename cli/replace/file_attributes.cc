@@ -43,7 +43,9 @@ std::optional<std::string> Read(int file, const std::string& name) {
 }
 
 void CopyExtendedAttributes(int source, int destination) {
-  // A list that the new file has from its directory would let in who was never let in before.
+  // An access control list that the new file inherited from its directory could let in people who
+  // had
+  // no access before.
   if (Read(destination, ACCESS_CONTROL_LIST)) {
     RequireCall(fremovexattr(destination, ACCESS_CONTROL_LIST) == 0,
                 "its access control list cannot be kept");

@@ -26,7 +26,7 @@ class FileDescriptor {
   bool IsOpen() const { return number >= 0; }
   int Release() { return std::exchange(number, -1); }
 
-  // A path of the very file that is open here, whatever happens to its name meanwhile.
+  // A path of the file that is open here, whatever happens to its name meanwhile.
   std::string GetPath() const { return "/proc/self/fd/" + std::to_string(number); }
 
  private:

@@ -21,7 +21,7 @@ class FileError : public std::runtime_error {
   StatusCode status;
 };
 
-// Throws IoError for the failed system call that `problem` tells of, with the text of errno.
+// Throws IoError with `problem` and the text of errno, for a system call that failed.
 inline void RequireCall(bool isDone, const std::string& problem) {
   if (!isDone) {
     const std::string reason = std::generic_category().message(errno);

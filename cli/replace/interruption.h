@@ -4,14 +4,14 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// What ends a command that was asked to end. No std::exception, so that what only one file has
-// failed for does not catch it.
+// Ends a command that got a signal. It is no std::exception, so that code which goes on after one
+// file's failure does not catch it.
 struct Interrupted {
   int signal;
 };
 
-// While it lives, SIGINT, SIGTERM and SIGHUP wait until the work at hand can be left without a
-// trace; a second one ends the process at once.
+// While it lives, SIGINT, SIGTERM and SIGHUP only take effect where the work can stop and leave
+// nothing behind; a second signal ends the process at once.
 class InterruptionGuard {
  public:
   InterruptionGuard();

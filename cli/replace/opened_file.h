@@ -9,8 +9,8 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// A regular file, opened once and looked at through its descriptor alone: whatever is done to its
-// name meanwhile, it is the same file that is examined, read and replaced.
+// A regular file, opened once and used through its descriptor alone: whatever happens to its name
+// meanwhile, the same file is examined, read and replaced.
 class OpenedFile {
  public:
   // Opens it for reading; a symbolic link is not followed. Throws FileError for anything but a
@@ -24,11 +24,11 @@ class OpenedFile {
   // Owner, mode, size and times as they were when it was opened.
   const struct stat& GetStatus() const { return status; }
 
-  // Throws FileError unless its name still names it and it is as it was when it was opened.
+  // Throws FileError unless the name still belongs to this file, unchanged since it was opened.
   void RequireUnchanged() const;
 
-  // Finds what would keep it from being replaced, as far as that shows before it is tried, and
-  // throws FileError. `nameCount` is how many names (hard links) it may have.
+  // Throws FileError for what would keep the file from being replaced, as far as that can be known
+  // without trying. `nameCount` is how many names (hard links) it may have.
   void RequireReplaceable(nlink_t nameCount = 1) const;
 
  private:

@@ -6,8 +6,8 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Where a command writes: standard output, or a file that is made or replaced in one instant when
-// all is written. Every operation throws CommandError.
+// Where a command writes: standard output, or a file that is made or replaced in one step when all
+// is written. Every operation throws CommandError.
 class OutputFile {
  public:
   // Standard output for no path and for "-".
@@ -16,10 +16,10 @@ class OutputFile {
   OutputFile& operator=(const OutputFile&) = delete;
   ~OutputFile();
 
-  // Whether it is a file, which is not there before the end.
+  // Whether it is a file, which appears only at the end.
   bool IsFile() const { return file != nullptr; }
 
-  // False when standard output takes no more.
+  // False when the reader of standard output has gone.
   bool Write(const std::string& text);
 
   // Puts the file in place.

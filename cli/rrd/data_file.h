@@ -8,7 +8,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// What a data file is to be like: the arguments of RrdClient::Create and RrdClient::Migrate.
+// The properties of a data file: the arguments of RrdClient::Create and RrdClient::Migrate.
 struct DataFileDefinition {
   long long step;
   long long startTime;
@@ -17,16 +17,16 @@ struct DataFileDefinition {
   unsigned int rowCount;
 };
 
-// Makes the data file at `path`, where nothing may be unless `mayReplace`. The new file has been
-// read back and has what was asked for; `fill` stores samples in it, by another path, before it is
-// put in place. Throws FileError and what `fill` throws; all is as it was then.
+// Makes the data file at `path`, where no file may be unless `mayReplace`. The new file is read
+// back and checked; `fill` stores samples in it, under another path, before it is put in place.
+// Throws FileError and what `fill` throws; nothing has changed then.
 void CreateDataFile(const std::string& path, const DataFileDefinition& definition, bool mayReplace,
                     const PatientClient& client,
                     const std::function<void(const std::string&)>& fill);
 
-// Makes the data file at `path` anew from itself. The new file has been read back and has what was
-// asked for and all samples of the old one, unless `mayDrop`. Throws FileError; all is as it was
-// then.
+// Replaces the data file at `path` by one with this definition and its samples. The new file is
+// read back and checked; unless `mayDrop` it has all samples of the old one. Throws FileError;
+// nothing has changed then.
 ComparedSamples MigrateDataFile(const std::string& path, const DataFileDefinition& definition,
                                 bool mayDrop, const PatientClient& client);
 

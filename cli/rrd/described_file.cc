@@ -20,11 +20,11 @@ std::string JoinNames(const Items& items, Name name) {
   return text;
 }
 
-// Whether what can be read of a file does not begin as an RRD file does.
+// Whether a file can be read and does not begin as an RRD file does.
 bool IsOtherFile(const std::string& path) {
   constexpr char MARK[] = "RRD";
   std::error_code error;
-  if (!std::filesystem::is_regular_file(path, error)) {  // what else there is may block
+  if (!std::filesystem::is_regular_file(path, error)) {  // reading anything else may block
     return false;
   }
   std::ifstream file(path, std::ios::binary);

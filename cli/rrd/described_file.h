@@ -11,13 +11,13 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 Rrd::FileDescription DescribeFile(const PatientClient& client, const std::string& path,
                                   const std::string& zeltId);
 
-// The same of a file with one data source, of which every row is one value. Throws CommandError for
-// any other, naming its data sources.
+// The same for a file with one data source. Throws CommandError for any other, with the names of
+// its data sources.
 Rrd::FileDescription DescribeSingleSource(const PatientClient& client, const std::string& path,
                                           const std::string& zeltId);
 
-// The archive that a fetch from `start` on reads. Throws CommandError for a file of which the
-// library reads none, naming its archives.
+// The archive that a fetch from `start` on reads. Throws CommandError, with the archives of the
+// file, where the library reads none of them.
 const Rrd::ArchiveDescription& RequireArchive(const Rrd::FileDescription& file, long long start,
                                               const std::string& zeltId);
 

@@ -12,10 +12,10 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-// The rows of a new file lie in memory as a whole.
+// The RRD library holds all rows of a new file in memory.
 constexpr long long MAXIMUM_ROW_COUNT = 1LL << 25;
 
-// More than what lies between the first and the last TIME.
+// More than the seconds between the first and the last TIME.
 constexpr long long MAXIMUM_SPAN = 10'000LL * 366 * 86400;
 
 constexpr double NO_BOUND = std::numeric_limits<double>::quiet_NaN();

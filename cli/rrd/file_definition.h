@@ -13,7 +13,7 @@ class Option;
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// The arguments of the commands that make a file, as far as they were given.
+// The arguments of the commands that make a file; those that were not given are empty.
 struct FileDefinition {
   std::string zeltId;
   std::optional<long long> step;
@@ -25,7 +25,7 @@ struct FileDefinition {
   bool isForced = false;
 };
 
-// What the help says of the arguments of one command.
+// What the help says about the arguments of one command.
 struct DefinitionHelp {
   std::string rowsDefault;
   std::string startDefault;
@@ -33,22 +33,21 @@ struct DefinitionHelp {
   std::string force;
 };
 
-// The option --step is returned, for the command to say whether it is required.
+// Returns the option --step, so that the command can require it.
 CLI::Option* AddDefinitionOptions(CLI::App& command, FileDefinition& definition,
                                   const DefinitionHelp& help);
 
-// Why no file can be made of what was given; empty when one can.
+// Why no file can be made with these arguments; empty when one can.
 std::string FindProblem(const FileDefinition& definition);
 
-// The rows of a file that is made for so many and is to grow: as many again, and a year's, but not
-// more than a file can have nor, for the year, than a million.
+// The rows of a file that needs `neededCount` rows now and has room to grow: twice as many, and at
+// least a year's, though for the year no more than a million and never more than a file can have.
 long long GetRowCountToGrow(long long neededCount, long long step);
 
-// What the file is to be like that begins at `start`. The step and the rows must be there, and no
-// problem.
+// The definition of a file that begins at `start`. Step and rows must be given and have no problem.
 DataFileDefinition MakeDataFileDefinition(const FileDefinition& definition, long long start);
 
-// The start that was given, if any. Throws UsageError for one that is no TIME.
+// The start that was given, if any. Throws UsageError for a text that is no TIME.
 std::optional<TimeExpression> ReadStart(const FileDefinition& definition);
 
 // The same as seconds since the epoch. Throws UsageError for one that no file can have.

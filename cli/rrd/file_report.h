@@ -10,7 +10,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// What info tells of a file that this machine reads.
+// What `info` prints about a file that this machine reads.
 struct FileReport {
   std::string path;
   unsigned long step = 0;
@@ -18,8 +18,7 @@ struct FileReport {
   long long first = 0;
   Rrd::FileDescription file;
 
-  // Where step and first timestamp came from, when they may have come from a store; all else is of
-  // the file.
+  // Where step and first timestamp came from, when there is a store; all else comes from the file.
   bool hasOrigins = false;
   bool isStepStored = false;
   bool isFirstStored = false;

@@ -7,7 +7,7 @@ std::string Count(std::size_t count, const std::string& thing) {
   return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
-// "2 things (a, b)"; only the first ones of many are named.
+// "2 things (a, b)"; of many, only the first ones are named.
 template <typename Item, typename GetName>
 std::string List(const std::vector<Item>& items, const std::string& thing, GetName getName) {
   constexpr std::size_t MAXIMUM_NAMED_COUNT = 8;

@@ -6,7 +6,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// What became of the samples of a file that was made anew.
+// How many samples of an old file the new one has and lacks.
 struct ComparedSamples {
   unsigned long long keptCount = 0;
   unsigned long long lostCount = 0;  // those that the new file does not have at their time

@@ -28,7 +28,7 @@ std::string FormatDuration(unsigned long seconds) {
   return std::to_string(number) + " " + unit->name + (number == 1 ? "" : "s");
 }
 
-// Nothing for none.
+// Empty for a count of 0.
 std::string Tell(unsigned long long count, const std::string& one, const std::string& several) {
   return count == 0 ? "" : "; " + std::to_string(count) + (count == 1 ? one : several);
 }
@@ -47,8 +47,8 @@ StoredSamples::StoredSamples(const PatientClient& client, const std::string& fil
       step(static_cast<long long>(description.step)),
       lastTime(description.lastUpdate) {}
 
-// In pieces, so that the memory does not grow with the file. The consumer gets the time and the
-// value of each row and returns whether to go on.
+// In pieces, so that memory does not grow with the file. The consumer gets the time and the value
+// of each row and returns whether to continue.
 template <typename Consumer>
 void StoredSamples::ReadRows(long long first, long long last, const Consumer& consume) const {
   for (long long start = first; start <= last; start += PIECE_ROW_COUNT * step) {
@@ -125,8 +125,8 @@ void StoredSamples::Classify(long long time, double value) {
   }
 }
 
-// The RRD library reads all digits, six of them after the point, as one whole number, which may be
-// infinite, and with an error in the last ones, which is none that is told.
+// The RRD library reads all digits, with six after the point, as one whole number. That number may
+// become infinite. An error in its last digits is expected and not reported.
 void StoredSamples::ClassifyByDigits(double value) {
   constexpr double DIGITS_AFTER_POINT = 1e6;
   constexpr double LAST_DIGITS = 1e-14;
@@ -147,8 +147,8 @@ void StoredSamples::ClassifyByRow(long long time) {
   }
 }
 
-// Decides of the samples whose rows are whole. Where samples share a row, what the file makes of
-// them depends on all of them, so that the file is asked, unless it has given up the row already.
+// Classifies samples whose rows are complete. Where samples share a row, the row's value depends on
+// all of them, so it is read from the file, unless the file has dropped the row already.
 void StoredSamples::LookAtRows() {
   Rrd::FetchResult rows;
   long long endOfRows = 0;

@@ -10,33 +10,33 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Counts the samples that were stored in a file of one data source, and those of them that the file
-// cannot show as they were given. Every operation throws CommandError.
+// Counts the samples that were stored in a file of one data source, and those that the file does
+// not return as they were given. Every operation throws CommandError.
 class StoredSamples {
  public:
   // `fileDescription` is that of the file before the first sample. The client must outlive it.
   StoredSamples(const PatientClient& client, const std::string& filePath,
                 const Rrd::FileDescription& fileDescription);
 
-  // To be called before a batch is stored that ends then: counts the samples of the file that it
-  // will drop.
+  // Call it before a batch is stored whose last sample is of `latest`: counts the samples that the
+  // file will drop.
   void MakeRoomUntil(long long latest);
 
   // Whether the file had no sample at all.
   bool WasEmpty() const;
 
-  // To be called after a batch was stored, which is later than the one before.
+  // Call it after a batch was stored. Batches are in the order of their times.
   void Add(const std::map<long long, double>& batch);
 
-  // Of those that are not missing themselves.
+  // The samples that are not missing themselves.
   unsigned long long GetCount() const { return count; }
 
   bool IsEmpty() const { return count + missingCount == 0; }
 
-  // The time of the last sample, at first that of the file's last update.
+  // The time of the last sample; before the first batch, the file's last update.
   long long GetLastTime() const { return lastTime; }
 
-  // "6 samples stored", and how many of them the file does not show, and why.
+  // "6 samples stored", and how many of them the file does not return as given, and why.
   std::string Describe() const;
 
  private:
