@@ -167,7 +167,7 @@ std::size_t CsvReader::FindOnlyNumericColumn() {
         name,
         candidates.empty()
             ? "none of its columns has numbers but the time: " + Join(columnNames)
-            : "which column is the value is in doubt: " + Join(candidates) + "; --column names it",
+            : "several columns could be the value: " + Join(candidates) + "; --column names it",
         StatusCode::InvalidArgument);
   }
   return found;

@@ -90,7 +90,7 @@ bool CsvRecords::AddLine(CsvRecord& record) {
   return true;
 }
 
-// Adds what stands before the quote that ends a field, where the position is then behind it; false
+// Adds the text before the quote that ends a field, and moves the position behind that quote; false
 // when the line has none.
 bool CsvRecords::AddQuoted(CsvRecord& record, std::size_t& position) {
   for (;;) {

@@ -33,7 +33,7 @@ std::optional<double> ParseValue(const std::string& text) {
 std::pair<TimeExpression, double> ReadSample(const std::string& text, const cctz::time_zone& zone) {
   const std::size_t colon = text.rfind(':');
   if (colon == std::string::npos || (MayEndTime(text, colon) && ParseTime(text, zone))) {
-    throw UsageError(text, "not TIME:VALUE, with the seconds of the time where it is in doubt");
+    throw UsageError(text, "not TIME:VALUE; give the time with seconds where it is ambiguous");
   }
   const std::optional<double> value = ParseValue(text.substr(colon + 1));
   if (!value) {

@@ -37,7 +37,7 @@ class AnswerWriter {
                Context& commandContext)
       : question(askedQuestion), writer(pointWriter), output(outputFile), context(commandContext) {}
 
-  // Where a format has several rounds, the files of one scope stand together.
+  // A format with several rounds needs the files of one scope together.
   void Write(const Selection& selection) {
     const auto& files = selection.files;
     for (auto begin = files.begin(); begin != files.end();) {
@@ -99,7 +99,7 @@ class AnswerWriter {
   OutputFile& output;
   Context& context;
   std::string text;
-  bool isOver = false;  // since nobody reads any more
+  bool isOver = false;  // the reader has gone
 };
 
 constexpr char FORMAT_HELP[] =

@@ -10,7 +10,7 @@
 #include "points/question.h"
 #include "points/selected_files.h"
 
-// What the commands that write points have in common: a question, files that answer it, a format.
+// What the commands that write points have in common: a question, the files to ask, and a format.
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 struct AnswerOptions {
@@ -19,7 +19,7 @@ struct AnswerOptions {
   SelectionOptions selection;
   std::optional<PointFormat> format;
   std::optional<std::string> output;
-  bool isForSeries = false;  // CSV and JSON are for another database
+  bool isForSeries = false;  // CSV and JSON for another database
 };
 
 struct AddedOptions {
@@ -28,13 +28,13 @@ struct AddedOptions {
   CLI::Option* format;
 };
 
-// ID, what is asked, --format and --output.
+// ID, the options of a question, --format and --output.
 AddedOptions AddAnswerOptions(CLI::App& command, AnswerOptions& options);
 
-// What the help says of an ID, of the formats and of what is asked.
+// The help on ID, the formats and the question.
 std::string GetAnswerHelp();
 
-// Asks each of the files and writes what it answers.
+// Asks each file and writes its answer.
 void WriteAnswers(const AnswerOptions& options, Context& context);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

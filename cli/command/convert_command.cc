@@ -42,7 +42,7 @@ void Convert(const ConvertOptions& options, Context& context) {
   }
 }
 
-// A backup must lie beside its file, and a later run must not take it for a file to convert.
+// A backup must lie beside its file, and a later run must not convert it.
 std::string CheckSuffix(const std::string& suffix) {
   const bool isExtension = fs::path("name" + suffix).extension() == RRD_EXTENSION;
   return suffix.empty() || suffix.find('/') != std::string::npos || isExtension
@@ -83,7 +83,7 @@ void AddConvertCommand(CLI::App& app, Context& context) {
       ->type_name("SUFFIX")
       ->check(CheckSuffix)
       ->needs(inPlace);
-  command->add_flag("--dry-run", options->inPlace.isDryRun, "Only tell what would be done")
+  command->add_flag("--dry-run", options->inPlace.isDryRun, "Only print what would be done")
       ->needs(inPlace);
   AddChoice(*command, "--format", options->format,
             {{"text", SummaryFormat::Text}, {"json", SummaryFormat::Json}},

@@ -21,10 +21,10 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-// The past that a new file takes by default, so that a sample of right now is later than its start.
+// How far back a new file begins by default, so that a sample of now is later than its start.
 constexpr long long DEFAULT_LEAD = 10;
 
-// As many samples lie in memory as a whole.
+// All samples of a new file are held in memory.
 constexpr std::size_t MAXIMUM_SAMPLE_COUNT = 1 << 25;
 
 struct CreateOptions {
@@ -34,7 +34,7 @@ struct CreateOptions {
 
 using Samples = std::vector<std::pair<long long, double>>;
 
-// Some ids share a file name with another one, under which the data source is then listed.
+// Some ids share a file name with another id, and are listed as that one.
 void WarnIfListedOtherwise(const std::string& zeltId, const std::string& path) {
   const std::string fileName = std::filesystem::path(path).filename().string();
   std::string listed;
@@ -45,7 +45,7 @@ void WarnIfListedOtherwise(const std::string& zeltId, const std::string& path) {
   }
 }
 
-// The samples of the whole file, in the order of their times.
+// All samples of the CSV file, in the order of their times.
 Samples ReadSamples(const CreateOptions& options) {
   CsvFile file(*options.csv.path);
   CsvReader reader(file.GetStream(), file.GetName(), options.csv.column,

@@ -1,5 +1,5 @@
-// In the program that does not push itself: the program that does takes its place, so that no other
-// command loads libcurl and SQLite.
+// `push` in nvx-timeseries: another program takes the place of this one, so that no other command
+// loads libcurl and SQLite.
 
 #include <unistd.h>
 #include <CLI/CLI.hpp>
@@ -16,7 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Beside this program, wherever it was installed, however it was started.
+// The other program, relative to this one, wherever it is installed and however it was started.
 fs::path FindPushProgram() {
   std::error_code error;
   const fs::path program = fs::read_symlink("/proc/self/exe", error);

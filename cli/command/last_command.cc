@@ -21,7 +21,7 @@ struct LastOptions {
   std::optional<PointFormat> format;  // none for text
 };
 
-// NaN for a reading that is missing or that the bounds exclude.
+// NaN for a reading that is missing or out of bounds.
 double ReadValue(const Rrd::DataSourceDescription& source) {
   constexpr double MISSING = std::numeric_limits<double>::quiet_NaN();
   const std::string& text = source.lastReading;
@@ -31,8 +31,8 @@ double ReadValue(const Rrd::DataSourceDescription& source) {
   return isNumber && !(value < source.minimum) && !(value > source.maximum) ? value : MISSING;
 }
 
-// The newest row, or the reading behind it, of which no row is made yet. Only of a gauge is a
-// reading a value.
+// The newest row, or the reading after it, which is in no row yet. Only a gauge's reading is a
+// value.
 Piece FindLast(const Source& source) {
   const Rrd::FileDescription& file = source.file;
   const ChosenArchive chosen = ChooseArchive(source, file.lastUpdate);

@@ -27,7 +27,7 @@ struct ListOptions {
 
 constexpr long long STALE_STEPS = 10;
 
-// What is told of a file, under the names of the columns.
+// The entry of a file, by the names of the columns.
 nlohmann::ordered_json Describe(const Source& source) {
   using std::chrono::system_clock;
   const Rrd::FileDescription& file = source.file;

@@ -17,7 +17,7 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-// What was not given is as it is in the file.
+// What was not given is taken from the file.
 FileDefinition Complete(FileDefinition definition, const Rrd::FileDescription& file) {
   const Rrd::DataSourceDescription& source = file.dataSources.front();
   definition.step = definition.step.value_or(static_cast<long long>(file.step));
@@ -79,7 +79,7 @@ void AddMigrateCommand(CLI::App& app, Context& context) {
   const auto definition = std::make_shared<FileDefinition>();
   AddDefinitionOptions(*command, *definition,
                        {"default: those of the file", "the last update", "that of the file",
-                        "Accept that samples are lost, as by fewer rows or a longer step"});
+                        "Accept the loss of samples, as by fewer rows or a longer step"});
   command->footer(std::string(TIME_HELP) + "\n" + ZONE_HELP);
   command->callback([definition, &context] { Migrate(*definition, context); });
 }

@@ -20,7 +20,7 @@ std::string Describe(const ChosenArchive& chosen) {
   return chosen.archive->consolidation + " with rows of " + std::to_string(chosen.rowLength) + " s";
 }
 
-// What lies in other archives than the only one that answers.
+// What the other archives have that the one that answers has not.
 std::string DescribeOthers(const Source& source, const ChosenArchive& chosen) {
   const auto& archives = source.file.archives;
   const bool hasOlder = std::any_of(archives.begin(), archives.end(), [&](const auto& other) {

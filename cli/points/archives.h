@@ -15,8 +15,8 @@ struct ChosenArchive {
   long long begin;      // it answers from this time on, until the next one begins
 };
 
-// The archive of all points of intervals from `start` on: the one that the library reads for such a
-// window. Sums of rows of different lengths would not be comparable.
+// The one archive for the points of all intervals from `start` on, as the library chooses it. Sums
+// of rows of different lengths could not be compared.
 ChosenArchive ChooseArchive(const Source& source, long long start);
 
 // The archives of the samples from `first` to `last`: each time is that of the finest archive that

@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The id of a data source's file, empty for any other.
+// The id of a data source's file; empty for any other file.
 std::string FindId(const fs::path& path) {
   std::string id;
   const bool isFound =
@@ -56,7 +56,7 @@ std::vector<std::string> ListIds(const fs::path& directory) {
       StatusCode::NotFound);
 }
 
-// The directory as it is handed over. The RRD library takes a path such as "cb//x.rrd" for the
+// The directory as the library gets it. The RRD library takes a path such as "cb//x.rrd" for the
 // URL of a server, but not one that begins with "/" or "./".
 std::string GetDirectoryPath(const std::string& directory) {
   const bool isPlain = directory == "." || directory[0] == '/' || directory.rfind("./", 0) == 0;

@@ -24,7 +24,7 @@ struct Context {
   MetadataStore store;
   PatientClient rrdClient;
 
-  // Ends with EXIT_PARTIAL_DATA, unless something failed.
+  // The command will end with EXIT_PARTIAL_DATA, unless something failed.
   void NotePartialData() {
     if (exitStatus == EXIT_DONE) {
       exitStatus = EXIT_PARTIAL_DATA;

@@ -32,8 +32,8 @@ StatusCode Compute(const Choices<PointFunction>& functions, const double* first,
   return StatusCode::Success;
 }
 
-// What the function makes of a whole window. Its samples are no run between two others: two of them
-// do not stand for a single step, and without a sample at its end the last one is its own.
+// The function's value for a whole window. The window is not a run between two others: two samples
+// are not a single step, and unless a sample lies on its end, the last one belongs to it.
 Value ComputeWhole(const PointFunction& function, std::vector<double> samples,
                    bool endsWithSample) {
   constexpr double MISSING = std::numeric_limits<double>::quiet_NaN();
@@ -290,7 +290,8 @@ StatusCode Reader::ComputeBounds(const TimeWindow& part, const double* samples,
   return status;
 }
 
-// What ends the interval is still to come or was cut off; an integral ends with the last sample.
+// The sample that ends the interval is still to come or was cut off; an integral ends with the last
+// sample.
 Piece Reader::ComputeCut() {
   std::vector<double> samples = ReadRows(*intervals.cut);
   samples.push_back(std::numeric_limits<double>::quiet_NaN());

@@ -54,8 +54,8 @@ std::vector<std::string> ListDataSources(const std::string& directory, Context& 
 Selection SelectFiles(const std::vector<std::string>& arguments, Context& context,
                       const SelectionOptions& options = {});
 
-// Calls `work` for each file. Of several, one that fails is told on standard error, and the others
-// are gone on with; the exit status is EXIT_FAILED then.
+// Calls `work` for each file. When one of several fails, a message says so, the others follow, and
+// the exit status is EXIT_FAILED.
 void ForEachFile(const Selection& selection, Context& context,
                  const std::function<void(const SelectedFile&)>& work);
 

@@ -6,7 +6,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// What tells a series from others, by name; the names in order.
+// The labels that distinguish a series from others, in the order of their names.
 using Labels = std::map<std::string, std::string>;
 
 // What another database gets of a file.

@@ -15,7 +15,7 @@ namespace {
 
 constexpr long CONNECT_SECONDS = 10;
 
-// What will not become better by itself.
+// Errors that repeating does not help.
 bool IsFinalCode(CURLcode code) {
   switch (code) {
     case CURLE_UNSUPPORTED_PROTOCOL:
@@ -29,7 +29,7 @@ bool IsFinalCode(CURLcode code) {
   }
 }
 
-// What stands behind a prefix of a line, without blanks around it; nothing for another line.
+// The rest of a line after a prefix, without blanks around it; nothing for a line without it.
 std::optional<std::string_view> FindValue(std::string_view line, std::string_view prefix) {
   if (line.size() < prefix.size() || strncasecmp(line.data(), prefix.data(), prefix.size()) != 0) {
     return std::nullopt;
@@ -41,7 +41,7 @@ std::optional<std::string_view> FindValue(std::string_view line, std::string_vie
 
 }  // namespace
 
-// Of a text of any length the beginning is kept; the rest is not waited for.
+// Only the beginning of a text is kept; the rest is not waited for.
 std::size_t HttpClient::Received::AddText(const char* data, std::size_t size) noexcept {
   const std::size_t kept = std::min(size, sizeof text - textSize);
   std::memcpy(text + textSize, data, kept);
@@ -49,8 +49,8 @@ std::size_t HttpClient::Received::AddText(const char* data, std::size_t size) no
   return kept;
 }
 
-// libcurl also takes an answer that ends within its headers, and one of a length that no number
-// has.
+// libcurl also accepts an answer that ends within its headers, and one with a length that is not a
+// number.
 void HttpClient::Received::AddHeader(std::string_view line) noexcept {
   if (line.substr(0, 5) == "HTTP/") {
     isHeaderWhole = false;
@@ -77,7 +77,7 @@ void HttpClient::Received::AddNote(std::string_view note) noexcept {
   }
 }
 
-// An answer 204 has no text, so a length of one shows that something is amiss.
+// An answer 204 has no text; a length shows that something is wrong.
 bool HttpClient::Received::IsWhole(long status) const noexcept {
   return isHeaderWhole && isLengthSound && (status != 204 || length <= 0);
 }
@@ -119,7 +119,7 @@ void HttpClient::AddHeader(const std::string& line) {
   if (longer == nullptr) {
     throw std::bad_alloc();
   }
-  static_cast<void>(headers.release());  // the longer list has it
+  static_cast<void>(headers.release());  // the longer list owns it
   headers.reset(longer);
 }
 
@@ -160,7 +160,7 @@ void HttpClient::SetCallbacks() {
   Set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
   Set(CURLOPT_NOPROGRESS, 0L);
   Set(CURLOPT_XFERINFOFUNCTION, OnProgress);
-  // libcurl tells nowhere else which proxy it uses.
+  // libcurl says nowhere else which proxy it uses.
   Set(CURLOPT_VERBOSE, 1L);
   Set(CURLOPT_DEBUGFUNCTION, OnNote);
   Set(CURLOPT_DEBUGDATA, &received);

@@ -17,16 +17,16 @@ struct SendOptions {
   std::optional<std::string> authorityFile;  // of certificates, in place of the system's
 };
 
-// What became of a request.
+// The outcome of a request.
 struct HttpAnswer {
   std::string problem;                  // why there is no whole answer; empty for one
-  bool isFinal = false;                 // the problem stays, however often the request is repeated
+  bool isFinal = false;                 // repeating the request does not help
   long status = 0;                      // of a whole answer
   std::string text;                     // of a whole answer, its beginning
   std::chrono::seconds wantedPause{0};  // that the server asked for
 };
 
-// A connection to a server and what all requests over it have in common.
+// A connection to a server, with the headers and options of all its requests.
 class HttpClient {
  public:
   HttpClient(const WriteAddress& address, const SendOptions& options);
@@ -43,7 +43,7 @@ class HttpClient {
   static constexpr std::size_t LONGEST_TEXT = 4096;
   static constexpr std::size_t LONGEST_NAME = 32;
 
-  // What libcurl tells while it works. Its functions are called through C and never throw.
+  // Receives what libcurl reports. Its functions are called from C and never throw.
   struct Received {
     std::size_t AddText(const char* data, std::size_t size) noexcept;
     void AddHeader(std::string_view line) noexcept;
@@ -54,7 +54,7 @@ class HttpClient {
     std::size_t textSize = 0;
     bool isHeaderWhole = false;
     bool isLengthSound = true;
-    long long length = -1;  // of the text, where a header tells it
+    long long length = -1;  // of the text, from a header; -1 without one
     char proxyVariable[LONGEST_NAME] = "";
   };
 

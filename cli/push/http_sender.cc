@@ -19,14 +19,15 @@ using Clock = std::chrono::steady_clock;
 
 constexpr long TOO_LARGE = 413;
 
-// The words of a server's own about what is wrong: other text may repeat what it was sent.
+// The server's own words about what is wrong. Other text may be an echo of what it was sent.
 std::string FindError(const HttpAnswer& answer) {
   const auto json = nlohmann::json::parse(answer.text, nullptr, false);
   const auto error = json.is_object() ? json.find("error") : json.end();
   return error != json.end() && error->is_string() ? error->get<std::string>() : "";
 }
 
-// InfluxDB has taken the rest of the lines. What is older than it keeps others drop without a word.
+// InfluxDB has taken the other lines. Other servers drop what is older than they keep and say
+// nothing.
 bool HasDroppedOldOnes(const HttpAnswer& answer) {
   constexpr std::string_view DROPPED = "partial write: points beyond retention policy dropped";
   return answer.status == 400 && FindError(answer).compare(0, DROPPED.size(), DROPPED) == 0;
@@ -37,13 +38,13 @@ std::string Describe(const HttpAnswer& answer, const SecretMask& mask) {
   std::string words = Workstation::WithoutControls(mask.Hide(FindError(answer)));
   words.resize(std::min(words.size(), LONGEST));
   if (words.empty() && answer.status == 200) {
-    words = "a page, and no confirmation";
+    words = "a page, not a confirmation";
   }
   return "the server answers " + std::to_string(answer.status) +
          (words.empty() ? "" : ": " + words);
 }
 
-// Of the lines as many whole ones as have the size, but one at least.
+// The first whole lines that fit into the size, but at least one.
 std::string_view TakeLines(std::string_view lines, std::size_t size) {
   if (lines.size() <= size) {
     return lines;
@@ -58,10 +59,10 @@ bool IsOneLine(std::string_view lines) { return lines.find('\n') + 1 >= lines.si
 
 struct HttpSender::Reply {
   bool isConfirmed = false;
-  bool isPartial = false;  // and yet not all of it was kept
+  bool isPartial = false;  // confirmed, but not all lines were kept
   bool isTooLarge = false;
-  bool isFinal = false;                 // the same again will not be taken either
-  bool isOfLines = false;               // and that is for what was sent
+  bool isFinal = false;                 // the same request would be refused again
+  bool isOfLines = false;               // because of the lines in it
   std::chrono::seconds wantedPause{0};  // that the server asked for
   std::string reason;
 };
@@ -80,7 +81,7 @@ HttpSender::Reply HttpSender::Post(const std::string& body) {
     reply.isFinal = answer.isFinal;
     return reply;
   }
-  // A page that answers 200 to everything has stored nothing.
+  // A server of pages that answers 200 to everything has stored nothing.
   reply.isPartial = HasDroppedOldOnes(answer);
   reply.isConfirmed =
       answer.status == 204 || (answer.status == 200 && answer.text.empty()) || reply.isPartial;
@@ -102,7 +103,7 @@ void HttpSender::TellProxy() {
                (isOpen && address.HasCredentials() ? ", which sees the token or password" : ""));
 }
 
-// Waits before the same is sent again; throws SendError when that would be after the deadline.
+// Waits before the request is repeated; throws SendError when that would be after the deadline.
 void HttpSender::WaitForNext(const Reply& reply, Clock::time_point deadline,
                              std::chrono::milliseconds& pause) const {
   constexpr std::chrono::milliseconds LONGEST_PAUSE = 60s;
@@ -121,7 +122,7 @@ void HttpSender::WaitForNext(const Reply& reply, Clock::time_point deadline,
   pause = std::min(pause * 2, LONGEST_PAUSE);
 }
 
-// False when the request is too large and has lines for several.
+// False when the request is too large and can be split.
 bool HttpSender::SendRequest(std::string_view lines) {
   const std::string body = Gzip(lines);
   const Clock::time_point deadline = Clock::now() + options.retryTime;

@@ -13,7 +13,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Why a server did not take what was sent. No secret is in it.
+// Why a server did not take what was sent. It contains no secret.
 class SendError : public std::runtime_error {
  public:
   SendError(const std::string& reason, StatusCode errorStatus, bool isOfLines = false)
@@ -21,7 +21,7 @@ class SendError : public std::runtime_error {
 
   StatusCode GetStatus() const { return status; }
 
-  // Whether the server has found fault with the lines; others may still be taken.
+  // Whether the server refused these lines; it may still take others.
   bool IsOfLines() const { return isLinesRefused; }
 
  private:
@@ -36,17 +36,16 @@ class HttpSender {
   HttpSender(const HttpSender&) = delete;
   HttpSender& operator=(const HttpSender&) = delete;
 
-  // Returns when the server has confirmed the lines, of which it may have dropped what is older
-  // than it keeps: the first time a message says so. Where it is away, overloaded (429) or fails
-  // (5xx), the request is repeated with growing pauses; where it takes no request of that size
-  // (413), the lines are sent in several. Throws SendError when the server refuses the lines or
-  // the time is over, and Interrupted.
+  // Returns when the server has confirmed the lines. It may have dropped points that are older than
+  // it keeps; a message says so the first time. While the server is away, overloaded (429) or
+  // failing (5xx), the request is repeated with growing pauses; when it is too large (413), it is
+  // split. Throws SendError when the server refuses the lines or the time is over, and Interrupted.
   void Send(const std::string& lines);
 
-  // The size of a request that the server has not refused, in bytes of lines.
+  // The largest size of a request that the server may take, in bytes of lines.
   std::size_t GetLargestSize() const { return largestSize; }
 
-  // Of the confirmed requests, compressed.
+  // The compressed bytes of all confirmed requests.
   unsigned long long GetByteCount() const { return byteCount; }
 
  private:

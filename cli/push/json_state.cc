@@ -10,8 +10,8 @@ namespace {
 using Kinds = std::map<std::string, std::map<std::string, long long>>;
 using Servers = std::map<std::string, std::map<std::string, Kinds>>;
 
-// Bytes that are no UTF-8 were replaced, so that several series may have become one. Parameters of
-// a URL that may be secret had a number in the place of their value.
+// In such a state, bytes that are not UTF-8 were replaced, so that several series may have become
+// one, and URL parameters that may be secret had a number in place of their value.
 bool IsAmbiguous(const std::string& key) { return key.find("\xef\xbf\xbd") != std::string::npos; }
 
 }  // namespace

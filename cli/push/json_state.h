@@ -9,7 +9,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 
 using ConfirmedByServer = std::map<std::string, ConfirmedTimes>;
 
-// Reads a state of the form that it had before: JSON. Throws std::runtime_error for any other file.
+// Reads a state in the older format, JSON. Throws std::runtime_error for any other file.
 ConfirmedByServer ReadJsonState(const std::string& path);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -20,8 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// SQLite finds most damage, but not another number in the place of a time, which would pass over
-// samples.
+// SQLite finds most damage, but not a changed time, with which samples would be skipped.
 constexpr char TABLE[] =
     "CREATE TABLE confirmed (server BLOB, directory BLOB, kind BLOB, id BLOB, time INTEGER, "
     "checksum INTEGER, PRIMARY KEY (server, directory, kind, id)) WITHOUT ROWID";
@@ -51,7 +50,7 @@ long long ComputeChecksum(const std::string& server, const PushedSeries& series,
       crc32(0, reinterpret_cast<const Bytef*>(row.data()), static_cast<uInt>(row.size())));
 }
 
-// Ends without effect unless it is committed.
+// Rolled back unless it is committed.
 class Transaction {
  public:
   explicit Transaction(StateDatabase& stateDatabase) : database(stateDatabase) {
@@ -106,9 +105,9 @@ void RequireSound(StateDatabase& database) {
   }
 }
 
-// Makes a file of SQLite that only its owner may read.
+// Makes a SQLite file that only its owner may read.
 void WriteNew(const std::string& path, const ConfirmedByServer& known) {
-  unlink(path.c_str());  // which a push that was killed has left
+  unlink(path.c_str());  // left by a push that was killed
   const FileDescriptor made(
       open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
   RequireCall(made.IsOpen(), "no other file can be made beside it");
@@ -132,7 +131,7 @@ void SetAside(const std::string& path) {
 std::string PushState::FindDefaultPath(const std::string& name) {
   const fs::path directory = FindStateDirectory() / "nvx-timeseries";
   std::error_code error;
-  fs::create_directories(directory, error);  // without it, nothing is saved, which is told then
+  fs::create_directories(directory, error);  // if this fails, so does saving, which is reported
   const fs::path path = directory / (name + ".db");
   if (!fs::exists(path, error)) {
     fs::rename(directory / (name + ".json"), path, error);  // as it was named before
@@ -189,7 +188,7 @@ void PushState::Read() {
   }
 }
 
-// Puts a file of SQLite in the place of what SQLite cannot read, unless that is set aside.
+// Replaces a file that SQLite cannot read by a SQLite file, unless it was set aside.
 void PushState::TakeOver() {
   const std::string found = file->GetPath();
   ConfirmedByServer known;
@@ -203,7 +202,7 @@ void PushState::TakeOver() {
   const std::string made = found + ".new";
   WriteNew(made, known);
   RequireCall(std::rename(made.c_str(), found.c_str()) == 0, "it cannot be replaced");
-  unlink((found + ".lock").c_str());  // that a state of JSON had
+  unlink((found + ".lock").c_str());  // a JSON state had one
 }
 
 std::optional<long long> PushState::Find(const PushedSeries& series) const {

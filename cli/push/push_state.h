@@ -11,7 +11,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// What is sent of a file: `kind` tells samples and points of intervals apart, and their labels.
+// A series that is sent of a file: `kind` has the interval, the function and the labels.
 struct PushedSeries {
   std::string directory;
   std::string kind;
@@ -23,22 +23,22 @@ struct PushedSeries {
   bool operator!=(const PushedSeries& other) const { return *this < other || other < *this; }
 };
 
-// The time of the last sample, or the start of the last interval, that was confirmed of each.
+// The time of the last confirmed sample, or the start of the last confirmed interval, of each.
 using ConfirmedTimes = std::map<PushedSeries, long long>;
 
-// How far a server has confirmed each series, in a SQLite file that one process has at a time. What
-// is wrong with the file never keeps a push from sending: one that is damaged is set aside, and
-// what cannot be read or saved is sent again by the next push.
+// How far a server has confirmed each series, in a SQLite file that one process uses at a time. No
+// fault of the file keeps a push from sending: a damaged file is set aside, and what cannot be read
+// or saved is sent again by the next push.
 class PushState {
  public:
-  // Reads the file of `statePath`, of which there may be none yet. `server` tells its servers
-  // apart. Throws CommandError when another push uses it.
+  // Reads the file `statePath`, which need not exist yet. `server` is the key of the server's rows.
+  // Throws CommandError when another push uses it.
   PushState(const std::string& statePath, const std::string& server);
   PushState(const PushState&) = delete;
   PushState& operator=(const PushState&) = delete;
 
-  // The file of that name in the user's state directory, which is made. Throws CommandError when
-  // it is not known where that is.
+  // The path of that file in the user's state directory, which is made if need be. Throws
+  // CommandError when the directory is not known.
   static std::string FindDefaultPath(const std::string& name);
 
   // Whether nothing is known of the server.
@@ -46,10 +46,10 @@ class PushState {
 
   std::optional<long long> Find(const PushedSeries& series) const;
 
-  // Saves it at once; if that fails, with what is confirmed next.
+  // Saves the times at once or, if that fails, together with the next ones.
   void Confirm(const ConfirmedTimes& times);
 
-  // Throws CommandError unless all is saved that was confirmed.
+  // Throws CommandError unless everything that was confirmed is saved.
   void RequireSaved();
 
  private:
@@ -62,7 +62,7 @@ class PushState {
   std::string serverName;
   std::optional<StateFile> file;
   std::unique_ptr<StateDatabase> database;  // none where the file cannot be used
-  ConfirmedTimes confirmed;                 // as it was read
+  ConfirmedTimes confirmed;                 // as they were read
   ConfirmedTimes unsaved;
   std::string problem;  // empty when all is saved
 };

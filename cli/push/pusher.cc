@@ -15,8 +15,8 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-// What is sent of a file: other points, or the same with other labels, are other series. All of it
-// is UTF-8, since line protocol is.
+// The kind of a series: other points, or the same with other labels, are another series. It is
+// UTF-8, as line protocol is.
 std::string DescribeKind(const Question& question, Labels labels) {
   labels.insert(question.labels.begin(), question.labels.end());
   nlohmann::json kind = nlohmann::json::array();
@@ -54,7 +54,7 @@ void Pusher::Push(const Selection& selection) {
 
 void Pusher::PushFile(const SelectedFile& file) {
   const Source source(file, context);
-  std::string header;  // of which line protocol has none
+  std::string header;  // stays empty in line protocol
   format.Begin(file.MakeSeries(question.labels), 0, header);
   const PushedSeries series{ResolvePath(file.directory), DescribeKind(question, file.labels),
                             file.zeltId};
@@ -76,14 +76,14 @@ void Pusher::PushFile(const SelectedFile& file) {
   reader.Stream([&](const Piece& piece) { return Add(piece, series); });
 }
 
-// A file that was made anew.
+// The file was made anew.
 void Pusher::TellOlder(const Source& source, long long confirmed) const {
   PrintMessage(source.zeltId + ": its last update, " + FormatUtc(source.file.lastUpdate) +
                ", lies before what was sent, " + FormatUtc(confirmed) + ", so nothing is sent");
   context.NotePartialData();
 }
 
-// What the file no longer had when it was to be sent.
+// Samples that had left the file before they were sent.
 void Pusher::TellGap(const Source& source, long long confirmed) const {
   long long next = confirmed + 1;
   if (question.interval) {
@@ -102,9 +102,9 @@ void Pusher::TellGap(const Source& source, long long confirmed) const {
   }
 }
 
-// False for a series whose lines were refused: nothing behind them may be confirmed.
+// False for a series whose lines were refused: no later ones may be confirmed.
 bool Pusher::Add(const Piece& piece, const PushedSeries& series) {
-  // What a request has, about, which a small server takes in a second.
+  // The approximate size of a request, which a small server takes in a second.
   constexpr std::size_t BATCH_SIZE = 1 << 19;
   InterruptionGuard::Check();
   if (batch.empty() || batch.back().series != series) {
@@ -140,7 +140,7 @@ void Pusher::SendBatch() {
   batchSize = 0;
 }
 
-// What a server finds fault with in one series is not to keep it from the others.
+// Lines of one series that are refused must not keep the server from getting the others.
 void Pusher::SendApart() {
   for (const Part& part : batch) {
     try {

@@ -14,7 +14,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Sends what is new in files since the server last confirmed it, in batches over all of them.
+// Sends what the server has not confirmed yet, in batches across all files.
 class Pusher {
  public:
   Pusher(const Question& pushedQuestion, HttpSender& httpSender, PushState& pushState,
@@ -27,7 +27,7 @@ class Pusher {
   unsigned long long GetLeftOutCount() const { return format.GetLeftOutCount(); }
 
  private:
-  // Lines of one series, and how far it is confirmed when they are.
+  // Lines of one series, and how far the series is confirmed once they are.
   struct Part {
     PushedSeries series;
     std::string lines;

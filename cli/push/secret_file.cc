@@ -14,7 +14,7 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-// Reads to the end of a line, or no more than any secret has.
+// Reads to the end of a line, or as many bytes as a secret may have.
 std::string ReadLine(const FileDescriptor& file, const std::string& path) {
   constexpr std::size_t LONGEST = 8192;
   std::string line;

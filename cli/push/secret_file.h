@@ -4,8 +4,8 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// The first line of a file, which is not empty. A message warns of a file that every user can read.
-// Throws CommandError when there is no such line.
+// The first line of a file. A message warns about a file that every user can read. Throws
+// CommandError when the line is missing or empty.
 std::string ReadSecretFile(const std::string& path);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

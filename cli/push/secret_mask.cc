@@ -8,9 +8,9 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-constexpr char MASK = '\0';  // which no secret has
+constexpr char MASK = '\0';  // no secret has it
 
-// Reads `count` hexadecimal digits. Negative when they are none.
+// Reads `count` hexadecimal digits. Negative for other characters.
 int ReadHex(const std::string& text, std::size_t at, std::size_t count) {
   int number = -1;
   if (at + count > text.size()) {
@@ -57,7 +57,7 @@ std::string Unescape(const std::string& text) {
   return plain;
 }
 
-// Where several secrets overlap, all of them are covered.
+// Overlapping secrets are all covered.
 std::string Cover(const std::string& words, const std::vector<std::string>& secrets) {
   std::vector<bool> isSecret(words.size());
   for (const std::string& secret : secrets) {
@@ -92,7 +92,7 @@ void SecretMask::Add(const std::string& secret) {
 }
 
 std::string SecretMask::Hide(const std::string& words) const {
-  constexpr int MOST_ESCAPES = 4;  // one within the other
+  constexpr int MOST_ESCAPES = 4;  // nested
   std::string covered = Cover(words, secrets);
   std::string plain = covered;
   for (int i = 0; i < MOST_ESCAPES; ++i) {

@@ -11,8 +11,8 @@ class SecretMask {
   // Nothing is done for an empty secret.
   void Add(const std::string& secret);
 
-  // The words with "*" in the place of each secret, also of one that is written as in a URL. Empty
-  // when a secret is in them in yet another way: better no words than a secret.
+  // The words with "*" in place of each secret, also of one in the encoding of a URL. Empty when a
+  // secret is in them in yet another encoding: better no words than a secret.
   std::string Hide(const std::string& words) const;
 
  private:

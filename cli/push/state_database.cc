@@ -3,7 +3,7 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-// How long another program that looks into the file is waited for.
+// How long to wait for another program that reads the file.
 constexpr int LOCK_MILLISECONDS = 2000;
 
 [[noreturn]] void Fail(sqlite3* database, int code) {
@@ -19,10 +19,10 @@ void RequireDone(sqlite3* database, int code) {
 }  // namespace
 
 bool DatabaseError::IsOfContent() const {
-  switch (code & 0xff) {  // without what SQLite adds to a code
+  switch (code & 0xff) {  // without the bits of extended codes
     case SQLITE_CORRUPT:
     case SQLITE_NOTADB:
-    case SQLITE_ERROR:  // the tables are others
+    case SQLITE_ERROR:  // other tables than ours
     case SQLITE_MISMATCH:
       return true;
     default:

@@ -8,13 +8,13 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Why SQLite did not do something.
+// Why an operation of SQLite failed.
 class DatabaseError : public std::runtime_error {
  public:
   DatabaseError(const std::string& reason, int sqliteCode)
       : std::runtime_error(reason), code(sqliteCode) {}
 
-  // Whether the file is none of SQLite's, or is damaged.
+  // Whether the file is damaged or not a SQLite file.
   bool IsOfContent() const;
 
  private:
@@ -48,10 +48,10 @@ class Statement {
   void Bind(int parameter, const std::string& bytes);
   void Bind(int parameter, long long number);
 
-  // Goes to the next row. False behind the last one.
+  // Goes to the next row. False after the last one.
   bool Step();
 
-  // Makes it ready to run once more.
+  // Makes it ready to run again.
   void Reset() { sqlite3_reset(handle.get()); }
 
   std::string GetBytes(int column) const;

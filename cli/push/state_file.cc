@@ -41,7 +41,7 @@ void Lock(const FileDescriptor& opened, const std::string& path) {
   }
 }
 
-// Whether the path names what is open, and not what took its place meanwhile.
+// Whether the path still names the open file, and not one that took its place.
 bool IsAt(const struct stat& opened, const std::string& path) {
   struct stat named {};
   return stat(path.c_str(), &named) == 0 && IsSameFile(opened, named);

@@ -4,7 +4,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// The text with %41 for what has a meaning in a URL.
+// The text with escapes such as %41 for characters that have a meaning in a URL.
 std::string EncodeUrlPart(const std::string& text);
 
 // The reverse.

@@ -79,7 +79,7 @@ std::string Hash(const std::string& text) {
   return std::to_string(hash);
 }
 
-// As a header of HTTP has it, without the padding.
+// Base64, without the padding.
 std::string EncodeBase64(const std::string& text) {
   constexpr char DIGITS[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   constexpr unsigned int DIGIT_BITS = 6;
@@ -100,7 +100,7 @@ bool IsKnown(const std::string& key) {
   return std::find(known.begin(), known.end(), key) != known.end();
 }
 
-// Parameters that are not known may be secret, and what has no value may itself be one.
+// An unknown parameter may be secret, and one without a value may itself be a secret.
 std::string DescribeParameter(const std::string& key, const std::string& parameter,
                               WriteAddress& address) {
   if (IsKnown(key)) {
@@ -114,14 +114,14 @@ std::string DescribeParameter(const std::string& key, const std::string& paramet
   return sign == std::string::npos ? "*" : key + "=*";
 }
 
-// A name of any length, as a file may have it.
+// A file name that stands for a name of any length.
 std::string MakeFileName(const std::string& name) {
   constexpr std::size_t LONGEST = 200;
   const std::string encoded = EncodeUrlPart(name);
   return encoded.size() <= LONGEST ? encoded : encoded.substr(0, LONGEST) + Hash(name);
 }
 
-// Takes the user and the password out of the query, which becomes part of the name.
+// Takes the user and the password out of the query; the rest becomes part of the name.
 std::string TakeParameters(const std::string& query, WriteAddress& address) {
   std::istringstream parameters(query);
   std::string rest;

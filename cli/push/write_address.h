@@ -7,15 +7,15 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Where a server takes line protocol, and who is to be let in.
+// Where a server takes line protocol, and the user or token for it.
 struct WriteAddress {
   std::string url;       // with the precision of the timestamps
-  std::string name;      // for messages, and to tell servers apart; of no secret
-  std::string fileName;  // the same, of characters that a file's name may have
+  std::string name;      // for messages and as the key of the server; without secrets
+  std::string fileName;  // the same as a file name
   std::string user;      // empty for none
   std::string password;
-  std::string authorization;         // the value of the header of that name; empty for none
-  bool hasHiddenParameters = false;  // the name does not have all that it was given
+  std::string authorization;         // the value of that header; empty for none
+  bool hasHiddenParameters = false;  // the name leaves values out
   SecretMask mask;
 
   bool HasCredentials() const {
