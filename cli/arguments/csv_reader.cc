@@ -86,7 +86,7 @@ std::optional<std::pair<long long, double>> CsvReader::Read() {
   }
   const std::optional<double> value = ParseValue(fields[column]);
   if (!value) {
-    Refuse("'" + fields[column] + "' is no number");
+    Refuse("'" + fields[column] + "' is not a number");
   }
   const bool isBad = qualityColumn && fields[*qualityColumn] == BAD_QUALITY;
   return std::pair(*time, isBad ? std::nan("") : *value);

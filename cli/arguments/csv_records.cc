@@ -28,7 +28,7 @@ std::optional<CsvRecord> CsvRecords::Read() {
   std::size_t size = line.size();
   while (!AddLine(record)) {
     if (!ReadLine()) {
-      Refuse(record.line, "a quote does not end");
+      Refuse(record.line, "a quote is not closed");
     }
     size += line.size() + 1;
     if (size >= MAXIMUM_RECORD_SIZE) {
@@ -105,7 +105,7 @@ bool CsvRecords::AddQuoted(CsvRecord& record, std::size_t& position) {
       return true;
     }
     if (line[position] != QUOTE) {
-      Refuse(record.line, "text stands behind a quote");
+      Refuse(record.line, "text after a closing quote");
     }
     record.fields.back() += QUOTE;
     ++position;

@@ -37,7 +37,7 @@ std::pair<TimeExpression, double> ReadSample(const std::string& text, const cctz
   }
   const std::optional<double> value = ParseValue(text.substr(colon + 1));
   if (!value) {
-    throw UsageError(text, "the value is no number");
+    throw UsageError(text, "the value is not a number");
   }
   return {TimeExpression(text.substr(0, colon), zone), *value};
 }

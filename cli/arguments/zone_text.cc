@@ -87,7 +87,7 @@ cctz::time_zone LoadLocalZone() {
   cctz::time_zone zone;
   if (!Load(local.name, zone)) {
     throw UsageError(LOCAL, "the zone of this machine is not known: " + local.source +
-                                " names none of the time zone database");
+                                " is not in the time zone database");
   }
   return zone;
 }

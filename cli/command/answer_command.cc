@@ -52,7 +52,7 @@ class AnswerWriter {
     output.Write(text);
     if (writer.GetLeftOutCount() > 0) {
       PrintMessage(std::to_string(writer.GetLeftOutCount()) +
-                   " infinite values left out, for which the format has no form");
+                   " infinite values left out, which the format cannot express");
     }
   }
 

@@ -48,7 +48,7 @@ void Migrate(const FileDefinition& given, Context& context) {
   context.GetPathOfNative(given.zeltId);
   const Rrd::FileDescription file = DescribeFile(context.rrdClient, path, given.zeltId);
   if (!file.HasShapeOfCreate()) {
-    throw CommandError(given.zeltId, "its shape is not of this library: " + DescribeShape(file),
+    throw CommandError(given.zeltId, "it is not a file that create makes: " + DescribeShape(file),
                        StatusCode::InvalidArgument);
   }
   const FileDefinition definition = Complete(given, file);

@@ -60,7 +60,7 @@ void Push(const PushCommandOptions& options, Context& context) {
   std::cout << pusher.GetPointCount() << " points sent in " << sender.GetByteCount() << " bytes\n";
   if (pusher.GetLeftOutCount() > 0) {
     PrintMessage(std::to_string(pusher.GetLeftOutCount()) +
-                 " infinite values left out, for which line protocol has no form");
+                 " infinite values left out, which line protocol cannot express");
   }
   state.RequireSaved();
 }

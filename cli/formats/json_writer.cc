@@ -28,7 +28,7 @@ JsonWriter::JsonWriter(AnswerShape answerShape) : shape(std::move(answerShape)) 
   fields.insert(fields.end(), {"timestamp", "quality"});
   for (const std::string& field : fields) {
     if (shape.labels.count(field) > 0) {
-      throw UsageError(field, "a field of its own in JSON cannot be a label");
+      throw UsageError(field, "is the name of another field in JSON, and cannot be a label");
     }
   }
 }

@@ -152,7 +152,7 @@ Selection SelectFiles(const std::vector<std::string>& arguments, Context& contex
   }
   if (selection.files.empty()) {
     throw hasSeveral
-        ? CommandError("no directory", "has any of the data sources", StatusCode::NotFound)
+        ? CommandError("the directories", "none has any of the data sources", StatusCode::NotFound)
         : CommandError(directories.front(), "has no data source", StatusCode::NotFound);
   }
   return selection;

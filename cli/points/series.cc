@@ -62,7 +62,7 @@ std::vector<Labels> MakeDirectoryLabels(const std::vector<std::string>& director
     const std::string name = paths[i].filename();
     const auto [known, isNew] = named.emplace(name, directories[i]);
     if (!isNew) {
-      throw UsageError(directories[i], "cannot be told from " + known->second + " by its name");
+      throw UsageError(directories[i], "its label would be that of " + known->second);
     }
     labels.push_back({{DIRECTORY_LABEL, name}});
   }

@@ -63,7 +63,7 @@ std::string FindProblem(const FileDefinition& definition) {
            " with so many rows";
   }
   if (std::isinf(minimum) || std::isinf(maximum)) {
-    return "a bound must be finite; nan is none";
+    return "a bound must be finite; nan means no bound";
   }
   return minimum >= maximum ? "min must be less than max" : "";
 }
