@@ -12,10 +12,10 @@
 
 namespace nvx::TimeSeriesDatabase {
 
-// The one way to RRD files. Every operation takes the path of a file and makes one call of the RRD
-// library; it returns Failure, after a line in the log, when that call fails, or instead of it when
-// the header of the file has numbers that the RRD library cannot compute with. The class Failure
-// has the reason. Times are seconds since the epoch.
+// Reads and writes RRD files. Every operation takes the path of a file and makes one call of the RRD
+// library. It returns Failure, after a line in the log, when that call fails. When the header of the
+// file has numbers that the RRD library cannot compute with, it returns Failure without the call. The
+// class Failure has the reason. Times are seconds since the epoch.
 //
 //   const StatusCode status = rrd.Update(path, samples);
 //   if (status != StatusCode::Success && Failure::IsLocked()) {
@@ -24,11 +24,11 @@ namespace nvx::TimeSeriesDatabase {
 //     std::fprintf(stderr, "%s: %s\n", path.c_str(), Failure::GetReason());
 //   }
 //
-// Without state: any number of threads may use it, each on files of its own or all for reading. The
-// RRD library locks a file for each call, against other processes alone. A thread must not write a
-// file while another one of the same process reads or writes it: the end of one call would take the
-// lock from the other. Two processes that write one file are not coordinated, either: each refuses
-// what is earlier than the other's newest sample.
+// Without state: any number of threads may use it, each on files of its own, or all for reading. The
+// RRD library locks a file for each call, but only against other processes. A thread must not write
+// a file while another one of the same process reads or writes it: the end of one call would release
+// the lock of the other. Two processes that write one file are not coordinated either: each refuses
+// samples that are earlier than the other's newest one.
 class NVX_TIMESERIES_EXPORT RrdClient {
  public:
   virtual ~RrdClient();
@@ -86,9 +86,9 @@ class NVX_TIMESERIES_EXPORT RrdClient {
   // `description` is unchanged on every failure.
   StatusCode Describe(const std::string& path, Rrd::FileDescription& description) const;
 
-  // From now on and for the whole process, the RRD library reads the very file whose header was
-  // looked at, as /proc/self/fd/N, instead of opening the path a second time. For a program that
-  // reads directories in which others may replace files; it needs a /proc.
+  // From now on and for the whole process, the RRD library opens the file whose header was checked,
+  // as /proc/self/fd/N, instead of its path a second time. For programs that read directories in
+  // which others may replace files. It needs /proc.
   static void PinFiles() noexcept;
 };
 

@@ -1,4 +1,5 @@
-"""Prints the options that a manual lacks in the part of their command: missing_options.py PROGRAM MANUAL"""
+"""Prints the options that a manual lacks in the section of their command, and the commands that it has no
+example for: missing_options.py PROGRAM MANUAL"""
 import re
 import subprocess
 import sys
@@ -26,3 +27,6 @@ for command in commands:
 for part, option in options:
     if not re.search(re.escape(option) + r"(?![\w-])", parts.get(part, "")):
         print(part, option)
+for command in commands:
+    if not re.search(rf"^.*nvx-timeseries {command} ?", parts["EXAMPLES"], re.MULTILINE):
+        print("no example of", command)
