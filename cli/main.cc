@@ -79,7 +79,7 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
            PrintMessage(std::string("the metadata store is not used: ") + STORE_VARIABLE + ": " +
                         problem);
          },
-         "Where first timestamps and intervals are looked up before the files:\n"
+         "Where first timestamps and intervals are looked up before the files: "
          "redis://[:PASSWORD@]HOST:PORT[/DB] or unix:///PATH (default: nowhere)")
       ->envname(STORE_VARIABLE)
       ->type_name("URL")

@@ -14,9 +14,9 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 constexpr char CSV_HELP[] =
-    "FILE has lines of a time, a comma, and the values of the columns; the first line may name\n"
-    "them. The value is the column that is called value, or else the only one with numbers. Where\n"
-    "a column is called quality, a value of quality bad is a missing sample.";
+    "FILE has lines of a time, a comma, and the values of the columns; the first line may name "
+    "the columns. The value is the column called value, or else the only one with numbers. If "
+    "there is a column called quality, a value of quality bad is a missing sample.";
 
 // Reads samples from records of equally many fields: a time in the first field and the value in the
 // field of one column. The first record is a header unless it reads as a sample. Blank lines may

@@ -8,13 +8,12 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 constexpr char INTERVAL_HELP[] =
-    "INTERVAL is 1m, 2m, 3m, 5m, 6m, 10m, 12m, 15m, 20m, 30m, 1h, 1d, 1w, 1mo, 1q, 1y\n"
-    "or all, or its name, such as FifteenMinutes, in any case; or several hours or\n"
-    "longer units, such as 6h or 2w. Hours, up to 24h, are counted from local\n"
-    "midnight, days and weeks from Monday, 5 January 1970, months, quarters and years\n"
-    "from January 1970. With --day-start a day begins at another local time, and so\n"
-    "does what consists of days; with --week-start sunday weeks are counted from 4\n"
-    "January 1970. The words today, this-week and their like follow both.";
+    "INTERVAL is 1m, 2m, 3m, 5m, 6m, 10m, 12m, 15m, 20m, 30m, 1h, 1d, 1w, 1mo, 1q, 1y or all, or "
+    "its name, such as FifteenMinutes, in upper or lower case; or several hours or longer units, "
+    "such as 6h or 2w. Hours, up to 24h, are counted from local midnight; days and weeks from "
+    "Monday, 5 January 1970; months, quarters and years from January 1970. With --day-start a day "
+    "begins at another local time, and so does each longer interval; with --week-start sunday "
+    "weeks are counted from 4 January 1970. The words today, this-week and their like follow both.";
 
 // Throws UsageError for a text that names no interval.
 CalendarInterval ReadInterval(const std::string& text);

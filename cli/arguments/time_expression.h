@@ -12,18 +12,16 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 constexpr char TIME_HELP[] =
-    "TIME is ISO 8601, such as 2021-03-28T01:00:30+02:00, 2021-03-28T01:00 (or with a\n"
-    "blank for the T), 2021-03-28, 20210328, 2021-03 or 2021, a quarter, 2021-Q2, or\n"
-    "a week of ISO 8601, 2021-W07; without Z or an offset it is local time in the\n"
-    "zone, and a day, a week or the like is its beginning: --to 2021-03-28 ends\n"
-    "before the 28th. Or it is seconds since the epoch, such as 1616893200, or @N\n"
-    "with any number. Or it is now, today, yesterday, the beginning of this-week,\n"
-    "last-week, and so with month, quarter and year, or first or last, the file's\n"
-    "first and last sample, with any number of offsets, such as now-24h, today-1mo+6h\n"
-    "or last-7d; -7d alone is now-7d. The last month is --from last-month --to\n"
-    "this-month. The units are s, m or min, h, d, w, mo, q and y; from days on they\n"
-    "are of the calendar and keep the clock's time, and a month that is too short\n"
-    "ends with its last day.";
+    "TIME is ISO 8601, such as 2021-03-28T01:00:30+02:00, 2021-03-28T01:00 (or with a blank for "
+    "the T), 2021-03-28, 20210328, 2021-03 or 2021, a quarter, 2021-Q2, or a week of ISO 8601, "
+    "2021-W07. Without Z or an offset it is local time in the zone. A day, a week or a longer unit "
+    "stands for its beginning: --to 2021-03-28 ends before the 28th. TIME may also be seconds since "
+    "the epoch, such as 1616893200, or @N with any number, or now, today, yesterday, this-week, "
+    "last-week (and so with month, quarter and year: their beginnings), first or last (the file's "
+    "first and last sample), followed by any number of offsets, such as now-24h, today-1mo+6h or "
+    "last-7d; -7d alone is now-7d. All of the last month is --from last-month --to this-month. The "
+    "units are s, m or min, h, d, w, mo, q and y. Days and longer units follow the calendar and "
+    "keep the clock's time; in a month that is too short, the day is its last.";
 
 // The times of a file that a TIME may be counted from; they are only looked for when they are
 // needed.

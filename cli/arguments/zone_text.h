@@ -7,8 +7,8 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 constexpr char ZONE_HELP[] =
-    "ZONE is a name of the time zone database, such as Europe/Berlin, or local, the zone of this\n"
-    "machine, which the variable TZ or else /etc/localtime names.";
+    "ZONE is a name of the time zone database, such as Europe/Berlin, or local, the zone of this "
+    "machine, from the variable TZ or else from /etc/localtime.";
 
 // The zone of a name of the zoneinfo database, or of the machine for "local". Throws UsageError for
 // any other text, and for a machine whose zone is not to be found.

@@ -103,11 +103,11 @@ class AnswerWriter {
 };
 
 constexpr char FORMAT_HELP[] =
-    "csv and json have whole values, chart draws in the terminal, gnuplot is a script, such as\n"
-    "for: ... --format gnuplot | gnuplot >points.png. line-protocol is what InfluxDB and many\n"
-    "others take: the scope with the labels as tags, the field value or one for each of several\n"
-    "functions, for points of intervals the field quality (true or false), and seconds.\n"
-    "openmetrics has the same as topo_value and topo_quality; both leave a missing value out. It\n"
+    "csv and json have values with all digits, chart draws in the terminal, gnuplot is a script, "
+    "as in: query ... --format gnuplot | gnuplot >points.png. line-protocol is what InfluxDB and "
+    "many others take: the scope with the labels as tags, the field value or a field for each of "
+    "several functions, for points of intervals the field quality (true or false), and seconds. "
+    "openmetrics has the same as topo_value and topo_quality. Both leave a missing value out; it "
     "is nan in the csv of query, empty in that of export, and null in json.";
 
 }  // namespace

@@ -63,13 +63,13 @@ void Run(const CheckOptions& options, Context& context) {
 
 void AddCheckCommand(CLI::App& app, Context& context) {
   CLI::App* const command = app.add_subcommand(
-      "check", "Look for interrupted updates, damage, and times and values that cannot be");
+      "check", "Look for interrupted updates, damage, and impossible times and values");
   const auto options = std::make_shared<CheckOptions>();
   command->add_option("ID", options->zeltIds, "Data sources (default: all of the directory)")
       ->type_name("");
   AddChoice(*command, "--format", options->format,
             {{"text", CheckFormat::Text}, {"json", CheckFormat::Json}},
-            "Form of the output (default: text, a line a file)")
+            "Format of the output (default: text, one line a file)")
       ->type_name("FORMAT");
   command->footer(std::string(PATTERN_HELP) + "\n" + CHECK_HELP);
   command->callback([options, &context] { Run(*options, context); });

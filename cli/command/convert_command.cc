@@ -55,8 +55,8 @@ std::string CheckSuffix(const std::string& suffix) {
 void AddConvertCommand(CLI::App& app, Context& context) {
   CLI::App* const command = app.add_subcommand(
       "convert",
-      "Convert RRD files of a 32-bit time_t (32-bit ARM) to a 64-bit time_t, or with --to those of "
-      "any machine");
+      "Convert RRD files with a 32-bit time_t (32-bit ARM) to a 64-bit time_t, or with --to files "
+      "of any machine");
   const auto options = std::make_shared<ConvertOptions>();
   command
       ->add_option("PATHS", options->paths,

@@ -172,7 +172,7 @@ void Create(const CreateOptions& options, Context& context) {
 
 void AddCreateCommand(CLI::App& app, Context& context) {
   CLI::App* const command = app.add_subcommand(
-      "create", "Create the file of a data source, with --csv one that has samples");
+      "create", "Create the file of a data source, with --csv including samples");
   const auto options = std::make_shared<CreateOptions>();
   AddDefinitionOptions(*command, options->definition,
                        {"with --csv by default twice what its samples need, and a year",
@@ -180,7 +180,7 @@ void AddCreateCommand(CLI::App& app, Context& context) {
                         "Replace an existing file"})
       ->required();
   AddCsvOptions(*command, options->csv,
-                "File of samples to store, all or none, or '-' for standard input");
+                "File of samples, all of which are stored or none, or '-' for standard input");
   command->footer(std::string(CSV_HELP) + "\n" + TIME_HELP + "\n" + ZONE_HELP);
   command->callback([options, &context] { Create(*options, context); });
 }

@@ -136,7 +136,7 @@ void AddInfoCommand(CLI::App& app, Context& context) {
       ->type_name("");
   AddChoice(*command, "--format", options->format,
             {{"text", InfoFormat::Text}, {"json", InfoFormat::Json}},
-            "Form of the output (default: text)")
+            "Format of the output (default: text)")
       ->type_name("FORMAT");
   command->add_flag("--refresh", options->isRefresh,
                     "Write first timestamp and step of the files to the metadata store");

@@ -98,11 +98,12 @@ void AddLastCommand(CLI::App& app, Context& context) {
       ->type_name("");
   command->add_option("--zone", options->zoneName, "Time zone of the printed date (default: UTC)")
       ->type_name("ZONE");
-  AddChoice(*command, "--format", options->format,
-            Choices<std::optional<PointFormat>>{
-                {"text", std::nullopt}, {"csv", PointFormat::Csv}, {"json", PointFormat::Json}},
-            "Form of the output: DATE TIMESTAMP VALUE, and of several the ID (text, default), or\n"
-            "as query prints it")
+  AddChoice(
+      *command, "--format", options->format,
+      Choices<std::optional<PointFormat>>{
+          {"text", std::nullopt}, {"csv", PointFormat::Csv}, {"json", PointFormat::Json}},
+      "Format of the output: DATE TIMESTAMP VALUE and, of several, the ID (text, default), or "
+      "as query prints it")
       ->type_name("FORMAT");
   command->footer(std::string(PATTERN_HELP) + "\nVALUE is nan for a sample that is missing.\n" +
                   ZONE_HELP);

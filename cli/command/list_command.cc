@@ -138,11 +138,11 @@ void AddListCommand(CLI::App& app, Context& context) {
   const auto options = std::make_shared<ListOptions>();
   CLI::Option* const isLong = command->add_flag(
       "--long", options->isLong,
-      "Also first and last sample, step, rows, size in bytes, and state: stale when nothing\n"
+      "Also first and last sample, step, rows, size in bytes, and state: stale when nothing "
       "came for ten steps");
   AddChoice(*command, "--format", options->format,
             {{"table", ListFormat::Table}, {"csv", ListFormat::Csv}, {"json", ListFormat::Json}},
-            "Form of the output (default: table)")
+            "Format of the output (default: table)")
       ->type_name("FORMAT")
       ->needs(isLong);
   command->callback([options, &context] { List(*options, context); });

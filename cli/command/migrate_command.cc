@@ -75,7 +75,7 @@ void Migrate(const FileDefinition& given, Context& context) {
 
 void AddMigrateCommand(CLI::App& app, Context& context) {
   CLI::App* const command =
-      app.add_subcommand("migrate", "Make a data source's file anew, with its samples");
+      app.add_subcommand("migrate", "Change the definition of a file and keep its samples");
   const auto definition = std::make_shared<FileDefinition>();
   AddDefinitionOptions(*command, *definition,
                        {"default: those of the file", "the last update", "that of the file",

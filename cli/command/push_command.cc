@@ -75,10 +75,11 @@ void AddSecondsOption(CLI::App& command, const std::string& name, std::chrono::s
 }
 
 constexpr char PUSH_HELP[] =
-    "URL is the write address of a server that takes InfluxDB's line protocol, such as\n"
-    "http://127.0.0.1:8428/write or http://127.0.0.1:8086/write?db=home. It may hold\n"
-    "USER:PASSWORD@ before the host. What was confirmed is remembered, so that the same command,\n"
-    "given again, goes on from there; nothing is lost, and what is sent twice is the same point.";
+    "URL is the write address of a server that takes InfluxDB's line protocol, such as "
+    "http://127.0.0.1:8428/write or http://127.0.0.1:8086/write?db=home. It may have "
+    "USER:PASSWORD@ before the host. The command remembers what the server has confirmed, and the "
+    "same command, given again, continues from there. Nothing is lost, and a point that is sent "
+    "twice is the same point.";
 
 }  // namespace
 
@@ -96,7 +97,7 @@ void AddPushCommand(CLI::App& app, Context& context) {
   AddSelectionOptions(*command, options->selection);
   command
       ->add_option("--state", options->statePath,
-                   "What the server has confirmed (default: a file for the URL in\n"
+                   "What the server has confirmed (default: a file for the URL in "
                    "~/.local/state/nvx-timeseries)")
       ->type_name("FILE");
   CLI::Option* const userFile = command
@@ -105,7 +106,7 @@ void AddPushCommand(CLI::App& app, Context& context) {
                                     ->type_name("FILE");
   command
       ->add_option("--token-file", options->secrets.tokenFile,
-                   "File whose first line is a token, or a scheme, a blank and a token\n"
+                   "File whose first line is a token, or a scheme, a blank and a token "
                    "(default scheme: Token)")
       ->type_name("FILE")
       ->excludes(userFile);
@@ -116,7 +117,7 @@ void AddPushCommand(CLI::App& app, Context& context) {
   AddSecondsOption(*command, "--timeout", options->send.timeout, 1,
                    "How long a request may take (default: 60)");
   AddSecondsOption(*command, "--retry-for", options->send.retryTime, 0,
-                   "How long a request is repeated while the server is away, overloaded or\n"
+                   "How long a request is repeated while the server is away, overloaded or "
                    "failing (default: 60)");
   command->footer(std::string(PUSH_HELP) + "\n" + PATTERN_HELP + "\n" + GetQuestionHelp());
   command->callback([options, &context] { Push(*options, context); });

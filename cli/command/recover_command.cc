@@ -103,13 +103,13 @@ void AddRecoverCommand(CLI::App& app, Context& context) {
   const auto options = std::make_shared<RecoverOptions>();
   command->add_option("ID", options->zeltId, "Data source")->required()->type_name("");
   CLI::Option* const destination =
-      command->add_option("--to", options->destination, "The new file, where there is none yet")
+      command->add_option("--to", options->destination, "The new file, which must not exist yet")
           ->type_name("FILE");
   command
       ->add_flag("--in-place", options->isInPlace,
                  "Replace the file; the old one is kept as NAME.damaged")
       ->excludes(destination);
-  command->footer("The rows that are lost are missing then.");
+  command->footer("Rows that are lost become missing.");
   command->callback([options, &context] { Recover(*options, context); });
 }
 

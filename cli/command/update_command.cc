@@ -26,8 +26,8 @@ struct UpdateOptions {
 };
 
 constexpr char BATCH_HELP[] =
-    "Lines are stored in batches of 10000, each as a whole or not at all, also when\n"
-    "the command is killed; a line that cannot be read keeps its batch out.";
+    "Lines are stored in batches of 10000, each as a whole or not at all, even when the command is "
+    "killed. A line that cannot be read keeps its whole batch out.";
 
 using Samples = std::vector<std::pair<TimeExpression, double>>;
 
@@ -102,8 +102,8 @@ void Update(const UpdateOptions& options, Context& context) {
 }  // namespace
 
 void AddUpdateCommand(CLI::App& app, Context& context) {
-  CLI::App* const command = app.add_subcommand(
-      "update", "Store samples, later than those of the file, with six digits after the point");
+  CLI::App* const command =
+      app.add_subcommand("update", "Store samples that are later than those in the file");
   const auto options = std::make_shared<UpdateOptions>();
   command->add_option("ID", options->zeltId, "Data source")->required()->type_name("");
   CLI::Option* const samples =
@@ -111,7 +111,7 @@ void AddUpdateCommand(CLI::App& app, Context& context) {
           ->add_option("SAMPLES", options->samples,
                        "The samples, each TIME:VALUE; nan or no value is a missing sample")
           ->type_name("");
-  AddCsvOptions(*command, options->csv, "File of them, or '-' for standard input")
+  AddCsvOptions(*command, options->csv, "File of samples, or '-' for standard input")
       ->excludes(samples);
   command->add_option("--zone", options->zoneName, "Time zone of TIME (default: UTC)")
       ->type_name("ZONE");

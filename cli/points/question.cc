@@ -8,14 +8,14 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 constexpr char FUNCTION_HELP[] =
-    "It makes one value of the samples of an interval. The increase is what a counter\n"
-    "grew by, across its restarts from zero; the delta is its last sample minus its\n"
-    "first. A percentile is the sample of the nearest rank, and the median is p50.\n"
-    "The deviation is that of all samples from their average. The integral is over\n"
-    "seconds; each sample holds up to the next one. The sample at an interval's end\n"
-    "belongs to the next one alone for sum and count, to both for the others. A value\n"
-    "is bad when a sample is missing, a delta when its first or last is. all is the\n"
-    "window as one interval, not rounded; its delta is rounded to hours.";
+    "FUNCTION makes one value of the samples of an interval. The increase is what a counter "
+    "grew by, across its restarts from zero; the delta is the last sample minus the first. A "
+    "percentile is the sample of the nearest rank, and the median is p50. The deviation is that of "
+    "all samples from their average. The integral is over seconds; each sample holds until the "
+    "next one. For sum and count the sample at an interval's end belongs only to the next "
+    "interval, for the others to both. A value is bad when a sample is missing, a delta when its "
+    "first or last sample is. The interval all is the whole window, not rounded; its delta is "
+    "rounded to hours.";
 
 // The interval as the options have it. Throws for a start that it does not have.
 CalendarInterval ReadCalendarInterval(const QuestionOptions& options) {
@@ -57,7 +57,7 @@ CLI::Option* AddQuestionOptions(CLI::App& command, QuestionOptions& options) {
           ->type_name("INTERVAL");
   command
       .add_option("--day-start", options.dayStart,
-                  "Local time at which days, and what consists of them, begin (default: 00:00)")
+                  "Local time at which days and longer intervals begin (default: 00:00)")
       ->type_name("HH:MM")
       ->needs(interval);
   AddChoice(command, "--week-start", options.weekStart,

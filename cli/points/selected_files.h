@@ -13,8 +13,8 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 constexpr char PATTERN_HELP[] =
-    "An ID with *, ? or [...] that is no data source itself is a pattern of the shell, in quotes,\n"
-    "such as 'topo:Boiler*'.";
+    "An ID with *, ? or [...] that is not a data source itself is a shell pattern for ids, in "
+    "quotes, such as 'topo:Boiler*'.";
 
 // What else a command selects by.
 struct SelectionOptions {
