@@ -8,7 +8,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 constexpr char FUNCTION_HELP[] =
-    "FUNCTION makes one value of the samples of an interval. The increase is what a counter "
+    "It makes one value of the samples of an interval. The increase is what a counter "
     "grew by, across its restarts from zero; the delta is the last sample minus the first. A "
     "percentile is the sample of the nearest rank, and the median is p50. The deviation is that of "
     "all samples from their average. The integral is over seconds; each sample holds until the "
@@ -94,7 +94,7 @@ void AddLabelOption(CLI::App& command, QuestionOptions& options) {
 std::string GetQuestionHelp() {
   const std::string functions = CLI::detail::join(GetNames(ListPointFunctions()), ", ");
   return std::string(INTERVAL_HELP) + "\nFUNCTION is " + functions +
-         " or a percentile such as p95 or p99.9.\n" + FUNCTION_HELP + "\n" + TIME_HELP + "\n" +
+         " or a percentile such as p95 or p99.9. " + FUNCTION_HELP + "\n" + TIME_HELP + "\n" +
          ZONE_HELP;
 }
 

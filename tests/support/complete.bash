@@ -1,6 +1,6 @@
 # Prints what bash offers for the last argument of a command line: complete.bash COMMAND ARGUMENT...
 . /usr/share/bash-completion/bash_completion
-. "${BASH_SOURCE%/*}/../../cli/nvx-timeseries.bash"
+. "${BASH_SOURCE%/*}/../../cli/completion/nvx-timeseries.bash"
 shopt -s progcomp
 COMP_LINE=$*
 COMP_POINT=${#COMP_LINE}

@@ -1,5 +1,5 @@
-# Completion of nvx-timeseries for bash: its commands and options, as its own --help tells them, and
-# the values that they take.
+# Completion of nvx-timeseries for bash: its commands and options, as its own --help has them, and the
+# values that they take.
 
 # The commands of the program's help.
 _nvx_timeseries_commands() { sed -n '/^SUBCOMMANDS:/I,/^$/ s/^  \([a-z]\{1,\}\) .*/\1/p'; }
@@ -7,12 +7,13 @@ _nvx_timeseries_commands() { sed -n '/^SUBCOMMANDS:/I,/^$/ s/^  \([a-z]\{1,\}\) 
 # The options of a help.
 _nvx_timeseries_options() { sed -n 's/^ *\(-.,\)\{0,1\} *\(--[a-z-]*\).*/\2/p'; }
 
-# What stands behind the option $1 in a help: in capitals, and the choices in braces.
+# The value of the option $1 in a help: its name in capitals, with choices in braces.
 _nvx_timeseries_value() {
   awk -v option="$1" '/^ *-/ && match($0, /^ *(-., *)?(--[a-z-]+)?/) {
     names = substr($0, 1, RLENGTH) " "
     gsub(",", " ", names)
-    if (index(names, " " option " ")) print substr($0, RLENGTH + 2)
+    value = substr($0, RLENGTH + 2)
+    if (index(names, " " option " ") && value !~ /^(Needs|Excludes):/) print value
   }'
 }
 
@@ -30,8 +31,8 @@ _nvx_timeseries_zones() {
   awk '$1 == "Z" { print $2 } $1 == "L" { print $3 }' "${TZDIR:-/usr/share/zoneinfo}/tzdata.zi"
 }
 
-# Offers the lines of standard input that begin with $1, in the shell's quotes. No line is evaluated:
-# an id may be any text.
+# Offers the lines of standard input that begin with $1, quoted for the shell. No line is evaluated: an
+# id may be any text.
 _nvx_timeseries_offer() {
   local line
   while IFS= read -r line; do

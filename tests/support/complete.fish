@@ -1,0 +1,3 @@
+# Prints what fish offers for the last argument of a command line: complete.fish COMMAND ARGUMENT...
+source (status dirname)/../../cli/completion/nvx-timeseries.fish
+complete --do-complete "$argv" | string split -f 1 \t
