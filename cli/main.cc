@@ -40,8 +40,8 @@ const std::map<std::string, KoraLogLevel> LOG_LEVELS = {
     {"trace", KoraLogLevel::Trace},
 };
 
-// A data file must never be opened as one of the standard streams, whose output would spoil it.
-// What a closed stream gets instead still fails when it is used.
+// A data file must never be opened as one of the standard streams: output would spoil it. A closed
+// stream gets a descriptor that still fails when it is used.
 void OccupyStandardStreams() {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (fcntl(stream, F_GETFD) == -1) {
@@ -108,8 +108,7 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
 }
 
 // CLI11 takes an argument in brackets for a list of values. A path of convert may look like that;
-// behind "./" it is the same path and taken as it is. The last argument comes first, as CLI11
-// wants.
+// after "./" it is the same path and is taken literally. CLI11 wants the last argument first.
 std::vector<std::string> ReadArguments(int argc, const char* const* argv) {
   std::vector<std::string> arguments(argv + 1, argv + argc);
   auto argument = std::find(arguments.begin(), arguments.end(), "convert");
@@ -122,9 +121,9 @@ std::vector<std::string> ReadArguments(int argc, const char* const* argv) {
   return arguments;
 }
 
-// Other users see the arguments of a program. What stands between the scheme and the host of a URL,
-// and the parameters of its path, are hidden from them as soon as it is read; also of a URL that
-// lacks a slash.
+// Other users can see the arguments of a program. The text between the scheme and the host of a
+// URL, and its parameters, are hidden as soon as they have been read, also in a URL that lacks a
+// slash.
 void HideCredentials(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
     char* const scheme = std::strstr(argv[i], ":/");
@@ -167,7 +166,7 @@ std::string DescribeUnexpected(const CLI::App& app, const std::string& word) {
   return std::string(kind) + " '" + word + "'" + SuggestWord(word.substr(0, word.find('=')), known);
 }
 
-// What was not understood is told first: that something else is missing may only follow from it.
+// An argument that was not understood is reported first: what is missing may only follow from it.
 ExitStatus ExplainUsage(const CLI::App& app, const CLI::ParseError& error) {
   if (error.get_exit_code() == 0) {  // help and version
     app.exit(error);
@@ -180,7 +179,7 @@ ExitStatus ExplainUsage(const CLI::App& app, const CLI::ParseError& error) {
   return EXIT_WRONG_USAGE;
 }
 
-// As a shell expects it of a command that was interrupted: it ends by the signal itself.
+// Ends by the signal itself, as a shell expects of a command that was interrupted.
 [[noreturn]] void EndBySignal(int signal) {
   std::cout.flush();
   PrintMessage("interrupted (" + std::string(sigabbrev_np(signal)) +
@@ -227,8 +226,8 @@ bool IsReaderGone() {
   return poll(&output, 1, 0) == 1 && (output.revents & (POLLERR | POLLHUP)) != 0;
 }
 
-// Output that was lost is a failure, whatever the command thought; a reader that has gone away
-// wants no more of it.
+// Lost output is a failure, whatever the command's status. A reader that has gone wants no more
+// output.
 int FlushOutput(int exitStatus) {
   if (std::cout.flush()) {
     return exitStatus;
@@ -247,8 +246,8 @@ int FlushOutput(int exitStatus) {
 int main(int argc, char** argv) {
   namespace CommandLine = nvx::TimeSeriesDatabase::CommandLine;
   CommandLine::OccupyStandardStreams();
-  std::signal(SIGPIPE, SIG_IGN);  // work on files is not given up for a reader that goes away
-  // A file at its limit (ulimit -f), which stands for a full disk in tests, is an error like any.
+  std::signal(SIGPIPE, SIG_IGN);  // work on files continues when the reader of the output goes away
+  // A file at its limit (ulimit -f) is an error like any other; in tests it stands for a full disk.
   std::signal(SIGXFSZ, SIG_IGN);
   std::ios::sync_with_stdio(false);
   if (access("/proc/self/fd", X_OK) == 0) {

@@ -95,7 +95,8 @@ TEST(Resolve, FollowsNoLinkOfAnotherUserInASharedDirectory) {
     try {
       return Resolve(link).name == "file";
     } catch (const FileError& error) {
-      EXPECT_STREQ(error.what(), "it is a symbolic link of another user in a directory for all");
+      EXPECT_STREQ(error.what(),
+                   "it is another user's symbolic link in a directory that all may write to");
       return false;
     }
   };

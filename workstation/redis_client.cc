@@ -26,14 +26,14 @@ void LogProblem(const char* operation, const std::string& problem) {
 
 }  // namespace
 
-// The connection, which comes and goes, and who may use it when.
+// The connection, which comes and goes, and the turns of the threads.
 class RedisClient::Session {
  public:
   Session(const RedisAddress& address, const Timeouts& timeouts)
       : address(address), timeouts(timeouts) {}
 
-  // Success with a reply of `type`, or NotFound with a nil; otherwise what the reply, or its
-  // absence, means.
+  // Success for a reply of `type`, NotFound for a nil; otherwise the code for the reply or its
+  // absence.
   StatusCode Ask(const RedisConnection::Command& command, int type, RedisReply& reply,
                  std::string& problem) {
     std::string reason;

@@ -14,10 +14,10 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// With room for a path; what is asked for is a number.
+// Room for a path; the values that are asked for are numbers.
 constexpr std::size_t LONGEST_ANSWER = 4096;
 
-// What answers of one part begin with.
+// The first characters of replies with a single part.
 constexpr std::string_view KINDS = "+-:$";
 
 timeval ToTimeval(std::chrono::milliseconds time) {
@@ -33,7 +33,7 @@ redisContext* Connect(const RedisAddress& address, timeval time) {
              : redisConnectUnixWithTimeout(address.socketPath.c_str(), time);
 }
 
-// A command as it goes over the wire.
+// A command in the form of the protocol.
 std::string Format(const RedisConnection::Command& command) {
   std::vector<const char*> words;
   std::vector<std::size_t> sizes;
@@ -86,7 +86,7 @@ bool RedisConnection::Introduce(const RedisAddress& address, Time deadline, std:
           Demand({"SELECT", database}, deadline, "refuses database " + database, problem));
 }
 
-// Of a refusal no more than its first word, its kind, is told: some quote the command, and so the
+// Of an error only the first word, its kind, is reported: some errors quote the command, and so the
 // password.
 bool RedisConnection::Demand(const Command& command, Time deadline, const std::string& refusal,
                              std::string& problem) {
@@ -112,7 +112,7 @@ bool RedisConnection::Ask(const Command& command, Time deadline, RedisReply& rep
   return false;
 }
 
-// hiredis itself would write without MSG_NOSIGNAL, and its timeouts begin anew with every byte.
+// hiredis itself would write without MSG_NOSIGNAL, and its timeouts start again with every byte.
 bool RedisConnection::Send(std::string_view bytes, Time deadline, std::string& problem) {
   while (!bytes.empty()) {
     const ssize_t sent = send(context->fd, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
@@ -127,8 +127,7 @@ bool RedisConnection::Send(std::string_view bytes, Time deadline, std::string& p
   return true;
 }
 
-// hiredis itself would take as much as is sent, and make room for as many parts as an answer of
-// several announces.
+// hiredis itself would read any amount, and allocate for as many parts as a reply announces.
 bool RedisConnection::Receive(Time deadline, RedisReply& reply, std::string& problem) {
   std::array<char, LONGEST_ANSWER> bytes;
   for (std::size_t size = 0; size < bytes.size();) {

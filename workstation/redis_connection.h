@@ -17,7 +17,7 @@ struct FreeReply {
 };
 using RedisReply = std::unique_ptr<redisReply, FreeReply>;
 
-// The text of a reply that is a text, a status or an error.
+// The text of a string, a status or an error.
 std::string_view GetText(const redisReply& reply);
 
 // One connection to a server, for one thread. An operation that fails closes it, so that a late
@@ -35,7 +35,7 @@ class RedisConnection {
   // Gives the password and chooses the database, as the first thing on a new connection.
   bool Introduce(const RedisAddress& address, Time deadline, std::string& problem);
 
-  // Sends a command and waits for its reply, which has at most a few KiB and one part.
+  // Sends a command and waits for its reply: a single part, at most a few KiB.
   bool Ask(const Command& command, Time deadline, RedisReply& reply, std::string& problem);
 
  private:
@@ -48,7 +48,7 @@ class RedisConnection {
   bool Send(std::string_view bytes, Time deadline, std::string& problem);
   bool Receive(Time deadline, RedisReply& reply, std::string& problem);
 
-  // The number of bytes that have come; 0 when it fails.
+  // The number of bytes received; 0 on failure.
   std::size_t ReceiveSome(char* bytes, std::size_t size, Time deadline, std::string& problem);
 
   bool Wait(short event, Time deadline, std::string& problem);

@@ -28,7 +28,7 @@ long long ReadFirstOfFile(const std::string& path, const std::string& zeltId, Co
   return first;
 }
 
-// What was stored stays behind when the archive turns.
+// A stored time becomes stale when the archive drops its oldest rows.
 void WarnOfStaleFirst(const FileReport& report, const std::string& zeltId) {
   const long long first = report.file.archives.front().firstTime;
   if (report.first < first) {
@@ -37,13 +37,13 @@ void WarnOfStaleFirst(const FileReport& report, const std::string& zeltId) {
   }
 }
 
-// The library reads as much of a text as is a number.
+// The library reads only the number at the beginning of a text.
 template <typename Number>
 void WarnOfText(const std::optional<std::string>& stored, Number number, const char* what,
                 const std::string& zeltId) {
   if (stored && *stored != std::to_string(number)) {
     PrintMessage(zeltId + ": its " + what + " in the store is the text '" + *stored +
-                 "', which is read as " + std::to_string(number) + "; info --refresh mends it");
+                 "', which is read as " + std::to_string(number) + "; info --refresh corrects it");
   }
 }
 
@@ -55,14 +55,14 @@ FileReport Collect(const std::string& zeltId, const std::string& path, Context& 
   const StatusCode stepStatus = dataSource.GetInterval(report.step);
   report.isStepStored = context.store.GetFound().has_value();
   Require(stepStatus, zeltId,
-          report.isStepStored ? "its step in the store is malformed; info --refresh mends it"
+          report.isStepStored ? "its step in the store is malformed; info --refresh corrects it"
                               : "its step cannot be read");
   WarnOfText(context.store.GetFound(), report.step, "step", zeltId);
   const StatusCode firstStatus = dataSource.GetFirstTimestamp(report.first);
   report.isFirstStored = context.store.GetFound().has_value();
   Require(firstStatus, zeltId,
           report.isFirstStored
-              ? "its first timestamp in the store is malformed; info --refresh mends it"
+              ? "its first timestamp in the store is malformed; info --refresh corrects it"
               : "its first timestamp cannot be read");
   WarnOfText(context.store.GetFound(), report.first, "first timestamp", zeltId);
   report.interval = FindIntervalOfLength(report.step);

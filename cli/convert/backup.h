@@ -7,17 +7,17 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// How the old file stands under the name of its backup.
+// What stands under the name of the backup.
 enum class Backup { None, Link, Copy };
 
-// The backup of a file that a run left which was killed before it replaced the file. Throws
+// Finds a backup that was left by a run that was killed before it replaced the file. Throws
 // FileError when `backupName` names anything else.
 Backup FindBackup(const Directory& directory, const OpenedFile& original,
                   const std::string& backupName);
 
-// Makes the backup, as a hard link or, on file systems that have none, as a copy, and syncs its
-// name: no loss of power leaves the new file without the old one. The file keeps its name
-// meanwhile. Throws FileError.
+// Makes the backup as a hard link or, on file systems without them, as a copy, and syncs its name,
+// so that no loss of power leaves only the new file. The file keeps its own name meanwhile. Throws
+// FileError.
 void KeepBackup(LockedDirectory& directory, const OpenedFile& original,
                 const std::string& backupName);
 

@@ -45,7 +45,7 @@ class Planner {
     plan[path.parent_path()].emplace(path.filename(), shownPath);
   }
 
-  // However deep a tree is, one directory of it is open at a time.
+  // One directory is open at a time, however deep the tree.
   void AddTree(const std::string& path, const std::string& shownPath) {
     trees.push_back({path, shownPath});
     while (!trees.empty()) {
@@ -81,7 +81,7 @@ class Planner {
     }
   }
 
-  std::vector<Tree> trees;  // that are yet to be looked through
+  std::vector<Tree> trees;  // still to be searched
   ConversionSummary& summary;
   ConversionPlan plan;
 };

@@ -12,9 +12,9 @@ class RedisClient;
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// The platform's store of first timestamps and intervals, or none. A store that does not answer, or
-// has something else under the key of a file, is no failure: one message says so, and it is not
-// asked again, or not for that file.
+// The platform's store of first timestamps and intervals, or none. When a store does not answer, or
+// has something other than a hash under a file's key, the command does not fail: one message says
+// so, and the store is not asked again, or not for that file.
 class MetadataStore : public RedisClientInterface {
  public:
   // Names the store, without connecting to it. InvalidArgument, with `problem` telling why, for a
@@ -34,7 +34,7 @@ class MetadataStore : public RedisClientInterface {
  private:
   std::shared_ptr<Workstation::RedisClient> client;
   bool isAway = false;
-  std::string refusedKey;  // which holds something else
+  std::string refusedKey;  // a key that holds something other than a hash
   std::optional<std::string> found;
 };
 

@@ -12,8 +12,8 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 // differently.
 constexpr long long EARLIEST_SAMPLE = 1;
 
-// The file of an id that is asked, with a single data source. It is described once, when it is
-// opened, which throws CommandError for any other file. The context must outlive it.
+// An opened file with a single data source, described once, when it is opened. Opening throws
+// CommandError for any other file. The context must outlive it.
 struct Source {
   Source(const SelectedFile& selected, Context& commandContext);
 

@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Each part is opened in the one before, so that no link is followed that was put in its place.
+// Each part is opened relative to the one before, so that a link put in its place is not followed.
 FileDescriptor OpenWithoutLinks(const fs::path& resolvedPath) {
   FileDescriptor opened(open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
   for (const fs::path& part : resolvedPath.relative_path()) {
@@ -39,8 +39,8 @@ struct stat Examine(const FileDescriptor& opened) {
   return status;
 }
 
-// In a directory such as /tmp anybody may lay a link for others to step on. The kernel's rule,
-// which not every machine has switched on.
+// In a directory such as /tmp anybody can leave a link as a trap for others. This is the kernel's
+// rule against that, which not every machine has switched on.
 bool IsTrap(const struct stat& link, const struct stat& directory) {
   constexpr mode_t FOR_ALL = S_ISVTX | S_IWOTH;
   return (directory.st_mode & FOR_ALL) == FOR_ALL && link.st_uid != geteuid() &&
@@ -88,7 +88,7 @@ ResolvedPath Resolve(const std::string& path) {
       return {ReadLink(AT_FDCWD, place.directory.GetPath()), place.name};
     }
     RequireArgument(!IsTrap(Examine(last), Examine(place.directory)),
-                    "it is a symbolic link of another user in a directory for all");
+                    "it is another user's symbolic link in a directory that all may write to");
     way = ReadLink(last.Get(), "");
   }
   throw FileError("it has too many symbolic links", StatusCode::InvalidArgument);

@@ -14,13 +14,13 @@ struct ResolvedPath {
   std::string GetPath() const;
 };
 
-// Follows the symbolic links of `path`, whose last name need not exist. In a directory where
-// everybody may make files, and only their owners may remove them, that name is not followed when
-// it is a link of another user but the directory's owner. Throws FileError for that, for a link to
-// nothing and for a directory that cannot be reached.
+// Follows the symbolic links of `path`, whose last name need not exist. In a sticky directory that
+// all may write to, the last name may only be a link of the caller or of the directory's owner.
+// Throws FileError for another user's link, for a link to nothing and for a directory that cannot
+// be reached.
 ResolvedPath Resolve(const std::string& path);
 
-// An open directory. Names are looked up in it whatever becomes of its path.
+// An open directory. Names are looked up in it, whatever happens to its path.
 class Directory {
  public:
   // Throws FileError, also when a part of the path has become a symbolic link since it was

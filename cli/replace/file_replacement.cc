@@ -25,8 +25,8 @@ bool IsFile(int directory, const std::string& name, int file) {
          IsSameFile(opened, named);
 }
 
-// Gives a file another directory, where its name must be free. Some file systems can do that only
-// by a second name.
+// Moves a file to another directory, where its name must be free. Some file systems can do that
+// only with a second name.
 bool MoveToFreeName(int from, int to, const char* name) {
   if (renameat2(from, name, to, name, RENAME_NOREPLACE) == 0) {
     return true;
@@ -35,8 +35,8 @@ bool MoveToFreeName(int from, int to, const char* name) {
   return isUnknown && linkat(from, name, to, name, 0) == 0 && unlinkat(from, name, 0) == 0;
 }
 
-// Waits until nobody stores a batch in a file, and keeps everybody from it: it would be lost. Where
-// the file system has no such locks, there are no such batches.
+// Waits until nobody stores a batch in the file, and keeps others from storing one, which would be
+// lost. Without such locks in a file system there are no such batches either.
 void LockAgainstBatches(const OpenedFile& file) {
   constexpr int TRIES = 10'000;
   for (int i = 0; flock(file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK; ++i) {

@@ -8,9 +8,9 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Makes or replaces a file in one instant: the new content grows in the private directory of its
-// directory and is put in place when it is whole and synced. Its new name is then for the caller to
-// sync. Every operation throws FileError.
+// Makes or replaces a file in one step: the new content is written in a private directory beside
+// it, and is put in place when it is whole and synced. The caller syncs the new name afterwards.
+// Every operation throws FileError.
 class FileReplacement {
  public:
   // Makes an empty file that becomes `fileName`.
@@ -29,7 +29,7 @@ class FileReplacement {
   // Throws FileError when the file system has no room for another file of `size` bytes.
   void RequireRoom(off_t size) const;
 
-  // To be called after the new file was itself replaced, as the RRD library does it.
+  // Call it after the new file itself was replaced, as the RRD library does.
   void Reopen();
 
   // Fills the new file with the content of another.
@@ -38,15 +38,14 @@ class FileReplacement {
   // Why the new file cannot grow; empty when it can.
   std::string FindGrowthError() const;
 
-  // Puts the new file in place of `old`, unless that was changed meanwhile, and with all that
-  // belongs to it.
+  // Puts the new file, with the attributes of `old`, in place of `old`, unless that was changed
+  // meanwhile.
   void Replace(const OpenedFile& old);
 
-  // Puts the new file in place, where nothing may be.
+  // Puts the new file in place where there is no other file.
   void PutInPlace();
 
-  // Replaces `old`, or puts a file in place where there is none, which has of `mode` what the umask
-  // leaves.
+  // Replaces `old` or, if there is none, puts the file in place with `mode` less the umask.
   void ReplaceOrMake(const std::optional<OpenedFile>& old, mode_t mode = READ_WRITE);
 
  private:

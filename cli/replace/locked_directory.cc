@@ -51,14 +51,14 @@ void RemoveDirectory(int parent, const std::string& name, const FileDescriptor& 
   unlinkat(parent, name.c_str(), AT_REMOVEDIR);
 }
 
-// Whether it belongs to the caller and nobody else has any of the rights.
+// Whether it belongs to the caller and nobody else has any of these rights.
 bool IsOwn(int directory, mode_t rights) {
   struct stat status {};
   return fstat(directory, &status) == 0 && status.st_uid == geteuid() &&
          (status.st_mode & rights) == 0;
 }
 
-// What cannot be removed stays; it takes space and does no harm.
+// Anything that cannot be removed stays; it takes space but does no harm.
 void RemoveLeftovers(int directory) {
   for (const std::string& name : ListNames(directory)) {
     if (!IsTemporaryName(name)) {

@@ -9,13 +9,13 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 // The right to make and replace files in a directory, which one process has at a time, and a
-// private directory in it, where new files grow that nobody else can reach. Every operation throws
+// private directory in it for new files, which nobody else can reach. Every operation throws
 // FileError.
 class LockedDirectory {
  public:
-  // Waits for another process that has the right, not longer than `patience`. Then removes what
-  // processes that were killed have left, unless the file system has no locks or another user can
-  // write the directory, who may have given such a name to anything.
+  // Waits at most `patience` for another process that has the right. Then removes what killed
+  // processes have left, unless the file system has no locks, or another user can write to the
+  // directory and may have given such a name to anything.
   explicit LockedDirectory(const Directory& lockedDirectory,
                            std::chrono::milliseconds patience = DEFAULT_PATIENCE);
   LockedDirectory(const LockedDirectory&) = delete;
@@ -26,7 +26,7 @@ class LockedDirectory {
 
   const Directory& Get() const { return directory; }
 
-  // The private directory, which is made when it is first needed.
+  // The private directory, made when it is first needed.
   const FileDescriptor& GetPrivateDirectory();
 
  private:
@@ -39,7 +39,7 @@ class LockedDirectory {
   FileDescriptor privateDirectory;
 };
 
-// Whether an entry of that name is what a process that was killed has left.
+// Whether an entry of that name was left by a process that was killed.
 bool IsTemporaryName(const std::string& name);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -13,7 +13,7 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-// An RRD file is never what an output was meant to replace.
+// Nobody means to replace an RRD file by an output.
 void RequireNoRrdFile(const OpenedFile& file) {
   constexpr char COOKIE[] = {'R', 'R', 'D', '\0'};
   char start[sizeof COOKIE] = {};

@@ -41,11 +41,11 @@ bool IsSame(double lhs, double rhs) { return lhs == rhs || (std::isnan(lhs) && s
 
 template <typename Number>
 void RequireSame(const char* what, Number asked, Number made) {
-  RequireArgument(IsSame(asked, made), std::string("the RRD library would make ") + what + " " +
-                                           Format(made) + " of " + Format(asked));
+  RequireArgument(IsSame(asked, made), std::string("the RRD library would change ") + what +
+                                           " from " + Format(asked) + " to " + Format(made));
 }
 
-// The RRD library changes some definitions without a word.
+// The RRD library changes some definitions and does not say so.
 void RequireAsDefined(const Rrd::FileDescription& made, const DataFileDefinition& definition) {
   RequireArgument(made.HasShapeOfCreate(), "the RRD library made a file of another shape");
   RequireSame("the step", definition.step, static_cast<long long>(made.step));

@@ -41,7 +41,7 @@ Finding DescribeDamage(const std::string& reason) {
           isCutOff ? "recover makes a whole file of what is left" : "take it from a backup"};
 }
 
-// Values that create's bounds keep out.
+// The number of values outside the bounds of the file.
 unsigned long long CountExcluded(const PatientClient& client, const std::string& path,
                                  const std::string& zeltId, const Rrd::FileDescription& file) {
   constexpr long long PIECE = 1'000'000;

@@ -7,14 +7,14 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// What is wrong with a file, and what is to be done.
+// What is wrong with a file, and what to do.
 struct Finding {
   std::string problem;
   std::string advice;
 };
 
-// Looks at header, sizes, times and, in a file of create's shape, at every value. An interrupted
-// update is undone by that. Throws CommandError for a file that cannot be read.
+// Checks header, sizes and times and, in a file such as create makes, every value. An interrupted
+// update is undone. Throws CommandError for a file that cannot be read.
 std::vector<Finding> CheckFile(const PatientClient& client, const std::string& path,
                                const std::string& zeltId);
 

@@ -19,21 +19,22 @@ off_t GetSize(int fd) {
   return status.st_size;
 }
 
-// Whether the library would take the file if it had this size.
+// Whether the library would accept the file if it had this size.
 bool IsWhole(const PatientClient& client, int fd, const std::string& path, off_t size,
              Rrd::FileDescription& file) {
   RequireCall(ftruncate(fd, size) == 0, NO_ROOM);
   return client.Describe(path, file) == StatusCode::Success;
 }
 
-// The size of a whole file is the least that the library takes; it leaves a hole of that size.
+// The size of the whole file is the least that the library accepts. The file gets a hole of what is
+// missing.
 off_t FindWholeSize(const PatientClient& client, int fd, const std::string& path, off_t size,
                     Rrd::FileDescription& file) {
   constexpr off_t LARGEST = off_t{1} << (sizeof(long) == 4 ? 30 : 40);
   off_t low = size;
   off_t high = size;
   while (!IsWhole(client, fd, path, high, file)) {
-    RequireArgument(high < LARGEST, std::string("it cannot be mended: ") + Failure::GetReason());
+    RequireArgument(high < LARGEST, std::string("it cannot be repaired: ") + Failure::GetReason());
     low = high;
     high = 2 * high + 1;
   }
@@ -68,7 +69,7 @@ std::vector<LostRows> RestoreEnd(const PatientClient& client, int fd, const std:
   for (const Rrd::ArchiveDescription& archive : file.archives) {
     start -= static_cast<off_t>(archive.rowCount) * rowSize;
   }
-  RequireArgument(size >= start, "it cannot be mended: its header is cut off");
+  RequireArgument(size >= start, "it cannot be repaired: its header is cut off");
   WriteMissing(fd, start + (size - start) / rowSize * rowSize, wholeSize);
   std::vector<LostRows> losses;
   for (const Rrd::ArchiveDescription& archive : file.archives) {

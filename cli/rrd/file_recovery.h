@@ -7,7 +7,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// The rows of one archive that were behind the end of a file.
+// The rows of one archive that lay beyond the end of a file.
 struct LostRows {
   std::string consolidation;
   unsigned long stepsPerRow = 0;
@@ -15,8 +15,8 @@ struct LostRows {
   unsigned long lostCount = 0;
 };
 
-// Makes the copy of a file that has lost its end a whole one: the rows that are not whole are
-// missing then. Throws FileError for what cannot be mended.
+// Makes a whole file of the copy of a file that has lost its end. Rows that are not whole become
+// missing. Throws FileError for a file that cannot be repaired.
 std::vector<LostRows> RestoreEnd(const PatientClient& client, int fd, const std::string& path);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -8,17 +8,17 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// An RrdClient that waits for a file which another process reads or writes. The RRD library locks a
-// file for each call, for reading or for writing, and gives up at once where it cannot. The call is
-// repeated then; when the time is over, CommandError is thrown.
+// An RrdClient that waits for a file that another process reads or writes. The RRD library locks a
+// file for each call and fails at once when it cannot. Here the call is repeated until the time is
+// over; then CommandError is thrown.
 //
-// It is no RrdClient to others, who could call an operation of it that is not virtual and does not
+// The base is private: through it, callers could reach operations that are not virtual and do not
 // wait.
 class PatientClient : private RrdClient {
  public:
   void SetPatience(std::chrono::seconds longestWait) { patience = longestWait; }
 
-  // For data sources, which call virtual operations alone.
+  // For data sources, which call only virtual operations.
   RrdClient& GetForDataSources() { return *this; }
 
   StatusCode GetFirstTimestamp(const std::string& path, int rraIndex,

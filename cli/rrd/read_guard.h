@@ -4,10 +4,10 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// While it lives, the file of `path` is read by the RRD library, which maps it and trusts what it
-// has seen of it. Where another process makes the file shorter meanwhile (SIGBUS), or writes a
-// number over that is divided by (SIGFPE), the program ends with one line that names the file, and
-// with EXIT_FAILED. One guard at a time.
+// Guards the RRD library's reading of the file at `path`. The RRD library maps the file and trusts
+// what it has read. When another process makes the file shorter (SIGBUS), or overwrites a number
+// that is a divisor (SIGFPE), the program ends with EXIT_FAILED and one line that names the file.
+// One guard at a time.
 class ReadGuard {
  public:
   explicit ReadGuard(const std::string& path);

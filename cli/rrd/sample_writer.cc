@@ -71,14 +71,14 @@ void SampleWriter::StoreBatch() {
   batch.clear();
 }
 
-// A past sample of an empty file is not one that the file has already.
+// An empty file cannot have a past sample already.
 void SampleWriter::RequireNotEmpty(long long time) const {
   if (stored.GetLastTime() == formerLast && stored.WasEmpty()) {
     throw CommandError(name,
                        "the sample of " + FormatUtc(time) + " is not later than " +
                            FormatUtc(formerLast) +
-                           ", where the file begins; as it has no sample yet, make it anew, with "
-                           "create --force and an earlier --start or with --csv",
+                           ", where the file begins; as it has no sample yet, make it again, with "
+                           "create --force and an earlier --start or --csv",
                        StatusCode::InvalidArgument);
   }
 }

@@ -9,11 +9,11 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Which samples are more than those that simply follow the ones that a file has, and what a stored
+// Which samples are accepted besides those that follow the file's last update, and what a stored
 // batch survives.
 struct SamplePolicy {
-  bool mayBePast = false;    // those that the file has already are left out, not refused
-  bool mayBeFuture = false;  // those of more than a day from now, which block the file, are stored
+  bool mayBePast = false;    // earlier samples are left out, not refused
+  bool mayBeFuture = false;  // samples more than a day ahead, which block the file, are stored
   Rrd::Durability durability = Rrd::Durability::Process;
 };
 
@@ -25,7 +25,7 @@ class SampleWriter {
   SampleWriter(const PatientClient& client, const std::string& filePath,
                const std::string& fileName, const SamplePolicy& samplePolicy);
 
-  // Adds a sample to the batch; false, with the batch unchanged, when it has one of that time.
+  // Adds a sample to the batch; false, with the batch unchanged, when it has a sample of that time.
   bool Add(const std::pair<long long, double>& sample);
 
   bool IsBatchFull() const;
@@ -39,7 +39,7 @@ class SampleWriter {
   // Whether there was any sample, stored or left out.
   bool HasSamples() const { return !stored.IsEmpty() || pastCount > 0; }
 
-  // What became of the samples.
+  // The output: how many samples were stored, and what happened to others.
   std::string Describe() const;
 
  private:

@@ -12,10 +12,10 @@
 
 namespace nvx::TimeSeriesDatabase {
 
-// Reads and writes RRD files. Every operation takes the path of a file and makes one call of the RRD
-// library. It returns Failure, after a line in the log, when that call fails. When the header of the
-// file has numbers that the RRD library cannot compute with, it returns Failure without the call. The
-// class Failure has the reason. Times are seconds since the epoch.
+// Reads and writes RRD files. Every operation takes the path of a file and makes one call of the
+// RRD library. It returns Failure, after a line in the log, when that call fails. When the header
+// of the file has numbers that the RRD library cannot compute with, it returns Failure without the
+// call. The class Failure has the reason. Times are seconds since the epoch.
 //
 //   const StatusCode status = rrd.Update(path, samples);
 //   if (status != StatusCode::Success && Failure::IsLocked()) {
@@ -24,11 +24,11 @@ namespace nvx::TimeSeriesDatabase {
 //     std::fprintf(stderr, "%s: %s\n", path.c_str(), Failure::GetReason());
 //   }
 //
-// Without state: any number of threads may use it, each on files of its own, or all for reading. The
-// RRD library locks a file for each call, but only against other processes. A thread must not write
-// a file while another one of the same process reads or writes it: the end of one call would release
-// the lock of the other. Two processes that write one file are not coordinated either: each refuses
-// samples that are earlier than the other's newest one.
+// Without state: any number of threads may use it, each on files of its own, or all for reading.
+// The RRD library locks a file for each call, but only against other processes. A thread must not
+// write a file while another one of the same process reads or writes it: the end of one call would
+// release the lock of the other. Two processes that write one file are not coordinated either: each
+// refuses samples that are earlier than the other's newest one.
 class NVX_TIMESERIES_EXPORT RrdClient {
  public:
   virtual ~RrdClient();
@@ -53,7 +53,7 @@ class NVX_TIMESERIES_EXPORT RrdClient {
   virtual StatusCode Fetch(const std::string& path, long long start, long long end,
                            Rrd::FetchResult& result) const;
 
-  // Makes a file, in place of an existing one. It holds one gauge, whose value is missing when no
+  // Makes a file and replaces an existing one. It has one gauge, whose value is missing when no
   // sample comes for two steps, and one archive of `rowCount` rows, the last value of each step. It
   // takes samples later than `startTime`. Samples outside `minimum` to `maximum` are stored as
   // missing; NaN means no bound.
@@ -67,18 +67,18 @@ class NVX_TIMESERIES_EXPORT RrdClient {
   virtual StatusCode Update(const std::string& path,
                             const std::map<long long, double>& samples) const;
 
-  // Replaces the file by one made with these arguments, as for Create, that holds the samples of
-  // the old one up to `startTime`. On failure the old file stays as it was, and Failure tells of a
-  // lock that was still held after it.
+  // Replaces the file by one made with these arguments, as for Create, that has the samples of the
+  // old one up to `startTime`. On failure the old file is unchanged, and Failure reports a lock
+  // only if it was still held afterwards.
   virtual StatusCode Migrate(const std::string& path, long long step, long long startTime,
                              double minimum, double maximum, unsigned int rowCount) const;
 
-  // As Update, but all samples of the batch are stored or none: also when the RRD library refuses
+  // As Update, but all samples of the batch are stored or none, even when the RRD library refuses
   // one of them, when the process is killed, and, with Durability::Power, when the machine stops.
-  // Once it has returned Success, the batch stays. Until then a journal lies beside the file,
-  // "x.rrd-journal"; every operation here that opens the file after an interrupted update undoes it
-  // first, and fails where it may not write. With Power, an idle journal is kept between updates.
-  // Failure, with nothing stored, also where no journal can be made.
+  // Once it has returned Success, the batch stays. Until then there is a journal beside the file,
+  // "x.rrd-journal". Every operation of this class that opens the file after an interrupted update
+  // undoes that first, and fails if it may not write. With Power, an idle journal is kept between
+  // updates. Failure, with nothing stored, also when no journal can be made.
   StatusCode UpdateAtomically(const std::string& path, const std::map<long long, double>& samples,
                               Rrd::Durability durability) const;
 

@@ -6,8 +6,8 @@
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 
-// Eight bytes at a time; each step can be undone, so bytes that differ in one word alone never have
-// the same sum.
+// Eight bytes at a time. Each step is reversible, so texts that differ in a single word always have
+// different sums.
 inline std::uint64_t ComputeChecksum(std::string_view bytes) {
   constexpr std::uint64_t FACTOR = 0x9E3779B97F4A7C15;
   std::uint64_t sum = bytes.size();

@@ -18,20 +18,20 @@
 namespace nvx::TimeSeriesDatabase::Rrd {
 namespace {
 
-// Most headers have less, and are read at once.
+// Most headers are smaller and are read at once.
 constexpr std::size_t USUAL_HEADER = 4096;
 
-// The RRD library takes some times a header's size in memory. Room for 70,000 data sources.
+// The RRD library takes several times a header's size in memory. Room for 70,000 data sources.
 constexpr std::uint64_t LARGEST_HEADER = 1 << 24;
 
 // Values, a GiB of them: at a step of a minute, 255 years.
 constexpr std::uint64_t LARGEST_FETCH = 1 << 27;
 
-// In seconds. The RRD library computes it as an unsigned long, which has 32 bits on some machines.
+// In seconds. The RRD library uses an unsigned long, which has 32 bits on some machines.
 constexpr unsigned long LONGEST_ARCHIVE =
     std::min<std::uint64_t>(FARTHEST_TIME, std::numeric_limits<unsigned long>::max());
 
-// The size of a file, and the seconds between two times: the RRD library computes both as a long.
+// The size of a file, and the seconds between two times: the RRD library uses a long for both.
 constexpr long long LARGEST = std::numeric_limits<long>::max();
 
 constexpr long MICROSECONDS = 1000000;
@@ -39,9 +39,9 @@ constexpr long MICROSECONDS = 1000000;
 constexpr char TOO_LARGE[] = "it has too many data sources or archives for a file of this machine";
 constexpr char CUT_OFF[] = "its header is cut off";
 
-// The RRD library changes a header in its place, and for a moment a row may lie outside its
-// archive: what was found without the lock is found again with it. False while another process
-// writes.
+// The RRD library changes a header in place, and for a moment a current row may lie outside its
+// archive. So a fault that was found without the lock is looked for again with it. False while
+// another process writes.
 bool LockForReading(int fd) {
   struct flock lock {};
   lock.l_type = F_RDLCK;
@@ -76,7 +76,7 @@ const char* FindFault(const stat_head_t& head) {
   if (head.ds_cnt == 0 || head.rra_cnt == 0) {
     return "it has no data source or no archive";
   }
-  // Either count alone would fill a header, so no product of them wraps.
+  // Each count alone is bounded by the largest header, so that no product of them wraps.
   if (head.ds_cnt > LARGEST_HEADER / sizeof(ds_def_t) ||
       head.rra_cnt > LARGEST_HEADER / sizeof(rra_def_t)) {
     return TOO_LARGE;
@@ -124,7 +124,7 @@ bool HasCookie(const std::string& header) {
   return header.compare(0, sizeof RRD_COOKIE, RRD_COOKIE, sizeof RRD_COOKIE) == 0;
 }
 
-// As its first numbers say; 0 when they say nothing.
+// The size according to the first numbers of the header; 0 when they make no sense.
 std::uint64_t FindHeaderSize(const std::string& header) {
   if (!HasCookie(header) || header.size() < sizeof(stat_head_t)) {
     return 0;
@@ -138,7 +138,7 @@ bool IsLiveHeadSafe(const live_head_t& liveHead) {
          liveHead.last_up_usec < MICROSECONDS;
 }
 
-// Whether all values lie in the file, which may go on behind them.
+// Whether the file has all values. It may have more bytes after them.
 bool HasAllValues(const std::vector<ArchiveDescription>& archives, unsigned long sourceCount,
                   std::uint64_t size) {
   std::uint64_t rowsLeft = size / sizeof(rrd_value_t) / sourceCount;

@@ -1,6 +1,6 @@
 #pragma once
 
-// rrd_format.h, with the structures of files, refuses to be included without it.
+// rrd_format.h, which has the structures of files, cannot be included without it.
 #define RRD_EXPORT_DEPRECATED
 #include <rrd.h>
 #include <rrd_format.h>
@@ -12,8 +12,8 @@
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 
-// Where the parts of a file's header begin, from the counts that it starts with; the values of its
-// archives follow at its end.
+// Where the parts of a file's header begin, computed from the counts at its start. The values of
+// the archives follow at its end.
 struct HeaderLayout {
   HeaderLayout(const stat_head_t& head, std::size_t liveHeadSize)
       : dataSources(sizeof(stat_head_t)),
@@ -33,7 +33,7 @@ struct HeaderLayout {
   std::uint64_t end;
 };
 
-// The structure with this index of those that begin at `offset` of a header.
+// The structure with this index in the array that begins at `offset` of a header.
 template <typename Structure>
 Structure ReadStructure(const std::string& header, std::uint64_t offset, std::uint64_t index = 0) {
   Structure structure;
@@ -50,7 +50,7 @@ inline bool IsVersionOld(const stat_head_t& head) {
   return HasVersion(head, "0001") || HasVersion(head, "0002");
 }
 
-// Before microseconds came, the live head was the time alone.
+// In versions without microseconds the live head has only the time.
 inline std::size_t GetLiveHeadSize(const stat_head_t& head) {
   return IsVersionOld(head) ? sizeof(live_head_t::last_up) : sizeof(live_head_t);
 }

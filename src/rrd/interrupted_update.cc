@@ -21,8 +21,8 @@ constexpr char NOT_OPENED[] = "its journal cannot be opened";
 
 bool IsPermissionMissing() { return errno == EACCES || errno == EPERM || errno == EROFS; }
 
-// Whether the journal is whole and the file needs it. A journal is not larger than its file and one
-// more header; of a larger one no more is read.
+// Whether the journal is whole and the file needs it. A journal is at most as large as its file
+// plus a header; no more than that is read.
 bool ReadJournal(int fd, int journalFile, Journal& journal) {
   constexpr std::uint64_t LARGEST_HEADER = 1 << 24;
   struct stat file {};
@@ -38,8 +38,8 @@ bool ReadJournal(int fd, int journalFile, Journal& journal) {
          journal.Fits(fd);
 }
 
-// Once an update was undone, it must not be undone again over later ones: not by a journal that
-// cannot be removed, nor by one that comes back with a loss of power.
+// An update that was undone must not be undone again after later updates, neither by a journal that
+// cannot be removed nor by one that comes back with a loss of power.
 bool Retire(int journalFile, const std::string& journalPath, bool mustSync) {
   const IdleHead nothing;
   const bool isVoid =

@@ -11,8 +11,8 @@
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 
-// A file that a journal belongs to, however it is named. The time of birth, 0 where the file system
-// keeps none, tells a file from an earlier one with the same number.
+// Identifies the file that a journal belongs to, whatever its name. The time of birth, 0 where the
+// file system has none, distinguishes a file from an earlier one with the same inode.
 struct FileIdentity {
   std::uint64_t size = 0;
   std::uint64_t inode = 0;
@@ -23,7 +23,7 @@ struct FileIdentity {
 // False when the file cannot be examined.
 bool ReadIdentity(int fd, FileIdentity& identity);
 
-// The head of a journal. The numbers are of the machine, as those of the data file are.
+// The head of a journal. Its numbers have the machine's byte order, like those of the data file.
 struct JournalHead {
   std::uint64_t mark = 0;
   std::uint64_t checksum = 0;  // of all that follows
@@ -34,15 +34,15 @@ struct JournalHead {
   FileIdentity file;
 };
 
-// The content of a rollback journal: what an update may change in a file, as it was before. A head,
-// the header of the file, and the rows that are in the update's reach.
+// The content of a rollback journal: everything that an update may change in a file, as it was
+// before: a head, the header of the file, and the rows that the update may fill.
 class Journal {
  public:
   // Copies what an update with samples up to `lastTime` may change in the open file, whose checked
   // header is `header`. False when it cannot be read.
   bool Copy(int fd, const std::string& header, long long lastTime, Durability durability);
 
-  // Takes the bytes of a journal. False when they are no whole one, whatever they are.
+  // Takes the bytes of a journal, which may be anything. False when they are not a whole journal.
   bool Parse(std::string journalBytes);
 
   // Whether the open file is the one that the journal belongs to, as the update may have left it.
@@ -67,8 +67,8 @@ class Journal {
   std::string bytes;
 };
 
-// What a kept journal begins with between two updates, and what shows whether the file is still the
-// one that was synced then.
+// The head of a journal between two updates. The fingerprint shows whether the file is still as it
+// was when it was synced.
 struct IdleHead {
   std::uint64_t mark = 0;
   std::uint64_t fingerprint = 0;

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int OPEN_FLAGS = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
-// Where a file system has no such locks, there is no transaction either.
+// Without such locks a file system has no transactions either.
 bool ShareLock(int fd) { return flock(fd, LOCK_SH | LOCK_NB) == 0 || errno != EWOULDBLOCK; }
 
 bool TakeLock(int fd) { return flock(fd, LOCK_EX | LOCK_NB) == 0; }
@@ -28,8 +28,8 @@ bool IsNamed(const std::string& path, int fd) {
          opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
 }
 
-// Takes the path of the file itself in place of a link's. What has none, such as a file that was
-// removed since it was opened, has no journal and can only be read.
+// Takes the path of the file itself in place of a link's. A file without a path, such as one that
+// was removed since it was opened, has no journal and can only be read.
 int Open(std::string& path, LockedFile::Use use) {
   const int mode = use == LockedFile::Use::Transaction ? O_RDWR : O_RDONLY;
   const int fd = open(path.c_str(), mode | OPEN_FLAGS | O_NOFOLLOW);
@@ -63,7 +63,7 @@ LockedFile::LockedFile(const std::string& filePath, Use use)
 }
 
 LockedFile::~LockedFile() {
-  // A child of the process may have the descriptor, too, and would keep the lock.
+  // A child process may have inherited the descriptor and would keep the lock.
   if (descriptor.IsOpen()) {
     flock(descriptor.Get(), LOCK_UN);
   }
@@ -97,14 +97,15 @@ const char* LockedFile::UndoAlone() {
   if (!writable.IsOpen()) {
     return FindInterruptedUpdate(fd, journalPath);
   }
-  // Two readers that both held on to the shared lock would wait for each other.
+  // If two readers both kept the shared lock, they would wait for each other.
   flock(fd, LOCK_UN);
   if (!TakeLock(fd) || !IsNamed(path, fd) || !IsNamed(path, writable.Get()) ||
       !LockForWriting(writable.Get())) {
     return LOCK_FAULT;
   }
   const char* const undoFault = UndoInterruptedUpdate(writable.Get(), journalPath);
-  // The lock stays exclusive: on its way back to a shared one, a writer might come and die.
+  // The lock stays exclusive: while it was changed back to a shared one, a writer could come and
+  // die.
   return undoFault;
 }
 

@@ -6,12 +6,11 @@
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 
-// A data file, open for one operation, in which no interrupted update is left: what such a one has
-// changed is undone before.
+// A data file, open for one operation. An interrupted update of it is undone first.
 //
-// Besides the RRD library's lock, which is the process's and ends with any close of the file, there
-// is flock: readers share it, a transaction has it alone, from before its journal is made until
-// that is gone. So a journal that is found with the lock is of a writer that is dead.
+// The RRD library's lock belongs to the process and ends with any close of the file. So there is
+// flock, too: readers share it; a transaction holds it alone, from before its journal is made until
+// after it is removed. Whoever has the lock and finds a journal knows that its writer is dead.
 class LockedFile {
  public:
   enum class Use {
@@ -41,14 +40,14 @@ class LockedFile {
   const char* Lock(Use use);
   const char* UndoAlone();
 
-  std::string path;  // the file's own, for the journal lies beside it, not beside a link
+  std::string path;  // the file's own: the journal lies beside it, not beside a link
   std::string journalPath;
   Descriptor descriptor;
   int error;
   const char* fault = nullptr;
 };
 
-// The RRD library's lock for writing. False when another process has one.
+// Takes the RRD library's lock for writing. False when another process has a lock.
 bool LockForWriting(int fd);
 
 }  // namespace nvx::TimeSeriesDatabase::Rrd

@@ -51,7 +51,7 @@ std::time_t SecondBefore(long long time) {
   return static_cast<std::time_t>(static_cast<unsigned long long>(time) - 1);
 }
 
-// Where a long has 32 bits, the RRD library stores nonsense for a sample after January 2038.
+// With a 32-bit long, the RRD library stores nonsense for a sample after January 2038.
 bool IsTooLate(const std::map<long long, double>& samples) {
   return sizeof(long) == 4 && !samples.empty() &&
          samples.rbegin()->first > std::numeric_limits<long>::max();
@@ -100,7 +100,7 @@ struct Definitions {
 
 std::atomic<bool> isPinned{false};
 
-// A file that is looked at before the RRD library is called, and locked until that has returned.
+// A file that is checked before a call of the RRD library, and locked until the call has returned.
 struct GuardedFile {
   explicit GuardedFile(const std::string& path, LockedFile::Use use = LockedFile::Use::Read)
       : lock(path, use), gate(lock.Get()), name(path) {
@@ -109,11 +109,11 @@ struct GuardedFile {
     }
   }
 
-  // By which the RRD library reads the file.
+  // The path by which the RRD library reads the file.
   const char* GetName() const { return name.c_str(); }
 
-  // Why the RRD library must not be called; null when it may. The two below are of a fetch and of a
-  // migration.
+  // Why the RRD library must not be called; null when it may. The two below are for a fetch and for
+  // a migration.
   const char* GetFault() const { return Choose(gate.GetFault()); }
   const char* GetFetchFault(long long start, long long end) const {
     return Choose(gate.GetFetchFault(start, end));
@@ -133,11 +133,11 @@ struct GuardedFile {
 
 using Information = std::unique_ptr<rrd_info_t, decltype(&rrd_info_free)>;
 
-// What a line says of a failure: the fault of a file that was kept from the RRD library, or else
-// the RRD library's own words.
+// The words for a failure: the fault of a file that was kept from the RRD library, or else the RRD
+// library's own words.
 const char* GetReason(const char* fault) { return fault == nullptr ? rrd_get_error() : fault; }
 
-// Keeps the same as the reason of the failure. rrd_get_error is for lines of the log alone.
+// Keeps these words as the reason of the failure. rrd_get_error itself is only for log lines.
 void KeepReason(const char* fault, bool isLocked = false) {
   const char* const reason = fault == nullptr ? rrd_get_context()->rrd_error : fault;
   if (isLocked || std::strcmp(reason, Rrd::LOCK_FAULT) == 0) {
@@ -147,7 +147,7 @@ void KeepReason(const char* fault, bool isLocked = false) {
   }
 }
 
-// Whether a migration failed for a lock. The RRD library says no more than that it cannot open the
+// Whether a migration failed because of a lock. The RRD library only says that it cannot open the
 // source.
 bool IsSourceLocked(const std::string& path) {
   const std::string_view reason = rrd_get_context()->rrd_error;
@@ -186,7 +186,7 @@ void LogFetchError(const char* fault, std::time_t start, std::time_t end, const 
       GetReason(fault), static_cast<long long>(start), static_cast<long long>(end), path.c_str());
 }
 
-// The texts of all samples in one buffer, each with a NUL at its end, and where each begins.
+// The texts of all samples in one buffer, each with a NUL at its end, and the position of each.
 class SampleTexts {
  public:
   explicit SampleTexts(const std::map<long long, double>& samples) {
@@ -230,11 +230,12 @@ long long FindLastTime(const std::map<long long, double>& samples) {
 
 struct UpdateResult {
   bool isStored;
-  std::string fault;  // what kept the samples from the RRD library; none where it has refused them
+  std::string
+      fault;  // why the RRD library did not get the samples; empty if it refused them itself
 };
 
 UpdateResult CallUpdate(const std::string& path, std::vector<const char*> arguments) {
-  // An error that an earlier call left would be taken for one of this update, and end it.
+  // The RRD library would take the error of an earlier call for one of this update and stop.
   if (rrd_test_error() != 0) {
     rrd_clear_error();
   }
@@ -257,7 +258,7 @@ UpdateResult StoreAtomically(const std::string& path, const std::map<long long, 
   if (fault != nullptr) {
     return {false, fault};
   }
-  // The RRD library refuses these two before it changes anything.
+  // The RRD library refuses these two cases before it changes anything.
   if (arguments.empty() || file.gate.GetHeader().empty()) {
     return CallUpdate(path, arguments);
   }
@@ -357,7 +358,7 @@ StatusCode RrdClient::GetInterval(const std::string& path, unsigned long& interv
 
 StatusCode RrdClient::Fetch(const std::string& path, long long start, long long end,
                             Rrd::FetchResult& result) const {
-  // The RRD library answers with the rows after the first bound, so the row of `start` comes first.
+  // The RRD library returns the rows after the first bound, so that the row of `start` comes first.
   std::time_t s = SecondBefore(start);
   std::time_t e = SecondBefore(end);
   NVX_TRACE("user time window [%lld, %lld]", static_cast<long long>(s), static_cast<long long>(e));

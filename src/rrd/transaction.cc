@@ -61,7 +61,7 @@ std::string Transaction::Begin(const std::string& header, long long lastTime) {
   }
   const bool mustSync = durability == Durability::Power;
   isSynced = !isNew && kept.fingerprint == MakeIdleHead(header).fingerprint;
-  // What earlier updates have left unsynced is not in the journal.
+  // The journal does not have the changes of earlier updates that were not synced.
   if (mustSync && !isSynced && fdatasync(file.Get()) != 0) {
     return DescribeError(NOT_SYNCED);
   }
@@ -118,7 +118,8 @@ std::string Transaction::Commit() {
     return "";
   }
   std::string problem = DescribeError(NOT_SYNCED);
-  // The journal counts again, for the end of this transaction or for who opens the file next.
+  // Puts the journal in force again, for the end of this transaction or for the next user of the
+  // file.
   isSynced = false;
   WriteAll(journalFile->Get(), journal.GetBytes().data(), sizeof(JournalHead), 0);
   return problem;
@@ -146,7 +147,7 @@ bool Transaction::MakeIdle() const {
 void Transaction::Undo() {
   using namespace std::chrono_literals;
   constexpr int TRIES = 100;
-  // The RRD library's close has ended its lock, and a reader may have come.
+  // The RRD library's close has released its lock, and a reader may have come.
   for (int i = 0; !LockForWriting(file.Get()); ++i) {
     if (i == TRIES) {
       return;

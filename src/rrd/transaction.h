@@ -9,10 +9,10 @@
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 
-// One update of a file that is there as a whole or not at all. The journal is made at the start;
-// the update counts from the moment at which the journal does not count any more. Where that must
-// survive a loss of power, the journal is kept and overwritten: that is one sync, which the removal
-// of a name is not on every file system.
+// One update of a file, stored as a whole or not at all. The journal is made at the start; the
+// update is complete from the moment at which the journal is no longer in force. Where that must
+// survive a loss of power, the journal is overwritten and kept: this takes one sync, which is not
+// enough for the removal of a name on every file system.
 class Transaction {
  public:
   // `header` is the checked header of the file, which is locked for a transaction.
@@ -21,13 +21,13 @@ class Transaction {
   Transaction(const Transaction&) = delete;
   Transaction& operator=(const Transaction&) = delete;
 
-  // Undoes the update unless it was committed. Where it cannot, who opens the file next will.
+  // Undoes the update unless it was committed. If it cannot, the next user of the file will.
   ~Transaction();
 
   // Why the update must not begin; empty when it may.
   const std::string& GetFault() const { return fault; }
 
-  // Why the update does not count; empty when it does.
+  // Completes the update. Returns why it is not complete, or nothing.
   std::string Commit();
 
  private:

@@ -17,7 +17,7 @@ std::uint64_t CountRows(const std::string& header, const HeaderLayout& layout,
   return count;
 }
 
-// The rows of an archive after its newest one that the samples may fill. One more is no harm.
+// The rows of an archive after its newest one that the samples may fill. One more does no harm.
 std::uint64_t CountRowsToCome(const std::string& header, const HeaderLayout& layout,
                               const stat_head_t& head, const rra_def_t& archive,
                               long long lastTime) {
@@ -27,7 +27,7 @@ std::uint64_t CountRowsToCome(const std::string& header, const HeaderLayout& lay
   return std::min<std::uint64_t>(static_cast<std::uint64_t>(passed) + 1, archive.row_cnt);
 }
 
-// Predictions are smoothed and reset as a whole, in old files beyond their own archive.
+// The RRD library smooths and resets whole predictions, in old files beyond their own archive.
 bool HasPrediction(const std::string& header, const HeaderLayout& layout, const stat_head_t& head) {
   for (unsigned long i = 0; i < head.rra_cnt; ++i) {
     if (IsPrediction(ReadStructure<rra_def_t>(header, layout.archives, i).cf_nam)) {
@@ -85,7 +85,7 @@ bool IsWithinReach(const std::string& header, long long lastTime, const std::str
     const auto archive = ReadStructure<rra_def_t>(header, layout.archives, i);
     const std::uint64_t former = ReadStructure<rra_ptr_t>(header, layout.positions, i).cur_row;
     const std::uint64_t row = ReadStructure<rra_ptr_t>(now, layout.positions, i).cur_row;
-    // The RRD library counts one too far before it begins at the first row again.
+    // The RRD library counts one row too far before it starts at the first row again.
     const std::uint64_t advance = (row + archive.row_cnt - former) % archive.row_cnt;
     if (row > archive.row_cnt ||
         advance > CountRowsToCome(header, layout, head, archive, lastTime)) {

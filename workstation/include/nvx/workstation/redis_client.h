@@ -20,14 +20,15 @@ namespace nvx::Workstation {
 //
 //   Success
 //   NotFound         there is no such key or field
-//   Unavailable      the server is not there, does not answer in time, answers more than 4,096 bytes
+//   Unavailable      the server is not there, does not answer in time, answers more than 4,096
+//   bytes
 //                    or does not serve us, as with a wrong password or while it loads its data
-//   InvalidArgument  the key holds something else than a hash
+//   InvalidArgument  the key holds something other than a hash
 class __attribute__((visibility("default"))) RedisClient : public nv::kora::RedisClientInterface {
  public:
-  // How long a call waits at most to connect and then for its answer (a host's name is looked up as
-  // slowly as the system does it). A server that let a call wait in vain is not asked for the
-  // length of `command`: calls meanwhile return Unavailable at once.
+  // The longest times that a call waits to connect and then for its answer. (The lookup of a host
+  // name takes as long as the system's.) After a call that waited in vain, the server is left alone
+  // for the length of `command`: calls return Unavailable at once.
   struct Timeouts {
     std::chrono::milliseconds connect{1000};
     std::chrono::milliseconds command{1000};
@@ -42,8 +43,8 @@ class __attribute__((visibility("default"))) RedisClient : public nv::kora::Redi
   nv::kora::StatusCode HashGet(const std::string& key, const std::string& field,
                                std::string& value) override;
 
-  // The same, but says in `problem` what stood in the way instead of logging it: one line without
-  // the password. `value` and `problem` are unchanged when they have nothing to tell.
+  // The same, but writes the reason of a failure to `problem` instead of the log: one line without
+  // the password. `value` changes only on success, `problem` only on failure.
   nv::kora::StatusCode HashGet(const std::string& key, const std::string& field, std::string& value,
                                std::string& problem);
 
