@@ -36,16 +36,16 @@ long CountDescriptors() {
   return std::distance(begin(descriptors), end(descriptors));
 }
 
-class Allocations : public testing::Test {
+class AllocationFailure : public testing::Test {
  protected:
-  Allocations() {
+  AllocationFailure() {
     EXPECT_EQ(window.start.Initialize(START, "Europe/Paris"), StatusCode::Success);
     EXPECT_EQ(window.end.Initialize(END, "Europe/Paris"), StatusCode::Success);
     // Lines of the log allocate, too.
     logger.SetDestination([](KoraLogLevel, const std::string&) {});
     logger.SetLevel(KoraLogLevel::Trace);
   }
-  ~Allocations() override {
+  ~AllocationFailure() override {
     logger.SetLevel(KoraLogLevel::Error);
     logger.SetDestination({});
   }
@@ -106,7 +106,7 @@ class Allocations : public testing::Test {
   TimeWindow window;
 };
 
-TEST_F(Allocations, OfRrdClient) {
+TEST_F(AllocationFailure, InRrdClient) {
   const std::string missing = directory.GetPath("a file that is not there.rrd");
   const std::string made = directory.GetPath("a file that is made.rrd");
   const std::string cut = directory.GetPath("a file that is cut off.rrd");
@@ -146,7 +146,7 @@ TEST_F(Allocations, OfRrdClient) {
   FailEach("Migrate", [&] { return client.Migrate(path, 60, END - 60, NAN, NAN, 200); });
 }
 
-TEST_F(Allocations, OfQueries) {
+TEST_F(AllocationFailure, InQueries) {
   nvx::Utilities::FileSystem files;
   nvx::Workstation::InMemoryRedisClient store;
   const Rrd::Database database(directory.GetPath(), files, store, client);
@@ -194,7 +194,7 @@ TEST_F(Allocations, OfQueries) {
   });
 }
 
-TEST_F(Allocations, OfConversions) {
+TEST_F(AllocationFailure, InConversions) {
   const std::string source = TEST_DATA "/legacy/gauge.legacy.rrd";
   const std::string destination = directory.GetPath("a file that is converted.rrd");
   constexpr Rrd::Tool::Layout TARGET = Rrd::Tool::Layout::Bits64;

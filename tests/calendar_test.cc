@@ -31,7 +31,7 @@ CalendarInterval ReadInterval(const Row& row) {
   return interval;
 }
 
-TEST(Calendar, TellsTheBoundsOfAnInterval) {
+TEST(Calendar, FindsTheBoundsOfAnInterval) {
   ForEachRow("calendar_bounds.txt", [](const Row& row) {
     const CalendarInterval interval = ReadInterval(row);
     const Date::Date from = Window(ToSeconds(row["date"]), 0, row["zone"]).start;
@@ -58,7 +58,7 @@ TEST(Calendar, TellsTheBoundsOfAnInterval) {
   });
 }
 
-TEST(Calendar, HasTheIntervalsOfQueryIntervalAsTheyAre) {
+TEST(Calendar, TreatsQueryIntervalsTheSame) {
   LogCapture log(3);
   const long long change = ToSeconds("2021-03-28T03:00:00+02:00");
   for (unsigned char number = 0; number < 14; ++number) {
@@ -95,7 +95,7 @@ TEST(Calendar, HasTheIntervalsOfQueryIntervalAsTheyAre) {
   EXPECT_EQ(next.timestamp, 7);
 }
 
-TEST(Calendar, RefusesWhatCannotBe) {
+TEST(Calendar, RefusesInvalidIntervals) {
   struct {
     CalendarInterval interval;
     std::string fault;
@@ -134,7 +134,7 @@ TEST(Calendar, RefusesWhatCannotBe) {
   }
 }
 
-TEST(Calendar, AWindowShrinksToItsCompleteIntervals) {
+TEST(Calendar, ShrinksAWindowToItsCompleteIntervals) {
   const CalendarInterval week{Unit::Week};
   const long long monday = ToSeconds("2024-02-12T00:00:00+01:00");
   TimeWindow window = Window(monday - 5, monday + 8 * 86400, "Europe/Paris");
@@ -156,7 +156,7 @@ TEST(Calendar, AWindowShrinksToItsCompleteIntervals) {
   EXPECT_EQ(window.start.timestamp, monday + 1);
 }
 
-TEST(Calendar, AListEndsWhereAWindowLeavesTheIntervals) {
+TEST(Calendar, ListsTheBoundsUpToAnEndWithinAnInterval) {
   LogCapture log(3);
   std::vector<Date::Date> bounds;
   const TimeWindow days = Window(0, 5 * 86400);

@@ -23,7 +23,7 @@ std::string NoScope(const std::string& key) {
   return "7" + HELPER + "[trace] FindZeltScope: No zelt scope found in key [" + key + "]";
 }
 
-TEST(FileHelper, IdsScopesAndFileNames) {
+TEST(FileHelper, MapsIdsToFileNamesAndBack) {
   std::string id;
   ForEachRow("zelt_ids.txt", [&id](const Row& row) {
     std::string scope;

@@ -68,7 +68,7 @@ TEST(DataFunctions, ReduceARunOfSamples) {
   });
 }
 
-TEST(DataFunctions, EmptyRunsAndNullPointers) {
+TEST(DataFunctions, TakeEmptyRunsAndRefuseNullPointers) {
   const double samples[] = {1, 2};
   for (const auto& [name, function] : FUNCTIONS) {
     double value = 7;
@@ -143,7 +143,7 @@ TEST(DataFunctions, RanksAreExact) {
   }
 }
 
-TEST(DataFunctions, ThereIsNoPercentileOfMoreThanAllAndNoIntegralWithoutAStep) {
+TEST(DataFunctions, RefusePercentilesAbove100AndAStepOf0) {
   LogCapture log(3);
   const std::string component = "3[TimeSeriesDatabase::DataFunctions] ";
   DataFunction function;

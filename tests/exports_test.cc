@@ -50,7 +50,7 @@ void ExpectExports(const std::string& library, const std::string& table) {
 
 TEST(Exports, AreThePublicInterface) { ExpectExports(LIBRARY, "exports.txt"); }
 
-TEST(Exports, OfTheWorkstationToo) {
+TEST(Exports, AreThoseOfTheWorkstation) {
   if (WITH_REDIS == 0) {
     GTEST_SKIP() << "the table has the client of Redis servers";
   }

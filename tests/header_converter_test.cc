@@ -110,7 +110,7 @@ TEST_F(SanitizerTest, ConvertsEveryShapeInPiecesOf64KiB) {
   });
 }
 
-TEST_F(SanitizerTest, RefusesWhatIsNoWholeLegacyFile) {
+TEST_F(SanitizerTest, RefusesAnythingButWholeLegacyFiles) {
   ForEachRow("refused_conversions.txt", [this](const Row& row) {
     const std::string file = ReadFile(TEST_DATA "/legacy/" + row["file"] + ".rrd");
     const std::string content = Change(file, row["changes"]);
@@ -137,7 +137,7 @@ bool IsMemoryLimitable() {
   return IS_SANITIZED == 0 && (memory == MAP_FAILED || munmap(memory, SIZE) != 0);
 }
 
-TEST_F(SanitizerTest, TellsEveryFaultOfTheMachine) {
+TEST_F(SanitizerTest, ReportsEveryFaultOfTheMachine) {
   const bool isMemoryLimitable = IsMemoryLimitable();
   std::signal(SIGXFSZ, SIG_IGN);
   const std::string gauge = ReadLegacy("gauge");

@@ -256,7 +256,7 @@ TEST(HostileFile, IsRefusedWithAReason) {
   expectRefusal("it is no regular file");
 }
 
-TEST(HostileFile, IsNoFileThatTheRrdLibraryReads) {
+TEST(FileGate, AcceptsEveryFileThatTheRrdLibraryReads) {
   const TemporaryDirectory directory;
   const std::string path = directory.GetPath("a.rrd");
   const RrdClient client;
@@ -305,7 +305,7 @@ TEST(HostileFile, IsFetchedFromTheArchiveThatIsExpected) {
   }
 }
 
-TEST(HostileFile, IsNoReasonToBlameAnother) {
+TEST(HostileFile, LeavesNoErrorForTheNextFile) {
   const TemporaryDirectory directory;
   const std::string path = directory.GetPath("a.rrd");
   const RrdClient client;

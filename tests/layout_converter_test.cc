@@ -211,7 +211,7 @@ TEST_F(LayoutConverterTest, LeavesOutTheUnusedWordOfOldFiles) {
   }
 }
 
-TEST_F(LayoutConverterTest, RefusesWhatContradictsItselfOrDoesNotFit) {
+TEST_F(LayoutConverterTest, RefusesContradictionsAndNumbersThatDoNotFit) {
   ForEachRow("refused_layouts.txt", [this](const Row& row) {
     const std::string content = Change(ReadFile(row["file"] + ".rrd"), row["changes"]);
     const Layout target = TARGETS.at(row["layout"]);
@@ -228,7 +228,7 @@ TEST_F(LayoutConverterTest, RefusesWhatContradictsItselfOrDoesNotFit) {
   });
 }
 
-TEST_F(LayoutConverterTest, TellsWhatAFileIs) {
+TEST_F(LayoutConverterTest, RecognisesFiles) {
   const struct {
     const char* name;
     const char* layout;
@@ -252,7 +252,7 @@ TEST_F(LayoutConverterTest, TellsWhatAFileIs) {
   }
 }
 
-TEST_F(LayoutConverterTest, TellsFaultsOfTheMachine) {
+TEST_F(LayoutConverterTest, ReportsFaultsOfTheMachine) {
   const std::string source = "compute.i386.rrd";
   const auto expect = [&](int code, const std::string& from, const std::string& to,
                           const std::string& reason) {

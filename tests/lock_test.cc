@@ -87,7 +87,7 @@ class LockedFile : public testing::Test {
   const RrdClient client;
 };
 
-TEST_F(LockedFile, IsToldByEveryOperation) {
+TEST_F(LockedFile, IsReportedByEveryOperation) {
   long long time = 0;
   unsigned long step = 0;
   Rrd::FetchResult result;

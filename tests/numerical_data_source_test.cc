@@ -124,7 +124,7 @@ class Query : public testing::Test {
   std::vector<NumericalDataPoint> points;
 };
 
-TEST_F(Query, AStartOffTheStepsIsTold) {
+TEST_F(Query, AStartBetweenTwoStepsMakesAllPointsBad) {
   LogCapture log(7);
   const TimeWindow window = Window(START + 30, START + 30 + HOUR, "Asia/Kolkata");
   EXPECT_EQ(source.FetchAverage(window, QueryInterval::Hour, points), StatusCode::PartialData);
@@ -174,7 +174,7 @@ TEST_F(Query, FailuresLeaveThePointsBeforeThem) {
   EXPECT_TRUE(points.empty());
 }
 
-TEST_F(Query, ListsThatAreNoBoundsAreRefusedBeforeTheFileIsRead) {
+TEST_F(Query, InvalidBoundsAreRefusedBeforeTheFileIsRead) {
   const DataFunction function = DataFunctions::ComputeMaximum;
   const auto expect = [&](const std::vector<Date::Date>& bounds, const std::string& line) {
     Rrd::NumericalDataSource missing(path + "x", redis, rrd);
@@ -243,7 +243,7 @@ TEST_F(Query, NoWindowReachesBeyondTheSamples) {
   }
 }
 
-TEST_F(Query, ThreadsWithObjectsOfTheirOwnDoNotMeet) {
+TEST_F(Query, ThreadsWithObjectsOfTheirOwnAreIndependent) {
   LogCapture log(3);
   std::vector<std::thread> threads;
   std::vector<int> wrong(4);

@@ -129,7 +129,7 @@ TEST_F(RealRedis, MayBeRestartedAtAnyTime) {
   EXPECT_EQ(Get(client, "hash", "f"), "60");
 }
 
-TEST_F(RealRedis, NeverTellsThePassword) {
+TEST_F(RealRedis, NeverShowsThePassword) {
   const RedisServer server(socket, {"--requirepass", "s@fe"});
   const auto get = [this](const std::string& password) {
     RedisClient client(At("unix://" + password + socket), LONG);
@@ -164,7 +164,7 @@ TEST_F(RealRedis, ServesEightThreadsAtOnce) {
 }
 
 // Steps of the transcript are commands of the shell, of the server ("redis ..."), or its end.
-TEST_F(RealRedis, TellsTheCommandOfFirstTimestampsAndIntervals) {
+TEST_F(RealRedis, IsTheMetadataStoreOfTheCommand) {
   RedisServer server(socket);
   const Shell shell;
   const std::string store = "export NVX_TIMESERIES_METADATA_STORE=" + url + "\n";
@@ -245,7 +245,7 @@ class StrangeServer {
   std::thread thread;
 };
 
-TEST(RedisClient, WaitsForNoServerInVain) {
+TEST(RedisClient, RefusesStrangeAnswersAndWaitsOnlyOnce) {
   const std::string page(4096, 'x');
   struct {
     std::string sent;

@@ -88,7 +88,7 @@ TEST_F(RrdFile, StaysAsItWasWhenACallFails) {
   ExpectSame(Fetch(client, path, START, end), Ramp(90));
 }
 
-TEST_F(RrdFile, TellsEachThreadItsOwnFailure) {
+TEST_F(RrdFile, KeepsAFailureForEachThread) {
   const std::string longName(2000, 'x');
   long long time = 0;
   EXPECT_EQ(client.GetLastTimestamp(longName, time), StatusCode::NotFound);

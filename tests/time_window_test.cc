@@ -19,7 +19,7 @@ constexpr long long PARIS_DAY = 1711839600;  // 2024-03-31T00:00:00+01:00, of 23
 constexpr long long FIXED_SECONDS[] = {60, 120, 180, 300, 360, 600, 720, 900, 1200, 1800, 3600};
 const std::string HELPER = "[TimeSeriesDatabase::TimeWindowHelper] ";
 
-TEST(QueryInterval, TextsAndOrder) {
+TEST(QueryInterval, HasATextAndAnOrder) {
   const char* const texts[] = {"OneMinute",     "TwoMinutes",    "ThreeMinutes",  "FiveMinutes",
                                "SixMinutes",    "TenMinutes",    "TwelveMinutes", "FifteenMinutes",
                                "TwentyMinutes", "ThirtyMinutes", "Hour",          "Day",
@@ -73,7 +73,7 @@ TEST(TimeHelper, DateTextsAreReadByTheHost) {
   EXPECT_EQ(seconds, PARIS_DAY);
 }
 
-TEST(TimeWindow, IsValid) {
+TEST(TimeWindow, IsValidWithAStartBeforeItsEndInOneZone) {
   LogCapture log(3);
   EXPECT_EQ(Window(1, 2).IsValid(), StatusCode::Success);
   EXPECT_EQ(Window(PARIS_DAY, PARIS_DAY, "Europe/Paris").IsValid(), StatusCode::InvalidArgument);
@@ -85,7 +85,7 @@ TEST(TimeWindow, IsValid) {
                    "time-zone [Europe/Paris] != End date time-zone [UTC]"}));
 }
 
-TEST(TimeWindowHelper, AnotherStrategyWidens) {
+TEST(TimeWindowHelper, WidensAWindowWithAnotherStrategy) {
   TimeWindow window = Window(1, 2);
   const TimeWindowHelper::RoundingStrategy widening = {Date::RoundType::Down, Date::RoundType::Up};
   EXPECT_EQ(AdjustTimeWindow(QueryInterval::Hour, widening, window), StatusCode::Success);
@@ -106,7 +106,7 @@ TEST(TimeWindowHelper, AWindowWithoutCompleteIntervalIsLogged) {
   EXPECT_EQ(log.Take().size(), 1u);
 }
 
-TEST(TimeWindowHelper, CapacityOfEachInterval) {
+TEST(TimeWindowHelper, EstimatesTheCapacityForEachInterval) {
   unsigned int capacity = 7;
   const auto calculate = [&capacity](const TimeWindow& window, QueryInterval interval) {
     EXPECT_EQ(CalculateDataPointsCapacity(window, interval, capacity), StatusCode::Success);

@@ -35,7 +35,7 @@ TEST(HostEncoder, ReadsIso8601AndNothingElse) {
   });
 }
 
-TEST(HostFileSystem, OnlyFilesCount) {
+TEST(HostFileSystem, FindsFilesAndNoDirectories) {
   const TemporaryDirectory directory;
   std::ofstream(directory.GetPath("a.rrd"));
   std::ofstream(directory.GetPath("b.rrdx"));
@@ -70,7 +70,7 @@ void LogByLibrary() { nvx::TimeSeriesDatabase::Date::Date().IsTimeZoneSupported(
 
 // The library is another module than this program: that its level and its lines are the same ones
 // shows that there is one logger in the process.
-TEST(HostLogger, IsOneWithThatOfTheLibrary) {
+TEST(HostLogger, IsTheSameInTheLibrary) {
   for (const KoraLogLevel level :
        {KoraLogLevel::Error, KoraLogLevel::Information, KoraLogLevel::Trace}) {
     HostUnderTest::SetLogLevel(level);
@@ -90,7 +90,7 @@ TEST(HostLogger, IsOneWithThatOfTheLibrary) {
   EXPECT_NE(lines[0].find("[1] " + std::string(5000, 'x')), std::string::npos);
 }
 
-TEST(HostStore, TellsAFieldFromNone) {
+TEST(HostStore, FindsAFieldAndReportsAMissingOne) {
   const std::string binary("\0\r\n\xff", 4);
   const auto store = HostUnderTest::MakeStore({{"field", "60"}, {"empty", ""}, {"all", binary}});
   std::string value = "before";
