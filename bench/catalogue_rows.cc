@@ -1,4 +1,4 @@
-// Directories of many files, and how work grows.
+// Directories with many files, and how the time grows with the data.
 
 #include <dirent.h>
 #include <sys/stat.h>

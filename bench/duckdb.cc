@@ -7,7 +7,7 @@
 
 #include "row.h"
 
-// What is called of DuckDB's C interface, for which there is no package with a header.
+// The functions that we call of DuckDB's C interface. No package has its header.
 extern "C" {
 struct duckdb_result {
   std::uint64_t unused[3];

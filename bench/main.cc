@@ -1,5 +1,5 @@
-// Prints the table of docs/benchmarks.md: each piece of work beside its rivals, in one run. With an
-// argument, only the rows that have it in their work or rival.
+// Prints the table of docs/benchmarks.md: each piece of work and its rivals, in one run. With an
+// argument, only the rows with that text in their work or rival.
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,7 +11,7 @@
 
 namespace {
 
-// In a process of its own, so that no row finds the memory as another has left it.
+// In a process of its own, so that no row inherits the memory of another.
 void PrintRowApart(const Bench::Row& row) {
   const pid_t child = fork();
   if (child == 0) {

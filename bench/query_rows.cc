@@ -1,5 +1,5 @@
-// Queries beside what they cannot avoid, the RRD library's own reading of the samples, and beside
-// its export.
+// Queries, compared with the RRD library's own reading of the samples, which they cannot avoid, and
+// with its export.
 
 #include <rrd.h>
 

@@ -21,7 +21,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr double SHORTEST_RUN = 0.02;  // seconds; faster work is repeated until it takes as long
+constexpr double SHORTEST_RUN = 0.02;  // seconds; faster work is repeated until it takes this long
 constexpr std::chrono::seconds BUDGET(8);  // for the rounds of a row
 constexpr std::size_t FEWEST_ROUNDS = 3;
 constexpr std::size_t MOST_ROUNDS = 101;
@@ -40,7 +40,7 @@ double Time(const Side& side, int count) {
   return std::chrono::duration<double>(Clock::now() - start).count() / count;
 }
 
-// How often the work is repeated in one run: once, when it has to be prepared.
+// How often the work is repeated in one run: only once when it has to be prepared.
 int FindCount(const Side& side) {
   return side.prepare ? 1 : std::max(1, static_cast<int>(SHORTEST_RUN / Time(side, 1)));
 }
@@ -51,7 +51,7 @@ double Median(std::vector<double> numbers) {
   return *middle;
 }
 
-// KiB, of a line of /proc/self/status.
+// KiB, from a line of /proc/self/status.
 long ReadStatus(const std::string& key) {
   std::ifstream status("/proc/self/status");
   std::string line;
@@ -63,7 +63,7 @@ long ReadStatus(const std::string& key) {
   return 0;
 }
 
-// By how many KiB the work makes this process larger at its peak, or how large a command of it is.
+// By how many KiB the work increases the peak memory of this process, or the size of its command.
 long MeasurePeak(const Side& side) {
   if (side.prepare) {
     side.prepare();
@@ -78,7 +78,7 @@ long MeasurePeak(const Side& side) {
 
 struct Measurement {
   explicit Measurement(const Side& measured) : side(measured) {
-    (void)Time(side, 1);  // loads what every time needs
+    (void)Time(side, 1);  // loads what every run needs
     count = FindCount(side);
     peak = MeasurePeak(side);
   }
@@ -91,7 +91,7 @@ struct Measurement {
   std::vector<double> times;
 };
 
-// Turn by turn, so that a machine that is busy for a while is so for both.
+// In turns, so that a machine that is busy for a while slows both sides.
 void Compare(Measurement& ours, Measurement& theirs) {
   const Clock::time_point start = Clock::now();
   do {
@@ -185,7 +185,7 @@ void RunCommand(const std::vector<std::string>& arguments) {
     pointers.push_back(const_cast<char*>(argument.c_str()));
   }
   pointers.push_back(nullptr);
-  const pid_t child = fork();  // and not posix_spawn, of which the child begins as large as we are
+  const pid_t child = fork();  // not posix_spawn, whose child begins as large as this process
   if (child == 0) {
     execvp(pointers[0], pointers.data());
     _exit(EXIT_FAILURE);

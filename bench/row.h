@@ -9,7 +9,7 @@ namespace Bench {
 // One of the two ways to do a piece of work.
 struct Side {
   std::function<void()> work;
-  std::function<void()> prepare = {};  // what must come before each time, and is not measured
+  std::function<void()> prepare = {};  // runs before each time and is not measured
 };
 
 struct Contest {
@@ -17,12 +17,12 @@ struct Contest {
   Side theirs;
 };
 
-// How good we want to be.
+// The goal of a row.
 struct Goal {
   enum class Kind {
     AtMost,            // this many times their time
     TimesFaster,       // their time at least this many times ours
-    NanosecondsAPoint  // at most their time and this for each of the points
+    NanosecondsAPoint  // at most their time plus this for each point
   };
   Kind kind;
   double limit;
@@ -56,7 +56,7 @@ extern const char* const HEADINGS;
 // Ends the process where a result is not right: a wrong one is not worth timing.
 void Require(bool isRight, const char* what);
 
-// Runs a command to its end, which must be a success. Its memory is part of the side's.
+// Runs a command, which must succeed. Its memory counts for its side.
 void RunCommand(const std::vector<std::string>& arguments);
 
 // The rows, by what they compare.

@@ -18,7 +18,7 @@ void RequireSuccess(StatusCode status, const char* what) {
   Require(status == StatusCode::Success, what);
 }
 
-// In millionths, so that a file and a text of six digits hold it as it is.
+// In millionths, so that a file and a text with six digits hold exactly this value.
 double GetSample(long long time) {
   return std::round(std::sin(static_cast<double>(time) / 1e5) * 1e6) / 1e6;
 }

@@ -30,7 +30,7 @@ constexpr long long UTC_END = END + 3600;
 constexpr long long DAY = 86400;
 constexpr double SAMPLES_OF_A_YEAR = 525600;
 
-// A directory that goes with its object.
+// A directory that is removed with its object.
 class Directory {
  public:
   Directory();
@@ -51,14 +51,14 @@ void MakeFile(const std::string& path, long long start, long long end, unsigned 
 
 TimeWindow MakeWindow(long long start, long long end, const char* zone = ZONE);
 
-// A file of the year, which goes with its object.
+// A file of the year, which is removed with its object.
 class Year {
  public:
   Year();
 
   const std::string& GetPath() const { return path; }
 
-  // The averages, which must be all good.
+  // The averages, all of which must be good.
   Points Query(const TimeWindow& window, QueryInterval interval) const;
 
  private:
@@ -71,7 +71,7 @@ TimeWindow ShrinkToWeeks(TimeWindow window);
 Points QueryWeeks(const Year& year, const TimeWindow& weeks,
                   const nvx::TimeSeriesDatabase::DataFunction& function);
 
-// Fetches by the RRD library alone, and frees what it has fetched.
+// Fetches with the RRD library alone, and frees the result.
 void FetchAlone(const std::string& path, long long start, long long end);
 
 // What a rival finds for an interval.
@@ -80,14 +80,14 @@ struct Bucket {
   double average;
 };
 
-// To which interval the rival counts the sample on a bound; we count it to both.
+// The interval to which the rival assigns a sample on a bound; we assign it to both.
 enum class BoundSample { InBoth, InNext, InFormer };
 
 // Requires that the rival has the averages of the points, but for the sample on a bound.
 void RequireEqual(const Points& points, const std::vector<Bucket>& buckets, long long end,
                   BoundSample boundSample);
 
-// Adds the samples of each point up, without the library.
+// Adds up the samples of each point, without the library.
 std::vector<Bucket> AddUp(const Points& points, long long end);
 
 }  // namespace Bench

@@ -1,5 +1,5 @@
-// Queries by day beside databases, which have the samples in a table of their own, in a file that
-// stays open.
+// Queries by day, compared with databases that have the samples in a table, in a file that stays
+// open.
 
 #include <sqlite3.h>
 
@@ -69,7 +69,7 @@ class Sqlite {
 TimeWindow LocalYear() { return MakeWindow(START, END); }
 TimeWindow UtcYear() { return MakeWindow(UTC_START, UTC_END, "UTC"); }
 
-// Our query by day of the window beside a rival's, when both have the same averages.
+// Our query by day and a rival's, once both have given the same averages.
 template <typename Rival>
 Contest EnterDays(const TimeWindow& window, Rival rival, BoundSample boundSample) {
   const auto year = std::make_shared<Year>();

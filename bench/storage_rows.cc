@@ -1,4 +1,4 @@
-// What writes files: the storing of samples, and the conversion of a file.
+// Work that writes files: storing samples, and converting a file.
 
 #include <fcntl.h>
 #include <rrd.h>
@@ -30,7 +30,7 @@ std::vector<Batch> MakeBatches() {
   return batches;
 }
 
-// The same texts, made with no more than is needed.
+// The same texts, made with the least work.
 void UpdateByLibrary(const std::string& path, const Batch& batch) {
   constexpr std::size_t LONGEST_TEXT = 32;
   const std::unique_ptr<char[]> texts(new char[batch.size() * LONGEST_TEXT]);
@@ -153,7 +153,7 @@ struct Conversion {
 
 void RunShell(const std::string& commands) { RunCommand({"sh", "-c", commands}); }
 
-// Work that makes a file. Before each time the file is gone, and the disk has nothing left to do.
+// Work that makes a file. Before each run the file is removed and the disk is idle.
 Side MakeSide(const std::string& file, const std::function<void()>& work) {
   return {work, [=] {
             std::filesystem::remove(file);
@@ -161,7 +161,7 @@ Side MakeSide(const std::string& file, const std::function<void()>& work) {
           }};
 }
 
-// What cp does, without the start of a command, and a sync.
+// The copying of cp, without the start of a command, and a sync.
 void CopyAndSync(const std::string& from, const std::string& to) {
   const int source = open(from.c_str(), O_RDONLY | O_CLOEXEC);
   const int destination = open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
@@ -201,8 +201,8 @@ std::vector<double> ReadAll(const std::string& path) {
   return {result.GetData(), result.GetData() + result.GetSampleCount()};
 }
 
-// The other way from machine to machine. What it starts from is our result, in the layout of this
-// machine, which alone the tool reads here. It keeps eleven digits.
+// The other way from one machine to another. It starts from our result, in the layout of this
+// machine, the only one that the tool reads here. It keeps eleven digits.
 Contest EnterDump() {
   const auto files = std::make_shared<Conversion>();
   const Side ours = MakeSide(files->converted, [=] {

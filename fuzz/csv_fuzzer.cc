@@ -14,9 +14,9 @@ using namespace nvx::TimeSeriesDatabase::CommandLine;
 
 namespace {
 
-constexpr long long YEAR_1000 = -30'610'224'000;  // earlier ones are shown with fewer digits
+constexpr long long YEAR_1000 = -30'610'224'000;  // earlier years have fewer digits
 
-// The time of a sample that was read is read again as it is shown.
+// The time of a sample, printed and read again, must be the same.
 void Check(const std::pair<long long, double>& sample, const cctz::time_zone& zone) {
   const bool isReadAgain =
       sample.first < YEAR_1000 || ParseTime(FormatUtc(sample.first), zone) == sample.first;

@@ -5,7 +5,7 @@
 #include "timeseries/host.h"
 #include "timeseries/rrd/tool/sanitizer.h"
 
-// Converts the input as a file. A converted file has 8 bytes more and is converted no second time.
+// Converts the input as a file. A converted file has 8 bytes more and must not be converted again.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   using nv::kora::StatusCode;
   static const MemoryFile source("source");

@@ -55,7 +55,7 @@ struct DataFile {
   std::string bytes;
 };
 
-// Makes the bytes a journal of the file that seems to be whole.
+// Completes the bytes, so that they seem to be a whole journal of the file.
 void Seal(std::string& journal, const std::string& path) {
   struct statx status {};
   Require(statx(AT_FDCWD, path.c_str(), 0, STATX_BASIC_STATS | STATX_BTIME, &status) == 0);
@@ -73,8 +73,8 @@ void Seal(std::string& journal, const std::string& path) {
 
 }  // namespace
 
-// Takes the input for the journal of a data file, as it is and with a right checksum. Nothing but
-// rows and the end of the header may change, and the file can be read then.
+// Uses the input as the journal of a data file, as it is and with a right checksum. Only rows and
+// the end of the header may change, and afterwards the file can be read.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   static const DataFile file;
   constexpr std::size_t LIVE_HEAD = 368;

@@ -21,8 +21,8 @@ void Require(bool isRight) {
 constexpr Layout TARGETS[] = {Layout::Bits64, Layout::Arm32Time64, Layout::Arm32Time32,
                               Layout::I386Time64, Layout::I386};
 
-// Whether a file that was converted is recognised as what it became. Of 32 bits, one whose texts or
-// times are not as RRDtool writes them may be of the other time_t with an unused word.
+// Whether a converted file is recognised in its new layout. With 32 bits, a file whose texts or
+// times RRDtool would not write may also have the other time_t and an unused word.
 bool IsRecognised(const MemoryFile& file, Layout layout) {
   LayoutConverter converter;
   if (converter.Check(file.GetPath(), layout) == StatusCode::NothingToDo) {
@@ -35,7 +35,7 @@ bool IsRecognised(const MemoryFile& file, Layout layout) {
   return false;
 }
 
-// There and back it stays the same.
+// Converting there and back gives the same file.
 void ConvertAgain(const MemoryFile& file, Layout layout) {
   static const MemoryFile there("there");
   static const MemoryFile back("back");

@@ -1,4 +1,4 @@
-// Runs a fuzz target on the files of the directories given, as a test of what was found before.
+// Runs a fuzz target on the files of the given directories, as a test of what was found before.
 
 #include <cstdint>
 #include <cstdio>

@@ -19,7 +19,7 @@ void Require(bool isRight) {
   }
 }
 
-// Every sample of the answer is read, and lies in the archive that is expected.
+// Every sample of the result is read, and must lie in the expected archive.
 void Fetch(const RrdClient& client, const Rrd::FileDescription& file, const std::string& path,
            long long start, long long end) {
   Rrd::FetchResult result;
@@ -51,7 +51,7 @@ void Query(RrdClient& client, const std::string& path, long long start, long lon
 
 }  // namespace
 
-// The RRD library loses a few bytes for each opening of a file of a version before 0003.
+// The RRD library leaks a few bytes whenever it opens a file of a version before 0003.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
   return "leak:rrd_open";
 }

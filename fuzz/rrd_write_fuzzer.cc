@@ -12,7 +12,7 @@ using namespace nvx::TimeSeriesDatabase;
 
 namespace {
 
-// A migration makes its new file beside the old one, which needs a directory.
+// A migration makes its new file beside the old one, and needs a directory.
 class Directory {
  public:
   Directory() {
@@ -40,7 +40,7 @@ class Directory {
 
 }  // namespace
 
-// The RRD library loses a few bytes for each failure. What is written is nobody else's memory.
+// The RRD library leaks a few bytes for each failure. No other memory is written.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
   return "leak:librrd";
 }
@@ -55,8 +55,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   const bool isRead = client.GetLastTimestamp(path, last) == StatusCode::Success;
   (void)client.Update(path, {{last + 1, 1}, {last + 60, 2}, {last + 119, NAN}, {last + 180, 3}});
   (void)client.Update(path, {{last + 100'000, -4}});
-  // After a failed write the file is still one that can be read, unless it never was or its times
-  // lie where a further sample leaves those that are read.
+  // After a failed write the file can still be read, unless it could not be read before, or a
+  // further sample moves its times out of the readable range.
   constexpr long long FAR_TIME = 1LL << 39;
   long long later = 0;
   if (isRead && last < FAR_TIME && client.GetLastTimestamp(path, later) != StatusCode::Success) {

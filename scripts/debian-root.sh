@@ -1,7 +1,7 @@
-# For scripts that need a Debian system of their own, in a directory under build/. The machine gets no
-# package and no setting. To be sourced.
+# For scripts that need a Debian system of their own, in a directory under build/. The machine's packages and
+# settings are not changed. To be sourced.
 
-# Whether this is root that may mount, where nobody else sees it.
+# Whether this is root and may mount in a namespace of its own.
 can_mount() { [ "$(id -u)" -eq 0 ] && unshare --mount true; }
 
 # in_root ROOT COMMAND...
@@ -12,11 +12,11 @@ in_root() {
     ${TERM:+"TERM=$TERM"} chroot "$root" "$@"
 }
 
-# mount_root ROOT DIRECTORY...: its system directories, and these of the machine under their names.
+# mount_root ROOT DIRECTORY...: mounts the system directories in it, and these directories of the machine.
 mount_root() {
   local root=$1 directory
   shift
-  # Where / is no mount point, nothing can be mounted apart from the rest, as a test does.
+  # A test mounts in a namespace of its own, for which / has to be a mount point.
   mount --bind "$root" "$root"
   mount -t proc proc "$root/proc"
   mount --rbind /sys "$root/sys"
@@ -27,12 +27,12 @@ mount_root() {
   done
 }
 
-# Where the machine's own packages come from.
+# The mirror of the machine's own packages.
 find_mirror() {
   apt-get indextargets --format '$(SITE)' 'Origin: Debian' 'Label: Debian' | sort -u | head -n 1
 }
 
-# debootstrap, unpacked into a directory; it downloads with apt, and so with the machine's own settings.
+# Unpacks debootstrap into a directory. It will download with apt, and so with the machine's own settings.
 unpack_debootstrap() {
   mkdir -p "$1/bin"
   (cd "$1" && apt-get download -o APT::Sandbox::User=root debootstrap &&
@@ -45,7 +45,7 @@ END
   chmod +x "$1/bin/wget"
 }
 
-# make_root ROOT RELEASE [MIRROR]: a minimal system of the machine's architecture.
+# make_root ROOT RELEASE [MIRROR]: makes a minimal system of the machine's architecture.
 make_root() {
   local root=$1 release=$2 mirror=${3:-$(find_mirror)} tools
   tools=$(mktemp -d "$root-tools.XXXXXX")
@@ -58,7 +58,7 @@ make_root() {
   DEBOOTSTRAP_DIR=$tools/usr/share/debootstrap PATH=$tools/bin:$PATH \
     "$tools/usr/sbin/debootstrap" --variant=minbase "$release" "$root" "$mirror"
   rm -rf "$tools"
-  # The index of a mirror that stands still is past its date one day.
+  # The index of a mirror that is no longer updated expires one day.
   cat >"$root/etc/apt/apt.conf.d/90own" <<'END'
 Acquire::Check-Valid-Until "false";
 Acquire::Languages "none";

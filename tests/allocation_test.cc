@@ -1,5 +1,5 @@
-// Memory runs out at each allocation of each operation: nothing of it stays behind, neither memory
-// nor descriptors, and the file has what it had before or what the operation was to make of it.
+// Each allocation of each operation fails in turn. Neither memory nor descriptors leak, and the
+// file is as before the operation or as after it.
 
 #include <gtest/gtest.h>
 
@@ -75,7 +75,7 @@ class AllocationFailure : public testing::Test {
     SCOPED_TRACE(name);
     MakeFile();
     const auto before = Look();
-    ASSERT_EQ(operation(), expected) << Failure::GetReason();  // and what is made once is there
+    ASSERT_EQ(operation(), expected) << Failure::GetReason();  // allocates what is kept for ever
     const auto after = Look();
     bool isDone = false;
     for (long granted = 0; !isDone; ++granted) {

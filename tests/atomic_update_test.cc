@@ -1,4 +1,4 @@
-// Atomic updates: what they store and sync, what they leave, and the journals that they refuse.
+// Atomic updates: what they store, sync and leave behind, and which journals they refuse.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -201,7 +201,7 @@ TEST_F(AtomicUpdate, IsUndoneByWhoeverComesNext) {
   EXPECT_TRUE(std::isnan(samples.GetData()[1]));
 }
 
-// Later batches than the one of the journal are not undone with it.
+// Batches after that of the journal are not undone.
 TEST_F(AtomicUpdate, IsUndoneOnlyInItsFile) {
   InterruptUpdate();
   const std::string bytes = ReadFile(journal);
@@ -269,8 +269,8 @@ TEST_F(AtomicUpdate, TakesNoOtherFileForItsJournal) {
   }
 }
 
-// Whatever a journal says, only the header and the rows of its own file change, and only to what
-// the journal was sealed with.
+// Whatever is in a journal, only the header and the rows of its own file change, and only to values
+// that the journal's checksum covers.
 TEST_F(AtomicUpdate, IgnoresADamagedJournal) {
   InterruptUpdate();
   const std::string bytes = ReadFile(journal);

@@ -39,7 +39,7 @@ std::vector<CalendarInterval> ListIntervals() {
   return intervals;
 }
 
-// The calendar of the library against that of the C library, around the changes of a zone's clocks.
+// Compares the library's calendar with the C library's, around the changes of a zone's clocks.
 class ZoneProof {
  public:
   ZoneProof(const std::string& zoneName, Random& chance)
@@ -137,8 +137,8 @@ class ZoneProof {
     }
   }
 
-  // The intervals of a window follow each other from its adjusted start to exactly its adjusted end
-  // and leave no gap. Only a change of the clocks by a part of an interval makes the walk miss it.
+  // The intervals of a window follow each other without a gap from its adjusted start to exactly
+  // its adjusted end. The walk misses the end only when the clocks change by a part of an interval.
   void Walk(int number, long long start, long long end) {
     const QueryInterval interval{static_cast<unsigned char>(number)};
     const long long first = calendar.RoundUp(interval, start);

@@ -84,7 +84,7 @@ TEST(Calendar, TreatsQueryIntervalsTheSame) {
   }
   EXPECT_TRUE(log.Take().empty());
 
-  // It is its window, and has no date of its own.
+  // FullPeriod is the window itself, and has no bounds of its own.
   const CalendarInterval full = ToCalendarInterval(QueryInterval::FullPeriod);
   const TimeWindow window = Window(7, 99);
   std::vector<Date::Date> bounds;

@@ -1,7 +1,7 @@
-// Commands that change files, killed before each of their changes: every path is then wholly old or
-// wholly new, and the same command, given again, completes the work. A kill after a change leaves
-// what one before the next leaves. After a loss of power every path is old or new as well, whatever
-// of what was not synced has reached the disk.
+// Commands that change files are killed before each of their changes. Every path is then wholly old
+// or wholly new, and the same command, given again, completes the work. (A kill after a change
+// leaves the same as one before the next change.) After a loss of power every path is old or new,
+// too, whichever unsynced changes have reached the disk.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -28,7 +28,7 @@ namespace {
 struct Command {
   const char* name;
   std::vector<std::string> arguments;
-  std::string standIns;  // that are loaded besides the one that ends the program
+  std::string standIns;  // loaded in addition to the library that ends the program
 };
 
 const Command COMMANDS[] = {
@@ -47,13 +47,13 @@ const Command COMMANDS[] = {
     {"Export", {"export", "topo:m", "--format", "csv", "--output", "out"}, ""},
 };
 
-// The files by their paths, each with all that must not be mixed: permissions, whether it has the
-// time of the old files, and content.
+// The files by path, each with everything that must not be mixed: permissions, whether it has the
+// old files' time, and content.
 using Tree = std::map<std::string, std::string>;
 
 const fs::file_time_type OLD_TIME = fs::file_time_type::clock::now() - std::chrono::hours(1);
 
-// Adds a file that the conversion would not take.
+// Adds a file that cannot be converted.
 void MakeDataSource() {
   const RrdClient client;
   ASSERT_EQ(client.Create("topo_m.rrd", 60, 1000000000, 0, 9, 5), StatusCode::Success);
@@ -137,8 +137,8 @@ void ExpectOldOrNew(const Tree& before, const Tree& now, const Tree& after) {
   }
 }
 
-// What a disk is sure to hold while a recorded command runs: the files as they were synced last,
-// and the names of each directory; and what was done to names since, of which it may hold any part.
+// The content of a disk after a loss of power: files as they were last synced, the synced names of
+// each directory, and any part of the later changes to names.
 class Disk {
  public:
   Disk() {
@@ -171,7 +171,7 @@ class Disk {
 
   std::size_t CountChanges() const { return changes.size(); }
 
-  // The tree with those of the changes whose bits are set.
+  // The tree with the changes whose bits are set.
   Tree Make(unsigned long subset) const {
     std::map<std::string, std::string> held = names;
     for (std::size_t i = 0; i < changes.size(); ++i) {
@@ -196,7 +196,7 @@ class Disk {
     std::string file;
   };
 
-  // The number of a file that is gone is given to another.
+  // The number of a removed file is used again.
   std::string Identify(const std::string& file) {
     return file + "/" + std::to_string(generations[file]);
   }
@@ -263,8 +263,8 @@ TEST_P(Crash, LeavesEveryPathOldOrNewAndTheNextRunCompletes) {
   EXPECT_GT(killCount, 5);
 }
 
-// An import of several batches, killed before each of its changes, has stored whole batches, and
-// goes on without loss.
+// An import of several batches that is killed before any of its changes has stored whole batches,
+// and continues without loss.
 class KilledImport : public testing::TestWithParam<const char*> {};
 
 TEST_P(KilledImport, StoresWholeBatchesAndGoesOn) {
@@ -344,7 +344,7 @@ TEST_P(Crash, LeavesEveryPathOldOrNewWhenThePowerFails) {
     ExpectOldOrNew(before, state, after);
   }
   EXPECT_GT(states.size(), 1);
-  ExpectOldOrNew(after, disk.Make(0), after);  // what is done is done
+  ExpectOldOrNew(after, disk.Make(0), after);  // after the end, everything is on the disk
 }
 
 INSTANTIATE_TEST_SUITE_P(Commands, Crash, testing::ValuesIn(COMMANDS),

@@ -83,7 +83,7 @@ TEST(DataFunctions, TakeEmptyRunsAndRefuseNullPointers) {
   EXPECT_EQ(DataFunctions::SearchForLastValidSample(nullptr, 0), nullptr);
 }
 
-// With gaps, infinities and equal values, and of two samples the first alone.
+// With gaps, infinities and equal values. Of two samples, only the first counts.
 std::vector<double> MakeRun(Random& random) {
   constexpr double INFINITE = std::numeric_limits<double>::infinity();
   const long long values = random.Pick(std::vector<long long>{3, 100, 1000000});

@@ -86,7 +86,7 @@ TEST(Date, CivilTimesAreReadInTheirZone) {
   }
 }
 
-// The zone database has both, by a path and by a name that ends early.
+// As a path, or cut at the NUL, both names are files in the zone database.
 TEST(Date, NamesThatNoZoneCanHaveAreRefused) {
   std::string longName = "UTC";
   while (longName.size() < 256) {

@@ -1,5 +1,4 @@
-// The shared libraries export their public interfaces, each name of which stands in a table, and
-// nothing else.
+// The shared libraries export exactly their public interfaces, whose names are in a table.
 
 #include <algorithm>
 #include <set>

@@ -1,4 +1,4 @@
-// The replacement of data files beside processes that hold, swap or remove what lies there.
+// The replacement of data files, while other processes hold, swap or remove files.
 
 #include "replace/file_replacement.h"
 
@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string exchangeWith;  // what another user puts in place of a directory that was just made
+std::string exchangeWith;  // another user puts this in place of a directory that was just made
 
 }  // namespace
 
@@ -140,7 +140,7 @@ TEST(LockedDirectory, RemovesNothingWhereAnotherUserMayHaveGivenItTheName) {
                      {USER, fs::perms(0700)}};
   for (const auto& other : cases) {
     if (geteuid() != 0 && other.owner == USER) {
-      continue;  // another user can be played by root alone
+      continue;  // only root can act as another user
     }
     const TemporaryDirectory temporary;
     const std::string renamed = temporary.GetPath(".nvx-convert-aaaaaa");
@@ -238,8 +238,8 @@ TEST(FileReplacement, LeavesNothingWhenItIsInterrupted) {
   EXPECT_TRUE(fs::is_empty(temporary.GetPath()));
 }
 
-// The directory of another user in which root converts. That user swaps its file for a link to one
-// that is not his, and what root makes there for links to a victim.
+// Root converts in a directory of another user. That user swaps the file for a link to somebody
+// else's file, and the files that root makes there for links to a victim.
 class Attack : public testing::Test {
  protected:
   static constexpr uid_t USER = 65534;

@@ -27,18 +27,19 @@ using nvx::TimeSeriesDatabase::Rrd::Tool::Sanitizer;
 
 namespace {
 
-// A path that is gone before the conversion begins does not compile.
+// A temporary path, which would be gone before the conversion, does not compile.
 static_assert(!std::is_constructible_v<HeaderConverter, std::string, const std::string&> &&
               !std::is_constructible_v<HeaderConverter, const std::string&, std::string>);
 
 const std::string COMPONENT = "[TimeSeriesDatabase::Rrd::Tool::HeaderConverter]";
 
-// Its files have short names, for its directory is the current one.
+// Its directory is the current one, so that its files have short names.
 class SanitizerTest : public ::testing::Test {
  protected:
   SanitizerTest() {
     fs::current_path(directory.GetPath());
-    // A large block comes from the system and returns to it: none is left for a later allocation.
+    // A large block comes from the system and returns to it, so that none is left for later
+    // allocations.
     mallopt(M_MMAP_THRESHOLD, 1 << 14);
     mallopt(M_ARENA_MAX, 1);
   }
@@ -47,7 +48,7 @@ class SanitizerTest : public ::testing::Test {
     return static_cast<int>(sanitizer.Convert(source, destination));
   }
 
-  // A conversion and a check of the source say the same, and nothing is made.
+  // A conversion and a check of the source give the same result, and no file is made.
   void ExpectRefused(int code, const std::string& text) {
     const std::string error = "3" + COMPONENT + " " + text;
     EXPECT_EQ(Convert("source", "new"), code);
@@ -102,7 +103,7 @@ TEST_F(SanitizerTest, ConvertsEveryShapeInPiecesOf64KiB) {
     EXPECT_EQ(Convert("source", "new"), 0);
     const auto after = CountCalls();
     EXPECT_TRUE(ReadFile("new") == file.converted);
-    if (IS_SANITIZED == 0) {  // which has system calls and memory of its own
+    if (IS_SANITIZED == 0) {  // a sanitizer has system calls and memory of its own
       const int pieces = row.GetNumber("pieces");
       EXPECT_EQ(after.first - before.first, otherReads + pieces);
       EXPECT_EQ(after.second - before.second, 1 + pieces);

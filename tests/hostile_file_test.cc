@@ -1,5 +1,5 @@
-// Files that damage or malice made: no byte of a header brings the command down, and none that the
-// RRD library can read is kept from it.
+// Damaged and malicious files: no byte of a header crashes the command, and no file that the RRD
+// library can read is refused.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -33,7 +33,7 @@ namespace {
 constexpr long long LAST = 1700005400;
 
 void WriteFile(const std::string& path, const std::string& bytes) {
-  std::filesystem::remove(path);  // a file made anew is not flushed to the disk at its end
+  std::filesystem::remove(path);  // closing a truncated file would flush it to the disk
   std::ofstream(path, std::ios::binary) << bytes;
 }
 
@@ -42,8 +42,8 @@ std::string ReadFile(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// Runs every command on each file, which stands anew before each; ends with the number of the file
-// at which a command went wrong.
+// Runs every command on each file, which is restored before each; returns the number of the file at
+// which a command went wrong.
 [[noreturn]] void RunCommands(const std::string& directory, const std::vector<std::string>& files,
                               volatile std::size_t& current) {
   const std::string path = directory + "/topo_x.rrd";
@@ -100,7 +100,7 @@ std::string Mutate(std::string bytes, Random& random) {
 TEST(HostileFile, NeverBringsTheCommandDown) {
   constexpr int ROUNDS = IS_SLOW != 0 ? 5 : 50;
 #if defined(__SANITIZE_ADDRESS__)
-  constexpr long LARGEST = 2 << 20;  // with what the sanitizer needs itself
+  constexpr long LARGEST = 2 << 20;  // including what the sanitizer needs
 #else
   constexpr long LARGEST = 200 << 10;  // kibibytes
 #endif

@@ -18,7 +18,7 @@ const std::string PROCESSOR = "[TimeSeriesDatabase::Rrd::IntervalProcessor]";
 static_assert(
     !std::is_constructible_v<Rrd::IntervalProcessor, DataFunction, Rrd::IntervalIterator&>);
 
-// Walks to the end and writes the runs as positions in the buffer, "0-12 12-24".
+// Walks to the end and returns the runs as positions in the buffer, "0-12 12-24".
 StatusCode Walk(Rrd::IntervalIterator iterator, const double* samples, std::string& positions) {
   StatusCode rc = iterator.Initialize();
   while (rc == StatusCode::Success) {
@@ -59,7 +59,7 @@ TEST(IntervalIterator, CutsTheBufferAtTheBoundsOfTheIntervals) {
   });
 }
 
-// Processes hours of hourly samples, as many as the window wants.
+// Processes hours of hourly samples, as many as the window has.
 StatusCode Process(const TimeWindow& window, const std::vector<double>& samples,
                    const DataFunction& function, std::vector<NumericalDataPoint>& points) {
   Rrd::IntervalIterator iterator(window, samples.data(), 3600, QueryInterval::Hour);

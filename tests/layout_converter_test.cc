@@ -45,7 +45,7 @@ class LayoutConverterTest : public ::testing::Test {
     return static_cast<int>(converter.Convert(source, destination, target));
   }
 
-  // The file in another layout, or as it is when it has that already.
+  // The file in another layout, or unchanged when it has that layout already.
   std::string GetConverted(const std::string& source, Layout target) {
     fs::copy_file(source, "new", fs::copy_options::overwrite_existing);
     const int code = Convert(source, "new", target);
@@ -91,13 +91,13 @@ TEST_F(LayoutConverterTest, WritesWhatTheOtherMachineWrote) {
     for (const std::string shape : {"empty", "gauge", "resized"}) {
       const std::string converted = GetConverted(shape + "." + source + ".v1.rrd", layout);
       std::string expected = ReadFile(shape + "." + other + ".v1.rrd");
-      expected.resize(expected.size() - (shape == "resized" ? 8 : 0));  // what it left behind
+      expected.resize(expected.size() - (shape == "resized" ? 8 : 0));  // without the unused word
       EXPECT_TRUE(converted == expected) << shape << ": " << source << " to " << other;
     }
   }
 }
 
-// The elements of a dump that hold a text, and the times of its rows.
+// The elements of a dump that have a text, and the times of its rows.
 std::vector<std::pair<std::string, std::string>> ReadDump(const std::string& dump) {
   static const std::regex LEAF(R"(<(\w+)>\s*([^<]*?)\s*</\w+>|/ (\d+) -->)");
   std::vector<std::pair<std::string, std::string>> leaves;
@@ -107,7 +107,8 @@ std::vector<std::pair<std::string, std::string>> ReadDump(const std::string& dum
   return leaves;
 }
 
-// RRDtool calls all old versions the same. Before the predictions, its dump had less of an archive.
+// RRDtool prints the same version for all old files. Before predictions, its dump had fewer
+// properties of an archive.
 std::vector<std::pair<std::string, std::string>> ReadCommonDump(const std::string& dump,
                                                                 bool isOldest) {
   auto leaves = ReadDump(dump);
@@ -119,7 +120,7 @@ std::vector<std::pair<std::string, std::string>> ReadCommonDump(const std::strin
   return leaves;
 }
 
-// The RRDtool of some machines writes no more than nine digits.
+// On some machines RRDtool writes only nine digits.
 bool IsSame(const std::string& text, const std::string& other) {
   char* end = nullptr;
   const double number = std::strtod(text.c_str(), &end);
@@ -151,7 +152,7 @@ TEST_F(LayoutConverterTest, RrdtoolDumpsWhatTheOtherMachineDumped) {
   EXPECT_EQ(count, 134);
 }
 
-// Each file by way of one of the targets, in turn.
+// Each file is converted through each of the targets in turn.
 TEST_F(LayoutConverterTest, EveryWayLeadsToTheSameBytes) {
   constexpr Layout WAYS[] = {Layout::I386, Layout::Arm32Time32, Layout::I386Time64,
                              Layout::Arm32Time64};

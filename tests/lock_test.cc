@@ -1,5 +1,5 @@
-// A file that another process has locked: the library tells it, and each command waits for it. In
-// this program one lock is refused, which stands for the other process.
+// A file that another process has locked: the library reports it, and each command waits for it. In
+// this program one lock is refused in place of the other process.
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -40,7 +40,7 @@ bool IsRefused(int fd, int command) {
 
 }  // namespace
 
-// Under its names for the offsets and times of the RRD library and of this one.
+// With the names that the RRD library and this one use, for their widths of offsets and times.
 #pragma GCC visibility push(default)
 extern "C" {
 int LockOrRefuse(int fd, int command, ...) __asm__("fcntl64");
@@ -115,7 +115,7 @@ TEST_F(LockedFile, IsReportedByEveryOperation) {
   }
 }
 
-// The header that another process writes may have any fault.
+// While another process writes a header, it may have any fault.
 TEST_F(LockedFile, IsNotJudgedByItsHeader) {
   Rrd::FetchResult result;
   ASSERT_EQ(truncate(path.c_str(), 200), 0);

@@ -22,7 +22,7 @@ constexpr long long START = 1700006400;  // a full hour
 const std::string COMPONENT = "[TimeSeriesDatabase::Rrd::NumericalDataSource] ";
 const std::string TRACE = "[TimeSeriesDatabase::Rrd::NumericalDataSource][trace] ";
 
-// Answers metadata with fixed values and delivers no samples.
+// Returns fixed metadata and no samples.
 class FixedRrdClient : public RrdClient {
  public:
   StatusCode GetFirstTimestamp(const std::string&, int rraIndex,
@@ -47,7 +47,7 @@ class FixedRrdClient : public RrdClient {
   StatusCode code = StatusCode::Success;
 };
 
-// The lines that one operation writes about its store and its file.
+// The log lines of one operation about its store and its file.
 Lines MetadataLines(const std::string& kind, const std::string& operation, const std::string& what,
                     const std::string& parser, const std::string& stored, bool isFailure) {
   Lines lines;

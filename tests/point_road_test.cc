@@ -1,5 +1,5 @@
-// One question is answered alike by query, by export and by what push sends, and by the library
-// itself, whatever the pieces in which a file is read.
+// query, export, push and the library itself give the same points for the same question, whatever
+// the pieces in which a file is read.
 
 #include <gtest/gtest.h>
 #include <rrd.h>
@@ -55,7 +55,7 @@ const std::vector<File> FILES = {
     {"topo:empty", 60, 0, {"LAST:0.9:1:100"}},
 };
 
-// What a command ends with and prints.
+// The status of a command and what it prints.
 struct Outcome {
   int status = 0;
   std::string output;
@@ -93,7 +93,7 @@ std::string RemoveColumn(const std::string& text, std::size_t column) {
   return rest;
 }
 
-// CSV of query as export has it, without the id.
+// The CSV of query in the form of export's, without the id.
 std::string ToExport(const std::string& queried) {
   const std::string text = RemoveColumn(queried, 0);
   std::string exported;
@@ -105,7 +105,7 @@ std::string ToExport(const std::string& queried) {
   return exported;
 }
 
-// The lines behind the header whose time is later.
+// The lines after the header whose time is later.
 std::string LeaveOut(const std::string& text, long long confirmed) {
   std::istringstream lines(text);
   std::string rest;
@@ -121,7 +121,7 @@ class PointRoad : public testing::Test {
   PointRoad() {
     setenv("NVX_TEST_SEED", FIXED_SEED, 0);  // NOLINT(concurrency-mt-unsafe): no threads
     random = std::make_unique<Random>();
-    std::ios::sync_with_stdio(false);  // as the command has it, which gives its streams new buffers
+    std::ios::sync_with_stdio(false);  // as in the command, which gives its streams new buffers
     context.directories = {directory.GetPath()};
     for (const File& file : FILES) {
       Make(file);
@@ -180,7 +180,7 @@ class PointRoad : public testing::Test {
     if (random->Between(0, 9) > 0) {
       options.interval = random->Pick(INTERVALS);
       if (file.step > 900 && options.interval->back() == 'm') {
-        options.interval = "1h";  // else there would be many more points than rows
+        options.interval = "1h";  // otherwise there would be many more points than rows
       }
       options.isUnadjusted = random->Between(0, 5) == 0;
       options.isPartial =
@@ -229,7 +229,7 @@ class PointRoad : public testing::Test {
     return arguments;
   }
 
-  // What push sends, in the form of export.
+  // The points that push sends, in the form of export's output.
   Outcome Push(const std::string& zeltId, const QuestionOptions& options,
                std::optional<long long> confirmed) {
     Question question = ReadQuestion(options);
@@ -285,7 +285,7 @@ class PointRoad : public testing::Test {
     return status == StatusCode::Success ? source.Fetch(bounds, compute, points) : status;
   }
 
-  // The library itself, of a window whose start lies on a row.
+  // The library's points for a window whose start lies on a row.
   void ExpectAsFetched(const File& file, const QuestionOptions& options, const Outcome& queried) {
     const Question question = ReadQuestion(options);
     TimeWindow window;
@@ -417,7 +417,7 @@ TEST_F(PointRoad, OpensAFileFewTimes) {
     SCOPED_TRACE(CLI::detail::join(question, " "));
     question.insert(question.end(), {"-d", directory.GetPath(), "topo:minutes"});
     const int watch = inotify_init1(IN_NONBLOCK);
-    inotify_add_watch(watch, path.c_str(), IN_OPEN | IN_CLOSE);  // equal ones would be one
+    inotify_add_watch(watch, path.c_str(), IN_OPEN | IN_CLOSE);  // equal events would be merged
     EXPECT_EQ(RunInProcess(question).status, 0);
     inotify_event event{};
     int openCount = 0;

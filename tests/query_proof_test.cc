@@ -67,7 +67,7 @@ Answer Increase(const Run& run) {
   return answer;
 }
 
-// The samples before the last one are those of the run alone.
+// The samples of a run without its last one, which begins the next run.
 Answer Count(const Run& run) {
   const Run own(run.begin(), std::max(run.begin() + 1, run.end() - 1));
   const auto count = static_cast<double>(WithoutMissing(own).size());
@@ -117,7 +117,7 @@ DataFunction MakePercentile95() {
   return function;
 }
 
-// A function, and what it makes of the samples of one interval.
+// A function, and its plain twin on the samples of one interval.
 struct Function {
   const char* name;
   DataFunction compute;
@@ -149,7 +149,7 @@ class RandomFile {
  public:
   RandomFile(const std::string& zoneName, Random& chance)
       : random(chance), zone(zoneName), calendar(zoneName) {
-    // rrdtool takes a smaller number for a date, and the calendar ends.
+    // rrdtool takes smaller numbers for dates, and the calendar ends.
     const long long change =
         std::clamp(random.Pick(calendar.Periods()).begin, 4700 * DAY, 23400 * DAY);
     const long long rowCount = random.Between(1, 1000);
@@ -215,7 +215,7 @@ class RandomFile {
  private:
   long long NextStep(long long time) const { return (time + step - 1) / step * step; }
 
-  // With or without holes and infinities, in sizes that make a sum depend on its order; rrdtool
+  // With or without gaps and infinities, and of sizes that make a sum depend on its order. rrdtool
   // reads, computes with and prints all of them exactly.
   void WriteSamples() {
     const long long holes = random.Between(0, 1) * 6;
@@ -251,7 +251,7 @@ class RandomFile {
     EXPECT_GE(samples.size(), static_cast<std::size_t>((last - first) / step + 1)) << printed.error;
   }
 
-  // On the bounds of intervals, of steps, or anywhere; inside the file or reaching out of it.
+  // On bounds of intervals, on steps, or anywhere; inside the file or partly outside.
   TimeWindow MakeWindow(QueryInterval interval) {
     const long long beyond = 3 * step + DAY;
     long long start = random.Between(first - beyond, last + beyond);

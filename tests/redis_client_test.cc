@@ -1,5 +1,5 @@
-// The client of Redis servers, on a real server, and on a port where something else answers; and
-// the command on it.
+// The client of Redis servers with a real server and with a port where something else answers, and
+// the command with that client.
 
 #include "nvx/workstation/redis_client.h"
 
@@ -72,7 +72,7 @@ class RealRedis : public testing::Test {
     redisFree(context);
   }
 
-  // What HashGet answers: a value, or the code and what stood in the way.
+  // The result of HashGet: a value, or the code and the reason.
   static std::string Get(RedisClient& client, const std::string& key, const std::string& field) {
     std::string value;
     std::string problem;
@@ -163,7 +163,7 @@ TEST_F(RealRedis, ServesEightThreadsAtOnce) {
   }
 }
 
-// Steps of the transcript are commands of the shell, of the server ("redis ..."), or its end.
+// Steps of the transcript are commands for the shell or for the server ("redis ..."), or end it.
 TEST_F(RealRedis, IsTheMetadataStoreOfTheCommand) {
   RedisServer server(socket);
   const Shell shell;
@@ -213,7 +213,7 @@ class StrangeServer {
     close(listener);
   }
 
-  // What was received, once the other side has left.
+  // The text that was received, once the client has left.
   std::string Finish() {
     if (thread.joinable()) {
       thread.join();

@@ -1,5 +1,5 @@
-// What RrdClient makes of every answer of the RRD library. The functions below take the place of
-// the library's own in this program, so that it can give answers that no real file produces.
+// RrdClient's results for every answer of the RRD library. In this program the functions below
+// replace the library's own, so that they can give answers that no real file produces.
 
 #include <rrd.h>
 
@@ -117,7 +117,7 @@ int rrd_update_r(const char* path, const char* pattern, int count, const char** 
 
 namespace {
 
-const std::string PATH = "/proc/version";  // a file that nothing can replace
+const std::string PATH = "/proc/version";  // a file that cannot be replaced
 const std::string COMPONENT = "[TimeSeriesDatabase::RrdClient]";
 const RrdClient client;
 
@@ -132,7 +132,7 @@ StandIn ReadAnswers(const std::string& text) {
   return answers;
 }
 
-// Performs an operation of the table and holds what it must leave as it was.
+// Performs an operation of the table and has the values that the operation must not change.
 StatusCode Perform(const std::string& name) {
   const std::map<long long, double> samples = {{1700000060, 1.5}, {1700000000, 2}};
   if (name == "GetInterval") {

@@ -63,7 +63,7 @@ class RrdFile : public testing::Test {
   const RrdClient client;
 };
 
-// What the RRD library, where a long has 32 bits, would answer with nonsense or a broken heap.
+// With a 32-bit long, the RRD library would return nonsense or corrupt the heap.
 TEST_F(RrdFile, RefusesWhat32BitsDoNotHold) {
   if (sizeof(long) > 4) {
     GTEST_SKIP() << "only where a long has 32 bits";

@@ -1,4 +1,4 @@
-// A mistake in a table of cases is a failure at its place.
+// A mistake in a table of cases is a failure at its line.
 
 #include "support/table.h"
 

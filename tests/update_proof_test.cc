@@ -1,6 +1,6 @@
-// Atomic updates that are interrupted: by a kill at any store into the file, at any moment, or by a
-// loss of power that leaves any pages of what was not yet synced. The file is then as it was before
-// the batch or after it, byte for byte. NVX_STRESS=1 makes it the long proof.
+// Atomic updates are interrupted by a kill at any store into the file, by a kill at any moment, or
+// by a loss of power that leaves any of the unsynced pages. The file is then as before the batch or
+// as after it, byte for byte. With NVX_STRESS=1 the proof is long.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -53,7 +53,7 @@ std::string ShapeName(const testing::TestParamInfo<Shape>& shape) { return shape
 
 bool IsLong() { return std::getenv("NVX_STRESS") != nullptr; }
 
-// How often, in the proof that is run with every build and in the long one.
+// The number of repetitions, in the short proof and in the long one.
 int Choose(int usual, int longer) { return IsLong() ? longer : IS_SLOW != 0 ? usual / 10 : usual; }
 
 // Samples between the steps, some of them missing.
@@ -70,7 +70,7 @@ std::string ReadBytes(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// Changes what differs, in place: it stays the file that the journal belongs to.
+// Changes the differing bytes in place, so that the journal still belongs to the file.
 void WriteBytes(const std::string& path, const std::string& bytes) {
   const std::string now = ReadBytes(path);
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
@@ -89,7 +89,7 @@ void UpdateByLibrary(const std::string& path, const Batch& batch) {
   ASSERT_EQ(RrdClient().Update(path, batch), StatusCode::Success);
 }
 
-// A file of a shape, full, and what it is after one more batch.
+// A full file of some shape, and the same file after one more batch.
 class InterruptedUpdate : public testing::TestWithParam<Shape> {
  protected:
   enum class State { Before, After, Torn };
@@ -217,7 +217,7 @@ TEST_P(InterruptedUpdate, ByALossOfPowerIsUndone) {
     return mixed;
   };
 
-  // The journal is being written: in place of the kept one or as a new file.
+  // The journal is being written, over the kept one or as a new file.
   const std::size_t cutStep = IsLong() ? 1 : fullJournal.size() / 40 + 1;
   for (std::size_t size = 0; size < fullJournal.size(); size += cutStep) {
     expect(before, fullJournal.substr(0, size), {State::Before});
@@ -227,7 +227,7 @@ TEST_P(InterruptedUpdate, ByALossOfPowerIsUndone) {
     expect(before, mix({keptJournal, fullJournal, std::string(size, '\0')}, size), {State::Before});
   }
 
-  // The call was made: every page of the file is old or new, or of any moment between.
+  // After the call, every page of the file is old, new, or from any moment in between.
   std::vector<std::size_t> changed;
   for (std::size_t start = 0; start < before.size(); start += PAGE) {
     if (before.compare(start, PAGE, after, start, PAGE) != 0) {

@@ -68,8 +68,8 @@ void LogLongLine() {
 
 void LogByLibrary() { nvx::TimeSeriesDatabase::Date::Date().IsTimeZoneSupported("None"); }
 
-// The library is another module than this program: that its level and its lines are the same ones
-// shows that there is one logger in the process.
+// The library and this program are different modules. That both share the level and the lines shows
+// that the process has one logger.
 TEST(HostLogger, IsTheSameInTheLibrary) {
   for (const KoraLogLevel level :
        {KoraLogLevel::Error, KoraLogLevel::Information, KoraLogLevel::Trace}) {

@@ -5,8 +5,8 @@
 
 #include "support/legacy_file.h"
 
-// Makes the changes to a file that a table of refused files tells: size=BYTES, OFFSET=NUMBER of 32
-// bits and OFFSET:TEXT.
+// Makes the changes of a table of refused files: size=BYTES, OFFSET=NUMBER of 32 bits and
+// OFFSET:TEXT.
 inline std::string Change(std::string bytes, const std::string& changes) {
   std::istringstream words(changes);
   for (std::string word; words >> word;) {

@@ -1,8 +1,8 @@
-// To be loaded into a program by LD_PRELOAD: kills it before the n-th of its calls that change a
-// file or a directory, where n is the number in NVX_END_AT. Half a write is a change, too. What
-// goes to the standard streams does not count. Offsets have 64 bits everywhere.
+// Loaded into a program with LD_PRELOAD: kills it before the n-th of its calls that change a file
+// or a directory, where n is the number in NVX_END_AT. Half a write is a change, too. Writes to the
+// standard streams do not count. Offsets have 64 bits everywhere.
 //
-// With a directory in NVX_RECORD it writes there, into "log", what a loss of power can undo and
+// With a directory in NVX_RECORD it records in a file "log" there what a loss of power can undo and
 // what it cannot, one line for each:
 //
 //   name FILE PATH       a name was made, or removed where FILE is 0; a number stands for each file
@@ -31,7 +31,7 @@ namespace {
 // What a program with times of 64 bits calls.
 constexpr const char* FUTIMENS = sizeof(long) == 4 ? "__futimens64" : "futimens";
 
-// Whether the end comes at the change after this one.
+// Whether the process ends at the change after this one.
 bool CountChange() {
   static const char* const wanted = std::getenv("NVX_END_AT");
   static const long end = wanted == nullptr ? 0 : std::strtol(wanted, nullptr, 10);
@@ -67,7 +67,7 @@ ssize_t Write(Function& standIn, const char* name, int fd, const void* data, std
   return real(fd, data, size, offset...);
 }
 
-bool isRecording = false;  // what is done for the record is not recorded
+bool isRecording = false;  // calls for the record itself are not recorded
 
 template <typename... Arguments>
 void Record(const char* format, Arguments... arguments) {

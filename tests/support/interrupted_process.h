@@ -2,9 +2,9 @@
 
 #include <functional>
 
-// Ends with SIGKILL, in a child process, before the n-th of its stores into a shared mapping of a
-// file that it makes: every state that such a process can leave in the file, as the kernel sees it,
-// is between two of them. For machines with MACHINE_CAN_COUNT_STORES alone.
+// Kills a child process (SIGKILL) before the n-th of its stores into a shared mapping of a file.
+// Every state that the process can leave in the file lies between two of them. Only for machines
+// with MACHINE_CAN_COUNT_STORES.
 #ifdef __x86_64__
 #define MACHINE_CAN_COUNT_STORES 1
 #else

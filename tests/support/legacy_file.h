@@ -35,8 +35,8 @@ inline void Put32(std::string& bytes, std::size_t offset, std::uint32_t number) 
   }
 }
 
-// A file in the legacy layout and what it has to become. All that a converter only copies is
-// random.
+// A file in the legacy layout and its expected conversion. Everything that a converter only copies
+// is random.
 struct LegacyFile {
   std::string legacy;
   std::string converted;

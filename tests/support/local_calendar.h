@@ -27,9 +27,9 @@ inline std::vector<std::string> ListZones() {
   return zones;
 }
 
-// The calendar of a zone from 1969 to 2039, made from the offsets that the C library knows and from
-// nothing else. Instants are seconds since the epoch; local times are counted as if the zone were
-// UTC. Sets the zone of the process.
+// The calendar of a zone from 1969 to 2039, computed only from the offsets of the C library.
+// Instants are seconds since the epoch; local times are counted as if the zone were UTC. Sets the
+// zone of the process.
 class LocalCalendar {
  public:
   using Interval = nvx::TimeSeriesDatabase::QueryInterval;
@@ -158,7 +158,7 @@ class LocalCalendar {
     return localtime_r(&instant, &local)->tm_gmtoff;
   }
 
-  // Where the interval of a local time begins, or the one that many intervals later.
+  // The start of the interval of a local time, or of one that is so many intervals later.
   static long long Start(Interval interval, std::time_t local, int count = 0) {
     const long long length = Length(interval);
     if (interval != Interval::Month) {

@@ -27,7 +27,7 @@ class LogCapture {
     logger.SetLevel(formerLevel);
   }
 
-  // The lines so far, which are forgotten.
+  // Returns the lines so far and forgets them.
   Lines Take() {
     Lines taken;
     taken.swap(lines);

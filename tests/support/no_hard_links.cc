@@ -1,4 +1,4 @@
-// To be loaded into a program by LD_PRELOAD: a file system without hard links.
+// Loaded into a program with LD_PRELOAD: makes it see a file system without hard links.
 
 #include <unistd.h>
 

@@ -6,8 +6,8 @@
 #include <iterator>
 #include <random>
 
-// Chance that can be repeated: the same in every run, unless NVX_TEST_SEED sets another seed, which
-// is told.
+// Random numbers that can be repeated: the same in every run, unless NVX_TEST_SEED sets another
+// seed. Prints the seed.
 class Random {
  public:
   Random() {

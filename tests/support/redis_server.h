@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-// A real server of its own, on a Unix socket and without a port. It ends with this object, and with
-// the process in any case.
+// A real server on a Unix socket, without a port. It ends with this object, or at the latest with
+// the process.
 class RedisServer {
  public:
   // The command that runs the server; empty where it cannot be had.

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-// An RRD file of this machine, written field by field so that it may say anything.
+// An RRD file of this machine, written field by field, so that it may have any content.
 struct RrdFileBytes {
   struct Archive {
     std::string function;
@@ -24,7 +24,7 @@ struct RrdFileBytes {
   std::string version = "0003";
   std::string type = "GAUGE";
 
-  // Of 1.5 in every row that is there.
+  // With 1.5 in every row.
   std::string Make() const {
     std::string bytes;
     stat_head_t head{};

@@ -78,7 +78,7 @@ inline std::vector<Row> ReadTable(const std::string& name) {
   return rows;
 }
 
-// Checks every row of a table. What fails names the row's file, line and text.
+// Checks every row of a table. A failure names the row's file, line and text.
 template <typename Check>
 void ForEachRow(const std::string& table, Check check) {
   for (const Row& row : ReadTable(table)) {
