@@ -1,4 +1,4 @@
-# Defines the target cctz::cctz; the Debian package brings no CMake files of its own.
+# Defines the target cctz::cctz; the Debian package has no CMake files of its own.
 find_path(cctz_INCLUDE_DIR cctz/time_zone.h)
 find_library(cctz_LIBRARY cctz)
 mark_as_advanced(cctz_INCLUDE_DIR cctz_LIBRARY)

@@ -1,6 +1,6 @@
-# Defines the target rrd::rrd, the RRD library. Its time_t must have 64 bits: with one of 32 bits all
-# compiles and links, and then every time is nonsense. The library may be one of another machine and
-# is not run; one of 32 bits shows its time_t by the calls that it imports.
+# Defines the target rrd::rrd, the RRD library. Its time_t must have 64 bits: with 32 bits everything
+# compiles and links, and then every time is nonsense. The library may be for another machine, so it is not
+# run; a 32-bit library shows its time_t by the functions that it imports.
 find_path(rrd_INCLUDE_DIR rrd.h)
 find_library(rrd_LIBRARY rrd)
 mark_as_advanced(rrd_INCLUDE_DIR rrd_LIBRARY)

@@ -2,7 +2,7 @@
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
-# A time_t of 64 bits, which no compiler before Debian 13 chooses of itself.
+# A 64-bit time_t, which compilers before Debian 13 do not have by default.
 set(CMAKE_CXX_FLAGS_INIT "-D_FILE_OFFSET_BITS=64 -D_TIME_BITS=64")
 # Programs for ARM run where qemu-user is installed.
 find_program(QEMU_ARM NAMES qemu-arm qemu-arm-static)

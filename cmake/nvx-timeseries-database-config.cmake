@@ -3,7 +3,7 @@ list(PREPEND CMAKE_MODULE_PATH "${CMAKE_CURRENT_LIST_DIR}")
 find_dependency(cctz)
 list(POP_FRONT CMAKE_MODULE_PATH)
 
-# The workstation's host platform is installed beside the library; any other one is the caller's.
+# The workstation's host platform is installed beside the library; the caller provides any other one.
 include("${CMAKE_CURRENT_LIST_DIR}/nvx-host-targets.cmake" OPTIONAL)
 if(TARGET nvx::host)
   include("${CMAKE_CURRENT_LIST_DIR}/nvx-timeseries-database-targets.cmake")
