@@ -70,7 +70,7 @@ long MeasurePeak(const Side& side) {
   }
   peakOfCommands = 0;
   malloc_trim(0);
-  std::ofstream("/proc/self/clear_refs") << "5";  // the peak begins anew
+  std::ofstream("/proc/self/clear_refs") << "5";  // resets the peak
   const long before = ReadStatus("VmRSS:");
   side.work();
   return std::max(ReadStatus("VmHWM:") - before, peakOfCommands);

@@ -9,17 +9,17 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Reads rows of a file ahead, a bounded number of them, so that a search and the answer that begins
-// with what was found are one fetch. Every operation throws CommandError.
+// Reads rows of a file ahead, a bounded number of them, so that a search and the answer that starts
+// at its result share one fetch. Every operation throws CommandError.
 class RowReader {
  public:
-  // What is read at once, unless a single interval has more.
+  // The rows of one fetch, unless a single interval has more.
   static constexpr long long ROW_COUNT = 1LL << 20;
 
   explicit RowReader(const Source& fileSource) : source(fileSource) {}
 
-  // The rows of an archive from the time of one to that of another; missing where the archive has
-  // none. No row behind `end` will be asked for. They stay valid until the next call.
+  // The rows of an archive between two times, both included; missing where the archive has none. No
+  // row after `end` will be asked for. They stay valid until the next call.
   const double* Read(const ChosenArchive& chosen, long long first, long long last, long long end);
 
   // Calls `work` with the time of a row, the rows from there on and how many they are, until it is

@@ -49,8 +49,8 @@ std::vector<std::string> ListDataSources(const std::string& directory, Context& 
 
 // The ids in the order of the arguments, each of them once, those of a pattern sorted, in each of
 // the directories. An id need not exist, but a pattern must match one; no argument selects all. Of
-// several directories, one without a match is passed over, and one that cannot be read is told; the
-// exit status is EXIT_FAILED then.
+// several directories, one without a match is skipped. One that cannot be read is reported, and the
+// exit status is EXIT_FAILED.
 Selection SelectFiles(const std::vector<std::string>& arguments, Context& context,
                       const SelectionOptions& options = {});
 

@@ -27,9 +27,9 @@ constexpr char DIRECTORY_LABEL[] = "directory";
 // twice and for the keys that the command itself gives.
 Labels ReadLabels(const std::vector<std::string>& texts);
 
-// The labels of directories, in their order. None where there is one, since nothing has to be told
-// from it. With `isAlways` each has one, the last part of its path whatever the others are. Throws
-// UsageError for two directories of one name.
+// The labels of directories, in their order. A single directory has none, since it needs no
+// distinction. With `isAlways` each has one, the last part of its path whatever the others are.
+// Throws UsageError for two directories of one name.
 std::vector<Labels> MakeDirectoryLabels(const std::vector<std::string>& directories, bool isAlways);
 
 // The path without links, as far as it exists.

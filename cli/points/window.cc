@@ -47,7 +47,7 @@ std::optional<long long> FindFirst(RowReader& rows, long long firstRow, long lon
 }
 
 // The start of the interval of a sample, or the sample itself where its archive does not reach back
-// so far: not even for the start of an interval is a coarser one to answer.
+// to that start: a coarser archive must not answer even for the start of an interval.
 Date::Date FindIntervalStart(const Question& question, const Source& source,
                              const Date::Date& sample) {
   const Date::Date bound = question.interval->RoundDown(sample);
@@ -72,8 +72,8 @@ void RequireCount(const Source& source, const ChosenArchive& chosen, unsigned lo
   }
 }
 
-// How the clocks change in a window by what is no multiple of an interval, so that its intervals,
-// counted in seconds, no longer end on bounds.
+// Describes a change of the clocks in a window that is not a multiple of the interval: intervals
+// that are counted in seconds then no longer end on bounds.
 std::string DescribeClockChange(const TimeWindow& window, long long intervalLength) {
   constexpr long long HALF_AN_HOUR = 1800;
   cctz::time_point<cctz::seconds> instant{cctz::seconds(window.start.timestamp)};

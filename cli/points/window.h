@@ -6,7 +6,7 @@
 #include "points/row_reader.h"
 #include "timeseries/time_window.h"
 
-// The times that a question means in a file. They are resolved here alone. Every operation throws
+// The times of a question in one file, which are resolved only here. Every operation throws
 // CommandError.
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -39,7 +39,7 @@ bool HasBoundOnRow(const Question& question, long long rowLength, Date::Date sta
 void RequireBounded(const Question& question, const Source& source, const ChosenArchive& chosen,
                     const TimeWindow& window);
 
-// Requires that one interval behind the other ends with the window.
+// Requires that the last interval ends with the window.
 void RequireEndOnBound(const Question& question, const Source& source, const TimeWindow& window);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

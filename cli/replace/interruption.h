@@ -4,8 +4,8 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Ends a command that got a signal. It is no std::exception, so that code which goes on after one
-// file's failure does not catch it.
+// Ends a command that got a signal. It is no std::exception, so that it is not caught where the
+// failure of one file is.
 struct Interrupted {
   int signal;
 };

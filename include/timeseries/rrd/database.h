@@ -13,8 +13,8 @@
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 
-// A directory with one RRD file per data source. Nothing is cached: every call looks at the
-// directory anew.
+// A directory with one RRD file per data source. Nothing is cached: every call reads the directory
+// again.
 class NVX_TIMESERIES_EXPORT Database : public DatabaseInterface {
  public:
   // Copies the directory's path and checks nothing. The three services must outlive the database
