@@ -5,7 +5,7 @@
 _nvx_timeseries_commands() { sed -n '/^SUBCOMMANDS:/I,/^$/ s/^  \([a-z]\{1,\}\) .*/\1/p'; }
 
 # The options of a help.
-_nvx_timeseries_options() { sed -n 's/^ *\(-.,\)\{0,1\} *\(--[a-z-]*\).*/\2/p'; }
+_nvx_timeseries_options() { sed -n 's/^  *\(-.,\)\{0,1\} *\(--[a-z-]*\).*/\2/p'; }
 
 # The value of the option $1 in a help: its name in capitals, with choices in braces.
 _nvx_timeseries_value() {

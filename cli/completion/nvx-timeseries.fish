@@ -76,7 +76,7 @@ function __nvx_timeseries
         case '?*'
         case ''
             if string match -q -- '-*' $current
-                string match -rg '^ *(?:-., *)?(--[a-z-]+)' -- $help
+                string match -rg '^ +(?:-., *)?(--[a-z-]+)' -- $help
             else if test -z "$command"
                 printf '%s\n' $commands
             else if string match -q -- '  ID *' $help
