@@ -224,6 +224,19 @@ TEST_F(AtomicUpdate, IsUndoneOnlyInItsFile) {
   }
 }
 
+// It tells of the update when a whole file is made of what is left.
+TEST_F(AtomicUpdate, LeavesTheJournalBesideAFileThatLostItsEnd) {
+  InterruptUpdate();
+  const std::string bytes = ReadFile(journal);
+  const std::string now = ReadFile(path);
+  fs::resize_file(path, now.size() - 8);
+  EXPECT_EQ(Query(0), "its values are cut off");
+  EXPECT_EQ(client.UpdateAtomically(path, {{START + 240, 1}}, Durability::Process),
+            StatusCode::Failure);
+  EXPECT_TRUE(ReadFile(journal) == bytes);
+  EXPECT_TRUE(ReadFile(path) == now.substr(0, now.size() - 8));
+}
+
 TEST_F(AtomicUpdate, HasWordsForWhatItCannotDo) {
   InterruptUpdate();
   const std::string before = ReadFile(path);

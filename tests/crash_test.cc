@@ -319,6 +319,42 @@ TEST_P(KilledImport, StoresWholeBatchesAndGoesOn) {
 
 INSTANTIATE_TEST_SUITE_P(Batches, KilledImport, testing::Values("--force", "--sync"));
 
+// What is made of a file with an interrupted update is made of the file as it was before.
+TEST(KilledUpdate, IsUndoneBeforeTheFileIsConverted) {
+  if (IS_SANITIZED != 0) {
+    GTEST_SKIP() << "a program with a sanitizer cannot be given other system calls";
+  }
+  const char* const layout = sizeof(long) == 4 ? "64bit" : "arm32-time64";
+  const TemporaryDirectory directory;
+  fs::current_path(directory.GetPath());
+  MakeDataSource();
+  const std::string before = ReadFile("topo_m.rrd");
+  const std::string journal = "topo_m.rrd-journal";
+  const auto interrupt = [&] {
+    for (int i = 1; ReadFile("topo_m.rrd") == before && i < 10; ++i) {
+      (void)RunProgram({NVX_TIMESERIES, "update", "topo:m", "1000000140:3"},
+                       {"LD_PRELOAD=" END_AT_CHANGE, "NVX_END_AT=" + std::to_string(i)});
+    }
+    ASSERT_TRUE(fs::exists(journal));
+  };
+  const auto convert = [&](const std::string& source, const std::string& converted) {
+    EXPECT_EQ(RunProgram({NVX_TIMESERIES, "convert", "--to", layout, source, converted}).status, 0);
+    return ReadFile(converted);
+  };
+  fs::copy_file("topo_m.rrd", "before");
+  const std::string expected = convert("before", "expected");
+  interrupt();
+  EXPECT_TRUE(convert("topo_m.rrd", "converted") == expected);
+  EXPECT_TRUE(ReadFile("topo_m.rrd") == before);
+
+  interrupt();
+  fs::resize_file("topo_m.rrd", before.size() - 8);
+  const auto recovery = RunProgram({NVX_TIMESERIES, "recover", "topo:m", "--in-place"});
+  EXPECT_EQ(recovery.status, 0);
+  EXPECT_NE(recovery.error.find("warning: its last update was interrupted"), std::string::npos);
+  EXPECT_FALSE(fs::exists(journal));
+}
+
 TEST_P(Crash, LeavesEveryPathOldOrNewWhenThePowerFails) {
   if (IS_SANITIZED != 0) {
     GTEST_SKIP() << "a program with a sanitizer cannot be given other system calls";

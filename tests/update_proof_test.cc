@@ -13,6 +13,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <set>
 
@@ -271,16 +272,25 @@ TEST_P(InterruptedUpdate, AtAnyMomentIsUndone) {
   Prepare(GetParam(), IS_SLOW != 0 ? 300 : 9000);
   int torn = 0;
   int killed = 0;
-  const int killCount = Choose(25, 500);
-  // On a fast machine, some batches are stored before the kill.
-  for (int i = 0; i < 10 * killCount && killed < killCount; ++i) {
-    Reset();
-    killed += KillAfter([&] { StoreBatch(Durability::Process); }, random.Between(0, 7000)) ? 1 : 0;
-    torn += Query() == State::Torn ? 1 : 0;
-  }
-  std::cout << killed << " kills: " << torn << " wrong\n";
+  const auto kill = [&](int killCount, const std::function<void()>& store) {
+    torn = 0;
+    killed = 0;
+    // On a fast machine, some batches are stored before the kill.
+    for (int i = 0; i < 10 * killCount && killed < killCount; ++i) {
+      Reset();
+      killed += KillAfter(store, random.Between(0, 7000)) ? 1 : 0;
+      torn += Query() == State::Torn ? 1 : 0;
+    }
+    std::cout << killed << " kills: " << torn << " wrong\n";
+    EXPECT_EQ(killed, killCount);
+  };
+  kill(Choose(25, 500), [&] { StoreBatch(Durability::Process); });
   EXPECT_EQ(torn, 0);
-  EXPECT_EQ(killed, killCount);
+  if (IsLong()) {
+    std::cout << "without a journal, ";
+    kill(300, [&] { (void)client.Update(path, batch); });
+    EXPECT_GT(torn, 0);
+  }
 }
 
 struct Reads {
@@ -288,6 +298,7 @@ struct Reads {
   std::atomic<long> good;
   std::atomic<long> locked;
   std::atomic<long> wrong;
+  int killed;
 };
 
 constexpr int RING = 500;
@@ -330,7 +341,7 @@ void ReadUntilEnd(const std::string& path, Reads& reads) {
   }
 }
 
-void WriteForever(const std::string& path) {
+void WriteForever(const std::string& path, bool isAtomic) {
   const RrdClient client;
   for (int i = 0;; ++i) {
     long long last = 0;
@@ -339,17 +350,19 @@ void WriteForever(const std::string& path) {
       for (int k = 1; k <= BATCH_SIZE; ++k) {
         batch[last + k * STEP] = ValueOf(last + k * STEP);
       }
-      (void)client.UpdateAtomically(path, batch, Durability::Process);
+      (void)(isAtomic ? client.UpdateAtomically(path, batch, Durability::Process)
+                      : client.Update(path, batch));
     }
   }
 }
 
-TEST(KilledWriters, LeaveReadersAStateBetweenTwoBatches) {
+// Kills a writer again and again, beside two readers.
+const Reads& KillWriters(int killCount, bool isAtomic) {
   nvx::Log::RootLogger::GetInstance().SetLevel(KoraLogLevel::None);
   const TemporaryDirectory directory;
   const std::string path = directory.GetPath("topo_x.rrd");
   const RrdClient client;
-  ASSERT_EQ(client.Create(path, STEP, START, NAN, NAN, RING), StatusCode::Success);
+  EXPECT_EQ(client.Create(path, STEP, START, NAN, NAN, RING), StatusCode::Success);
   Batch batch;
   for (int k = 1; k <= 10 * BATCH_SIZE; ++k) {
     batch[START + k * STEP] = ValueOf(START + k * STEP);
@@ -367,21 +380,30 @@ TEST(KilledWriters, LeaveReadersAStateBetweenTwoBatches) {
     }
   }
   Random random;
-  const int killCount = Choose(100, 6000);
-  int killed = 0;
   for (int i = 0; i < killCount; ++i) {
-    killed += KillAfter([&] { WriteForever(path); }, random.Between(500, IsLong() ? 200000 : 9000));
+    reads->killed += KillAfter([&] { WriteForever(path, isAtomic); },
+                               random.Between(500, IsLong() ? 200000 : 9000));
   }
   reads->isOver = true;
   for (const pid_t reader : readers) {
     int status = 0;
     EXPECT_EQ(waitpid(reader, &status, 0), reader);
   }
-  std::cout << killed << " kills; reads: " << reads->good << " right, " << reads->locked
+  std::cout << reads->killed << " kills; reads: " << reads->good << " right, " << reads->locked
             << " refused, " << reads->wrong << " wrong\n";
-  EXPECT_EQ(killed, killCount);
-  EXPECT_EQ(reads->wrong, 0);
-  EXPECT_GT(reads->good, killCount);
+  return *reads;
+}
+
+TEST(KilledWriters, LeaveReadersAStateBetweenTwoBatches) {
+  const int killCount = Choose(100, 6000);
+  const Reads& reads = KillWriters(killCount, true);
+  EXPECT_EQ(reads.killed, killCount);
+  EXPECT_EQ(reads.wrong, 0);
+  EXPECT_GT(reads.good, killCount);
+  if (IsLong()) {
+    std::cout << "without a journal, ";
+    EXPECT_GT(KillWriters(300, false).wrong, 0);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Shapes, InterruptedUpdate, testing::ValuesIn(SHAPES), ShapeName);

@@ -16,7 +16,8 @@ namespace {
 enum class CheckFormat { Text, Json };
 
 constexpr char CHECK_HELP[] =
-    "Exit status: 0 all sound, 3 something found, 1 something cannot be read.";
+    "Exit status: 0 all sound, 3 something found, 1 a file cannot be read,\n"
+    "whatever was found in others.";
 
 struct CheckOptions {
   std::vector<std::string> zeltIds;

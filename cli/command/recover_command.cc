@@ -1,5 +1,4 @@
 #include <CLI/CLI.hpp>
-#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -10,8 +9,8 @@
 #include "points/context.h"
 #include "replace/file_error.h"
 #include "replace/file_replacement.h"
+#include "rrd/file_check.h"
 #include "rrd/file_recovery.h"
-#include "timeseries/failure.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -54,43 +53,59 @@ std::vector<LostRows> RecoverInPlace(const Directory& directory, const OpenedFil
   return losses;
 }
 
-void Mend(const RecoverOptions& options, const std::string& path, const PatientClient& client) {
-  std::vector<LostRows> losses;
-  try {
-    const ResolvedPath resolved = Resolve(path);
-    const Directory directory(resolved.directory);
-    const OpenedFile source(directory, resolved.name);
-    losses = options.isInPlace ? RecoverInPlace(directory, source, client)
-                               : RecoverTo(*options.destination, source, client);
-  } catch (const FileError& error) {
-    throw CommandError(options.zeltId, error.what(), error.GetStatus());
-  }
+void PrintLosses(const std::string& zeltId, const std::vector<LostRows>& losses) {
   for (const LostRows& loss : losses) {
-    std::cout << WithoutControls(options.zeltId + ": " + loss.consolidation + " of " +
+    std::cout << WithoutControls(zeltId + ": " + loss.consolidation + " of " +
                                  std::to_string(loss.stepsPerRow) +
-                                 " steps: " + std::to_string(loss.lostCount) + " of " +
+                                 (loss.stepsPerRow == 1 ? " step: " : " steps: ") +
+                                 std::to_string(loss.lostCount) + " of " +
                                  std::to_string(loss.rowCount) + " rows lost")
               << '\n';
   }
 }
 
+void Mend(const RecoverOptions& options, const std::string& path, const PatientClient& client) {
+  std::string subject = options.zeltId;
+  try {
+    const ResolvedPath resolved = Resolve(path);
+    const Directory directory(resolved.directory);
+    const OpenedFile source(directory, resolved.name);
+    const bool isTorn = source.HasPendingJournal();
+    subject = options.destination.value_or(subject);
+    PrintLosses(options.zeltId, options.isInPlace
+                                    ? RecoverInPlace(directory, source, client)
+                                    : RecoverTo(*options.destination, source, client));
+    if (isTorn) {
+      PrintMessage(options.zeltId +
+                   ": warning: its last update was interrupted and cannot be undone in what is "
+                   "left: times may be wrong by some steps");
+    }
+  } catch (const FileError& error) {
+    throw CommandError(subject, error.what(), error.GetStatus());
+  }
+}
+
 void Recover(const RecoverOptions& options, Context& context) {
   const std::string path = context.GetPathOfExisting(options.zeltId);
-  const std::string journal = path + "-journal";
-  const bool hadJournal = std::filesystem::exists(journal);
+  const bool hadJournal = HasJournal(path);
   Rrd::FileDescription file;
-  if (context.rrdClient.Describe(path, file) == StatusCode::Success) {
-    const bool isUndone = hadJournal && !std::filesystem::exists(journal);
-    std::cout << options.zeltId
+  const std::optional<Finding> damage = FindDamage(context.rrdClient, path, options.zeltId, file);
+  if (!damage) {
+    const bool isUndone = hadJournal && !HasJournal(path);
+    std::cout << WithoutControls(options.zeltId)
               << (isUndone ? ": the interrupted update is undone\n"
                            : ": whole, there is nothing to recover\n");
     return;
   }
-  if (!options.isInPlace && !options.destination) {
-    throw CommandError(options.zeltId,
-                       std::string(Failure::GetReason()) +
-                           "; --to FILE makes a whole one of what is left, --in-place replaces it",
+  if (!damage->isCutOff) {
+    throw CommandError(options.zeltId, damage->problem + ": " + damage->advice,
                        StatusCode::InvalidArgument);
+  }
+  if (!options.isInPlace && !options.destination) {
+    throw CommandError(
+        options.zeltId,
+        damage->problem + ": --to FILE makes a whole one of what is left, --in-place replaces it",
+        StatusCode::InvalidArgument);
   }
   Mend(options, path, context.rrdClient);
 }

@@ -2,6 +2,7 @@
 
 #include "replace/file_error.h"
 #include "timeseries/failure.h"
+#include "timeseries/rrd_client.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -20,6 +21,12 @@ void FileConverter::Check(const OpenedFile& source) {
   const std::string path = source.GetPath();
   note.clear();
   otherLayout.clear();
+  if (source.HasPendingJournal()) {
+    long long last = 0;
+    const bool isRead = RrdClient().GetLastTimestamp(path, last) == StatusCode::Success;
+    RequireArgument(!source.HasPendingJournal(),
+                    isRead ? "an update of it is under way" : Failure::GetReason());
+  }
   if (!target) {
     CheckLegacy(path);
     return;

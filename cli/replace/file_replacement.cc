@@ -37,9 +37,9 @@ bool MoveToFreeName(int from, int to, const char* name) {
 
 // Waits until nobody stores a batch in the file, and keeps others from storing one, which would be
 // lost. Without such locks in a file system there are no such batches either.
-void LockAgainstBatches(const OpenedFile& file) {
+void LockAgainstBatches(int file) {
   constexpr int TRIES = 10'000;
-  for (int i = 0; flock(file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK; ++i) {
+  for (int i = 0; flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK; ++i) {
     RequireCall(i < TRIES, "another process keeps it locked");
     InterruptionGuard::Check();
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -120,13 +120,17 @@ void FileReplacement::Replace(const OpenedFile& old) {
   CopyAttributes(old.Get(), old.GetStatus(), Get());
   Sync();
   RequireOwnFile();
-  LockAgainstBatches(old);
+  LockAgainstBatches(old.Get());
+  LockAgainstBatches(Get());
   old.RequireUnchanged();
   InterruptionGuard::Check();
   RequireCall(renameat(directory.GetPrivateDirectory().Get(), name.c_str(), directory.Get().Get(),
                        name.c_str()) == 0,
               "it cannot be replaced");
   isInPlace = true;
+  // It is that of the old file: nobody could begin a batch in the new one.
+  unlinkat(directory.Get().Get(), (name + JOURNAL_SUFFIX).c_str(), 0);
+  flock(Get(), LOCK_UN);
 }
 
 void FileReplacement::PutInPlace() {

@@ -3,6 +3,8 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -45,6 +47,18 @@ void OpenedFile::RequireUnchanged() const {
                       IsSameFile(now, named) && now.st_size == status.st_size &&
                       IsSameTime(now.st_mtim, status.st_mtim);
   RequireArgument(isSame, "it was changed meanwhile");
+}
+
+bool OpenedFile::HasPendingJournal() const {
+  constexpr std::string_view IDLE_MARK = "NVXIDLE1";
+  const FileDescriptor journal(openat(directory.Get(), (name + JOURNAL_SUFFIX).c_str(),
+                                      O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  if (!journal.IsOpen()) {
+    return errno != ENOENT && errno != ENAMETOOLONG;
+  }
+  char mark[IDLE_MARK.size()];
+  return pread(journal.Get(), mark, sizeof mark, 0) != static_cast<ssize_t>(sizeof mark) ||
+         IDLE_MARK != std::string_view(mark, sizeof mark);
 }
 
 void OpenedFile::RequireReplaceable(nlink_t nameCount) const {

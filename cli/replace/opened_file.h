@@ -9,6 +9,9 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
+// The journal of "x.rrd" is "x.rrd-journal".
+inline constexpr char JOURNAL_SUFFIX[] = "-journal";
+
 // A regular file, opened once and used through its descriptor alone: whatever happens to its name
 // meanwhile, the same file is examined, read and replaced.
 class OpenedFile {
@@ -26,6 +29,9 @@ class OpenedFile {
 
   // Throws FileError unless the name still belongs to this file, unchanged since it was opened.
   void RequireUnchanged() const;
+
+  // Whether an update of it was interrupted, or is under way: its content must not be used.
+  bool HasPendingJournal() const;
 
   // Throws FileError for what would keep the file from being replaced, as far as that can be known
   // without trying. `nameCount` is how many names (hard links) it may have.

@@ -1,35 +1,38 @@
 #include "rrd/file_check.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
 #include <filesystem>
-#include <optional>
+#include <string_view>
 #include <system_error>
 
 #include "base/command_error.h"
 #include "base/time_text.h"
 #include "replace/file_descriptor.h"
+#include "replace/opened_file.h"
 #include "rrd/foreign_file.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 constexpr long long SECONDS_A_DAY = 86'400;
+constexpr char FROM_BACKUP[] = "take it from a backup";
 
-void RequireReadable(const std::string& path, const std::string& zeltId) {
+// Whether it begins as one, whatever is wrong with it.
+bool IsRrdFile(const std::string& path, const std::string& zeltId) {
   const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (!file.IsOpen()) {
     const std::string reason = std::generic_category().message(errno);
     throw CommandError(zeltId, path + " cannot be opened: " + reason, StatusCode::CannotOpen);
   }
-}
-
-bool HasJournal(const std::string& path) {
-  std::error_code ignored;
-  return std::filesystem::exists(path + "-journal", ignored);
+  constexpr std::string_view COOKIE("RRD", 4);
+  char start[COOKIE.size()];
+  return pread(file.Get(), start, sizeof start, 0) == static_cast<ssize_t>(sizeof start) &&
+         COOKIE == std::string_view(start, sizeof start);
 }
 
 Finding DescribeDamage(const std::string& reason) {
@@ -38,7 +41,7 @@ Finding DescribeDamage(const std::string& reason) {
   }
   const bool isCutOff = reason.find("values are cut off") != std::string::npos;
   return {"damaged: " + reason,
-          isCutOff ? "recover makes a whole file of what is left" : "take it from a backup"};
+          isCutOff ? "recover makes a whole file of what is left" : FROM_BACKUP, isCutOff};
 }
 
 // The number of values outside the bounds of the file.
@@ -62,21 +65,42 @@ unsigned long long CountExcluded(const PatientClient& client, const std::string&
 
 }  // namespace
 
+bool HasJournal(const std::string& path) {
+  std::error_code ignored;
+  const std::string ofLink = std::filesystem::canonical(path, ignored);
+  return std::filesystem::exists(ofLink + JOURNAL_SUFFIX, ignored);
+}
+
+std::optional<Finding> FindDamage(const PatientClient& client, const std::string& path,
+                                  const std::string& zeltId, Rrd::FileDescription& file) {
+  if (!IsRrdFile(path, zeltId)) {
+    return Finding{"it is no RRD file", FROM_BACKUP};
+  }
+  if (const std::optional<ForeignFile> foreign = FindForeignFile(path)) {
+    return Finding{"of another machine", foreign->Describe()};
+  }
+  if (client.Describe(path, file) != StatusCode::Success) {
+    return DescribeDamage(Failure::GetReason());
+  }
+  return std::nullopt;
+}
+
 std::vector<Finding> CheckFile(const PatientClient& client, const std::string& path,
                                const std::string& zeltId) {
-  RequireReadable(path, zeltId);
-  const std::optional<ForeignFile> foreign = FindForeignFile(path);
-  if (foreign) {
-    return {{"of another machine", foreign->Describe()}};
-  }
   const bool hadJournal = HasJournal(path);
   Rrd::FileDescription file;
-  if (client.Describe(path, file) != StatusCode::Success) {
-    return {DescribeDamage(Failure::GetReason())};
+  if (const std::optional<Finding> damage = FindDamage(client, path, zeltId, file)) {
+    return {*damage};
   }
   std::vector<Finding> findings;
   if (hadJournal && !HasJournal(path)) {
     findings.push_back({"an update was interrupted", "it is undone now"});
+  }
+  Rrd::Tool::LayoutConverter converter;
+  Rrd::Tool::RecognisedFile content;
+  if (converter.Recognise(path, content) != StatusCode::Success) {
+    findings.push_back({converter.GetReason(),
+                        "its samples can be read; " + std::string(FROM_BACKUP) + " to be sure"});
   }
   if (file.lastUpdate > std::time(nullptr) + SECONDS_A_DAY) {
     findings.push_back({"its last update, " + FormatUtc(file.lastUpdate) + ", is in the future",

@@ -21,8 +21,8 @@ constexpr char NOT_OPENED[] = "its journal cannot be opened";
 
 bool IsPermissionMissing() { return errno == EACCES || errno == EPERM || errno == EROFS; }
 
-// Whether the journal is whole and the file needs it. A journal is at most as large as its file
-// plus a header; no more than that is read.
+// Whether the journal is whole. A journal is at most as large as its file plus a header; no more
+// than that is read.
 bool ReadJournal(int fd, int journalFile, Journal& journal) {
   constexpr std::uint64_t LARGEST_HEADER = 1 << 24;
   struct stat file {};
@@ -34,8 +34,7 @@ bool ReadJournal(int fd, int journalFile, Journal& journal) {
       std::min(static_cast<std::uint64_t>(status.st_size),
                static_cast<std::uint64_t>(file.st_size) + sizeof(JournalHead) + LARGEST_HEADER);
   std::string bytes(static_cast<std::size_t>(size), '\0');
-  return ReadAll(journalFile, bytes.data(), size, 0) && journal.Parse(std::move(bytes)) &&
-         journal.Fits(fd);
+  return ReadAll(journalFile, bytes.data(), size, 0) && journal.Parse(std::move(bytes));
 }
 
 // An update that was undone must not be undone again after later updates, neither by a journal that
@@ -84,7 +83,7 @@ const char* FindInterruptedUpdate(int fd, const std::string& journalPath) {
     return fault;
   }
   Journal journal;
-  return ReadJournal(fd, file.Get(), journal) ? NO_PERMISSION : nullptr;
+  return ReadJournal(fd, file.Get(), journal) && journal.Fits(fd) ? NO_PERMISSION : nullptr;
 }
 
 const char* UndoInterruptedUpdate(int fd, const std::string& journalPath) {
@@ -98,8 +97,13 @@ const char* UndoInterruptedUpdate(int fd, const std::string& journalPath) {
     return fault;
   }
   Journal journal;
-  if (!ReadJournal(fd, file.Get(), journal)) {
-    unlink(journalPath.c_str());
+  const bool isWhole = ReadJournal(fd, file.Get(), journal);
+  if (!isWhole || !journal.Fits(fd)) {
+    // Beside a file that has lost its end it is all that tells of the update; nobody takes that
+    // file.
+    if (!isWhole || !journal.IsOfCutFile(fd)) {
+      unlink(journalPath.c_str());
+    }
     return nullptr;
   }
   if (!journal.Undo(fd) || (journal.MustSync() && fdatasync(fd) != 0) ||

@@ -21,7 +21,7 @@ constexpr std::uint64_t IDLE_MARK = 0x31454C444958564E;
 constexpr std::size_t CHECKED = offsetof(JournalHead, size);
 
 bool IsSameFile(const FileIdentity& lhs, const FileIdentity& rhs) {
-  return lhs.size == rhs.size && lhs.inode == rhs.inode && lhs.birthSeconds == rhs.birthSeconds &&
+  return lhs.inode == rhs.inode && lhs.birthSeconds == rhs.birthSeconds &&
          lhs.birthNanoseconds == rhs.birthNanoseconds;
 }
 
@@ -104,7 +104,14 @@ bool Journal::Fits(int fd) const {
   FileIdentity identity;
   std::string now(header.size(), '\0');
   return ReadIdentity(fd, identity) && IsSameFile(identity, head.file) &&
-         ReadAll(fd, now.data(), now.size(), 0) && IsWithinReach(header, head.lastTime, now);
+         identity.size == head.file.size && ReadAll(fd, now.data(), now.size(), 0) &&
+         IsWithinReach(header, head.lastTime, now);
+}
+
+bool Journal::IsOfCutFile(int fd) const {
+  FileIdentity identity;
+  return ReadIdentity(fd, identity) && IsSameFile(identity, head.file) &&
+         identity.size < head.file.size;
 }
 
 bool Journal::IsUndone(int fd) const {

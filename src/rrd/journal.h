@@ -48,6 +48,9 @@ class Journal {
   // Whether the open file is the one that the journal belongs to, as the update may have left it.
   bool Fits(int fd) const;
 
+  // Whether the open file is that one and has lost its end.
+  bool IsOfCutFile(int fd) const;
+
   // Whether the file is as it was before the update.
   bool IsUndone(int fd) const;
 
