@@ -97,7 +97,11 @@ bool Journal::Parse(std::string journalBytes) {
     return false;
   }
   extents = FindReach(header, head.lastTime);
-  return head.size == FindSize();
+  // The end of the header comes again, as the first extent; the former is what was looked at.
+  const auto end = static_cast<std::size_t>(extents.front().offset);
+  return head.size == FindSize() &&
+         header.compare(end, std::string::npos, bytes, sizeof head + header.size(),
+                        header.size() - end) == 0;
 }
 
 bool Journal::Fits(int fd) const {
