@@ -107,6 +107,8 @@ TEST_F(AtomicUpdate, StoresWhatTheRrdLibraryDoes) {
       {"DS:element:GAUGE:300:U:U", "DS:twice:COMPUTE:element,2,*", "RRA:AVERAGE:0.5:1:40",
        "RRA:AVERAGE:0.5:7:30", "RRA:MAX:0.5:12:20", "RRA:LAST:0.5:1:9"},
       {"DS:element:ABSOLUTE:300:U:U", "RRA:MIN:0.5:3:40"},
+      {"DS:element:DCOUNTER:300:U:U", "DS:more:COMPUTE:element,5,+", "RRA:AVERAGE:0.5:2:50",
+       "RRA:MHWPREDICT:120:0.1:0.0035:24"},
       {"DS:element:GAUGE:300:U:U", "RRA:HWPREDICT:120:0.1:0.0035:24"}};
   Random random;
   for (const auto& shape : shapes) {
