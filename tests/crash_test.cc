@@ -348,6 +348,13 @@ TEST(KilledUpdate, IsUndoneBeforeTheFileIsConverted) {
   EXPECT_TRUE(ReadFile("topo_m.rrd") == before);
 
   interrupt();
+  const std::vector<std::string> inPlace = {NVX_TIMESERIES, "convert", "--in-place",
+                                            "--to",         layout,    "topo_m.rrd"};
+  EXPECT_EQ(RunProgram(inPlace).status, 0);
+  EXPECT_TRUE(ReadFile("topo_m.rrd") == expected);
+
+  WriteFile("topo_m.rrd", before);
+  interrupt();
   fs::resize_file("topo_m.rrd", before.size() - 8);
   const auto recovery = RunProgram({NVX_TIMESERIES, "recover", "topo:m", "--in-place"});
   EXPECT_EQ(recovery.status, 0);

@@ -48,6 +48,7 @@ void ConvertToFile(const std::string& source, const std::string& destination,
     FileConverter converter(target);
     const ResolvedPath resolved = Resolve(source);
     const Directory directory(resolved.directory);
+    UndoInterruptedUpdate(directory, resolved.name);
     const OpenedFile opened(directory, resolved.name);
     CheckSource(opened, converter);
     subject = &destination;

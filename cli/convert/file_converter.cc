@@ -17,16 +17,21 @@ void RequireDone(StatusCode status) {
 
 }  // namespace
 
+void UndoInterruptedUpdate(const Directory& directory, const std::string& fileName) {
+  const OpenedFile file(directory, fileName);
+  if (!file.HasPendingJournal()) {
+    return;
+  }
+  long long last = 0;
+  const bool isRead = RrdClient().GetLastTimestamp(file.GetPath(), last) == StatusCode::Success;
+  RequireArgument(!file.HasPendingJournal(),
+                  isRead ? "an update of it is under way" : Failure::GetReason());
+}
+
 void FileConverter::Check(const OpenedFile& source) {
   const std::string path = source.GetPath();
   note.clear();
   otherLayout.clear();
-  if (source.HasPendingJournal()) {
-    long long last = 0;
-    const bool isRead = RrdClient().GetLastTimestamp(path, last) == StatusCode::Success;
-    RequireArgument(!source.HasPendingJournal(),
-                    isRead ? "an update of it is under way" : Failure::GetReason());
-  }
   if (!target) {
     CheckLegacy(path);
     return;

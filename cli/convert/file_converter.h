@@ -11,6 +11,10 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
+// To be called before a file is opened: a conversion of a torn file would be torn. Throws FileError
+// when the interrupted update cannot be undone here.
+void UndoInterruptedUpdate(const Directory& directory, const std::string& fileName);
+
 // Converts single files: from the layout with a 32-bit time_t to the one with a 64-bit time_t, or
 // from any layout to the given one.
 class FileConverter {

@@ -84,6 +84,7 @@ class InPlaceConversion {
   void ConvertFile(const Directory& directory, LockedDirectory* lock, const std::string& name,
                    const std::string& shownPath) {
     try {
+      UndoInterruptedUpdate(directory, name);
       const OpenedFile original(directory, name);
       if (IsToBeConverted(original, shownPath)) {
         const Backup backup = CheckReplaceable(directory, original);

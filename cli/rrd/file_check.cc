@@ -68,7 +68,7 @@ unsigned long long CountExcluded(const PatientClient& client, const std::string&
 bool HasJournal(const std::string& path) {
   std::error_code ignored;
   const std::string ofLink = std::filesystem::canonical(path, ignored);
-  return std::filesystem::exists(ofLink + JOURNAL_SUFFIX, ignored);
+  return !ofLink.empty() && std::filesystem::exists(ofLink + JOURNAL_SUFFIX, ignored);
 }
 
 std::optional<Finding> FindDamage(const PatientClient& client, const std::string& path,

@@ -99,8 +99,7 @@ const char* UndoInterruptedUpdate(int fd, const std::string& journalPath) {
   Journal journal;
   const bool isWhole = ReadJournal(fd, file.Get(), journal);
   if (!isWhole || !journal.Fits(fd)) {
-    // Beside a file that has lost its end it is all that tells of the update; nobody takes that
-    // file.
+    // Beside a file that has lost its end, which is refused, it is all that tells of the update.
     if (!isWhole || !journal.IsOfCutFile(fd)) {
       unlink(journalPath.c_str());
     }
