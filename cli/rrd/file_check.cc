@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <ctime>
 #include <filesystem>
-#include <string_view>
+#include <iterator>
 #include <system_error>
 
 #include "base/command_error.h"
@@ -29,10 +29,10 @@ bool IsRrdFile(const std::string& path, const std::string& zeltId) {
     const std::string reason = std::generic_category().message(errno);
     throw CommandError(zeltId, path + " cannot be opened: " + reason, StatusCode::CannotOpen);
   }
-  constexpr std::string_view COOKIE("RRD", 4);
-  char start[COOKIE.size()];
+  constexpr char COOKIE[] = "RRD";  // and its NUL
+  char start[sizeof COOKIE];
   return pread(file.Get(), start, sizeof start, 0) == static_cast<ssize_t>(sizeof start) &&
-         COOKIE == std::string_view(start, sizeof start);
+         std::equal(std::begin(start), std::end(start), COOKIE);
 }
 
 Finding DescribeDamage(const std::string& reason) {
