@@ -110,6 +110,7 @@ constexpr int SINGLE_COUNT = 1000;
 
 Contest EnterSingleSamples() {
   std::vector<Batch> samples;
+  samples.reserve(SINGLE_COUNT);
   for (int i = 0; i < SINGLE_COUNT; ++i) {
     samples.push_back(MakeSamples(START + i * STEP, START + i * STEP));
   }

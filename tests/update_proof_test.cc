@@ -387,8 +387,8 @@ const Reads& KillWriters(int killCount, bool isAtomic) {
   }
   Random random;
   for (int i = 0; i < killCount; ++i) {
-    reads->killed += KillAfter([&] { WriteForever(path, isAtomic); },
-                               random.Between(500, IsLong() ? 200000 : 9000));
+    const long pause = random.Between(500, IsLong() ? 200000 : 9000);
+    reads->killed += KillAfter([&] { WriteForever(path, isAtomic); }, pause) ? 1 : 0;
   }
   reads->isOver = true;
   for (const pid_t reader : readers) {
