@@ -21,7 +21,8 @@ std::uint64_t CountRows(const std::string& header, const HeaderLayout& layout,
 std::uint64_t CountRowsToCome(const std::string& header, const HeaderLayout& layout,
                               const stat_head_t& head, const rra_def_t& archive,
                               long long lastTime) {
-  const auto rowLength = static_cast<long long>(head.pdp_step * archive.pdp_cnt);
+  const auto rowLength =
+      static_cast<long long>(head.pdp_step) * static_cast<long long>(archive.pdp_cnt);
   const long long lastUpdate = ReadLastUpdate(header, layout);
   const long long passed = std::max(lastTime, lastUpdate) / rowLength - lastUpdate / rowLength;
   return std::min<std::uint64_t>(static_cast<std::uint64_t>(passed) + 1, archive.row_cnt);
