@@ -5,7 +5,7 @@
 
 #include "arguments/choice.h"
 #include "base/message.h"
-#include "points/reader.h"
+#include "points/point_stream.h"
 #include "points/selected_files.h"
 #include "replace/output_file.h"
 
@@ -25,17 +25,56 @@ AnswerShape MakeShape(const AnswerOptions& options, const Question& question,
   shape.hasQuality = question.interval.has_value();
   shape.isForSeries = options.isForSeries;
   shape.labels = question.labels;
-  shape.labels.insert(selection.files.front().labels.begin(), selection.files.front().labels.end());
   shape.isOnTerminal = !output.IsFile();
   return shape;
+}
+
+std::vector<Source> Open(const SelectedFile& file, const Question& question,
+                         const std::vector<std::string>& names, Context& context) {
+  return question.interval ? OpenSources(file, names, context)
+                           : OpenSourcesOfRows(file, names, context);
+}
+
+// Which columns CSV has beside those of the options, which its first line must tell. Returns the
+// sources of a single file, so that it is not opened again.
+std::vector<Source> FindColumns(const AnswerOptions& options, const Question& question,
+                                const Selection& selection, Context& context, AnswerShape& shape) {
+  std::vector<Source> opened;
+  for (const SelectedFile& file : selection.files) {
+    shape.labels.insert(file.labels.begin(), file.labels.end());
+    if (*options.format != PointFormat::Csv || (shape.hasSources && shape.hasConsolidation)) {
+      continue;
+    }
+    try {
+      opened = Open(file, question, options.sources, context);
+      for (const Source& source : opened) {
+        shape.hasSources |= !source.sourceName.empty();
+        shape.hasConsolidation |= !source.consolidation.empty();
+      }
+    } catch (const CommandError&) {  // it is told when the file is to answer
+    }
+  }
+  if (shape.hasSources) {
+    shape.labels.emplace(SOURCE_LABEL, "");
+  }
+  if (shape.hasConsolidation) {
+    shape.labels.emplace(CONSOLIDATION_LABEL, "");
+  }
+  return selection.files.size() == 1 ? opened : std::vector<Source>();
 }
 
 // Writes the answers of files in one format to one place.
 class AnswerWriter {
  public:
-  AnswerWriter(const Question& askedQuestion, PointWriter& pointWriter, OutputFile& outputFile,
+  AnswerWriter(const Question& askedQuestion, const std::vector<std::string>& names,
+               std::vector<Source> openedSources, PointWriter& pointWriter, OutputFile& outputFile,
                Context& commandContext)
-      : question(askedQuestion), writer(pointWriter), output(outputFile), context(commandContext) {}
+      : question(askedQuestion),
+        sourceNames(names),
+        opened(std::move(openedSources)),
+        writer(pointWriter),
+        output(outputFile),
+        context(commandContext) {}
 
   // A format with several rounds needs the files of one scope together.
   void Write(const Selection& selection) {
@@ -54,6 +93,10 @@ class AnswerWriter {
       PrintMessage(std::to_string(writer.GetLeftOutCount()) +
                    " infinite values left out, which the format cannot express");
     }
+    const std::string rows = context.rowTally.Describe();
+    if (!rows.empty()) {
+      PrintMessage(rows);
+    }
   }
 
  private:
@@ -66,16 +109,24 @@ class AnswerWriter {
   }
 
   void WriteFile(const SelectedFile& file, int round) {
+    const std::vector<Source> sources =
+        opened.empty() ? Open(file, question, sourceNames, context) : opened;
+    ForEachSource(sources, context, [&](const Source& source) {
+      const bool isTold = round == 0 && source.column == sources.front().column;
+      WriteSource(file, source, round, isTold);
+    });
+  }
+
+  void WriteSource(const SelectedFile& file, const Source& source, int round, bool isTold) {
     if (isOver) {
       return;
     }
-    const Source source(file, context);
-    writer.Begin(file.MakeSeries(question.labels), round, text);
-    Reader reader(question, source);
+    writer.Begin(MakeSeries(file, source, question.labels), round, text);
+    const std::unique_ptr<PointStream> stream = MakePointStream(question, source);
     if (round == 0) {
-      Tell(reader, file);
+      Tell(*stream, source, isTold);
     }
-    reader.Stream([this](const Piece& piece) {
+    stream->Stream([this](const Piece& piece) {
       writer.Append(piece, text);
       isOver = !output.Write(text);
       text.clear();
@@ -84,17 +135,22 @@ class AnswerWriter {
     writer.End();
   }
 
-  void Tell(const Reader& reader, const SelectedFile& file) {
-    reader.Tell();
-    if (reader.IsEmpty()) {
-      PrintMessage(file.zeltId + ": no sample in the window");
+  // Of several data sources, which archives answer is told once.
+  void Tell(const PointStream& stream, const Source& source, bool isTold) {
+    if (isTold) {
+      stream.Tell();
     }
-    if (reader.IsPartialData()) {
+    if (stream.IsEmpty()) {
+      PrintMessage(source.zeltId + ": no sample in the window");
+    }
+    if (stream.IsPartialData()) {
       context.NotePartialData();
     }
   }
 
   const Question& question;
+  const std::vector<std::string>& sourceNames;
+  const std::vector<Source> opened;  // of the only file, where it is open
   PointWriter& writer;
   OutputFile& output;
   Context& context;
@@ -117,6 +173,7 @@ AddedOptions AddAnswerOptions(CLI::App& command, AnswerOptions& options) {
   added.zeltIds =
       command.add_option("ID", options.zeltIds, "Data sources, or patterns of their ids")
           ->type_name("");
+  AddSourceOption(command, options.sources);
   added.interval = AddQuestionOptions(command, options.question);
   added.format =
       AddChoice(command, "--format", options.format,
@@ -143,13 +200,15 @@ void WriteAnswers(const AnswerOptions& options, Context& context) {
   Question question = ReadQuestion(options.question);
   Selection selection = SelectFiles(options.zeltIds, context, options.selection);
   OutputFile output(options.output);
-  const std::unique_ptr<PointWriter> writer =
-      MakePointWriter(*options.format, MakeShape(options, question, selection, output));
+  AnswerShape shape = MakeShape(options, question, selection, output);
+  std::vector<Source> opened = FindColumns(options, question, selection, context, shape);
+  const std::unique_ptr<PointWriter> writer = MakePointWriter(*options.format, shape);
   question.isAtOnce = writer->IsAtOnce();
   if (options.isForSeries || writer->GetRoundCount() > 1) {
     selection.SortByScope();
   }
-  AnswerWriter(question, *writer, output, context).Write(selection);
+  AnswerWriter(question, options.sources, std::move(opened), *writer, output, context)
+      .Write(selection);
   if (output.IsFile() && context.exitStatus == EXIT_FAILED) {
     throw CommandError(*options.output, "not written, since a data source failed",
                        StatusCode::Failure);

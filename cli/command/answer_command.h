@@ -17,6 +17,7 @@ struct AnswerOptions {
   std::vector<std::string> zeltIds;
   QuestionOptions question;
   SelectionOptions selection;
+  std::vector<std::string> sources;  // names; none for all of each file
   std::optional<PointFormat> format;
   std::optional<std::string> output;
   bool isForSeries = false;  // CSV and JSON for another database

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
@@ -5,7 +6,7 @@
 #include "arguments/interval_text.h"
 #include "base/message.h"
 #include "command/commands.h"
-#include "points/selected_files.h"
+#include "points/source.h"
 #include "rrd/described_file.h"
 #include "rrd/file_report.h"
 #include "rrd/foreign_file.h"
@@ -19,6 +20,7 @@ struct InfoOptions {
   std::vector<std::string> zeltIds;
   InfoFormat format = InfoFormat::Text;
   bool isRefresh = false;
+  std::vector<std::string> sources;
 };
 
 long long ReadFirstOfFile(const std::string& path, const std::string& zeltId, Context& context) {
@@ -85,9 +87,9 @@ void Refresh(const Selection& selection, Context& context) {
   }
   std::vector<Entry> entries;
   for (const SelectedFile& file : selection.files) {
-    const std::string& zeltId = file.zeltId;
+    const std::string& zeltId = file.GetName();
     Entry entry;
-    entry.path = context.GetPathOfExisting(zeltId);
+    entry.path = file.GetPathOfExisting(context);
     Require(context.rrdClient.GetInterval(entry.path, entry.step), zeltId,
             "its step cannot be read");
     entry.first = ReadFirstOfFile(entry.path, zeltId, context);
@@ -100,24 +102,39 @@ void Refresh(const Selection& selection, Context& context) {
   }
 }
 
-void PrintFile(const std::string& zeltId, bool isJson, Context& context) {
-  const std::string path = context.GetPathOfExisting(zeltId);
+// Leaves the data sources of these names.
+void SelectSources(const std::vector<std::string>& names, const std::string& name,
+                   Rrd::FileDescription& file) {
+  RequireSources(names, name, file);
+  auto& sources = file.dataSources;
+  const auto isOther = [&names](const Rrd::DataSourceDescription& source) {
+    return std::find(names.begin(), names.end(), source.name) == names.end();
+  };
+  if (!names.empty()) {
+    sources.erase(std::remove_if(sources.begin(), sources.end(), isOther), sources.end());
+  }
+}
+
+void PrintFile(const SelectedFile& selected, const InfoOptions& options, Context& context) {
+  const bool isJson = options.format == InfoFormat::Json;
+  const std::string path = selected.GetPathOfExisting(context);
   const std::optional<ForeignFile> foreign = FindForeignFile(path);
   if (foreign) {
     isJson ? PrintJson(*foreign, path, std::cout) : PrintText(*foreign, path, std::cout);
     return;
   }
-  const FileReport report = Collect(zeltId, path, context);
+  FileReport report = Collect(selected.GetName(), path, context);
+  SelectSources(options.sources, selected.GetName(), report.file);
   isJson ? PrintJson(report, std::cout) : PrintText(report, std::cout);
 }
 
 // Of several files, texts with a blank line between them, or an array of objects.
-void Print(const Selection& selection, bool isJson, Context& context) {
-  const bool isArray = isJson && selection.isSeveral;
+void Print(const Selection& selection, const InfoOptions& options, Context& context) {
+  const bool isArray = options.format == InfoFormat::Json && selection.isSeveral;
   const char* separator = isArray ? "[\n" : "";
   ForEachFile(selection, context, [&](const SelectedFile& file) {
     std::cout << separator;
-    PrintFile(file.zeltId, isJson, context);
+    PrintFile(file, options, context);
     separator = isArray ? ",\n" : "\n";
   });
   if (isArray) {
@@ -138,13 +155,13 @@ void AddInfoCommand(CLI::App& app, Context& context) {
             {{"text", InfoFormat::Text}, {"json", InfoFormat::Json}},
             "Format of the output (default: text)")
       ->type_name("FORMAT");
+  AddSourceOption(*command, options->sources);
   command->add_flag("--refresh", options->isRefresh,
                     "Write first timestamp and step of the files to the metadata store");
   command->callback([options, &context] {
     context.GetDirectory();  // which must be one
     const Selection selection = SelectFiles(options->zeltIds, context);
-    options->isRefresh ? Refresh(selection, context)
-                       : Print(selection, options->format == InfoFormat::Json, context);
+    options->isRefresh ? Refresh(selection, context) : Print(selection, *options, context);
   });
   command->footer(PATTERN_HELP);
 }

@@ -10,13 +10,14 @@
 #include "command/commands.h"
 #include "formats/local_time.h"
 #include "formats/point_writer.h"
-#include "points/row_reader.h"
+#include "points/spans.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 struct LastOptions {
   std::vector<std::string> zeltIds;
+  std::vector<std::string> sources;
   std::string zoneName = "UTC";
   std::optional<PointFormat> format;  // none for text
 };
@@ -35,11 +36,12 @@ double ReadValue(const Rrd::DataSourceDescription& source) {
 // value.
 Piece FindLast(const Source& source) {
   const Rrd::FileDescription& file = source.file;
-  const ChosenArchive chosen = ChooseArchive(source, file.lastUpdate);
+  const ChosenArchive chosen = ChooseFinest(source);
   const long long lastRow = chosen.archive->lastTime;
-  const bool isReading = file.lastUpdate > lastRow && file.dataSources.front().type == "GAUGE";
-  const double value = isReading ? ReadValue(file.dataSources.front())
-                                 : *RowReader(source).Read(chosen, lastRow, lastRow, lastRow);
+  const Rrd::DataSourceDescription& described = file.dataSources[source.column];
+  const bool isReading = file.lastUpdate > lastRow && described.type == "GAUGE";
+  const double value =
+      isReading ? ReadValue(described) : *RowReader(source).Read(chosen, lastRow, lastRow, lastRow);
   Piece last(1);
   last.AddTime(isReading ? file.lastUpdate : lastRow);
   last.AddValue({value, value == value});
@@ -52,7 +54,8 @@ class TextWriter : public PointWriter {
   explicit TextWriter(AnswerShape answerShape) : shape(std::move(answerShape)) {}
 
   void Begin(const Series& series, int /*round*/, std::string& /*text*/) override {
-    end = (shape.isSeveral ? " " + WithoutControls(series.zeltId) : "") + '\n';
+    end = (shape.isSeveral ? " " + WithoutControls(series.zeltId) : "") +
+          (series.source.empty() ? "" : " " + series.source) + '\n';
   }
 
   void Append(const Piece& piece, std::string& text) override {
@@ -73,16 +76,22 @@ void Run(const LastOptions& options, Context& context) {
   context.GetDirectory();  // which must be one
   const Selection selection = SelectFiles(options.zeltIds, context);
   shape.isSeveral = selection.isSeveral;
+  std::vector<std::pair<Series, Piece>> answers;
+  ForEachFile(selection, context, [&](const SelectedFile& file) {
+    ForEachSource(OpenSources(file, options.sources, context), context, [&](const Source& source) {
+      answers.emplace_back(MakeSeries(file, source, {}), FindLast(source));
+      shape.hasSources |= !source.sourceName.empty();
+    });
+  });
   const std::unique_ptr<PointWriter> writer = options.format
                                                   ? MakePointWriter(*options.format, shape)
                                                   : std::make_unique<TextWriter>(shape);
   std::string text;
-  ForEachFile(selection, context, [&](const SelectedFile& file) {
-    const Piece last = FindLast(Source(file, context));
-    writer->Begin(file.MakeSeries({}), 0, text);
+  for (const auto& [series, last] : answers) {
+    writer->Begin(series, 0, text);
     writer->Append(last, text);
     writer->End();
-  });
+  }
   writer->Finish(text);
   std::cout << text;
 }
@@ -96,14 +105,15 @@ void AddLastCommand(CLI::App& app, Context& context) {
   command->add_option("ID", options->zeltIds, "Data sources, or patterns of their ids")
       ->required()
       ->type_name("");
+  AddSourceOption(*command, options->sources);
   command->add_option("--zone", options->zoneName, "Time zone of the printed date (default: UTC)")
       ->type_name("ZONE");
   AddChoice(
       *command, "--format", options->format,
       Choices<std::optional<PointFormat>>{
           {"text", std::nullopt}, {"csv", PointFormat::Csv}, {"json", PointFormat::Json}},
-      "Format of the output: DATE TIMESTAMP VALUE and, of several, the ID (text, default), or "
-      "as query prints it")
+      "Format of the output: DATE TIMESTAMP VALUE and, of several, the ID and the name of the "
+      "data source (text, default), or as query prints it")
       ->type_name("FORMAT");
   command->footer(std::string(PATTERN_HELP) + "\nVALUE is nan for a sample that is missing.\n" +
                   ZONE_HELP);

@@ -12,8 +12,8 @@
 #include "base/value_text.h"
 #include "command/commands.h"
 #include "formats/csv_field.h"
-#include "points/row_reader.h"
 #include "points/selected_files.h"
+#include "points/spans.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -27,21 +27,31 @@ struct ListOptions {
 
 constexpr long long STALE_STEPS = 10;
 
+// The first sample, or where the first row with a value begins.
+std::optional<long long> FindFirst(const Source& source) {
+  const long long last = source.file.lastUpdate;
+  if (!source.hasSpans) {
+    return RowReader(source).FindFirstSample(GetOldestRow(source), last);
+  }
+  SpanArchives archives(source, ListConsolidations(source.file).front());
+  return FindFirstSpan(archives, 0, last);
+}
+
 // The entry of a file, by the names of the columns.
 nlohmann::ordered_json Describe(const Source& source) {
   using std::chrono::system_clock;
   const Rrd::FileDescription& file = source.file;
   const long long last = file.lastUpdate;
-  const auto first = RowReader(source).FindFirstSample(GetOldestRow(source), last);
+  const auto first = FindFirst(source);
   const bool isStale = system_clock::to_time_t(system_clock::now()) - last >
                        STALE_STEPS * static_cast<long long>(file.step);
-  nlohmann::ordered_json entry = {{"id", source.zeltId}, {"first", nullptr}, {"last", nullptr}};
+  nlohmann::ordered_json entry = {{"id", source.fileName}, {"first", nullptr}, {"last", nullptr}};
   if (first) {
     entry["first"] = FormatUtc(*first);
     entry["last"] = FormatUtc(last);
   }
   entry["step"] = file.step;
-  entry["rows"] = ChooseArchive(source, last).archive->rowCount;
+  entry["rows"] = ChooseFinest(source).archive->rowCount;
   entry["size"] = std::filesystem::file_size(source.path);
   entry["state"] = !first ? "empty" : isStale ? "stale" : "fresh";
   return entry;
@@ -109,7 +119,7 @@ void ListLong(ListFormat format, Context& context) {
   }
   std::vector<nlohmann::ordered_json> entries;
   ForEachFile(selection, context, [&](const SelectedFile& file) {
-    entries.push_back(Describe(Source(file, context)));
+    entries.push_back(Describe(OpenSources(file, {}, context).front()));
   });
   switch (format) {
     case ListFormat::Table:

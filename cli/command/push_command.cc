@@ -17,6 +17,7 @@ struct PushCommandOptions {
   std::vector<std::string> zeltIds;
   QuestionOptions question;
   SelectionOptions selection;
+  std::vector<std::string> sources;
   std::optional<std::string> statePath;
   Secrets secrets;
   SendOptions send;
@@ -51,7 +52,7 @@ void Push(const PushCommandOptions& options, Context& context) {
                  "state; --state gives it another");
   }
   HttpSender sender(address, options.send);
-  Pusher pusher(question, sender, state, context);
+  Pusher pusher(question, options.sources, sender, state, context);
   try {
     pusher.Push(selection);
   } catch (const SendError& error) {
@@ -61,6 +62,10 @@ void Push(const PushCommandOptions& options, Context& context) {
   if (pusher.GetLeftOutCount() > 0) {
     PrintMessage(std::to_string(pusher.GetLeftOutCount()) +
                  " infinite values left out, which line protocol cannot express");
+  }
+  const std::string rows = context.rowTally.Describe();
+  if (!rows.empty()) {
+    PrintMessage(rows);
   }
   state.RequireSaved();
 }
@@ -92,6 +97,7 @@ void AddPushCommand(CLI::App& app, Context& context) {
   command
       ->add_option("ID", options->zeltIds, "Data sources, or patterns of their ids (default: all)")
       ->type_name("");
+  AddSourceOption(*command, options->sources);
   AddQuestionOptions(*command, options->question);
   AddLabelOption(*command, options->question);
   AddSelectionOptions(*command, options->selection);

@@ -15,7 +15,8 @@ void CsvWriter::AppendHeader(std::string& text) {
   hasHeader = true;
   text += shape.isForSeries ? "timestamp" : "date,timestamp";
   text += shape.isForSeries || shape.isSeveral ? ",id" : "";
-  for (const auto& label : shape.labels) {
+  text += !shape.isForSeries && shape.hasSources ? ",source" : "";
+  for (const auto& label : shape.isForSeries ? shape.labels : Labels()) {
     text += label.first == ID_LABEL ? "" : "," + QuoteCsv(label.first);
   }
   for (const std::string& name : shape.names) {
@@ -27,8 +28,12 @@ void CsvWriter::AppendHeader(std::string& text) {
 void CsvWriter::Begin(const Series& series, int /*round*/, std::string& text) {
   AppendHeader(text);
   names = shape.isForSeries || shape.isSeveral ? "," + QuoteCsv(series.zeltId) : "";
-  for (const auto& label : shape.isForSeries ? series.labels : Labels()) {
-    names += label.first == ID_LABEL ? "" : "," + QuoteCsv(label.second);
+  names += !shape.isForSeries && shape.hasSources ? "," + QuoteCsv(series.source) : "";
+  for (const auto& label : shape.isForSeries ? shape.labels : Labels()) {
+    const auto own = series.labels.find(label.first);
+    names += label.first == ID_LABEL      ? ""
+             : own == series.labels.end() ? ","
+                                          : "," + QuoteCsv(own->second);
   }
 }
 

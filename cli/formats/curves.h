@@ -12,7 +12,8 @@ using Points = std::vector<NumericalDataPoint>;
 
 // The points of one function of a file, in the order of their dates.
 struct Curve {
-  std::string zeltId;
+  std::string name;  // of the file or, where it has several, of the data source
+  bool isOfSeveral = false;
   std::string function;  // its name
   Points points;
 };

@@ -46,6 +46,9 @@ void JsonWriter::Append(const Piece& piece, std::string& text) {
     if (shape.isForSeries || shape.isSeveral) {
       object["id"] = series.zeltId;
     }
+    if (!shape.isForSeries && !series.source.empty()) {
+      object["source"] = series.source;
+    }
     for (const auto& [name, label] : shape.isForSeries ? series.labels : Labels()) {
       object.emplace(name, label);
     }

@@ -19,15 +19,16 @@ using Print = void (*)(const Curves& curves, const AnswerShape& shape, std::ostr
 
 // Short names for the columns of a table: only what differs.
 std::string NameColumn(const Curve& curve, const AnswerShape& shape) {
-  if (!shape.isSeveral) {
+  if (!shape.isSeveral && !curve.isOfSeveral) {
     return curve.function;
   }
-  const std::string id = WithoutControls(curve.zeltId);
+  const std::string id = WithoutControls(curve.name);
   return shape.functions.size() == 1 ? id : id + ' ' + curve.function;
 }
 
 void PrintAsTable(const Curves& curves, const AnswerShape& shape, std::ostream& output) {
-  if (!shape.isSeveral && shape.functions.size() == 1) {
+  const bool isAlone = curves.size() == 1 && !curves.front().isOfSeveral;
+  if (!shape.isSeveral && isAlone) {
     const unsigned int columns = shape.isOnTerminal ? GetTerminalColumns() : 0;
     return PrintTable(curves.front().points, shape.unit, columns, output);
   }
@@ -42,7 +43,7 @@ void PrintAsTable(const Curves& curves, const AnswerShape& shape, std::ostream& 
 std::vector<std::string> NameCurves(const Curves& curves) {
   std::vector<std::string> names;
   for (const Curve& curve : curves) {
-    names.push_back(WithoutControls(curve.zeltId) + ' ' + curve.function);
+    names.push_back(WithoutControls(curve.name) + ' ' + curve.function);
   }
   return names;
 }
@@ -79,8 +80,10 @@ class CollectingWriter : public PointWriter {
 
   void Begin(const Series& series, int /*round*/, std::string& /*text*/) override {
     begun.clear();
+    const bool isOfSeveral = !series.source.empty();
+    const std::string name = series.zeltId + (isOfSeveral ? ' ' + series.source : "");
     for (const std::string& function : shape.functions) {
-      begun.push_back({series.zeltId, function, {}});
+      begun.push_back({name, isOfSeveral, function, {}});
     }
   }
 

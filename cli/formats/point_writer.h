@@ -19,6 +19,8 @@ struct AnswerShape {
   std::vector<std::string> names = {"value"};  // of the values of a point
   CalendarUnit unit = CalendarUnit::Minute;    // by which tables name the dates of points
   bool isSeveral = false;                      // the answers may be those of several files
+  bool hasSources = false;                     // one of the files has several data sources
+  bool hasConsolidation = false;  // one of them has rows that are no samples, as they are exported
   bool hasQuality = true;
   bool isForSeries = false;   // CSV and JSON for another database, without local times
   Labels labels;              // of the series of another database; all have the same names

@@ -84,13 +84,13 @@ void TellArchives(const Source& source, const std::vector<ChosenArchive>& chosen
               FormatUtc(std::max(one.begin, one.archive->firstTime));
     }
   }
-  PrintMessage(source.zeltId + ": read from " + text);
+  PrintMessage(source.fileName + ": read from " + text);
 }
 
 void TellRepeatedRows(const Source& source, const ChosenArchive& chosen,
                       const std::string& intervalName, long long intervalLength) {
   if (intervalLength < chosen.rowLength) {
-    PrintMessage(source.zeltId + ": rows of " + std::to_string(chosen.rowLength) +
+    PrintMessage(source.fileName + ": rows of " + std::to_string(chosen.rowLength) +
                  " s are repeated, as " + intervalName + " is shorter");
   }
 }

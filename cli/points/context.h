@@ -5,6 +5,7 @@
 
 #include "base/command_error.h"
 #include "points/metadata_store.h"
+#include "points/row_tally.h"
 #include "rrd/patient_client.h"
 #include "timeseries/host.h"
 #include "timeseries/rrd/database.h"
@@ -23,6 +24,7 @@ struct Context {
   Utilities::FileSystem fileSystem;
   MetadataStore store;
   PatientClient rrdClient;
+  RowTally rowTally;
 
   // The command will end with EXIT_PARTIAL_DATA, unless something failed.
   void NotePartialData() {

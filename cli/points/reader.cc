@@ -182,8 +182,16 @@ void Reader::StreamSamples(const PieceConsumer& consume) {
                    piece.AddTime(time + i * length);
                    piece.AddValue({values[i], !std::isnan(values[i])});
                  }
+                 source.context.rowTally.Add(FindConsolidation(time), length, values, count);
                  return consume(piece);
                });
+}
+
+// That of the archive which answers for a sample.
+const std::string& Reader::FindConsolidation(long long time) const {
+  const auto next = std::find_if(chosen.begin() + 1, chosen.end(),
+                                 [time](const ChosenArchive& one) { return one.begin > time; });
+  return (next - 1)->archive->consolidation;
 }
 
 void Reader::StreamIntervals(const PieceConsumer& consume) {

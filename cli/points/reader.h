@@ -3,30 +3,21 @@
 #include <optional>
 #include <vector>
 
-#include "points/points.h"
+#include "points/point_stream.h"
 #include "points/window.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// The answer of one file to a question: what is asked is resolved at first, then streamed in
-// pieces. Every operation throws CommandError. Question and source must outlive it.
-class Reader {
+// The answer of a data source whose rows are samples.
+class Reader : public PointStream {
  public:
-  // What is not later than `confirmed`, a sample or the start of an interval, is left out.
   Reader(const Question& askedQuestion, const Source& askedSource,
          std::optional<long long> confirmed = std::nullopt);
 
-  // Whether there is no sample in the window, or nothing that is not confirmed.
-  bool IsEmpty() const { return isEmpty; }
-
-  // Tells on standard error what the user should know of the points.
-  void Tell() const;
-
-  // Whether no sample of the file starts the window, so that no point is good.
-  bool IsPartialData() const { return isPartialData; }
-
-  // Streams the samples of the window, both ends included, or the points of its intervals.
-  void Stream(const PieceConsumer& consume);
+  bool IsEmpty() const override { return isEmpty; }
+  void Tell() const override;
+  bool IsPartialData() const override { return isPartialData; }
+  void Stream(const PieceConsumer& consume) override;
 
  private:
   void PrepareSamples(std::optional<long long> confirmed);
@@ -35,6 +26,7 @@ class Reader {
   void ChooseOneArchive(long long start);
   [[noreturn]] void RefuseIncomplete() const;
   void StreamSamples(const PieceConsumer& consume);
+  const std::string& FindConsolidation(long long time) const;
   void StreamIntervals(const PieceConsumer& consume);
   void StreamWhole(const PieceConsumer& consume);
 

@@ -81,11 +81,19 @@ std::optional<long long> RowReader::FindFirstSample(long long first, long long l
 }
 
 bool RowReader::Has(const ChosenArchive& chosen, long long first, long long last) const {
-  return fetched.GetStep() == static_cast<unsigned long long>(chosen.rowLength) &&
+  return fetchedArchive == chosen.archive &&
+         fetched.GetStep() == static_cast<unsigned long long>(chosen.rowLength) &&
          fetched.GetStartTime() <= first && last <= fetched.GetEndTime();
 }
 
 void RowReader::Fetch(const ChosenArchive& chosen, long long first, long long last) {
+  fetchedArchive = chosen.archive;
+  if (source.isByArchive) {
+    const auto archive = static_cast<unsigned long>(chosen.archive - source.file.archives.data());
+    return Require(source.context.rrdClient.FetchRows(source.path, archive, source.column, first,
+                                                      last, fetched),
+                   source.zeltId, std::string("its rows cannot be read: ") + Failure::GetReason());
+  }
   const Rrd::ArchiveDescription* const read = source.file.FindArchive(first);
   if (read->stepsPerRow != chosen.archive->stepsPerRow) {
     first = FindOwnRow(source, chosen, first);

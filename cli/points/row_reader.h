@@ -39,6 +39,7 @@ class RowReader {
 
   const Source& source;
   Rrd::FetchResult fetched;
+  const Rrd::ArchiveDescription* fetchedArchive = nullptr;
   std::vector<double> padded;
 };
 

@@ -103,8 +103,25 @@ void AddSelectionOptions(CLI::App& command, SelectionOptions& options) {
       ->allow_extra_args(false);
 }
 
+void AddSourceOption(CLI::App& command, std::vector<std::string>& names) {
+  command
+      .add_option("--source", names,
+                  "Data sources of files that have several (default: all of them)")
+      ->type_name("NAME[,NAME...]")
+      ->allow_extra_args(false)
+      ->delimiter(',');
+}
+
+std::string SelectedFile::GetPathOfExisting(Context& context) const {
+  return context.GetPathOfExisting(directory, zeltId);
+}
+
+std::string SelectedFile::GetPathOfNative(Context& context) const {
+  return context.GetPathOfNative(directory, zeltId);
+}
+
 Series SelectedFile::MakeSeries(const Labels& more) const {
-  Series series{zeltId, more};
+  Series series{zeltId, more, ""};
   series.labels.insert(labels.begin(), labels.end());
   series.labels[ID_LABEL] = zeltId.substr(series.GetScope().size() + 1);
   return series;

@@ -25,10 +25,20 @@ struct SelectionOptions {
 // --exclude and --label-directory.
 void AddSelectionOptions(CLI::App& command, SelectionOptions& options);
 
+// --source, names of data sources with commas between them.
+void AddSourceOption(CLI::App& command, std::vector<std::string>& names);
+
 struct SelectedFile {
   std::string directory;
   std::string zeltId;
   Labels labels;  // of the directory
+
+  // What messages call it.
+  const std::string& GetName() const { return zeltId; }
+
+  // The path of the file, which exists and, for the second, was not written by another machine.
+  std::string GetPathOfExisting(Context& context) const;
+  std::string GetPathOfNative(Context& context) const;
 
   std::string GetScope() const { return zeltId.substr(0, zeltId.find(':')); }
 

@@ -12,7 +12,8 @@ using Labels = std::map<std::string, std::string>;
 // What another database gets of a file.
 struct Series {
   std::string zeltId;
-  Labels labels;  // with that of the name, "id"
+  Labels labels;       // with that of the name, "id"
+  std::string source;  // empty where the file has a single one
 
   std::string GetScope() const { return zeltId.substr(0, zeltId.find(':')); }
 };
@@ -22,6 +23,11 @@ constexpr char ID_LABEL[] = "id";
 
 // The label of the directory, where files of several are sent; its value is the directory's name.
 constexpr char DIRECTORY_LABEL[] = "directory";
+
+// The labels of a data source of several, and of what rows tell of the samples of their time, where
+// they are no samples.
+constexpr char SOURCE_LABEL[] = "source";
+constexpr char CONSOLIDATION_LABEL[] = "consolidation";
 
 // Reads texts of the form "KEY=VALUE". Throws UsageError for any other, for a key that is given
 // twice and for the keys that the command itself gives.

@@ -1,13 +1,126 @@
 #include "points/source.h"
 
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <utility>
+
+#include "base/message.h"
+#include "points/spans.h"
 #include "rrd/described_file.h"
+#include "timeseries/rrd/constants.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+[[noreturn]] void RefuseName(const std::string& name, const std::string& fileName,
+                             const Rrd::FileDescription& file) {
+  std::vector<std::string> known;
+  for (const Rrd::DataSourceDescription& source : file.dataSources) {
+    known.push_back(source.name);
+  }
+  throw CommandError(fileName,
+                     "has no data source " + name + "; there is " + CLI::detail::join(known, ", "),
+                     StatusCode::NotFound);
+}
+
+}  // namespace
 
 Source::Source(const SelectedFile& selected, Context& commandContext)
-    : zeltId(selected.zeltId),
-      path(commandContext.GetPathOfNative(selected.directory, zeltId)),
-      file(DescribeSingleSource(commandContext.rrdClient, path, zeltId)),
-      context(commandContext) {}
+    : Source(selected.GetName(), selected.GetPathOfNative(commandContext),
+             std::make_shared<Rrd::FileDescription>(DescribeSingleSource(
+                 commandContext.rrdClient, selected.GetPathOfNative(commandContext),
+                 selected.GetName())),
+             0, commandContext) {}
+
+Source::Source(const std::string& nameOfFile, const std::string& filePath,
+               std::shared_ptr<const Rrd::FileDescription> description, unsigned long sourceColumn,
+               Context& commandContext)
+    : fileName(nameOfFile),
+      zeltId(nameOfFile),
+      path(filePath),
+      described(std::move(description)),
+      file(*described),
+      context(commandContext),
+      column(sourceColumn),
+      hasSpans(HasSpans(file)),
+      isByArchive(hasSpans || file.dataSources.size() > 1) {
+  if (file.dataSources.size() > 1) {
+    sourceName = file.dataSources[column].name;
+    zeltId += ' ' + sourceName;
+  }
+}
+
+void RequireSources(const std::vector<std::string>& names, const std::string& fileName,
+                    const Rrd::FileDescription& file) {
+  for (const std::string& name : names) {
+    if (std::none_of(file.dataSources.begin(), file.dataSources.end(),
+                     [&name](const auto& source) { return source.name == name; })) {
+      RefuseName(name, fileName, file);
+    }
+  }
+}
+
+std::vector<Source> OpenSources(const SelectedFile& selected, const std::vector<std::string>& names,
+                                Context& context) {
+  const std::string path = selected.GetPathOfNative(context);
+  const auto file = std::make_shared<const Rrd::FileDescription>(
+      DescribeFile(context.rrdClient, path, selected.GetName()));
+  RequireSources(names, selected.GetName(), *file);
+  std::vector<Source> sources;
+  for (unsigned long i = 0; i < file->dataSources.size(); ++i) {
+    const bool isWanted = names.empty() || std::find(names.begin(), names.end(),
+                                                     file->dataSources[i].name) != names.end();
+    if (isWanted) {
+      sources.emplace_back(selected.GetName(), path, file, i, context);
+    }
+  }
+  return sources;
+}
+
+std::vector<Source> OpenSourcesOfRows(const SelectedFile& selected,
+                                      const std::vector<std::string>& names, Context& context) {
+  std::vector<Source> sources;
+  for (Source& source : OpenSources(selected, names, context)) {
+    if (!source.hasSpans) {
+      sources.push_back(source);
+      continue;
+    }
+    for (const std::string& consolidation : ListConsolidations(source.file)) {
+      source.consolidation = consolidation;
+      sources.push_back(source);
+    }
+  }
+  return sources;
+}
+
+void ForEachSource(const std::vector<Source>& sources, Context& context,
+                   const std::function<void(const Source&)>& work) {
+  for (const Source& source : sources) {
+    try {
+      work(source);
+    } catch (const CommandError& error) {
+      if (sources.size() == 1) {
+        throw;
+      }
+      PrintMessage(error.GetText());
+      context.exitStatus = EXIT_FAILED;
+    }
+  }
+}
+
+Series MakeSeries(const SelectedFile& file, const Source& source, const Labels& more) {
+  Series series = file.MakeSeries(more);
+  series.source = source.sourceName;
+  const bool isLast = source.consolidation == Rrd::LAST_KEYWORD;
+  for (const auto& [name, value] : {std::pair(SOURCE_LABEL, source.sourceName),
+                                    {CONSOLIDATION_LABEL, isLast ? "" : source.consolidation}}) {
+    if (!value.empty() && !series.labels.emplace(name, value).second) {
+      throw CommandError(source.zeltId,
+                         std::string("the label ") + name + " is given by the command itself",
+                         StatusCode::InvalidArgument);
+    }
+  }
+  return series;
+}
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -12,15 +12,6 @@ namespace {
 constexpr unsigned long long MAXIMUM_ROW_COUNT = 1ULL << 23;
 constexpr unsigned long long MAXIMUM_POINT_COUNT = 1ULL << 21;
 
-TimeWindow MakeWindow(const Question& question, long long start, long long end) {
-  TimeWindow window;
-  window.start.timeZone = question.zone;
-  window.start.timestamp = start;
-  window.end.timeZone = question.zone;
-  window.end.timestamp = end;
-  return window;
-}
-
 // The start of the file's rows, or of its samples as a store has it. A stored timestamp may be any
 // number, and archives may reach back behind 1970, but no sample can.
 long long GetFirstRow(const Source& source) {
@@ -61,12 +52,11 @@ unsigned long long GetSeconds(const TimeWindow& window) {
       std::max(0LL, window.end.timestamp - window.start.timestamp));
 }
 
-void RequireCount(const Source& source, const ChosenArchive& chosen, unsigned long long count,
+void RequireCount(const Source& source, long long first, unsigned long long count,
                   unsigned long long maximum) {
-  if (count > std::max<unsigned long long>(chosen.archive->rowCount, maximum)) {
+  if (count > maximum) {
     throw CommandError(source.zeltId,
-                       "the window is too long; the file covers " +
-                           FormatUtc(chosen.archive->firstTime) + " - " +
+                       "the window is too long; the file covers " + FormatUtc(first) + " - " +
                            FormatUtc(source.file.lastUpdate),
                        StatusCode::OutOfRange);
   }
@@ -96,6 +86,15 @@ std::string DescribeClockChange(const TimeWindow& window, long long intervalLeng
 }
 
 }  // namespace
+
+TimeWindow MakeWindow(const Question& question, long long start, long long end) {
+  TimeWindow window;
+  window.start.timeZone = question.zone;
+  window.start.timestamp = start;
+  window.end.timeZone = question.zone;
+  window.end.timestamp = end;
+  return window;
+}
 
 long long GetFirstSample(const Source& source, RowReader& rows) {
   const long long last = source.file.lastUpdate;
@@ -190,6 +189,18 @@ bool HasBoundOnRow(const Question& question, long long rowLength, Date::Date sta
   return false;
 }
 
+void RequireFewPoints(const Question& question, const Source& source, long long first,
+                      long long last, const TimeWindow& window) {
+  TimeWindow before = window;
+  before.end.timestamp = std::min(window.end.timestamp, first);
+  TimeWindow behind = window;
+  behind.start.timestamp = std::max(window.start.timestamp, last);
+  const auto length = static_cast<unsigned long long>(GetIntervalLength(question, window));
+  const auto uncovered = GetSeconds(before) + GetSeconds(behind);
+  const auto held = question.isAtOnce ? GetSeconds(window) : uncovered;
+  RequireCount(source, first, held / length, MAXIMUM_POINT_COUNT);
+}
+
 void RequireBounded(const Question& question, const Source& source, const ChosenArchive& chosen,
                     const TimeWindow& window) {
   const bool isWhole = question.interval->IsWhole();
@@ -201,8 +212,11 @@ void RequireBounded(const Question& question, const Source& source, const Chosen
   behind.start.timestamp = std::max(window.start.timestamp, source.file.lastUpdate);
   const auto uncovered = GetSeconds(before) + GetSeconds(behind);
   const auto held = isWhole || question.isAtOnce ? GetSeconds(window) : uncovered;
-  RequireCount(source, chosen, (isWhole ? held : uncovered) / rowLength, MAXIMUM_ROW_COUNT);
-  RequireCount(source, chosen, held / length, MAXIMUM_POINT_COUNT);
+  const auto rowCount = static_cast<unsigned long long>(chosen.archive->rowCount);
+  const long long first = chosen.archive->firstTime;
+  RequireCount(source, first, (isWhole ? held : uncovered) / rowLength,
+               std::max(rowCount, MAXIMUM_ROW_COUNT));
+  RequireCount(source, first, held / length, std::max(rowCount, MAXIMUM_POINT_COUNT));
 }
 
 void RequireEndOnBound(const Question& question, const Source& source, const TimeWindow& window) {

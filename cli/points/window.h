@@ -10,6 +10,8 @@
 // CommandError.
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
+TimeWindow MakeWindow(const Question& question, long long start, long long end);
+
 // The time of the file's first sample.
 long long GetFirstSample(const Source& source, RowReader& rows);
 
@@ -34,6 +36,10 @@ long long GetIntervalLength(const Question& question, const TimeWindow& window);
 // Whether a bound, from `start` back, lies on a row. The library finds the samples of all intervals
 // that are counted from there at their places.
 bool HasBoundOnRow(const Question& question, long long rowLength, Date::Date start);
+
+// The same where a file covers the time from `first` to `last`.
+void RequireFewPoints(const Question& question, const Source& source, long long first,
+                      long long last, const TimeWindow& window);
 
 // Requires that the answer is bounded: the time that the file does not cover is answered as well.
 void RequireBounded(const Question& question, const Source& source, const ChosenArchive& chosen,

@@ -8,7 +8,8 @@
 #include "base/message.h"
 #include "base/round_up.h"
 #include "base/time_text.h"
-#include "points/reader.h"
+#include "points/point_stream.h"
+#include "points/spans.h"
 #include "replace/interruption.h"
 #include "rrd/described_file.h"
 
@@ -18,7 +19,7 @@ namespace {
 // The kind of a series: other points, or the same with other labels, are another series. It is
 // UTF-8, as line protocol is.
 std::string DescribeKind(const Question& question, Labels labels) {
-  labels.insert(question.labels.begin(), question.labels.end());
+  labels.erase(ID_LABEL);
   nlohmann::json kind = nlohmann::json::array();
   if (question.interval) {
     kind = {question.interval->Identify(), CLI::detail::join(GetNames(question.functions), ","),
@@ -39,9 +40,10 @@ AnswerShape MakeShape(const Question& question) {
 
 }  // namespace
 
-Pusher::Pusher(const Question& pushedQuestion, HttpSender& httpSender, PushState& pushState,
-               Context& commandContext)
+Pusher::Pusher(const Question& pushedQuestion, const std::vector<std::string>& names,
+               HttpSender& httpSender, PushState& pushState, Context& commandContext)
     : question(pushedQuestion),
+      sourceNames(names),
       sender(httpSender),
       state(pushState),
       context(commandContext),
@@ -53,10 +55,19 @@ void Pusher::Push(const Selection& selection) {
 }
 
 void Pusher::PushFile(const SelectedFile& file) {
-  const Source source(file, context);
+  const std::vector<Source> sources = question.interval
+                                          ? OpenSources(file, sourceNames, context)
+                                          : OpenSourcesOfRows(file, sourceNames, context);
+  ForEachSource(sources, context, [&](const Source& source) {
+    PushSource(file, source, source.column == sources.front().column);
+  });
+}
+
+void Pusher::PushSource(const SelectedFile& file, const Source& source, bool isTold) {
   std::string header;  // stays empty in line protocol
-  format.Begin(file.MakeSeries(question.labels), 0, header);
-  const PushedSeries series{ResolvePath(file.directory), DescribeKind(question, file.labels),
+  const Series sent = MakeSeries(file, source, question.labels);
+  format.Begin(sent, 0, header);
+  const PushedSeries series{ResolvePath(file.directory), DescribeKind(question, sent.labels),
                             file.zeltId};
   const std::optional<long long> confirmed = state.Find(series);
   if (confirmed && *confirmed > source.file.lastUpdate) {
@@ -65,15 +76,17 @@ void Pusher::PushFile(const SelectedFile& file) {
   if (confirmed) {
     TellGap(source, *confirmed);
   }
-  Reader reader(question, source, confirmed);
-  if (reader.IsEmpty()) {
+  const std::unique_ptr<PointStream> stream = MakePointStream(question, source, confirmed);
+  if (stream->IsEmpty()) {
     return;
   }
-  reader.Tell();
-  if (reader.IsPartialData()) {
+  if (isTold) {
+    stream->Tell();
+  }
+  if (stream->IsPartialData()) {
     context.NotePartialData();
   }
-  reader.Stream([&](const Piece& piece) { return Add(piece, series); });
+  stream->Stream([&](const Piece& piece) { return Add(piece, series); });
 }
 
 // The file was made anew.
@@ -92,12 +105,26 @@ void Pusher::TellGap(const Source& source, long long confirmed) const {
     start.timestamp = confirmed;
     next = question.interval->ComputeNext(start).timestamp;
   }
+  source.hasSpans ? TellLostRows(source, next) : TellLostSamples(source, next);
+}
+
+void Pusher::TellLostSamples(const Source& source, long long next) const {
   const Rrd::ArchiveDescription& archive = RequireArchive(source.file, next, source.zeltId);
   const auto step = static_cast<long long>(GetRowLength(source.file, archive));
   next = RoundUp(next, step);
   if (archive.firstTime > next) {
     PrintMessage(source.zeltId + ": the samples from " + FormatUtc(next) + " to " +
                  FormatUtc(archive.firstTime - step) + " are no longer in its file, and not sent");
+    context.NotePartialData();
+  }
+}
+
+void Pusher::TellLostRows(const Source& source, long long next) const {
+  const std::string function = source.consolidation.empty() ? "AVERAGE" : source.consolidation;
+  const Segments segments = ChooseSegments(source, FindPool(source, function));
+  if (!segments.empty() && segments.front().begin > next) {
+    PrintMessage(source.zeltId + ": the rows from " + FormatUtc(next) + " to " +
+                 FormatUtc(segments.front().begin) + " are no longer in its file, and not sent");
     context.NotePartialData();
   }
 }

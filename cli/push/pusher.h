@@ -17,8 +17,8 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 // Sends what the server has not confirmed yet, in batches across all files.
 class Pusher {
  public:
-  Pusher(const Question& pushedQuestion, HttpSender& httpSender, PushState& pushState,
-         Context& commandContext);
+  Pusher(const Question& pushedQuestion, const std::vector<std::string>& names,
+         HttpSender& httpSender, PushState& pushState, Context& commandContext);
 
   // Throws SendError and Interrupted.
   void Push(const Selection& selection);
@@ -35,8 +35,11 @@ class Pusher {
   };
 
   void PushFile(const SelectedFile& file);
+  void PushSource(const SelectedFile& file, const Source& source, bool isTold);
   void TellOlder(const Source& source, long long confirmed) const;
   void TellGap(const Source& source, long long confirmed) const;
+  void TellLostSamples(const Source& source, long long next) const;
+  void TellLostRows(const Source& source, long long next) const;
   bool Add(const Piece& piece, const PushedSeries& series);
   void SendBatch();
   void SendApart();
@@ -45,6 +48,7 @@ class Pusher {
   void Confirm(const std::vector<Part>& parts);
 
   const Question& question;
+  const std::vector<std::string>& sourceNames;
   HttpSender& sender;
   PushState& state;
   Context& context;

@@ -34,6 +34,13 @@ StatusCode PatientClient::Fetch(const std::string& path, long long start, long l
   return Repeat(path, [&] { return RrdClient::Fetch(path, start, end, result); });
 }
 
+StatusCode PatientClient::FetchRows(const std::string& path, unsigned long archive,
+                                    unsigned long source, long long start, long long end,
+                                    Rrd::FetchResult& result) const {
+  return Repeat(path,
+                [&] { return RrdClient::FetchRows(path, archive, source, start, end, result); });
+}
+
 StatusCode PatientClient::Create(const std::string& path, long long step, long long startTime,
                                  double minimum, double maximum, unsigned int rowCount) const {
   return Repeat(

@@ -35,6 +35,8 @@ class PatientClient : private RrdClient {
                      double maximum, unsigned int rowCount) const override;
   StatusCode UpdateAtomically(const std::string& path, const std::map<long long, double>& samples,
                               Rrd::Durability durability) const;
+  StatusCode FetchRows(const std::string& path, unsigned long archive, unsigned long source,
+                       long long start, long long end, Rrd::FetchResult& result) const;
   StatusCode Describe(const std::string& path, Rrd::FileDescription& description) const;
 
  private:

@@ -82,6 +82,13 @@ class NVX_TIMESERIES_EXPORT RrdClient {
   StatusCode UpdateAtomically(const std::string& path, const std::map<long long, double>& samples,
                               Rrd::Durability durability) const;
 
+  // The rows of one archive and one data source from `start` to `end`, both included and moved to
+  // the later row, missing where the archive has none. `archive` and `source` are places in the
+  // description. Fetch instead leaves it to the RRD library which archive is read, and takes the
+  // values of one row after the other for samples. `result` is unchanged on every failure.
+  StatusCode FetchRows(const std::string& path, unsigned long archive, unsigned long source,
+                       long long start, long long end, Rrd::FetchResult& result) const;
+
   // What the file consists of. For a missing file, the code of FileSystem::CheckFileExist.
   // `description` is unchanged on every failure.
   StatusCode Describe(const std::string& path, Rrd::FileDescription& description) const;

@@ -24,9 +24,6 @@ constexpr std::size_t USUAL_HEADER = 4096;
 // The RRD library takes several times a header's size in memory. Room for 70,000 data sources.
 constexpr std::uint64_t LARGEST_HEADER = 1 << 24;
 
-// Values, a GiB of them: at a step of a minute, 255 years.
-constexpr std::uint64_t LARGEST_FETCH = 1 << 27;
-
 // In seconds. The RRD library uses an unsigned long, which has 32 bits on some machines.
 constexpr unsigned long LONGEST_ARCHIVE =
     std::min<std::uint64_t>(FARTHEST_TIME, std::numeric_limits<unsigned long>::max());
@@ -38,16 +35,6 @@ constexpr long MICROSECONDS = 1000000;
 
 constexpr char TOO_LARGE[] = "it has too many data sources or archives for a file of this machine";
 constexpr char CUT_OFF[] = "its header is cut off";
-
-// The RRD library changes a header in place, and for a moment a current row may lie outside its
-// archive. So a fault that was found without the lock is looked for again with it. False while
-// another process writes.
-bool LockForReading(int fd) {
-  struct flock lock {};
-  lock.l_type = F_RDLCK;
-  lock.l_whence = SEEK_SET;
-  return fcntl(fd, F_SETLK, &lock) == 0 || (errno != EAGAIN && errno != EACCES);
-}
 
 // Reads from the start of the file; less than `size` only where the file ends.
 std::string ReadStart(int fd, std::size_t size) {
@@ -153,6 +140,13 @@ bool HasAllValues(const std::vector<ArchiveDescription>& archives, unsigned long
 
 }  // namespace
 
+bool FileGate::Lock(int fd) {
+  struct flock lock {};
+  lock.l_type = F_RDLCK;
+  lock.l_whence = SEEK_SET;
+  return fcntl(fd, F_SETLK, &lock) == 0 || (errno != EAGAIN && errno != EACCES);
+}
+
 FileGate::FileGate(int fd) {
   if (fd != -1) {
     Read(fd);
@@ -165,15 +159,17 @@ FileGate::FileGate(std::string fileHeader, std::uint64_t fileSize) : header(std:
 
 bool FileGate::IsFileLocked(const std::string& path) {
   const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  return file.IsOpen() && !LockForReading(file.Get());
+  return file.IsOpen() && !Lock(file.Get());
 }
 
+// The RRD library changes a header in its place, and for a moment a row may lie outside its
+// archive: what was found without the lock is found again with it.
 void FileGate::Read(int fd) {
   fault = ReadFile(fd);
   if (fault == nullptr) {
     return;
   }
-  fault = LockForReading(fd) ? ReadFile(fd) : LOCK_FAULT;
+  fault = Lock(fd) ? ReadFile(fd) : LOCK_FAULT;
 }
 
 const char* FileGate::GetFetchFault(long long start, long long end) const {
@@ -205,6 +201,25 @@ const char* FileGate::GetMigrationFault() const {
         return description.step * archive.stepsPerRow > std::numeric_limits<int>::max();
       });
   return isRowTooLong ? "the rows of an archive are too long" : nullptr;
+}
+
+const char* FileGate::FindRows(unsigned long archive, unsigned long source, Rows& rows) const {
+  if (fault != nullptr) {
+    return fault;
+  }
+  if (archive >= description.archives.size() || source >= sourceCount) {
+    return "it has no such archive or data source";
+  }
+  std::uint64_t rowsBefore = 0;
+  for (unsigned long i = 0; i < archive; ++i) {
+    rowsBefore += description.archives[i].rowCount;
+  }
+  rows.archive = &description.archives[archive];
+  rows.oldest = (newestRows[archive] + 1ULL) % rows.archive->rowCount;
+  rows.position = header.size() + (rowsBefore * sourceCount + source) * sizeof(rrd_value_t);
+  rows.sourceCount = sourceCount;
+  rows.length = static_cast<long long>(description.step * rows.archive->stepsPerRow);
+  return nullptr;
 }
 
 const char* FileGate::ReadFile(int fd) {
@@ -264,6 +279,7 @@ const char* FileGate::ReadParts(const stat_head_t& head, const HeaderLayout& lay
     }
   }
   description = {};
+  newestRows.clear();
   description.step = head.pdp_step;
   description.lastUpdate = liveHead.last_up;
   for (unsigned long i = 0; i < head.rra_cnt; ++i) {
@@ -276,6 +292,7 @@ const char* FileGate::ReadParts(const stat_head_t& head, const HeaderLayout& lay
     archive.stepsPerRow = definition.pdp_cnt;
     archive.rowCount = definition.row_cnt;
     ComputeTimes(description, archive);
+    newestRows.push_back(ReadStructure<rra_ptr_t>(header, layout.positions, i).cur_row);
   }
   return nullptr;
 }

@@ -15,6 +15,9 @@ inline constexpr long long FARTHEST_TIME = 1LL << 40;
 // The RRD library's words for a file that another process has locked.
 inline constexpr char LOCK_FAULT[] = "could not lock RRD";
 
+// Values, a GiB of them: at a step of a minute, 255 years.
+inline constexpr std::uint64_t LARGEST_FETCH = 1 << 27;
+
 // Checks an RRD file before the RRD library opens it. The RRD library trusts every number in a
 // header: it divides by them, multiplies them modulo 2^64 and uses them as positions.
 //
@@ -28,6 +31,10 @@ class FileGate {
 
   // Checks a header that was read before, of a file of that size.
   FileGate(std::string fileHeader, std::uint64_t fileSize);
+
+  // Takes the RRD library's lock for reading, until this process closes the file next. False while
+  // another process writes.
+  static bool Lock(int fd);
 
   // Whether another process has a lock on the file at this moment.
   static bool IsFileLocked(const std::string& path);
@@ -46,6 +53,19 @@ class FileGate {
   // The same for a migration, in which the RRD library computes the length of a row with 31 bits.
   const char* GetMigrationFault() const;
 
+  // Where the rows of an archive lie in the file. The row of index i, from the oldest one on, is at
+  // (oldest + i) modulo the number of rows.
+  struct Rows {
+    const ArchiveDescription* archive;
+    unsigned long long oldest;
+    std::uint64_t position;  // in the file
+    unsigned long sourceCount;
+    long long length;  // seconds
+  };
+
+  // Why no rows can be read of a file; null when `rows` tells where they lie.
+  const char* FindRows(unsigned long archive, unsigned long source, Rows& rows) const;
+
  private:
   // Reads the file; if it finds a fault, it reads again with a lock.
   void Read(int fd);
@@ -58,7 +78,8 @@ class FileGate {
   std::string header;
   const char* fault = nullptr;
   unsigned long sourceCount = 0;
-  FileDescription description;  // the step and the archives alone
+  FileDescription description;            // the step and the archives alone
+  std::vector<unsigned long> newestRows;  // of each archive
 };
 
 }  // namespace nvx::TimeSeriesDatabase::Rrd

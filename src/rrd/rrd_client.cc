@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "foundation/log.h"
+#include "rrd/archive_rows.h"
 #include "rrd/file_gate.h"
 #include "rrd/file_information.h"
 #include "rrd/locked_file.h"
@@ -184,6 +185,29 @@ void LogFetchError(const char* fault, std::time_t start, std::time_t end, const 
   NVX_ERROR_IN(
       "Fetch", "error [%s],Time window start time = [%lld], end time = [%lld], file path = [%s]",
       GetReason(fault), static_cast<long long>(start), static_cast<long long>(end), path.c_str());
+}
+
+struct AskedRows {
+  unsigned long archive;
+  unsigned long source;
+  long long start;
+  long long end;
+};
+
+// The RRD library's lock keeps writers away; the header is read once more under it. Returns the
+// fault.
+const char* ReadRows(const GuardedFile& file, const AskedRows& asked, Rrd::ArchiveRows& rows) {
+  const int fd = file.lock.Get();
+  if (fd == -1) {
+    return "it cannot be opened";
+  }
+  if (file.GetFault() != nullptr) {
+    return file.GetFault();
+  }
+  if (!FileGate::Lock(fd)) {
+    return Rrd::LOCK_FAULT;
+  }
+  return rows.Read(fd, FileGate(fd), asked.archive, asked.source, asked.start, asked.end);
 }
 
 // The texts of all samples in one buffer, each with a NUL at its end, and the position of each.
@@ -390,6 +414,22 @@ StatusCode RrdClient::Fetch(const std::string& path, long long start, long long 
   }
 
   result.Fill(s, e, step, samples.release());
+  return StatusCode::Success;
+}
+
+StatusCode RrdClient::FetchRows(const std::string& path, unsigned long archive,
+                                unsigned long source, long long start, long long end,
+                                Rrd::FetchResult& result) const {
+  const GuardedFile file(path);
+  Rrd::ArchiveRows rows;
+  if (const char* const fault = ReadRows(file, {archive, source, start, end}, rows)) {
+    KeepReason(fault);
+    LogFetchError(fault, start, end, path);
+    return StatusCode::Failure;
+  }
+  const long long length = rows.GetLength();
+  result.Fill(rows.GetFirst() - length, rows.GetLast(), static_cast<unsigned long>(length),
+              rows.Release());
   return StatusCode::Success;
 }
 

@@ -1,0 +1,100 @@
+#include "rrd/archive_rows.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <limits>
+#include <vector>
+
+namespace nvx::TimeSeriesDatabase::Rrd {
+namespace {
+
+// Values that are read at once, of all data sources.
+constexpr unsigned long long BLOCK_SIZE = 1 << 13;
+
+// The row of a time, or the next one.
+long long RoundUpToRow(long long time, long long length) {
+  const long long rest = ((time % length) + length) % length;
+  return rest == 0 ? time : time + length - rest;
+}
+
+bool ReadAt(int fd, std::vector<double>& buffer, std::uint64_t position) {
+  char* target = reinterpret_cast<char*>(buffer.data());
+  std::size_t missing = buffer.size() * sizeof(double);
+  while (missing > 0) {
+    const ssize_t count = pread(fd, target, missing, static_cast<off_t>(position));
+    if (count <= 0) {
+      return false;
+    }
+    target += count;
+    position += static_cast<std::uint64_t>(count);
+    missing -= static_cast<std::size_t>(count);
+  }
+  return true;
+}
+
+}  // namespace
+
+const char* ArchiveRows::Read(int fd, const FileGate& gate, unsigned long archive,
+                              unsigned long source, long long start, long long end) {
+  FileGate::Rows rows{};
+  const char* const fault = gate.FindRows(archive, source, rows);
+  return fault == nullptr ? ReadFound(fd, rows, start, end) : fault;
+}
+
+const char* ArchiveRows::ReadFound(int fd, const FileGate::Rows& rows, long long start,
+                                   long long end) {
+  if (start < -FARTHEST_TIME || start > end || end > FARTHEST_TIME) {
+    return "time window out of range";
+  }
+  length = rows.length;
+  first = RoundUpToRow(start, length);
+  last = RoundUpToRow(end, length);
+  const auto count = static_cast<std::uint64_t>((last - first) / length) + 1;
+  if (count > std::max<std::uint64_t>(rows.archive->rowCount, LARGEST_FETCH)) {
+    return "the window is too long";
+  }
+  values.reset(static_cast<double*>(std::malloc(count * sizeof(double))));
+  if (values == nullptr) {
+    return "out of memory";
+  }
+  std::fill_n(values.get(), count, std::numeric_limits<double>::quiet_NaN());
+  const long long from = std::max(first, rows.archive->firstTime);
+  const long long to = std::min(last, rows.archive->lastTime);
+  if (from > to) {
+    return nullptr;
+  }
+  const auto index = static_cast<unsigned long long>((from - rows.archive->firstTime) / length);
+  const auto wanted = static_cast<unsigned long long>((to - from) / length) + 1;
+  const unsigned long long rowCount = rows.archive->rowCount;
+  const unsigned long long row = (rows.oldest + index) % rowCount;
+  const unsigned long long beforeEnd = std::min(wanted, rowCount - row);
+  double* const target = values.get() + (from - first) / length;
+  const bool isRead = ReadRun(fd, rows, row, beforeEnd, target) &&
+                      ReadRun(fd, rows, 0, wanted - beforeEnd, target + beforeEnd);
+  return isRead ? nullptr : "its values are cut off";
+}
+
+// Rows as they lie in the file, one behind the other.
+bool ArchiveRows::ReadRun(int fd, const FileGate::Rows& rows, unsigned long long row,
+                          unsigned long long count, double* target) {
+  const unsigned long long columns = rows.sourceCount;
+  const unsigned long long most = std::max(1ULL, BLOCK_SIZE / columns);
+  std::vector<double> block;
+  while (count > 0) {
+    const unsigned long long taken = std::min(count, most);
+    // The last row ends with the wanted value, lest the file is read behind its end.
+    block.resize((taken - 1) * columns + 1);
+    if (!ReadAt(fd, block, rows.position + row * columns * sizeof(double))) {
+      return false;
+    }
+    for (unsigned long long i = 0; i < taken; ++i) {
+      *target++ = block[i * columns];
+    }
+    row += taken;
+    count -= taken;
+  }
+  return true;
+}
+
+}  // namespace nvx::TimeSeriesDatabase::Rrd
