@@ -249,7 +249,7 @@ class PointRoad : public testing::Test {
     CsvWriter writer(shape);
     Outcome outcome;
     try {
-      const SelectedFile file{directory.GetPath(), zeltId, {}};
+      const SelectedFile file{directory.GetPath(), zeltId, {}, ""};
       for (const Source& source : question.interval ? OpenSources(file, {}, context)
                                                     : OpenSourcesOfRows(file, {}, context)) {
         writer.Begin(MakeSeries(file, source, {}), 0, outcome.output);
@@ -308,7 +308,7 @@ class PointRoad : public testing::Test {
       EXPECT_EQ(queried.status, 1);
       return;
     }
-    const Source source({directory.GetPath(), file.zeltId, {}}, context);
+    const Source source({directory.GetPath(), file.zeltId, {}, ""}, context);
     const auto rowLength = ChooseArchive(source, window.start.timestamp).rowLength;
     const bool isOnRow = window.start.timestamp % rowLength == 0;
     if (!isOnRow && !options.isUnadjusted) {
@@ -341,7 +341,7 @@ class PointRoad : public testing::Test {
     shape.names = question.GetValueNames();
     CsvWriter writer(shape);
     std::string expected;
-    writer.Begin({file.zeltId, {}, ""}, 0, expected);
+    writer.Begin({file.zeltId, {}, "", "topo"}, 0, expected);
     writer.Append(piece, expected);
     EXPECT_EQ(queried.output, expected);
     EXPECT_EQ(queried.status, status == StatusCode::Success ? 0 : 3);

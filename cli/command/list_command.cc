@@ -115,7 +115,7 @@ void ListLong(ListFormat format, Context& context) {
   Selection selection;
   selection.isSeveral = true;
   for (const std::string& zeltId : ListDataSources(context.GetDirectory(), context)) {
-    selection.files.push_back({context.GetDirectory(), zeltId, {}});
+    selection.files.push_back({context.GetDirectory(), zeltId, {}, ""});
   }
   std::vector<nlohmann::ordered_json> entries;
   ForEachFile(selection, context, [&](const SelectedFile& file) {

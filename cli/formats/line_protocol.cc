@@ -43,7 +43,7 @@ void AppendEscaped(const std::string& text, std::string& line) {
 }  // namespace
 
 void LineProtocol::Begin(const Series& series, int /*round*/, std::string& /*text*/) {
-  prefix = series.GetScope();
+  prefix = series.scope;
   for (const auto& [key, value] : series.labels) {
     prefix += ',';
     AppendEscaped(key, prefix);

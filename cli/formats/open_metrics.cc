@@ -54,7 +54,7 @@ OpenMetrics::OpenMetrics(AnswerShape answerShape) : shape(std::move(answerShape)
 void OpenMetrics::Begin(const Series& series, int round, std::string& text) {
   column = static_cast<std::size_t>(round);
   std::string name =
-      series.GetScope() + "_" + (column < shape.names.size() ? shape.names[column] : "quality");
+      series.scope + "_" + (column < shape.names.size() ? shape.names[column] : "quality");
   std::replace(name.begin(), name.end(), '.', '_');  // of a percentile
   if (name != family) {
     text += "# TYPE " + name + " gauge\n";

@@ -100,11 +100,15 @@ std::string Context::GetPathOfExisting(const std::string& directory, const std::
 
 std::string Context::GetPathOfNative(const std::string& directory, const std::string& zeltId) {
   std::string path = GetPathOfExisting(directory, zeltId);
+  RequireNative(path, zeltId);
+  return path;
+}
+
+void Context::RequireNative(const std::string& path, const std::string& name) {
   const std::optional<ForeignFile> foreign = FindForeignFile(path);
   if (foreign) {
-    throw CommandError(zeltId, foreign->Describe(), StatusCode::InvalidArgument);
+    throw CommandError(name, foreign->Describe(), StatusCode::InvalidArgument);
   }
-  return path;
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -54,6 +54,9 @@ struct Context {
     return GetPathOfNative(GetDirectory(), zeltId);
   }
 
+  // Requires that a file was not written by another machine. `name` is for messages.
+  static void RequireNative(const std::string& path, const std::string& name);
+
   // The data source of a file, which is not opened yet.
   Rrd::NumericalDataSource MakeDataSource(const std::string& path) {
     return {path, store, rrdClient.GetForDataSources()};

@@ -5,10 +5,13 @@
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
+#include <map>
 #include <set>
 #include <system_error>
 
 #include "base/message.h"
+#include "points/file_tree.h"
+#include "points/path_labels.h"
 #include "points/window.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -101,6 +104,17 @@ void AddSelectionOptions(CLI::App& command, SelectionOptions& options) {
                   "Leave out the data sources of this pattern; may be repeated")
       ->type_name("PATTERN")
       ->allow_extra_args(false);
+  CLI::Option* const tree =
+      command
+          .add_option("--tree", options.tree,
+                      "All files below DIR whose names end with .rrd, in place of IDs")
+          ->type_name("DIR");
+  command
+      .add_option("--path-labels", options.pathLabels,
+                  "Names of the parts of a path below DIR, such as host/plugin-instance/type, to\n"
+                  "be labels (default: one label, path)")
+      ->type_name("NAMES")
+      ->needs(tree);
 }
 
 void AddSourceOption(CLI::App& command, std::vector<std::string>& names) {
@@ -112,18 +126,47 @@ void AddSourceOption(CLI::App& command, std::vector<std::string>& names) {
       ->delimiter(',');
 }
 
+std::string SelectedFile::GetKey() const {
+  return path.empty() ? zeltId : std::filesystem::path(path).filename().string();
+}
+
 std::string SelectedFile::GetPathOfExisting(Context& context) const {
-  return context.GetPathOfExisting(directory, zeltId);
+  if (path.empty()) {
+    return context.GetPathOfExisting(directory, zeltId);
+  }
+  std::error_code error;
+  if (!std::filesystem::exists(path, error)) {
+    throw CommandError(path, error ? error.message() : "there is no such file",
+                       StatusCode::NotFound);
+  }
+  if (std::filesystem::is_directory(path, error)) {
+    throw CommandError(path, "is a directory", StatusCode::InvalidArgument);
+  }
+  // The RRD library takes a path such as "cb//x.rrd" for the URL of a server.
+  return path[0] == '/' || path.rfind("./", 0) == 0 ? path : "./" + path;
 }
 
 std::string SelectedFile::GetPathOfNative(Context& context) const {
-  return context.GetPathOfNative(directory, zeltId);
+  std::string existing = GetPathOfExisting(context);
+  Context::RequireNative(existing, zeltId);
+  return existing;
+}
+
+std::string SelectedFile::GetScope() const {
+  return path.empty() ? zeltId.substr(0, zeltId.find(':')) : PATH_SCOPE;
 }
 
 Series SelectedFile::MakeSeries(const Labels& more) const {
-  Series series{zeltId, more, ""};
-  series.labels.insert(labels.begin(), labels.end());
-  series.labels[ID_LABEL] = zeltId.substr(series.GetScope().size() + 1);
+  Series series{zeltId, more, "", GetScope()};
+  for (const auto& label : labels) {
+    if (!series.labels.insert(label).second) {
+      throw CommandError(zeltId, "the label " + label.first + " is given twice",
+                         StatusCode::InvalidArgument);
+    }
+  }
+  if (path.empty()) {
+    series.labels[ID_LABEL] = zeltId.substr(series.scope.size() + 1);
+  }
   return series;
 }
 
@@ -142,19 +185,81 @@ std::vector<std::string> ListDataSources(const std::string& directory, Context& 
   return {zeltIds.begin(), zeltIds.end()};
 }
 
+namespace {
+
+SelectedFile MakeFileOfPath(const std::string& path, const std::string& name,
+                            const Labels& labels) {
+  const std::filesystem::path directory = std::filesystem::path(path).parent_path();
+  return {directory.empty() ? "." : directory.string(), name, labels, path};
+}
+
+// The files of the arguments that are paths, each of them once.
+std::vector<SelectedFile> SelectPaths(const std::vector<std::string>& arguments, bool& isSeveral) {
+  std::vector<SelectedFile> files;
+  std::set<std::string> known;
+  for (const std::string& argument : arguments) {
+    const std::vector<std::string> paths = ExpandPath(argument);
+    isSeveral = isSeveral || paths.front() != argument || paths.size() > 1;
+    for (const std::string& path : paths) {
+      const std::string normal = std::filesystem::path(path).lexically_normal();
+      if (known.insert(normal).second) {
+        files.push_back(MakeFileOfPath(path, path, {{PATH_LABEL, normal}}));
+      }
+    }
+  }
+  return files;
+}
+
+Selection SelectTree(const SelectionOptions& options, Context& context) {
+  const PathLabels names =
+      options.pathLabels.empty() ? PathLabels() : PathLabels(options.pathLabels);
+  Selection selection;
+  selection.isSeveral = true;
+  std::map<Labels, std::string> known;
+  for (const std::string& path : ListTree(*options.tree, context)) {
+    if (IsExcluded(path, options.excluded)) {
+      continue;
+    }
+    const Labels labels = names.Read(path);
+    const auto [other, isNew] = known.emplace(labels, path);
+    if (!isNew) {
+      throw UsageError(path, "has the same labels as " + other->second);
+    }
+    const std::filesystem::path whole = std::filesystem::path(*options.tree) / path;
+    selection.files.push_back(MakeFileOfPath(whole, path, labels));
+  }
+  if (selection.files.empty()) {
+    throw CommandError(*options.tree, "has no RRD file", StatusCode::NotFound);
+  }
+  return selection;
+}
+
+}  // namespace
+
 Selection SelectFiles(const std::vector<std::string>& arguments, Context& context,
                       const SelectionOptions& options) {
+  if (options.tree) {
+    if (!arguments.empty()) {
+      throw UsageError(arguments.front(), "cannot be given beside --tree");
+    }
+    return SelectTree(options, context);
+  }
+  std::vector<std::string> ids;
+  std::vector<std::string> paths;
+  std::partition_copy(arguments.begin(), arguments.end(), std::back_inserter(paths),
+                      std::back_inserter(ids), IsPath);
   const std::vector<std::string>& directories = context.directories;
   const bool hasSeveral = directories.size() > 1;
   const std::vector<Labels> labels = MakeDirectoryLabels(directories, options.isDirectoryLabelled);
   Selection selection;
   selection.isSeveral = hasSeveral || arguments.size() > 1;
-  for (std::size_t i = 0; i < directories.size(); ++i) {
+  selection.files = SelectPaths(paths, selection.isSeveral);
+  for (std::size_t i = 0; i < directories.size() && (paths.empty() || !ids.empty()); ++i) {
     try {
       for (const std::string& zeltId :
-           SelectIds(arguments, directories[i], context, selection.isSeveral)) {
+           SelectIds(ids, directories[i], context, selection.isSeveral)) {
         if (!IsExcluded(zeltId, options.excluded)) {
-          selection.files.push_back({directories[i], zeltId, labels[i]});
+          selection.files.push_back({directories[i], zeltId, labels[i], ""});
         }
       }
     } catch (const UsageError&) {
@@ -188,7 +293,7 @@ void ForEachFile(const Selection& selection, Context& context,
 
 FileTimes FindTimes(const std::string& zeltId, Context& context) {
   const auto open = [zeltId, &context] {
-    return Source({context.GetDirectory(), zeltId, {}}, context);
+    return Source({context.GetDirectory(), zeltId, {}, ""}, context);
   };
   return {[open] {
             const Source source = open();

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,16 +14,19 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 constexpr char PATTERN_HELP[] =
-    "An ID with *, ? or [...] that is not a data source itself is a shell pattern for ids, in "
-    "quotes, such as 'topo:Boiler*'.";
+    "An ID with a / or the ending .rrd is the path of a file, whatever its name. One with *, ? or "
+    "[...] that is not a data source itself is a shell pattern for ids, in quotes, such as "
+    "'topo:Boiler*'.";
 
 // What else a command selects by.
 struct SelectionOptions {
   std::vector<std::string> excluded;  // patterns of ids
-  bool isDirectoryLabelled = false;   // also where there is one directory
+  std::optional<std::string> tree;    // all files below this directory, in place of ids
+  std::string pathLabels;
+  bool isDirectoryLabelled = false;  // also where there is one directory
 };
 
-// --exclude and --label-directory.
+// --exclude, --label-directory, --tree and --path-labels.
 void AddSelectionOptions(CLI::App& command, SelectionOptions& options);
 
 // --source, names of data sources with commas between them.
@@ -30,17 +34,21 @@ void AddSourceOption(CLI::App& command, std::vector<std::string>& names);
 
 struct SelectedFile {
   std::string directory;
-  std::string zeltId;
-  Labels labels;  // of the directory
+  std::string zeltId;  // or what a file is called that was given by its path
+  Labels labels;       // of the directory or the path
+  std::string path;    // empty for that of an id
 
   // What messages call it.
   const std::string& GetName() const { return zeltId; }
+
+  // What tells it from others of its directory.
+  std::string GetKey() const;
 
   // The path of the file, which exists and, for the second, was not written by another machine.
   std::string GetPathOfExisting(Context& context) const;
   std::string GetPathOfNative(Context& context) const;
 
-  std::string GetScope() const { return zeltId.substr(0, zeltId.find(':')); }
+  std::string GetScope() const;
 
   // What is sent of it, with more labels.
   Series MakeSeries(const Labels& more) const;

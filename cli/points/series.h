@@ -14,8 +14,7 @@ struct Series {
   std::string zeltId;
   Labels labels;       // with that of the name, "id"
   std::string source;  // empty where the file has a single one
-
-  std::string GetScope() const { return zeltId.substr(0, zeltId.find(':')); }
+  std::string scope;
 };
 
 // The label of what follows the scope in an id.

@@ -7,8 +7,6 @@
 #include "base/message.h"
 #include "base/round_up.h"
 #include "points/span_window.h"
-#include "timeseries/date/time_round_helper.h"
-#include "timeseries/time_helper.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -113,8 +111,7 @@ SpanReader::SpanReader(const Question& askedQuestion, const Source& askedSource,
     throw CommandError(source.zeltId, "no row of it has a value", StatusCode::NotFound);
   }
   window = *found;
-  const bool isAsked =
-      question.from || question.to || question.interval == QueryInterval::FullPeriod;
+  const bool isAsked = question.from || question.to || question.interval->IsWhole();
   if (isAsked && !confirmed && window.start.timestamp >= window.end.timestamp) {
     throw CommandError(source.zeltId, "from is not before to: " + TimeWindowToString(window),
                        StatusCode::InvalidArgument);
@@ -146,10 +143,10 @@ std::size_t SpanReader::FindPart(const std::string& consolidation) {
 }
 
 void SpanReader::PrepareIntervals(std::optional<long long> confirmed) {
-  const bool isWhole = question.interval == QueryInterval::FullPeriod;
+  const bool isWhole = question.interval->IsWhole();
   const bool isOnBound = !question.from && !confirmed && !isWhole && !question.isUnadjusted;
   if (isOnBound) {
-    Date::TimeRoundHelper::RoundDownTime(*question.interval, window.start);
+    window.start = question.interval->RoundDown(window.start);
   }
   intervals.complete = window;
   const std::optional<Intervals> found =
@@ -170,7 +167,7 @@ void SpanReader::PrepareIntervals(std::optional<long long> confirmed) {
   }
   if (confirmed && *confirmed + 1 >= window.start.timestamp) {
     complete.start.timestamp = *confirmed;
-    TimeHelper::ComputeNextDate(*question.interval, Date::Date(complete.start), complete.start);
+    complete.start = question.interval->ComputeNext(complete.start);
     isEmpty = complete.start.timestamp >= complete.end.timestamp;
   }
   if (!isEmpty && !isWhole) {
@@ -212,11 +209,7 @@ std::vector<long long> SpanReader::ListBounds(Date::Date& start) const {
   const Date::Date& end = intervals.complete.end;
   std::vector<long long> bounds = {start.timestamp};
   while (start.timestamp < end.timestamp && bounds.size() <= PIECE_LENGTH) {
-    if (question.interval == QueryInterval::FullPeriod) {
-      start = end;
-    } else {
-      TimeHelper::ComputeNextDate(*question.interval, Date::Date(start), start);
-    }
+    start = question.interval->IsWhole() ? end : question.interval->ComputeNext(start);
     bounds.push_back(start.timestamp);
   }
   return bounds;

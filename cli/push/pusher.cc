@@ -68,7 +68,7 @@ void Pusher::PushSource(const SelectedFile& file, const Source& source, bool isT
   const Series sent = MakeSeries(file, source, question.labels);
   format.Begin(sent, 0, header);
   const PushedSeries series{ResolvePath(file.directory), DescribeKind(question, sent.labels),
-                            file.zeltId};
+                            file.GetKey()};
   const std::optional<long long> confirmed = state.Find(series);
   if (confirmed && *confirmed > source.file.lastUpdate) {
     return TellOlder(source, *confirmed);

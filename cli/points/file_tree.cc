@@ -1,0 +1,83 @@
+#include "points/file_tree.h"
+
+#include <glob.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+
+#include "base/message.h"
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char ENDING[] = ".rrd";
+
+// Adds the files of one directory, and its directories to those that are still to be read.
+std::error_code ReadDirectory(const fs::path& root, const fs::path& directory,
+                              std::vector<std::string>& files, std::vector<fs::path>& directories) {
+  std::error_code error;
+  for (fs::directory_iterator entry(root / directory, error), end; !error && entry != end;
+       entry.increment(error)) {
+    std::error_code unknown;  // what has vanished is no file
+    const fs::path path = directory / entry->path().filename();
+    if (entry->symlink_status(unknown).type() == fs::file_type::directory) {
+      directories.push_back(path);
+    } else if (path.extension() == ENDING && !entry->is_directory(unknown)) {
+      files.push_back(path);
+    }
+  }
+  return error;
+}
+
+}  // namespace
+
+bool IsPath(const std::string& argument) {
+  return argument.find('/') != std::string::npos || fs::path("x" + argument).extension() == ENDING;
+}
+
+std::vector<std::string> ExpandPath(const std::string& path) {
+  std::error_code error;
+  const bool isPattern = path.find_first_of("*?[") != std::string::npos;
+  if (!isPattern || fs::exists(fs::symlink_status(path, error))) {
+    return {path};
+  }
+  glob_t found{};
+  const int status = glob(path.c_str(), 0, nullptr, &found);
+  const std::unique_ptr<glob_t, decltype(&globfree)> owner(&found, globfree);
+  if (status != 0) {
+    throw CommandError(path, "no file matches", StatusCode::NotFound);
+  }
+  return {found.gl_pathv, found.gl_pathv + found.gl_pathc};
+}
+
+std::vector<std::string> ListTree(const std::string& directory, Context& context) {
+  std::vector<std::string> files;
+  std::vector<fs::path> directories = {""};
+  while (!directories.empty()) {
+    const fs::path next = directories.back();
+    directories.pop_back();
+    const std::error_code error = ReadDirectory(directory, next, files, directories);
+    if (!error) {
+      continue;
+    }
+    const CommandError unreadable((directory / next).string(),
+                                  "the directory cannot be read: " + error.message(),
+                                  StatusCode::IoError);
+    if (next.empty()) {
+      throw unreadable;
+    }
+    PrintMessage(unreadable.GetText());
+    context.exitStatus = EXIT_FAILED;
+  }
+  if (files.empty()) {
+    throw CommandError(directory, "has no RRD file", StatusCode::NotFound);
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
