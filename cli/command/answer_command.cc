@@ -141,7 +141,7 @@ class AnswerWriter {
       stream.Tell();
     }
     if (stream.IsEmpty()) {
-      PrintMessage(source.zeltId + ": no sample in the window");
+      PrintMessage(source.name + ": no sample in the window");
     }
     if (stream.IsPartialData()) {
       context.NotePartialData();

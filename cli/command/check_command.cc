@@ -43,7 +43,7 @@ nlohmann::ordered_json MakeObject(const std::string& zeltId, const std::vector<F
 void Run(const CheckOptions& options, Context& context) {
   auto objects = nlohmann::ordered_json::array();
   ForEachFile(SelectFiles(options.zeltIds, context), context, [&](const SelectedFile& file) {
-    const std::string path = context.GetPathOfExisting(file.directory, file.zeltId);
+    const std::string path = file.GetPathOfExisting(context);
     const std::vector<Finding> findings = CheckFile(context.rrdClient, path, file.zeltId);
     if (!findings.empty()) {
       context.NotePartialData();

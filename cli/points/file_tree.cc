@@ -64,7 +64,7 @@ std::vector<std::string> ListTree(const std::string& directory, Context& context
     if (!error) {
       continue;
     }
-    const CommandError unreadable((directory / next).string(),
+    const CommandError unreadable(next.empty() ? directory : (fs::path(directory) / next).string(),
                                   "the directory cannot be read: " + error.message(),
                                   StatusCode::IoError);
     if (next.empty()) {

@@ -67,7 +67,7 @@ Reader::Reader(const Question& askedQuestion, const Source& askedSource,
   const bool isWhole = question.interval->IsWhole();
   const bool isAsked = question.from || question.to || isWhole;
   if (isAsked && !confirmed && window.start.timestamp >= window.end.timestamp) {
-    throw CommandError(source.zeltId, "from is not before to: " + TimeWindowToString(window),
+    throw CommandError(source.name, "from is not before to: " + TimeWindowToString(window),
                        StatusCode::InvalidArgument);
   }
   isWhole ? PrepareWhole() : PrepareIntervals(confirmed);
@@ -138,14 +138,14 @@ void Reader::ChooseOneArchive(long long start) {
   for (auto& function : functions) {
     if (function.second.isIntegral) {
       const auto step = static_cast<unsigned long>(chosen.front().rowLength);
-      Require(DataFunctions::MakeIntegral(step, function.second.compute), source.zeltId,
+      Require(DataFunctions::MakeIntegral(step, function.second.compute), source.name,
               "no integral");
     }
   }
 }
 
 void Reader::RefuseIncomplete() const {
-  throw CommandError(source.zeltId,
+  throw CommandError(source.name,
                      "no complete " + question.intervalName + " in " + TimeWindowToString(window),
                      StatusCode::InvalidArgument);
 }
@@ -157,7 +157,7 @@ void Reader::Tell() const {
                      GetIntervalLength(question, intervals.complete));
   }
   if (isPartialData) {
-    PrintMessage(CommandError(source.zeltId,
+    PrintMessage(CommandError(source.name,
                               "no sample of the file starts the window, so no point is good",
                               StatusCode::PartialData)
                      .GetText());
@@ -255,7 +255,7 @@ Piece Reader::ComputeIntervals(const TimeWindow& part) {
   const StatusCode status = question.interval->GetQueryInterval()
                                 ? ComputeQueryIntervals(part, samples, sampleCount, piece)
                                 : ComputeBounds(part, samples, sampleCount, piece);
-  Require(status, source.zeltId, "no answer for " + TimeWindowToString(part));
+  Require(status, source.name, "no answer for " + TimeWindowToString(part));
   if (isPartialData) {
     piece.SetAllBad();
   }
@@ -309,7 +309,7 @@ Piece Reader::ComputeCut() {
     const bool endsBefore = function.isIntegral && samples.size() > 1;
     const double* const last = &samples.back() - (endsBefore ? 1 : 0);
     Value value;
-    Require(function.compute(&samples.front(), last, value.number, value.isGood), source.zeltId,
+    Require(function.compute(&samples.front(), last, value.number, value.isGood), source.name,
             "no answer for " + TimeWindowToString(*intervals.cut));
     piece.AddValue(value);
   }
@@ -327,7 +327,7 @@ Value Reader::ComputeDelta() {
   Value value;
   Require(DataFunctions::ComputeDelta(samples, samples + (last - first) / length, value.number,
                                       value.isGood),
-          source.zeltId, "no answer for " + TimeWindowToString(hours));
+          source.name, "no answer for " + TimeWindowToString(hours));
   value.isGood = value.isGood && !isPartialData;
   return value;
 }

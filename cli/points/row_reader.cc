@@ -92,17 +92,17 @@ void RowReader::Fetch(const ChosenArchive& chosen, long long first, long long la
     const auto archive = static_cast<unsigned long>(chosen.archive - source.file.archives.data());
     return Require(source.context.rrdClient.FetchRows(source.path, archive, source.column, first,
                                                       last, fetched),
-                   source.zeltId, std::string("its rows cannot be read: ") + Failure::GetReason());
+                   source.name, std::string("its rows cannot be read: ") + Failure::GetReason());
   }
   const Rrd::ArchiveDescription* const read = source.file.FindArchive(first);
   if (read->stepsPerRow != chosen.archive->stepsPerRow) {
     first = FindOwnRow(source, chosen, first);
   }
   const std::string span = FormatUtc(first) + " to " + FormatUtc(last);
-  Require(source.context.rrdClient.Fetch(source.path, first, last, fetched), source.zeltId,
+  Require(source.context.rrdClient.Fetch(source.path, first, last, fetched), source.name,
           "no samples from " + span);
   if (!Has(chosen, first, last)) {
-    throw CommandError(source.zeltId, "its rows have moved on while they were read, from " + span,
+    throw CommandError(source.name, "its rows have moved on while they were read, from " + span,
                        StatusCode::Failure);
   }
 }

@@ -36,7 +36,7 @@ Source::Source(const std::string& nameOfFile, const std::string& filePath,
                std::shared_ptr<const Rrd::FileDescription> description, unsigned long sourceColumn,
                Context& commandContext)
     : fileName(nameOfFile),
-      zeltId(nameOfFile),
+      name(nameOfFile),
       path(filePath),
       described(std::move(description)),
       file(*described),
@@ -46,7 +46,7 @@ Source::Source(const std::string& nameOfFile, const std::string& filePath,
       isByArchive(hasSpans || file.dataSources.size() > 1) {
   if (file.dataSources.size() > 1) {
     sourceName = file.dataSources[column].name;
-    zeltId += ' ' + sourceName;
+    name += ' ' + sourceName;
   }
 }
 
@@ -115,7 +115,7 @@ Series MakeSeries(const SelectedFile& file, const Source& source, const Labels& 
   for (const auto& [name, value] : {std::pair(SOURCE_LABEL, source.sourceName),
                                     {CONSOLIDATION_LABEL, isLast ? "" : source.consolidation}}) {
     if (!value.empty() && !series.labels.emplace(name, value).second) {
-      throw CommandError(source.zeltId,
+      throw CommandError(source.name,
                          std::string("the label ") + name + " is given by the command itself",
                          StatusCode::InvalidArgument);
     }

@@ -27,7 +27,7 @@ struct Source {
          Context& commandContext);
 
   std::string fileName;  // as messages have it
-  std::string zeltId;    // the same with the name of the data source, where there are several
+  std::string name;      // the same with the name of the data source, where there are several
   std::string path;
   std::shared_ptr<const Rrd::FileDescription> described;
   const Rrd::FileDescription& file;

@@ -108,12 +108,12 @@ SpanReader::SpanReader(const Question& askedQuestion, const Source& askedSource,
   }
   const auto found = ResolveSpanWindow(question, source, parts, confirmed);
   if (!found) {
-    throw CommandError(source.zeltId, "no row of it has a value", StatusCode::NotFound);
+    throw CommandError(source.name, "no row of it has a value", StatusCode::NotFound);
   }
   window = *found;
   const bool isAsked = question.from || question.to || question.interval->IsWhole();
   if (isAsked && !confirmed && window.start.timestamp >= window.end.timestamp) {
-    throw CommandError(source.zeltId, "from is not before to: " + TimeWindowToString(window),
+    throw CommandError(source.name, "from is not before to: " + TimeWindowToString(window),
                        StatusCode::InvalidArgument);
   }
   PrepareIntervals(confirmed);
@@ -122,7 +122,7 @@ SpanReader::SpanReader(const Question& askedQuestion, const Source& askedSource,
 void SpanReader::AddColumn(const std::string& function) {
   const SpanFunction* const found = FindSpanFunction(function);
   if (found == nullptr) {
-    throw CommandError(source.zeltId,
+    throw CommandError(source.name,
                        function +
                            " is of samples, but its file has averages of rows; the integral "
                            "is what a counter grew by",
@@ -152,7 +152,7 @@ void SpanReader::PrepareIntervals(std::optional<long long> confirmed) {
   const std::optional<Intervals> found =
       isWhole ? std::optional(intervals) : FindIntervals(question, window);
   if (!found && !confirmed) {
-    throw CommandError(source.zeltId,
+    throw CommandError(source.name,
                        "no complete " + question.intervalName + " in " + TimeWindowToString(window),
                        StatusCode::InvalidArgument);
   }

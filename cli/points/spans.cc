@@ -61,7 +61,7 @@ Pool FindPool(const Source& source, const std::string& consolidation) {
       return pool;
     }
   }
-  throw CommandError(source.zeltId,
+  throw CommandError(source.name,
                      "has no archive of " + consolidation + " or AVERAGE, and none of single steps",
                      StatusCode::InvalidArgument);
 }

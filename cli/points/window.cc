@@ -18,7 +18,7 @@ long long GetFirstRow(const Source& source) {
   MetadataStore& store = source.context.store;
   if (store.IsNamed()) {
     long long first = 0;
-    Require(source.context.MakeDataSource(source.path).GetFirstTimestamp(first), source.zeltId,
+    Require(source.context.MakeDataSource(source.path).GetFirstTimestamp(first), source.name,
             "its first timestamp cannot be read");
     if (store.GetFound()) {
       return std::max(ClampTime(first), EARLIEST_SAMPLE);
@@ -28,7 +28,7 @@ long long GetFirstRow(const Source& source) {
 }
 
 [[noreturn]] void RefuseMissing(const Source& source, const TimeWindow& window) {
-  throw CommandError(source.zeltId, "no sample in " + TimeWindowToString(window),
+  throw CommandError(source.name, "no sample in " + TimeWindowToString(window),
                      StatusCode::NotFound);
 }
 
@@ -55,7 +55,7 @@ unsigned long long GetSeconds(const TimeWindow& window) {
 void RequireCount(const Source& source, long long first, unsigned long long count,
                   unsigned long long maximum) {
   if (count > maximum) {
-    throw CommandError(source.zeltId,
+    throw CommandError(source.name,
                        "the window is too long; the file covers " + FormatUtc(first) + " - " +
                            FormatUtc(source.file.lastUpdate),
                        StatusCode::OutOfRange);
@@ -230,7 +230,7 @@ void RequireEndOnBound(const Question& question, const Source& source, const Tim
     bound = question.interval->ComputeNext(bound);
   }
   if (bound.timestamp != window.end.timestamp) {
-    throw CommandError(source.zeltId,
+    throw CommandError(source.name,
                        "no interval ends with the window " + TimeWindowToString(window) +
                            (isFixed ? DescribeClockChange(window, length) : ""),
                        StatusCode::OutOfRange);

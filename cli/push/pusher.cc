@@ -91,7 +91,7 @@ void Pusher::PushSource(const SelectedFile& file, const Source& source, bool isT
 
 // The file was made anew.
 void Pusher::TellOlder(const Source& source, long long confirmed) const {
-  PrintMessage(source.zeltId + ": its last update, " + FormatUtc(source.file.lastUpdate) +
+  PrintMessage(source.name + ": its last update, " + FormatUtc(source.file.lastUpdate) +
                ", lies before what was sent, " + FormatUtc(confirmed) + ", so nothing is sent");
   context.NotePartialData();
 }
@@ -109,11 +109,11 @@ void Pusher::TellGap(const Source& source, long long confirmed) const {
 }
 
 void Pusher::TellLostSamples(const Source& source, long long next) const {
-  const Rrd::ArchiveDescription& archive = RequireArchive(source.file, next, source.zeltId);
+  const Rrd::ArchiveDescription& archive = RequireArchive(source.file, next, source.name);
   const auto step = static_cast<long long>(GetRowLength(source.file, archive));
   next = RoundUp(next, step);
   if (archive.firstTime > next) {
-    PrintMessage(source.zeltId + ": the samples from " + FormatUtc(next) + " to " +
+    PrintMessage(source.name + ": the samples from " + FormatUtc(next) + " to " +
                  FormatUtc(archive.firstTime - step) + " are no longer in its file, and not sent");
     context.NotePartialData();
   }
@@ -123,7 +123,7 @@ void Pusher::TellLostRows(const Source& source, long long next) const {
   const std::string function = source.consolidation.empty() ? "AVERAGE" : source.consolidation;
   const Segments segments = ChooseSegments(source, FindPool(source, function));
   if (!segments.empty() && segments.front().begin > next) {
-    PrintMessage(source.zeltId + ": the rows from " + FormatUtc(next) + " to " +
+    PrintMessage(source.name + ": the rows from " + FormatUtc(next) + " to " +
                  FormatUtc(segments.front().begin) + " are no longer in its file, and not sent");
     context.NotePartialData();
   }

@@ -1,0 +1,289 @@
+"""Files as twelve programs make them, through every command that reads other programs' files.
+
+Usage: programs_test.py NVX_TIMESERIES RRDTOOL DATA [FETCH_SERVER]
+
+With FETCH_SERVER, a tree of 200 such files of 100 MiB is pushed into a real VictoriaMetrics instead.
+"""
+
+import csv
+import io
+import json
+import math
+import os
+import pathlib
+import re
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+import urllib.request
+
+PROGRAM, RRDTOOL, DATA = sys.argv[1:4]
+FETCH_SERVER = sys.argv[4] if len(sys.argv) > 4 else None
+sys.path.insert(0, f"{DATA}/../support")
+from recorder import Recorder  # noqa: E402
+
+BEGIN = 1_711_000_200
+
+
+def cross(functions, archives, factor="0.5"):
+    return [f"RRA:{function}:{factor}:{archive}" for function in functions for archive in archives]
+
+
+COLLECTD = [f"RRA:{function}:0.1:{steps}:{rows}" for steps, rows in
+            ((1, 1200), (7, 1235), (50, 1210), (223, 1202), (2635, 1201)) for function in ("AVERAGE", "MIN", "MAX")]
+
+# The path of a file in the program's directory, the labels that are in it, the step, and what the
+# program gives to "rrdtool create".
+PROGRAMS = {
+    "collectd": ("host-a/interface-eth0/if_octets.rrd", "host/plugin-instance/type", 10,
+                 ["DS:rx:DERIVE:20:0:U", "DS:tx:DERIVE:20:0:U", *COLLECTD]),
+    "munin": ("example.org/host.example.org-load-load-g.rrd", "group/host-plugin-field-kind", 300,
+              ["DS:42:GAUGE:600:U:U",
+               *cross(("AVERAGE", "MIN", "MAX"), ("1:576", "6:432", "24:540", "288:450"), "0.99")]),
+    "LibreNMS": ("router1/port-id5.rrd", "device/kind-number", 300,
+                 ["DS:INOCTETS:DERIVE:600:0:12500000000", "DS:OUTOCTETS:DERIVE:600:0:12500000000",
+                  "DS:INERRORS:DERIVE:600:0:12500000000",
+                  *cross(("AVERAGE",), ("1:2016", "6:1440", "24:1440", "288:1440")),
+                  *cross(("MIN", "MAX"), ("1:720", "6:1440", "24:775", "288:797")), "RRA:LAST:0.5:1:1440"]),
+    "Cacti": ("local_host_mem_7.rrd", "file", 300,
+              ["DS:mem_swap:GAUGE:600:0:U",
+               *cross(("AVERAGE", "MIN", "MAX", "LAST"), ("1:500", "6:600", "24:700", "288:775"))]),
+    "ntopng": ("0/rrd/bytes.rrd", "interface/folder/metric", 60,
+               ["DS:bytes_sent:DERIVE:120:U:U", "DS:bytes_rcvd:DERIVE:120:U:U",
+                "RRA:AVERAGE:0.5:1:1440", "RRA:AVERAGE:0.5:60:2400", "RRA:AVERAGE:0.5:1440:365",
+                "RRA:HWPREDICT:1440:0.1:0.0035:20"]),
+    "SmokePing": ("World/Europe/server.rrd", "world/region/target", 300,
+                  ["DS:uptime:GAUGE:600:0:U", "DS:loss:GAUGE:600:0:20", "DS:median:GAUGE:600:0:180",
+                   *(f"DS:ping{i}:GAUGE:600:0:180" for i in range(1, 4)), "RRA:AVERAGE:0.5:1:1008",
+                   *cross(("AVERAGE", "MIN", "MAX"), ("12:4320", "144:720"))]),
+    "Proxmox": ("pve2-node/pve1.rrd", "kind/node", 60,
+                ["DS:loadavg:GAUGE:120:0:U", "DS:cpu:GAUGE:120:0:U", "DS:netin:DERIVE:120:0:U",
+                 *cross(("AVERAGE", "MAX"), ("1:70", "30:70", "180:70", "720:70", "10080:70"))]),
+    "RPi-Monitor": ("stat/soc_temp.rrd", "folder/name", 10,
+                    ["DS:soc_temp:GAUGE:600:U:U",
+                     *cross(("AVERAGE", "MIN", "MAX"), ("1:2880", "60:2880", "180:8760"))]),
+    "MRTG": ("router_1.rrd", "target", 300,
+             ["DS:ds0:COUNTER:600:0:125000000", "DS:ds1:COUNTER:600:0:125000000",
+              *cross(("AVERAGE", "MAX"), ("1:800", "6:800", "24:800", "288:800"))]),
+    "graphs1090": ("localhost/dump1090-rtl/dump1090_messages-local_accepted.rrd", "host/plugin-instance/type-name", 60,
+                   ["DS:value:DERIVE:120:0:U", *cross(("AVERAGE", "MIN", "MAX"), ("1:1440", "5:2016", "60:8784"))]),
+    # Of RRDtool 1.0 on MIPS, written by collectd.
+    "OpenWrt, low byte first": ("OpenWrt/cpu-0/cpu.rrd", "host/plugin-instance/type", "mipsel-time64", None),
+    "OpenWrt, high byte first": ("OpenWrt/cpu-0/cpu.rrd", "host/plugin-instance/type", "mips-time32", None),
+}
+
+
+def run(*arguments, status=0, **options):
+    result = subprocess.run(arguments, capture_output=True, text=True, **options)
+    assert result.returncode == status, (arguments, result)
+    return result
+
+
+def make(directory, name, step, definitions, count_of_samples=1500):
+    path = f"{directory}/{name}"
+    os.makedirs(os.path.dirname(path), exist_ok=True)
+    if definitions is None:
+        run("tar", "-xJf", f"{DATA}/foreign/machines.tar.xz", "-C", directory, f"collectd.{step}.v1.rrd")
+        os.rename(f"{directory}/collectd.{step}.v1.rrd", path)
+        return path
+    begin = BEGIN - BEGIN % step
+    run(RRDTOOL, "create", path, "--step", str(step), "--start", str(begin - 1), *definitions)
+    count = sum(definition.startswith("DS:") for definition in definitions)
+    samples = [f"{begin + i * step}:" + ":".join(str(i * (j + 3) % 97 + i * (j + 1)) for j in range(count))
+               for i in range(count_of_samples) if i % 400 < 390]
+    for i in range(0, len(samples), 2000):
+        run(RRDTOOL, "update", path, *samples[i:i + 2000])
+    return path
+
+
+def count_rows(path):
+    """Rows with a value, of each consolidation function and source, as the command tells them."""
+    lines = list(csv.DictReader(io.StringIO(run(PROGRAM, "export", path, "--format", "csv").stdout)))
+    keys = [(line["consolidation"], line.get("source"), line["timestamp"]) for line in lines]
+    assert len(keys) == len(set(keys))
+    return sum(line["value"] != "" for line in lines)
+
+
+def check_info(path):
+    information = json.loads(run(PROGRAM, "info", path, "--format", "json").stdout)
+    text = run(RRDTOOL, "info", path).stdout
+    names = re.findall(r"ds\[(.*)\]\.index", text)
+    assert [source["name"] for source in information["sources"]] == names
+    assert len(information["archives"]) == text.count(".cf = ")
+
+
+def check_query(path):
+    """An interval in the middle of the finest rows, beside what rrdtool fetches of them."""
+    header = json.loads(run(PROGRAM, "info", path, "--format", "json").stdout)
+    step = header["step"]
+    finest = next(archive for archive in header["archives"]
+                  if archive["consolidation"] == "AVERAGE" and archive["stepsPerRow"] == 1)
+    length = 3600 if step >= 300 else 600
+    begin = (finest["first"]["timestamp"] + finest["last"]["timestamp"]) // 2 // length * length
+    end = begin + length
+    rows = re.findall(r"^(\d+): (.*)$", run(RRDTOOL, "fetch", path, "AVERAGE", "-r", str(step), "-s", str(begin),
+                                            "-e", str(end - 1)).stdout, re.M)
+    columns = list(zip(*([float(value) for value in values.split()] for time, values in rows
+                         if begin < int(time) <= end)))
+    answer = run(PROGRAM, "query", path, "--interval", "10m" if length == 600 else "1h", "--from", str(begin),
+                 "--to", str(end), "--function", "average,integral", "--format", "json").stdout
+    for source, values, point in zip(header["sources"], columns, json.loads(answer), strict=True):
+        known = [value for value in values if value == value]
+        assert point.get("source", source["name"]) == source["name"] and point["timestamp"] == begin
+        assert (point["quality"] == "good") == (len(known) == length // step), point
+        if known:
+            assert abs(point["average"] - sum(known) / len(known)) <= 1e-9 * max(map(abs, known)), (point, known[:3])
+            assert abs(point["integral"] - sum(known) * step) <= 1e-9 * max(map(abs, known)) * (end - begin)
+
+
+def check_push(directory, labels, count):
+    recorder = Recorder()
+
+    def push():
+        recorder.lines.clear()
+        run(PROGRAM, "push", recorder.url, "--tree", directory, "--path-labels", labels, "--state",
+            f"{directory}/state")
+        return recorder.lines
+
+    lines = list(push())
+    assert len(lines) == count and len({line.split(" value=")[0] + line.rsplit(" ", 1)[1] for line in lines}) == count
+    exported = run(PROGRAM, "export", "--tree", directory, "--path-labels", labels, "--format", "line-protocol").stdout
+    assert sorted(lines) == sorted(exported.splitlines())
+    assert push() == []
+    recorder.shutdown()
+
+
+def check(name, labels, definitions, path, directory):
+    checks = []
+    if definitions is None:  # it is read when it is converted
+        assert "convert" in run(PROGRAM, "info", path).stdout
+        assert "convert" in run(PROGRAM, "query", path, "--interval", "1h", status=1).stderr
+    else:
+        run(PROGRAM, "convert", path, f"{directory}/other", "--to", "arm32-time64")
+        os.rename(f"{directory}/other", f"{directory}/{os.path.basename(path)}.foreign")
+        path, native = f"{directory}/{os.path.basename(path)}.foreign", path
+    run(PROGRAM, "convert", path, f"{directory}/native", "--to", "native")
+    if definitions is None:
+        os.replace(f"{directory}/native", path)
+    else:
+        assert open(f"{directory}/native", "rb").read() == open(native, "rb").read()
+        path = native
+    checks.append("convert")
+    check_info(path)
+    checks.append("info")
+    check_query(path)
+    checks.append("query")
+    count = count_rows(path)
+    assert count > 0
+    checks.append("export")
+    check_push(directory, labels, count)
+    checks.append("push")
+    print(f"{name}: {count} rows; {' '.join(checks)}")
+    return len(checks)
+
+
+def make_tree(directory):
+    """Files whose archives have more rows than the programs give them, so that they are larger."""
+    for number in range(200):
+        file, _, step, definitions = list(PROGRAMS.values())[number % len(PROGRAMS)]
+        larger = definitions and [re.sub(r"(RRA:[A-Z]+:[0-9.]+:\d+):(\d+)$", lambda m: f"{m[1]}:{int(m[2]) * 3}", one)
+                                  for one in definitions]
+        path = make(directory, f"{number:03}/{file}", step, larger, 6000)
+        if definitions is None:
+            run(PROGRAM, "convert", "--in-place", path, "--to", "native")
+    return sum(path.stat().st_size for path in pathlib.Path(directory).rglob("*.rrd"))
+
+
+class VictoriaMetrics:
+    def __init__(self, directory):
+        program = run(FETCH_SERVER, "victoria-metrics", "victoria-metrics").stdout.splitlines()[0]
+        with socket.socket() as probe:
+            probe.bind(("127.0.0.1", 0))
+            self.url = f"http://127.0.0.1:{probe.getsockname()[1]}"
+        self.process = subprocess.Popen([program, "-retentionPeriod=100y", f"-storageDataPath={directory}",
+                                         f"-httpListenAddr={self.url[7:]}"], stderr=subprocess.DEVNULL)
+        for _ in range(600):
+            try:
+                return self.get("/health")
+            except OSError:
+                time.sleep(0.1)
+        raise RuntimeError("the server does not start")
+
+    def get(self, path):
+        with urllib.request.urlopen(self.url + path, timeout=600) as answer:
+            return answer.read().decode()
+
+    def read(self):
+        """(series, time in seconds) to value, and how many values there are, also of the same time."""
+        self.get("/internal/force_flush")
+        rows, count = {}, 0
+        for line in self.get("/api/v1/export?match[]=rrd_value").splitlines():
+            one = json.loads(line)
+            labels = {name: value for name, value in one["metric"].items() if name not in ("__name__", "db")}
+            series = ",".join(f"{name}={labels[name]}" for name in sorted(labels))
+            count += len(one["values"])
+            rows.update(((series, t // 1000), value) for t, value in zip(one["timestamps"], one["values"]))
+        return rows, count
+
+
+def check_tree():
+    with tempfile.TemporaryDirectory() as directory, tempfile.TemporaryDirectory() as data:
+        size = make_tree(directory)
+        server = VictoriaMetrics(data)
+        try:
+            push = [PROGRAM, "push", server.url + "/write", "--tree", directory, "--state", f"{data}/state"]
+            begin = time.monotonic()
+            sent = run(*push)
+            seconds = time.monotonic() - begin
+            assert run(*push).stdout.startswith("0 points")
+            rows, count = server.read()
+        finally:
+            server.process.terminate()
+            server.process.wait()
+        exported = run(PROGRAM, "export", "--tree", directory, "--format", "line-protocol").stdout.splitlines()
+        expected = {}
+        for line in exported:
+            series, value, when = line.rsplit(" ", 2)
+            expected[series.removeprefix("rrd,"), int(when)] = float(value.removeprefix("value="))
+        assert len(expected) == len(exported) == count == len(rows), (len(expected), len(exported), count, len(rows))
+        # The server keeps decimal digits.
+        assert rows.keys() == expected.keys()
+        assert all(math.isclose(value, expected[key], rel_tol=1e-12) for key, value in rows.items())
+        begin = time.monotonic()
+        run_xports(directory)
+        other = time.monotonic() - begin
+        print(f"200 files of {size >> 20} MiB: {sent.stdout.strip()}, {count} in the server, each once, "
+              f"{count / seconds:.0f} rows a second; rrdtool xport of all in {other:.1f} s, push in {seconds:.1f} s")
+        print(sent.stderr.splitlines()[-1])
+
+
+def run_xports(directory):
+    """The same archives by rrdtool, which prints one of them at a time."""
+    for path in pathlib.Path(directory).rglob("*.rrd"):
+        information = json.loads(run(PROGRAM, "info", str(path), "--format", "json").stdout)
+        for archive in information["archives"]:
+            function = archive["consolidation"]
+            if function not in ("AVERAGE", "MIN", "MAX", "LAST"):
+                continue
+            names = [source["name"] for source in information["sources"]]
+            run(RRDTOOL, "xport", "--step", str(archive["stepsPerRow"] * information["step"]),
+                "--start", str(archive["first"]["timestamp"]), "--end", str(archive["last"]["timestamp"]),
+                "--maxrows", str(archive["rows"] + 1),
+                *(f"DEF:v{i}={path}:{name}:{function}" for i, name in enumerate(names)),
+                *(f"XPORT:v{i}:{name}" for i, name in enumerate(names)))
+
+
+def main():
+    if FETCH_SERVER:
+        return check_tree()
+    passed = 0
+    for name, (file, labels, step, definitions) in PROGRAMS.items():
+        with tempfile.TemporaryDirectory() as directory:
+            passed += check(name, labels, definitions, make(directory, file, step, definitions), directory)
+    print(f"{passed} of {5 * len(PROGRAMS)}")
+    assert passed == 60
+
+
+main()
