@@ -33,6 +33,10 @@ std::error_code ReadDirectory(const fs::path& root, const fs::path& directory,
   return error;
 }
 
+CommandError MakeUnreadable(const std::string& directory, const std::error_code& error) {
+  return {directory, "the directory cannot be read: " + error.message(), StatusCode::IoError};
+}
+
 }  // namespace
 
 bool IsPath(const std::string& argument) {
@@ -46,6 +50,7 @@ std::vector<std::string> ExpandPath(const std::string& path) {
     return {path};
   }
   glob_t found{};
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): no threads
   const int status = glob(path.c_str(), 0, nullptr, &found);
   const std::unique_ptr<glob_t, decltype(&globfree)> owner(&found, globfree);
   if (status != 0) {
@@ -64,13 +69,10 @@ std::vector<std::string> ListTree(const std::string& directory, Context& context
     if (!error) {
       continue;
     }
-    const CommandError unreadable(next.empty() ? directory : (fs::path(directory) / next).string(),
-                                  "the directory cannot be read: " + error.message(),
-                                  StatusCode::IoError);
     if (next.empty()) {
-      throw unreadable;
+      throw MakeUnreadable(directory, error);
     }
-    PrintMessage(unreadable.GetText());
+    PrintMessage(MakeUnreadable(fs::path(directory) / next, error).GetText());
     context.exitStatus = EXIT_FAILED;
   }
   if (files.empty()) {

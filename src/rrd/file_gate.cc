@@ -218,7 +218,8 @@ const char* FileGate::FindRows(unsigned long archive, unsigned long source, Rows
   rows.oldest = (newestRows[archive] + 1ULL) % rows.archive->rowCount;
   rows.position = header.size() + (rowsBefore * sourceCount + source) * sizeof(rrd_value_t);
   rows.sourceCount = sourceCount;
-  rows.length = static_cast<long long>(description.step * rows.archive->stepsPerRow);
+  rows.length =
+      static_cast<long long>(description.step) * static_cast<long long>(rows.archive->stepsPerRow);
   return nullptr;
 }
 
