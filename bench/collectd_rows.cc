@@ -71,12 +71,9 @@ Contest EnterDays() {
   const std::string xport = "exec rrdtool xport --step 86400 --start " + std::to_string(START) +
                             " --end " + std::to_string(END) + " DEF:v=" + year->path +
                             ":value:AVERAGE XPORT:v >" + year->theirs;
-  const Contest contest = {{[=] {
-                             RunCommand({"sh", "-c", query});
-                           }},
-                           {[=] {
-                             RunCommand({"sh", "-c", xport});
-                           }}};
+  Contest contest;  // which keeps the directory
+  contest.ours.work = [year, query] { RunCommand({"sh", "-c", query}); };
+  contest.theirs.work = [year, xport] { RunCommand({"sh", "-c", xport}); };
   contest.ours.work();
   contest.theirs.work();
   constexpr int DAY_COUNT = 365;
