@@ -53,6 +53,16 @@ const SpanFunction* FindSpanFunction(const std::string& name) {
   return found == std::end(FUNCTIONS) ? nullptr : found;
 }
 
+[[noreturn]] void RefuseFunction(const std::string& name, const Source& source) {
+  const bool isOfCounter = name == "increase" || name == "delta";
+  throw CommandError(
+      source.name,
+      name + " is of samples, but its file has averages of rows; " +
+          (isOfCounter ? "the integral is what a counter grew by"
+                       : "there are average, minimum, maximum, sum, count and integral of them"),
+      StatusCode::InvalidArgument);
+}
+
 // Adds rows, of which the first ends at `time`, to the sums of the intervals that they lie in.
 void AddRows(const Segment& segment, const double* values, long long time, long long count,
              const std::vector<long long>& bounds, std::vector<SpanSum>& sums) {
@@ -122,11 +132,7 @@ SpanReader::SpanReader(const Question& askedQuestion, const Source& askedSource,
 void SpanReader::AddColumn(const std::string& function) {
   const SpanFunction* const found = FindSpanFunction(function);
   if (found == nullptr) {
-    throw CommandError(source.name,
-                       function +
-                           " is of samples, but its file has averages of rows; the integral "
-                           "is what a counter grew by",
-                       StatusCode::InvalidArgument);
+    RefuseFunction(function, source);
   }
   columns.push_back({found->compute, FindPart(found->consolidation)});
 }
