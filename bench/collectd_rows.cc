@@ -40,6 +40,7 @@ struct CollectdYear {
   template <typename Operation>
   void Call(const std::vector<std::string>& texts, const Operation& operation) {
     std::vector<const char*> pointers;
+    pointers.reserve(texts.size());
     for (const std::string& text : texts) {
       pointers.push_back(text.c_str());
     }
