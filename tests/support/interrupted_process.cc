@@ -25,6 +25,12 @@ long lastStore = 0;
 void* mapping = nullptr;
 std::size_t mappingSize = 0;
 
+void CountStore() {
+  if (++counter->stores == lastStore) {
+    kill(getpid(), SIGKILL);
+  }
+}
+
 #if MACHINE_CAN_COUNT_STORES
 constexpr greg_t TRAP_FLAG = 0x100;
 
@@ -39,9 +45,7 @@ void OnFault(int /*signal*/, siginfo_t* information, void* context) {
   if (address < start || address >= start + mappingSize) {
     _exit(3);
   }
-  if (++counter->stores == lastStore) {
-    kill(getpid(), SIGKILL);
-  }
+  CountStore();
   mprotect(mapping, mappingSize, PROT_READ | PROT_WRITE);
   GetFlags(context) |= TRAP_FLAG;
 }
@@ -51,17 +55,16 @@ void OnTrap(int /*signal*/, siginfo_t* /*information*/, void* context) {
   GetFlags(context) &= ~TRAP_FLAG;
 }
 
-void StartCounting() {
+void CatchStores() {
   struct sigaction action {};
   action.sa_flags = SA_SIGINFO;
   action.sa_sigaction = OnFault;
   sigaction(SIGSEGV, &action, nullptr);
   action.sa_sigaction = OnTrap;
   sigaction(SIGTRAP, &action, nullptr);
-  isCounting = true;
 }
 #else
-void StartCounting() {}
+void CatchStores() {}
 #endif
 
 pid_t Start(const std::function<void()>& work) {
@@ -84,7 +87,8 @@ bool IsKilled(pid_t child) {
 // In place of the C library's, for the RRD library.
 extern "C" void* mmap(void* address, std::size_t size, int protection, int flags, int fd,
                       off_t offset) noexcept {
-  const bool isGuarded = isCounting && fd != -1 && (flags & MAP_SHARED) != 0;
+  const bool isGuarded =
+      MACHINE_CAN_COUNT_STORES != 0 && isCounting && fd != -1 && (flags & MAP_SHARED) != 0;
   if (isGuarded) {
     protection &= ~PROT_WRITE;
   }
@@ -101,9 +105,17 @@ bool KillAtStore(const std::function<void()>& work, long store) {
   counter->stores = 0;
   lastStore = store;
   return IsKilled(Start([&] {
-    StartCounting();
+    CatchStores();
+    isCounting = true;
     work();
   }));
+}
+
+bool CountCall() {
+  if (isCounting) {
+    CountStore();
+  }
+  return isCounting;
 }
 
 long CountStores(const std::function<void()>& work) {

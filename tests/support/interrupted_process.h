@@ -5,7 +5,7 @@
 // Kills a child process (SIGKILL) before the n-th of its stores into a shared mapping of a file.
 // Every state that the process can leave in the file lies between two of them. Only for machines
 // with MACHINE_CAN_COUNT_STORES.
-#ifdef __x86_64__
+#if defined(__x86_64__) && IS_SANITIZED == 0
 #define MACHINE_CAN_COUNT_STORES 1
 #else
 #define MACHINE_CAN_COUNT_STORES 0
@@ -13,6 +13,11 @@
 
 // Whether it was killed; otherwise it has ended by itself. 0 for no kill.
 bool KillAtStore(const std::function<void()>& work, long store);
+
+// For calls of the system that change a file, which a program then makes itself: in such a child
+// each counts as a store, on every machine, and the child may end at it. False in any other
+// process.
+bool CountCall();
 
 // How many stores the work has.
 long CountStores(const std::function<void()>& work);

@@ -17,6 +17,8 @@ class Random {
     engine.seed(seed);
   }
 
+  explicit Random(unsigned long seed) : engine(seed) {}
+
   // 64 bits.
   std::uint64_t operator()() { return engine(); }
 
