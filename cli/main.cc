@@ -6,11 +6,13 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <iostream>
 #include <map>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -214,9 +216,6 @@ int Run(int argc, char** argv) {
     return error.GetExitStatus();
   } catch (const Interrupted& interrupted) {
     EndBySignal(interrupted.signal);
-  } catch (const std::exception& exception) {
-    PrintMessage(exception.what());
-    return EXIT_FAILED;
   }
   return context.exitStatus;
 }
@@ -240,6 +239,21 @@ int FlushOutput(int exitStatus) {
   return EXIT_FAILED;
 }
 
+int RunAndFlush(int argc, char** argv) {
+  try {
+    std::ios::sync_with_stdio(false);
+    if (access("/proc/self/fd", X_OK) == 0) {
+      RrdClient::PinFiles();
+    }
+    return FlushOutput(Run(argc, argv));
+  } catch (const std::bad_alloc&) {
+    std::fputs("nvx-timeseries: out of memory\n", stderr);  // which needs none
+  } catch (const std::exception& exception) {
+    PrintMessage(exception.what());
+  }
+  return EXIT_FAILED;
+}
+
 }  // namespace
 }  // namespace nvx::TimeSeriesDatabase::CommandLine
 
@@ -249,9 +263,5 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // work on files continues when the reader of the output goes away
   // A file at its limit (ulimit -f) is an error like any other; in tests it stands for a full disk.
   std::signal(SIGXFSZ, SIG_IGN);
-  std::ios::sync_with_stdio(false);
-  if (access("/proc/self/fd", X_OK) == 0) {
-    nvx::TimeSeriesDatabase::RrdClient::PinFiles();
-  }
-  return CommandLine::FlushOutput(CommandLine::Run(argc, argv));
+  return CommandLine::RunAndFlush(argc, argv);
 }

@@ -143,6 +143,11 @@ TEST_F(AllocationFailure, InRrdClient) {
   }
   FailEach("Create", [&] { return client.Create(made, 60, START, NAN, NAN, 10); });
   FailEach("Update", [&] { return client.Update(path, std::map<long long, double>{{END, 1}}); });
+  for (const Rrd::Durability durability : {Rrd::Durability::Process, Rrd::Durability::Power}) {
+    FailEach("UpdateAtomically", [&] {
+      return client.UpdateAtomically(path, {{END, 1}, {END + 60, 2}}, durability);
+    });
+  }
   FailEach("Migrate", [&] { return client.Migrate(path, 60, END - 60, NAN, NAN, 200); });
 }
 

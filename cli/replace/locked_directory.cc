@@ -11,7 +11,6 @@
 #include <memory>
 #include <string_view>
 #include <thread>
-#include <vector>
 
 #include "base/message.h"
 #include "replace/file_error.h"
@@ -30,25 +29,30 @@ FileDescriptor OpenDirectory(int parent, const char* name) {
   return FileDescriptor(openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
-std::vector<std::string> ListNames(int directory) {
+// Needs no memory of its own, so that what is left can be removed when there is none.
+template <typename Work>
+void ForEachName(int directory, const Work& work) {
   const std::unique_ptr<DIR, int (*)(DIR*)> stream(
       fdopendir(OpenDirectory(directory, ".").Release()), closedir);
-  std::vector<std::string> names;
   if (stream == nullptr) {
-    return names;
+    return;
   }
   // NOLINTNEXTLINE(concurrency-mt-unsafe): of a stream that nobody else has
   while (const dirent* const entry = readdir(stream.get())) {
-    names.emplace_back(entry->d_name);
+    work(entry->d_name);
   }
-  return names;
 }
 
-void RemoveDirectory(int parent, const std::string& name, const FileDescriptor& directory) {
-  for (const std::string& entry : ListNames(directory.Get())) {
-    unlinkat(directory.Get(), entry.c_str(), 0);
-  }
-  unlinkat(parent, name.c_str(), AT_REMOVEDIR);
+std::size_t CountNames(int directory) {
+  std::size_t count = 0;
+  ForEachName(directory, [&count](const char* /*name*/) { ++count; });
+  return count;
+}
+
+void RemoveDirectory(int parent, const char* name, const FileDescriptor& directory) {
+  ForEachName(directory.Get(),
+              [&directory](const char* entry) { unlinkat(directory.Get(), entry, 0); });
+  unlinkat(parent, name, AT_REMOVEDIR);
 }
 
 // Whether it belongs to the caller and nobody else has any of these rights.
@@ -60,15 +64,15 @@ bool IsOwn(int directory, mode_t rights) {
 
 // Anything that cannot be removed stays; it takes space but does no harm.
 void RemoveLeftovers(int directory) {
-  for (const std::string& name : ListNames(directory)) {
+  ForEachName(directory, [directory](const char* name) {
     if (!IsTemporaryName(name)) {
-      continue;
+      return;
     }
-    const FileDescriptor left = OpenDirectory(directory, name.c_str());
+    const FileDescriptor left = OpenDirectory(directory, name);
     if (left.IsOpen()) {
       RemoveDirectory(directory, name, left);
     }
-  }
+  });
 }
 
 // False when the file system has no locks.
@@ -105,8 +109,8 @@ LockedDirectory::LockedDirectory(const Directory& lockedDirectory,
 }
 
 LockedDirectory::~LockedDirectory() {
-  if (privateDirectory.IsOpen()) {
-    RemoveDirectory(directory.Get(), privateName, privateDirectory);
+  if (!privateName.empty()) {
+    RemoveDirectory(directory.Get(), privateName.c_str(), privateDirectory);
   }
 }
 
@@ -116,13 +120,13 @@ const FileDescriptor& LockedDirectory::GetPrivateDirectory() {
   }
   std::string pattern = directory.GetDescriptorPath() + "/";
   pattern.append(TEMPORARY_PREFIX).append(TEMPORARY_PATTERN);
+  privateName.reserve(pattern.size());
   RequireCall(mkdtemp(pattern.data()) != nullptr, "no temporary directory can be made beside it");
-  privateName = pattern.substr(pattern.rfind('/') + 1);
+  privateName.assign(pattern, pattern.rfind('/') + 1);
   FileDescriptor made = OpenDirectory(directory.Get(), privateName.c_str());
   RequireCall(made.IsOpen(), "its temporary directory cannot be opened");
-  RequireArgument(
-      IsOwn(made.Get(), S_IRWXG | S_IRWXO) && ListNames(made.Get()).size() == EMPTY_SIZE,
-      "its temporary directory was exchanged");
+  RequireArgument(IsOwn(made.Get(), S_IRWXG | S_IRWXO) && CountNames(made.Get()) == EMPTY_SIZE,
+                  "its temporary directory was exchanged");
   privateDirectory = std::move(made);
   return privateDirectory;
 }

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <new>
 #include <system_error>
 #include <thread>
 
@@ -46,8 +47,12 @@ Transaction::Transaction(const LockedFile& lockedFile, const std::string& header
 }
 
 Transaction::~Transaction() {
-  if (!isEnded) {
+  if (isEnded) {
+    return;
+  }
+  try {
     Undo();
+  } catch (const std::bad_alloc&) {  // the journal stays, for who opens the file next
   }
 }
 

@@ -1,0 +1,148 @@
+// Memory runs out at each allocation of a command: it ends with 1 and one line, and leaves the file
+// as it was or as it was to be, and no other one.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <set>
+
+#include "support/leaks_of_librrd.h"
+#include "support/limited_memory.h"
+#include "support/temporary_directory.h"
+#include "timeseries/rrd_client.h"
+
+int RunCommand(int argc, char** argv);  // the main function of the command line
+
+using namespace nvx::TimeSeriesDatabase;
+
+namespace {
+
+constexpr long long START = 1700000040;  // a multiple of 60
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// What is left of a command.
+struct Outcome {
+  int status = 0;  // as wait has it
+  bool isDone = false;
+  std::string output;
+  std::string messages;
+  std::set<std::string> files;
+  std::string content;
+};
+
+class CommandAllocations : public testing::Test {
+ protected:
+  void SetUp() override {
+    const RrdClient client;
+    const std::string model = directory.GetPath("topo_x.rrd");
+    ASSERT_EQ(client.Create(model, 60, START - 60, NAN, NAN, 100), StatusCode::Success);
+    ASSERT_EQ(client.Update(model, std::map<long long, double>{{START, 1}, {START + 60, 2}}),
+              StatusCode::Success);
+    sound = ReadFile(model);
+  }
+
+  // In a child, in which the command may have that many allocations.
+  Outcome Run(std::vector<const char*> command, long granted) const {
+    MakeFile();
+    command.insert(command.begin(), {"nvx-timeseries", "-d", database.c_str()});
+    command.push_back(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+      dup2(open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
+      dup2(open(messages.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+      alarm(60);
+      LimitedMemory::granted = granted;
+      const int status =
+          RunCommand(static_cast<int>(command.size() - 1), const_cast<char**>(command.data()));
+      const bool isDone = LimitedMemory::granted >= 0;
+      LimitedMemory::granted = LimitedMemory::ALL;
+      std::cout.flush();
+      _exit(status + (isDone ? DONE : 0));
+    }
+    Outcome outcome;
+    EXPECT_EQ(waitpid(child, &outcome.status, 0), child);
+    // Who opens the file next undoes what could not be undone without memory.
+    long long last = 0;
+    EXPECT_EQ(RrdClient().GetLastTimestamp(path, last), StatusCode::Success);
+    outcome.isDone = WIFEXITED(outcome.status) && WEXITSTATUS(outcome.status) >= DONE;
+    outcome.status -= outcome.isDone ? W_EXITCODE(DONE, 0) : 0;
+    outcome.output = ReadFile(output);
+    outcome.messages = ReadFile(messages);
+    for (const auto& entry : std::filesystem::directory_iterator(database)) {
+      outcome.files.insert(entry.path().filename());
+    }
+    outcome.content = ReadFile(path);
+    return outcome;
+  }
+
+  void FailEach(const std::vector<const char*>& command, long first) const {
+    SCOPED_TRACE(command[0]);
+    const Outcome before = Run({"list"}, LimitedMemory::ALL);
+    const Outcome whole = Run(command, LimitedMemory::ALL);
+    ASSERT_EQ(whole.status, 0) << whole.messages;
+    Outcome now;
+    for (long granted = first; !now.isDone; granted += IS_SLOW != 0 ? 7 : 1) {
+      now = Run(command, granted);
+      SCOPED_TRACE("after " + std::to_string(granted) + ": " + now.messages);
+      ASSERT_TRUE(now.files == before.files || now.files == whole.files)
+          << testing::PrintToString(now.files);
+      ASSERT_TRUE(now.content == before.content || now.content == whole.content);
+      if (now.status == 0) {
+        ASSERT_EQ(now.output, whole.output);
+      } else {
+        ASSERT_EQ(now.status, W_EXITCODE(1, 0));
+        ASSERT_EQ(now.messages.rfind("nvx-timeseries: ", 0), 0U);
+        ASSERT_EQ(now.messages.find('\n'), now.messages.size() - 1);
+      }
+    }
+  }
+
+  // The allocations of a command that finds nothing to do.
+  long CountForEmptyDirectory() const {
+    const std::string empty = directory.GetPath("empty");
+    std::filesystem::create_directory(empty);
+    const char* const command[] = {"nvx-timeseries", "list", "-d", empty.c_str()};
+    const long before = LimitedMemory::granted;
+    EXPECT_EQ(RunCommand(std::size(command), const_cast<char**>(command)), 0);
+    return before - LimitedMemory::granted;
+  }
+
+  // The same to the byte each time.
+  void MakeFile() const {
+    std::filesystem::remove_all(database);
+    std::filesystem::create_directory(database);
+    std::ofstream(path, std::ios::binary) << sound;
+  }
+
+  static constexpr int DONE = 64;  // added to the status of a command that had enough
+  const TemporaryDirectory directory;
+  const std::string database = directory.GetPath("database");
+  const std::string path = database + "/topo_x.rrd";
+  const std::string output = directory.GetPath("output");
+  const std::string messages = directory.GetPath("messages");
+  std::string sound;
+};
+
+// All commands begin alike, with the options of every command.
+TEST_F(CommandAllocations, OfEachCommand) {
+  FailEach({"query", "topo:x", "--interval", "1m"}, 0);
+  const long first = CountForEmptyDirectory() * 9 / 10;
+  const std::string made = database + "/made.txt";
+  FailEach({"export", "topo:x", "--format", "openmetrics", "--output", made.c_str()}, first);
+  FailEach({"update", "topo:x", "1700000160:3"}, first);
+  FailEach({"update", "--sync", "topo:x", "1700000160:3"}, first);
+}
+
+}  // namespace
