@@ -18,13 +18,15 @@ constexpr char NO_PERMISSION[] =
     "an interrupted update is to be undone, which needs write permission";
 constexpr char NOT_UNDONE[] = "an interrupted update cannot be undone";
 constexpr char NOT_OPENED[] = "its journal cannot be opened";
+constexpr char NOT_READ[] = "its journal cannot be read";
 
 bool IsPermissionMissing() { return errno == EACCES || errno == EPERM || errno == EROFS; }
 
-// Whether the journal is whole. A journal is at most as large as its file plus a header; no more
-// than that is read.
+// Whether the journal is whole; errno is 0 unless a call failed. A journal is at most as large as
+// its file plus a header; no more than that is read.
 bool ReadJournal(int fd, int journalFile, Journal& journal) {
   constexpr std::uint64_t LARGEST_HEADER = 1 << 24;
+  errno = 0;
   struct stat file {};
   struct stat status {};
   if (fstat(fd, &file) != 0 || fstat(journalFile, &status) != 0) {
@@ -83,7 +85,10 @@ const char* FindInterruptedUpdate(int fd, const std::string& journalPath) {
     return fault;
   }
   Journal journal;
-  return ReadJournal(fd, file.Get(), journal) && journal.Fits(fd) ? NO_PERMISSION : nullptr;
+  if (ReadJournal(fd, file.Get(), journal) && journal.Fits(fd)) {
+    return NO_PERMISSION;
+  }
+  return errno == 0 ? nullptr : NOT_READ;
 }
 
 const char* UndoInterruptedUpdate(int fd, const std::string& journalPath) {
@@ -99,6 +104,9 @@ const char* UndoInterruptedUpdate(int fd, const std::string& journalPath) {
   Journal journal;
   const bool isWhole = ReadJournal(fd, file.Get(), journal);
   if (!isWhole || !journal.Fits(fd)) {
+    if (errno != 0) {
+      return NOT_READ;
+    }
     // Beside a file that has lost its end, which is refused, it is all that tells of the update.
     if (!isWhole || !journal.IsOfCutFile(fd)) {
       unlink(journalPath.c_str());

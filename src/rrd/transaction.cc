@@ -159,7 +159,11 @@ void Transaction::Undo() {
     }
     std::this_thread::sleep_for(1ms);
   }
+  errno = 0;
   const bool isMine = journal.Fits(file.Get());
+  if (errno != 0) {
+    return;  // that could not be seen
+  }
   const bool isUndone = !isMine || journal.IsUndone(file.Get());
   if (isUndone || (journal.Undo(file.Get()) &&
                    (durability == Durability::Process || fdatasync(file.Get()) == 0))) {
