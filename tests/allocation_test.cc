@@ -210,6 +210,10 @@ TEST_F(AllocationFailure, InConversions) {
       StatusCode::CannotOpen);
   FailEach("LayoutConverter",
            [&] { return Rrd::Tool::LayoutConverter().Convert(source, destination, TARGET); });
+  FailEach("Recognise", [&] {
+    Rrd::Tool::RecognisedFile file;
+    return Rrd::Tool::LayoutConverter().Recognise(source, file);
+  });
   FailEach(
       "LayoutConverter, no file",
       [&] { return Rrd::Tool::LayoutConverter().Check(destination + ".none", TARGET); },

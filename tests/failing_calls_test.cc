@@ -235,11 +235,11 @@ TEST_F(FailingCalls, OfTheUndoingOfAnUpdate) {
 
 // What was not converted as a whole is told.
 TEST_F(FailingCalls, OfConversions) {
-  const std::string source = TEST_DATA "/legacy/gauge.legacy.rrd";
+  const std::string large = TEST_DATA "/legacy/never-updated.legacy.rrd";
   const std::string made = directory.GetPath("made.rrd");
   const Operation operations[] = {
-      [&] { return Rrd::Tool::Sanitizer().Convert(source, made); },
-      [&] { return Rrd::Tool::LayoutConverter().Convert(source, made, Rrd::Tool::Layout::Bits64); },
+      [&] { return Rrd::Tool::Sanitizer().Convert(large, made); },
+      [&] { return Rrd::Tool::LayoutConverter().Convert(large, made, Rrd::Tool::Layout::Bits64); },
   };
   for (const Operation& operation : operations) {
     ASSERT_EQ(operation(), StatusCode::Success) << Failure::GetReason();

@@ -241,6 +241,18 @@ TEST(HostileFile, IsRefusedWithAReason) {
     expectRefusal(hostile.reason);
   }
   const std::string whole = RrdFileBytes{}.Make();
+  const auto expectRefusalOf = [&](std::size_t offset, const std::string& reason) {
+    std::string bytes = whole;
+    const unsigned long number = 1UL << 30;
+    std::memcpy(&bytes[offset], &number, sizeof number);
+    WriteFile(path, bytes);
+    expectRefusal(reason);
+  };
+  expectRefusalOf(offsetof(stat_head_t, float_cookie), "it is of another machine");
+  expectRefusalOf(offsetof(stat_head_t, ds_cnt),
+                  "it has too many data sources or archives for a file of this machine");
+  expectRefusalOf(whole.size() - 3 * sizeof(double) - sizeof(rra_ptr_t),
+                  "the newest row of an archive lies outside it");
   WriteFile(path, whole.substr(0, whole.size() - 1));
   expectRefusal("its values are cut off");
   WriteFile(path, whole.substr(0, 500));

@@ -211,8 +211,10 @@ TEST_F(Query, SeveralFunctionsCanBeAppliedToOneFetch) {
   }
   Rrd::FetchResult samples;
   ASSERT_EQ(rrd.Fetch(path, START, START + 200 * 60, samples), StatusCode::Success);
-  EXPECT_EQ(Rrd::ProcessBounds(bounds, samples, DataFunctions::ComputeMaximum, points),
-            StatusCode::Success);
+  for (const std::vector<Date::Date>& some : {{}, bounds}) {
+    EXPECT_EQ(Rrd::ProcessBounds(some, samples, DataFunctions::ComputeMaximum, points),
+              StatusCode::Success);
+  }
   int count = 0;
   const DataFunction failing = [&count](const double*, const double*, double& value, bool&) {
     value = 7;
