@@ -17,6 +17,7 @@
 
 #include "support/leaks_of_librrd.h"
 #include "support/legacy_file.h"
+#include "support/rrd_file.h"
 #include "support/temporary_directory.h"
 #include "timeseries/host.h"
 #include "timeseries/rrd/tool/layout_converter.h"
@@ -237,7 +238,12 @@ TEST_F(FailingCalls, OfTheUndoingOfAnUpdate) {
 TEST_F(FailingCalls, OfConversions) {
   const std::string large = TEST_DATA "/legacy/never-updated.legacy.rrd";
   const std::string made = directory.GetPath("made.rrd");
+  const std::string wide = directory.GetPath("wide.rrd");  // with a header of several pieces
+  WriteFile(wide, RrdFileBytes{400}.Make());
   const Operation operations[] = {
+      [&] {
+        return Rrd::Tool::LayoutConverter().Convert(wide, made, Rrd::Tool::Layout::Arm32Time32);
+      },
       [&] { return Rrd::Tool::Sanitizer().Convert(large, made); },
       [&] { return Rrd::Tool::LayoutConverter().Convert(large, made, Rrd::Tool::Layout::Bits64); },
   };

@@ -241,18 +241,39 @@ TEST(HostileFile, IsRefusedWithAReason) {
     expectRefusal(hostile.reason);
   }
   const std::string whole = RrdFileBytes{}.Make();
-  const auto expectRefusalOf = [&](std::size_t offset, const std::string& reason) {
-    std::string bytes = whole;
-    const unsigned long number = 1UL << 30;
-    std::memcpy(&bytes[offset], &number, sizeof number);
+  struct Number {
+    std::size_t offset;
+    unsigned long value;
+  };
+  const auto expectRefusalOf = [&](std::string bytes, const std::vector<Number>& numbers,
+                                   const std::string& reason) {
+    for (const Number& number : numbers) {
+      std::memcpy(&bytes[number.offset], &number.value, sizeof number.value);
+    }
     WriteFile(path, bytes);
     expectRefusal(reason);
   };
-  expectRefusalOf(offsetof(stat_head_t, float_cookie), "it is of another machine");
-  expectRefusalOf(offsetof(stat_head_t, ds_cnt),
-                  "it has too many data sources or archives for a file of this machine");
-  expectRefusalOf(whole.size() - 3 * sizeof(double) - sizeof(rra_ptr_t),
+  constexpr unsigned long MANY = 1UL << 30;
+  constexpr std::size_t SOURCES = offsetof(stat_head_t, ds_cnt);
+  constexpr std::size_t ARCHIVES = offsetof(stat_head_t, rra_cnt);
+  const std::string tooMany = "it has too many data sources or archives for a file of this machine";
+  expectRefusalOf(whole, {{offsetof(stat_head_t, float_cookie), MANY}}, "it is of another machine");
+  expectRefusalOf(whole, {{SOURCES, MANY}}, tooMany);
+  expectRefusalOf(whole, {{SOURCES, 2000}, {ARCHIVES, 2000}}, tooMany);
+  expectRefusalOf(whole, {{whole.size() - 3 * sizeof(double) - sizeof(rra_ptr_t), 3}},
                   "the newest row of an archive lies outside it");
+  // A formula without an end, or with nothing before it, and a prediction from no archive.
+  constexpr std::size_t FORMULA = sizeof(stat_head_t) + offsetof(ds_def_t, par);
+  const std::string computed =
+      RrdFileBytes{1, {{"LAST", 3, 1}}, 60, LAST, "0003", "COMPUTE"}.Make();
+  for (const unsigned long start : {0, 32}) {
+    expectRefusalOf(computed, {{FORMULA, start}}, "a formula of it cannot be computed");
+  }
+  expectRefusalOf(RrdFileBytes{1, {{"FAILURES", 3, 1}}}.Make(),
+                  {{sizeof(stat_head_t) + sizeof(ds_def_t) + offsetof(rra_def_t, par) +
+                        RRA_dependent_rra_idx * sizeof(unival),
+                    1}},
+                  "a prediction of it cannot be computed");
   WriteFile(path, whole.substr(0, whole.size() - 1));
   expectRefusal("its values are cut off");
   WriteFile(path, whole.substr(0, 500));
