@@ -31,7 +31,7 @@ std::vector<LostRows> RecoverTo(const std::string& destination, const OpenedFile
   FileReplacement replacement(lock, resolved.name);
   replacement.CopyContent(source);
   std::vector<LostRows> losses = RestoreEnd(client, replacement.Get(), replacement.GetPath());
-  replacement.ReplaceOrMake(std::nullopt);
+  replacement.ReplaceOrMake(std::nullopt, source.GetStatus().st_mode);
   directory.Sync();
   return losses;
 }

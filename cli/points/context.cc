@@ -29,7 +29,10 @@ std::vector<std::string> ListIds(const fs::path& directory) {
   std::error_code error;
   for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
        entry.increment(error)) {
-    ids.push_back(FindId(entry->path()));
+    std::error_code ignored;
+    if (entry->exists(ignored)) {
+      ids.push_back(FindId(entry->path()));
+    }
   }
   std::sort(ids.begin(), ids.end());
   return ids;

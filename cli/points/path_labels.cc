@@ -26,7 +26,7 @@ void RequireName(const std::string& name, const std::string& text, std::set<std:
   if (name.empty() || name.find_first_not_of(CHARACTERS) != std::string::npos) {
     throw UsageError(text, "its names have letters, digits and '_', with '/' or '-' between them");
   }
-  if (name == SOURCE_LABEL || name == CONSOLIDATION_LABEL) {
+  if (name == ID_LABEL || name == SOURCE_LABEL || name == CONSOLIDATION_LABEL) {
     throw UsageError(text, "the label " + name + " is given by the command itself");
   }
   if (!known.insert(name).second) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/command_error.h"
 #include "points/reader.h"
 #include "points/span_reader.h"
 #include "points/span_rows.h"
@@ -10,11 +11,27 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 
 namespace {
 
-// Whether last values answer, though the file has averages, too: spans have no such function.
+// Whether last values answer, though the file has averages, too: spans have no such function. The
+// last values of a counter are rates, which do not increase.
 bool IsOfSamples(const Question& question, const Source& source) {
-  const auto isSpanFunction = [](const auto& function) { return IsSpanFunction(function.first); };
-  return question.interval && HasLastValues(source.file) &&
-         !std::all_of(question.functions.begin(), question.functions.end(), isSpanFunction);
+  const auto isOfSpans = [](const auto& function) { return IsSpanFunction(function.first); };
+  const auto isOfCounter = [](const auto& function) {
+    return function.first == "increase" || function.first == "delta";
+  };
+  const auto& functions = question.functions;
+  if (!question.interval || !HasLastValues(source.file) ||
+      std::all_of(functions.begin(), functions.end(), isOfSpans) ||
+      (source.file.dataSources[source.column].type != "GAUGE" &&
+       std::any_of(functions.begin(), functions.end(), isOfCounter))) {
+    return false;
+  }
+  if (std::any_of(functions.begin(), functions.end(), isOfSpans)) {
+    throw CommandError(source.name,
+                       "some of these functions are of its averages, some of its last values: ask "
+                       "for them apart",
+                       StatusCode::InvalidArgument);
+  }
+  return true;
 }
 
 }  // namespace

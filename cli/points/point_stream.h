@@ -24,6 +24,9 @@ class PointStream {
   // Tells on standard error what the user should know of the points.
   virtual void Tell() const = 0;
 
+  // Where the rows of averages, minima or maxima begin that answer; nothing for samples.
+  virtual std::optional<long long> FindBegin() const { return std::nullopt; }
+
   // Whether no sample of the file starts the window, so that no point is good.
   virtual bool IsPartialData() const { return false; }
 

@@ -90,9 +90,10 @@ void RowReader::Fetch(const ChosenArchive& chosen, long long first, long long la
   fetchedArchive = chosen.archive;
   if (source.isByArchive) {
     const auto archive = static_cast<unsigned long>(chosen.archive - source.file.archives.data());
-    return Require(source.context.rrdClient.FetchRows(source.path, archive, source.column, first,
-                                                      last, fetched),
-                   source.name, std::string("its rows cannot be read: ") + Failure::GetReason());
+    Require(source.context.rrdClient.FetchRows(source.path, archive, source.column, first, last,
+                                               fetched),
+            source.name, std::string("its rows cannot be read: ") + Failure::GetReason());
+    return RequireStill(archive, std::max(first, chosen.archive->firstTime));
   }
   const Rrd::ArchiveDescription* const read = source.file.FindArchive(first);
   if (read->stepsPerRow != chosen.archive->stepsPerRow) {
@@ -103,6 +104,18 @@ void RowReader::Fetch(const ChosenArchive& chosen, long long first, long long la
           "no samples from " + span);
   if (!Has(chosen, first, last)) {
     throw CommandError(source.name, "its rows have moved on while they were read, from " + span,
+                       StatusCode::Failure);
+  }
+}
+
+// Rows that have left an archive are read as missing ones.
+void RowReader::RequireStill(unsigned long archive, long long first) const {
+  Rrd::FileDescription now;
+  Require(source.context.rrdClient.Describe(source.path, now), source.name,
+          std::string("its file cannot be read: ") + Failure::GetReason());
+  if (archive >= now.archives.size() || now.archives[archive].firstTime > first) {
+    throw CommandError(source.name,
+                       "its rows have moved on while they were read, from " + FormatUtc(first),
                        StatusCode::Failure);
   }
 }

@@ -35,6 +35,7 @@ class RowReader {
  private:
   bool Has(const ChosenArchive& chosen, long long first, long long last) const;
   void Fetch(const ChosenArchive& chosen, long long first, long long last);
+  void RequireStill(unsigned long archive, long long first) const;
   const double* GetRow(long long time) const;
 
   const Source& source;

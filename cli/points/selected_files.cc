@@ -194,7 +194,8 @@ SelectedFile MakeFileOfPath(const std::string& path, const std::string& name,
 }
 
 // The files of the arguments that are paths, each of them once.
-std::vector<SelectedFile> SelectPaths(const std::vector<std::string>& arguments, bool& isSeveral) {
+std::vector<SelectedFile> SelectPaths(const std::vector<std::string>& arguments,
+                                      const std::vector<std::string>& excluded, bool& isSeveral) {
   std::vector<SelectedFile> files;
   std::set<std::string> known;
   for (const std::string& argument : arguments) {
@@ -202,7 +203,7 @@ std::vector<SelectedFile> SelectPaths(const std::vector<std::string>& arguments,
     isSeveral = isSeveral || paths.front() != argument || paths.size() > 1;
     for (const std::string& path : paths) {
       const std::string normal = std::filesystem::path(path).lexically_normal();
-      if (known.insert(normal).second) {
+      if (!IsExcluded(path, excluded) && known.insert(normal).second) {
         files.push_back(MakeFileOfPath(path, path, {{PATH_LABEL, normal}}));
       }
     }
@@ -253,7 +254,7 @@ Selection SelectFiles(const std::vector<std::string>& arguments, Context& contex
   const std::vector<Labels> labels = MakeDirectoryLabels(directories, options.isDirectoryLabelled);
   Selection selection;
   selection.isSeveral = hasSeveral || arguments.size() > 1;
-  selection.files = SelectPaths(paths, selection.isSeveral);
+  selection.files = SelectPaths(paths, options.excluded, selection.isSeveral);
   for (std::size_t i = 0; i < directories.size() && (paths.empty() || !ids.empty()); ++i) {
     try {
       for (const std::string& zeltId :
@@ -271,6 +272,9 @@ Selection SelectFiles(const std::vector<std::string>& arguments, Context& contex
     } catch (const CommandError& error) {
       TellOrThrow(error, hasSeveral, context);
     }
+  }
+  if (selection.files.empty() && !options.excluded.empty()) {
+    throw CommandError("--exclude", "no data source is left", StatusCode::NotFound);
   }
   if (selection.files.empty()) {
     throw hasSeveral

@@ -23,6 +23,7 @@ class SpanReader : public PointStream {
              std::optional<long long> confirmed);
 
   bool IsEmpty() const override { return isEmpty; }
+  std::optional<long long> FindBegin() const override;
   void Tell() const override;
   void Stream(const PieceConsumer& consume) override;
 

@@ -32,6 +32,11 @@ SpanRows::SpanRows(const Question& question, const Source& askedSource,
   isEmpty = std::none_of(segments.begin(), segments.end(), isEarlier);
 }
 
+std::optional<long long> SpanRows::FindBegin() const {
+  const Segments& segments = parts.front().segments;
+  return segments.empty() ? std::nullopt : std::optional(segments.front().begin);
+}
+
 void SpanRows::Tell() const {
   const std::string text = DescribeSegments(parts.front().segments, begin, end);
   if (!text.empty()) {

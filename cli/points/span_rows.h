@@ -17,6 +17,7 @@ class SpanRows : public PointStream {
   SpanRows(const Question& question, const Source& askedSource, std::optional<long long> confirmed);
 
   bool IsEmpty() const override { return isEmpty; }
+  std::optional<long long> FindBegin() const override;
   void Tell() const override;
   void Stream(const PieceConsumer& consume) override;
 

@@ -62,7 +62,9 @@ Pool FindPool(const Source& source, const std::string& consolidation) {
     }
   }
   throw CommandError(source.name,
-                     "has no archive of " + consolidation + " or AVERAGE, and none of single steps",
+                     "has no archive of " + consolidation +
+                         (consolidation == "AVERAGE" ? "" : " or AVERAGE") +
+                         ", and none of single steps",
                      StatusCode::InvalidArgument);
 }
 

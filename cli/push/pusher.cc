@@ -73,10 +73,10 @@ void Pusher::PushSource(const SelectedFile& file, const Source& source, bool isT
   if (confirmed && *confirmed > source.file.lastUpdate) {
     return TellOlder(source, *confirmed);
   }
-  if (confirmed) {
-    TellGap(source, *confirmed);
-  }
   const std::unique_ptr<PointStream> stream = MakePointStream(question, source, confirmed);
+  if (confirmed) {
+    TellGap(source, *confirmed, stream->FindBegin());
+  }
   if (stream->IsEmpty()) {
     return;
   }
@@ -97,15 +97,16 @@ void Pusher::TellOlder(const Source& source, long long confirmed) const {
 }
 
 // Samples that had left the file before they were sent.
-void Pusher::TellGap(const Source& source, long long confirmed) const {
-  long long next = confirmed + 1;
+void Pusher::TellGap(const Source& source, long long confirmed,
+                     std::optional<long long> beginOfRows) const {
+  long long next = confirmed + (beginOfRows ? 0 : 1);  // a row stands for the time before its own
   if (question.interval) {
     Date::Date start;
     start.timeZone = question.zone;
     start.timestamp = confirmed;
     next = question.interval->ComputeNext(start).timestamp;
   }
-  source.hasSpans ? TellLostRows(source, next) : TellLostSamples(source, next);
+  beginOfRows ? TellLostRows(source, next, *beginOfRows) : TellLostSamples(source, next);
 }
 
 void Pusher::TellLostSamples(const Source& source, long long next) const {
@@ -119,12 +120,10 @@ void Pusher::TellLostSamples(const Source& source, long long next) const {
   }
 }
 
-void Pusher::TellLostRows(const Source& source, long long next) const {
-  const std::string function = source.consolidation.empty() ? "AVERAGE" : source.consolidation;
-  const Segments segments = ChooseSegments(source, FindPool(source, function));
-  if (!segments.empty() && segments.front().begin > next) {
-    PrintMessage(source.name + ": the rows from " + FormatUtc(next) + " to " +
-                 FormatUtc(segments.front().begin) + " are no longer in its file, and not sent");
+void Pusher::TellLostRows(const Source& source, long long next, long long begin) const {
+  if (begin > next) {
+    PrintMessage(source.name + ": the rows from " + FormatUtc(next) + " to " + FormatUtc(begin) +
+                 " are no longer in its file, and not sent");
     context.NotePartialData();
   }
 }

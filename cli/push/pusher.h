@@ -37,9 +37,10 @@ class Pusher {
   void PushFile(const SelectedFile& file);
   void PushSource(const SelectedFile& file, const Source& source, bool isTold);
   void TellOlder(const Source& source, long long confirmed) const;
-  void TellGap(const Source& source, long long confirmed) const;
+  void TellGap(const Source& source, long long confirmed,
+               std::optional<long long> beginOfRows) const;
   void TellLostSamples(const Source& source, long long next) const;
-  void TellLostRows(const Source& source, long long next) const;
+  void TellLostRows(const Source& source, long long next, long long begin) const;
   bool Add(const Piece& piece, const PushedSeries& series);
   void SendBatch();
   void SendApart();

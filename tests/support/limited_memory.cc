@@ -20,6 +20,12 @@ void* operator new(std::size_t size) {
   return memory;
 }
 
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+  void* const memory = LimitedMemory::granted-- > 0 ? std::malloc(size == 0 ? 1 : size) : nullptr;
+  LimitedMemory::held += memory == nullptr ? 0 : 1;
+  return memory;
+}
+
 void operator delete(void* memory) noexcept {
   LimitedMemory::held -= memory == nullptr ? 0 : 1;
   std::free(memory);
