@@ -235,6 +235,17 @@ Selection SelectTree(const SelectionOptions& options, Context& context) {
   return selection;
 }
 
+// Tells why no file is selected.
+[[noreturn]] void RefuseEmpty(const std::vector<std::string>& directories,
+                              const SelectionOptions& options) {
+  if (!options.excluded.empty()) {
+    throw CommandError("--exclude", "no data source is left", StatusCode::NotFound);
+  }
+  throw directories.size() > 1
+      ? CommandError("the directories", "none has any of the data sources", StatusCode::NotFound)
+      : CommandError(directories.front(), "has no data source", StatusCode::NotFound);
+}
+
 }  // namespace
 
 Selection SelectFiles(const std::vector<std::string>& arguments, Context& context,
@@ -273,13 +284,8 @@ Selection SelectFiles(const std::vector<std::string>& arguments, Context& contex
       TellOrThrow(error, hasSeveral, context);
     }
   }
-  if (selection.files.empty() && !options.excluded.empty()) {
-    throw CommandError("--exclude", "no data source is left", StatusCode::NotFound);
-  }
   if (selection.files.empty()) {
-    throw hasSeveral
-        ? CommandError("the directories", "none has any of the data sources", StatusCode::NotFound)
-        : CommandError(directories.front(), "has no data source", StatusCode::NotFound);
+    RefuseEmpty(directories, options);
   }
   return selection;
 }
