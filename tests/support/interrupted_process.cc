@@ -93,11 +93,13 @@ extern "C" void* mmap(void* address, std::size_t size, int protection, int flags
     protection &= ~PROT_WRITE;
   }
   const long result = syscall(SYS_mmap, address, size, protection, flags, fd, offset);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): the system call returns an address
+  auto* const mapped = reinterpret_cast<void*>(result);
   if (isGuarded) {
-    mapping = reinterpret_cast<void*>(result);
+    mapping = mapped;
     mappingSize = size;
   }
-  return reinterpret_cast<void*>(result);
+  return mapped;
 }
 #pragma GCC visibility pop
 
