@@ -250,8 +250,7 @@ class PointRoad : public testing::Test {
     Outcome outcome;
     try {
       const SelectedFile file{directory.GetPath(), zeltId, {}, ""};
-      for (const Source& source : question.interval ? OpenSources(file, {}, context)
-                                                    : OpenSourcesOfRows(file, {}, context)) {
+      for (const Source& source : OpenSources(question, file, {}, context)) {
         writer.Begin(MakeSeries(file, source, {}), 0, outcome.output);
         const auto stream = MakePointStream(question, source, confirmed);
         stream->Stream([&](const Piece& piece) {

@@ -29,12 +29,6 @@ AnswerShape MakeShape(const AnswerOptions& options, const Question& question,
   return shape;
 }
 
-std::vector<Source> Open(const SelectedFile& file, const Question& question,
-                         const std::vector<std::string>& names, Context& context) {
-  return question.interval ? OpenSources(file, names, context)
-                           : OpenSourcesOfRows(file, names, context);
-}
-
 // Which columns CSV has beside those of the options, which its first line must tell. Returns the
 // sources of a single file, so that it is not opened again.
 std::vector<Source> FindColumns(const AnswerOptions& options, const Question& question,
@@ -46,7 +40,7 @@ std::vector<Source> FindColumns(const AnswerOptions& options, const Question& qu
       continue;
     }
     try {
-      opened = Open(file, question, options.sources, context);
+      opened = OpenSources(question, file, options.sources, context);
       for (const Source& source : opened) {
         shape.hasSources |= !source.sourceName.empty();
         shape.hasConsolidation |= !source.consolidation.empty();
@@ -110,7 +104,7 @@ class AnswerWriter {
 
   void WriteFile(const SelectedFile& file, int round) {
     const std::vector<Source> sources =
-        opened.empty() ? Open(file, question, sourceNames, context) : opened;
+        opened.empty() ? OpenSources(question, file, sourceNames, context) : opened;
     ForEachSource(sources, context, [&](const Source& source) {
       const bool isTold = round == 0 && source.column == sources.front().column;
       WriteSource(file, source, round, isTold);

@@ -6,6 +6,7 @@
 
 #include "arguments/nearest_word.h"
 #include "arguments/scope_text.h"
+#include "base/message.h"
 #include "rrd/foreign_file.h"
 #include "timeseries/rrd/file_helper.h"
 
@@ -67,6 +68,11 @@ std::string GetDirectoryPath(const std::string& directory) {
 }
 
 }  // namespace
+
+void Context::TellFailure(const CommandError& error) {
+  PrintMessage(error.GetText());
+  exitStatus = EXIT_FAILED;
+}
 
 const std::string& Context::GetDirectory() const {
   if (directories.size() > 1) {

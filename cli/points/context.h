@@ -33,6 +33,9 @@ struct Context {
     }
   }
 
+  // Tells an error of one of several files or data sources; the command will end with EXIT_FAILED.
+  void TellFailure(const CommandError& error);
+
   // The directory of a command that takes one. Throws UsageError when several were given.
   const std::string& GetDirectory() const;
 

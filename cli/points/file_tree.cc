@@ -72,8 +72,7 @@ std::vector<std::string> ListTree(const std::string& directory, Context& context
     if (next.empty()) {
       throw MakeUnreadable(directory, error);
     }
-    PrintMessage(MakeUnreadable(fs::path(directory) / next, error).GetText());
-    context.exitStatus = EXIT_FAILED;
+    context.TellFailure(MakeUnreadable(fs::path(directory) / next, error));
   }
   if (files.empty()) {
     throw CommandError(directory, "has no RRD file", StatusCode::NotFound);

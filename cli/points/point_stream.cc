@@ -36,6 +36,12 @@ bool IsOfSamples(const Question& question, const Source& source) {
 
 }  // namespace
 
+std::vector<Source> OpenSources(const Question& question, const SelectedFile& file,
+                                const std::vector<std::string>& names, Context& context) {
+  return question.interval ? OpenSources(file, names, context)
+                           : OpenSourcesOfRows(file, names, context);
+}
+
 std::unique_ptr<PointStream> MakePointStream(const Question& question, const Source& source,
                                              std::optional<long long> confirmed) {
   if (!source.hasSpans || IsOfSamples(question, source)) {

@@ -2,6 +2,8 @@
 
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "points/points.h"
 #include "points/question.h"
@@ -33,6 +35,11 @@ class PointStream {
   // Streams the samples of the window, both ends included, or the points of its intervals.
   virtual void Stream(const PieceConsumer& consume) = 0;
 };
+
+// The data sources of a file that answer a question: those of these names, or all. Of one for the
+// rows themselves, each consolidation function answers on its own.
+std::vector<Source> OpenSources(const Question& question, const SelectedFile& file,
+                                const std::vector<std::string>& names, Context& context);
 
 // The stream for a question and a source, which must outlive it. What is not later than
 // `confirmed`, a sample or the start of an interval, is left out.

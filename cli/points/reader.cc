@@ -64,13 +64,10 @@ Reader::Reader(const Question& askedQuestion, const Source& askedSource,
     PrepareSamples(confirmed);
     return;
   }
-  const bool isWhole = question.interval->IsWhole();
-  const bool isAsked = question.from || question.to || isWhole;
-  if (isAsked && !confirmed && window.start.timestamp >= window.end.timestamp) {
-    throw CommandError(source.name, "from is not before to: " + TimeWindowToString(window),
-                       StatusCode::InvalidArgument);
+  if (!confirmed) {
+    RequireForward(question, source, window);
   }
-  isWhole ? PrepareWhole() : PrepareIntervals(confirmed);
+  question.interval->IsWhole() ? PrepareWhole() : PrepareIntervals(confirmed);
 }
 
 void Reader::PrepareSamples(std::optional<long long> confirmed) {
@@ -84,7 +81,7 @@ void Reader::PrepareSamples(std::optional<long long> confirmed) {
 void Reader::PrepareIntervals(std::optional<long long> confirmed) {
   const std::optional<Intervals> found = FindIntervals(question, window);
   if (!found && !confirmed) {
-    RefuseIncomplete();
+    RefuseIncomplete(question, source, window);
   }
   isEmpty = !found;
   if (isEmpty) {
@@ -99,9 +96,8 @@ void Reader::PrepareIntervals(std::optional<long long> confirmed) {
   if (complete.start.timestamp == complete.end.timestamp) {
     return;
   }
-  if (confirmed && *confirmed + 1 >= window.start.timestamp) {
-    complete.start.timestamp = *confirmed;
-    complete.start = question.interval->ComputeNext(complete.start);
+  if (confirmed) {
+    SkipConfirmed(question, *confirmed, window, complete);
     isEmpty = complete.start.timestamp >= complete.end.timestamp;
   }
   const bool isOnRow = HasBoundOnRow(question, chosen.front().rowLength, complete.start);
@@ -120,7 +116,7 @@ void Reader::PrepareWhole() {
   if (std::any_of(functions.begin(), functions.end(), isDelta)) {
     const std::optional<Intervals> found = FindIntervals(question, window);
     if (!found) {
-      RefuseIncomplete();
+      RefuseIncomplete(question, source, window);
     }
     intervals = *found;
   }
@@ -142,12 +138,6 @@ void Reader::ChooseOneArchive(long long start) {
               "no integral");
     }
   }
-}
-
-void Reader::RefuseIncomplete() const {
-  throw CommandError(source.name,
-                     "no complete " + question.intervalName + " in " + TimeWindowToString(window),
-                     StatusCode::InvalidArgument);
 }
 
 void Reader::Tell() const {

@@ -24,7 +24,6 @@ class Reader : public PointStream {
   void PrepareIntervals(std::optional<long long> confirmed);
   void PrepareWhole();
   void ChooseOneArchive(long long start);
-  [[noreturn]] void RefuseIncomplete() const;
   void StreamSamples(const PieceConsumer& consume);
   const std::string& FindConsolidation(long long time) const;
   void StreamIntervals(const PieceConsumer& consume);

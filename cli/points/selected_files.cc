@@ -90,8 +90,7 @@ void TellOrThrow(const CommandError& error, bool isSeveral, Context& context) {
   if (!isSeveral) {
     throw;
   }
-  PrintMessage(error.GetText());
-  context.exitStatus = EXIT_FAILED;
+  context.TellFailure(error);
 }
 
 }  // namespace

@@ -102,8 +102,7 @@ void ForEachSource(const std::vector<Source>& sources, Context& context,
       if (sources.size() == 1) {
         throw;
       }
-      PrintMessage(error.GetText());
-      context.exitStatus = EXIT_FAILED;
+      context.TellFailure(error);
     }
   }
 }

@@ -121,10 +121,8 @@ SpanReader::SpanReader(const Question& askedQuestion, const Source& askedSource,
     throw CommandError(source.name, "no row of it has a value", StatusCode::NotFound);
   }
   window = *found;
-  const bool isAsked = question.from || question.to || question.interval->IsWhole();
-  if (isAsked && !confirmed && window.start.timestamp >= window.end.timestamp) {
-    throw CommandError(source.name, "from is not before to: " + TimeWindowToString(window),
-                       StatusCode::InvalidArgument);
+  if (!confirmed) {
+    RequireForward(question, source, window);
   }
   PrepareIntervals(confirmed);
 }
@@ -158,9 +156,7 @@ void SpanReader::PrepareIntervals(std::optional<long long> confirmed) {
   const std::optional<Intervals> found =
       isWhole ? std::optional(intervals) : FindIntervals(question, window);
   if (!found && !confirmed) {
-    throw CommandError(source.name,
-                       "no complete " + question.intervalName + " in " + TimeWindowToString(window),
-                       StatusCode::InvalidArgument);
+    RefuseIncomplete(question, source, window);
   }
   isEmpty = !found;
   if (isEmpty) {
@@ -171,9 +167,8 @@ void SpanReader::PrepareIntervals(std::optional<long long> confirmed) {
   if (complete.start.timestamp == complete.end.timestamp) {
     return;
   }
-  if (confirmed && *confirmed + 1 >= window.start.timestamp) {
-    complete.start.timestamp = *confirmed;
-    complete.start = question.interval->ComputeNext(complete.start);
+  if (confirmed) {
+    SkipConfirmed(question, *confirmed, window, complete);
     isEmpty = complete.start.timestamp >= complete.end.timestamp;
   }
   if (!isEmpty && !isWhole) {

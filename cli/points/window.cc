@@ -52,6 +52,15 @@ unsigned long long GetSeconds(const TimeWindow& window) {
       std::max(0LL, window.end.timestamp - window.start.timestamp));
 }
 
+// Seconds of a window that a file does not cover, whose rows reach from `first` to `last`.
+unsigned long long GetUncovered(const TimeWindow& window, long long first, long long last) {
+  TimeWindow before = window;
+  before.end.timestamp = std::min(window.end.timestamp, first);
+  TimeWindow after = window;
+  after.start.timestamp = std::max(window.start.timestamp, last);
+  return GetSeconds(before) + GetSeconds(after);
+}
+
 void RequireCount(const Source& source, long long first, unsigned long long count,
                   unsigned long long maximum) {
   if (count > maximum) {
@@ -189,16 +198,26 @@ bool HasBoundOnRow(const Question& question, long long rowLength, Date::Date sta
   return false;
 }
 
-void RequireFewPoints(const Question& question, const Source& source, long long first,
-                      long long last, const TimeWindow& window) {
-  TimeWindow before = window;
-  before.end.timestamp = std::min(window.end.timestamp, first);
-  TimeWindow behind = window;
-  behind.start.timestamp = std::max(window.start.timestamp, last);
-  const auto length = static_cast<unsigned long long>(GetIntervalLength(question, window));
-  const auto uncovered = GetSeconds(before) + GetSeconds(behind);
-  const auto held = question.isAtOnce ? GetSeconds(window) : uncovered;
-  RequireCount(source, first, held / length, MAXIMUM_POINT_COUNT);
+void RequireForward(const Question& question, const Source& source, const TimeWindow& window) {
+  const bool isAsked = question.from || question.to || question.interval->IsWhole();
+  if (isAsked && window.start.timestamp >= window.end.timestamp) {
+    throw CommandError(source.name, "from is not before to: " + TimeWindowToString(window),
+                       StatusCode::InvalidArgument);
+  }
+}
+
+void RefuseIncomplete(const Question& question, const Source& source, const TimeWindow& window) {
+  throw CommandError(source.name,
+                     "no complete " + question.intervalName + " in " + TimeWindowToString(window),
+                     StatusCode::InvalidArgument);
+}
+
+void SkipConfirmed(const Question& question, long long confirmed, const TimeWindow& window,
+                   TimeWindow& complete) {
+  if (confirmed + 1 >= window.start.timestamp) {
+    complete.start.timestamp = confirmed;
+    complete.start = question.interval->ComputeNext(complete.start);
+  }
 }
 
 void RequireBounded(const Question& question, const Source& source, const ChosenArchive& chosen,
@@ -206,17 +225,20 @@ void RequireBounded(const Question& question, const Source& source, const Chosen
   const bool isWhole = question.interval->IsWhole();
   const auto length = static_cast<unsigned long long>(GetIntervalLength(question, window));
   const auto rowLength = static_cast<unsigned long long>(chosen.rowLength);
-  TimeWindow before = window;
-  before.end.timestamp = std::min(window.end.timestamp, chosen.archive->firstTime);
-  TimeWindow behind = window;
-  behind.start.timestamp = std::max(window.start.timestamp, source.file.lastUpdate);
-  const auto uncovered = GetSeconds(before) + GetSeconds(behind);
+  const long long first = chosen.archive->firstTime;
+  const auto uncovered = GetUncovered(window, first, source.file.lastUpdate);
   const auto held = isWhole || question.isAtOnce ? GetSeconds(window) : uncovered;
   const auto rowCount = static_cast<unsigned long long>(chosen.archive->rowCount);
-  const long long first = chosen.archive->firstTime;
   RequireCount(source, first, (isWhole ? held : uncovered) / rowLength,
                std::max(rowCount, MAXIMUM_ROW_COUNT));
   RequireCount(source, first, held / length, std::max(rowCount, MAXIMUM_POINT_COUNT));
+}
+
+void RequireFewPoints(const Question& question, const Source& source, long long first,
+                      long long last, const TimeWindow& window) {
+  const auto length = static_cast<unsigned long long>(GetIntervalLength(question, window));
+  const auto held = question.isAtOnce ? GetSeconds(window) : GetUncovered(window, first, last);
+  RequireCount(source, first, held / length, MAXIMUM_POINT_COUNT);
 }
 
 void RequireEndOnBound(const Question& question, const Source& source, const TimeWindow& window) {

@@ -30,6 +30,18 @@ struct Intervals {
 // The intervals of a window; none when none is complete, unless one that is cut is asked for.
 std::optional<Intervals> FindIntervals(const Question& question, const TimeWindow& window);
 
+// Requires that a window that is asked for does not end before it begins.
+void RequireForward(const Question& question, const Source& source, const TimeWindow& window);
+
+// For a window without a complete interval.
+[[noreturn]] void RefuseIncomplete(const Question& question, const Source& source,
+                                   const TimeWindow& window);
+
+// Leaves out the intervals up to the confirmed one. Nothing is left where `complete` then ends
+// before it begins.
+void SkipConfirmed(const Question& question, long long confirmed, const TimeWindow& window,
+                   TimeWindow& complete);
+
 // Seconds of an interval at the window's start; of all, those of the window.
 long long GetIntervalLength(const Question& question, const TimeWindow& window);
 
@@ -37,13 +49,13 @@ long long GetIntervalLength(const Question& question, const TimeWindow& window);
 // that are counted from there at their places.
 bool HasBoundOnRow(const Question& question, long long rowLength, Date::Date start);
 
-// The same where a file covers the time from `first` to `last`.
-void RequireFewPoints(const Question& question, const Source& source, long long first,
-                      long long last, const TimeWindow& window);
-
 // Requires that the answer is bounded: the time that the file does not cover is answered as well.
 void RequireBounded(const Question& question, const Source& source, const ChosenArchive& chosen,
                     const TimeWindow& window);
+
+// The same for points alone, where a file covers the time from `first` to `last`.
+void RequireFewPoints(const Question& question, const Source& source, long long first,
+                      long long last, const TimeWindow& window);
 
 // Requires that the last interval ends with the window.
 void RequireEndOnBound(const Question& question, const Source& source, const TimeWindow& window);

@@ -55,9 +55,7 @@ void Pusher::Push(const Selection& selection) {
 }
 
 void Pusher::PushFile(const SelectedFile& file) {
-  const std::vector<Source> sources = question.interval
-                                          ? OpenSources(file, sourceNames, context)
-                                          : OpenSourcesOfRows(file, sourceNames, context);
+  const std::vector<Source> sources = OpenSources(question, file, sourceNames, context);
   ForEachSource(sources, context, [&](const Source& source) {
     PushSource(file, source, source.column == sources.front().column);
   });
@@ -182,8 +180,7 @@ void Pusher::SendApart() {
 }
 
 void Pusher::Refuse(const Part& part, const SendError& error) {
-  PrintMessage(CommandError(part.series.zeltId, error.what(), error.GetStatus()).GetText());
-  context.exitStatus = EXIT_FAILED;
+  context.TellFailure(CommandError(part.series.zeltId, error.what(), error.GetStatus()));
   refused.insert(part.series);
 }
 

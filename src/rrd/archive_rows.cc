@@ -1,10 +1,10 @@
 #include "rrd/archive_rows.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <limits>
 #include <vector>
+
+#include "rrd/transfer.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 namespace {
@@ -16,21 +16,6 @@ constexpr unsigned long long BLOCK_SIZE = 1 << 13;
 long long RoundUpToRow(long long time, long long length) {
   const long long rest = ((time % length) + length) % length;
   return rest == 0 ? time : time + length - rest;
-}
-
-bool ReadAt(int fd, std::vector<double>& buffer, std::uint64_t position) {
-  char* target = reinterpret_cast<char*>(buffer.data());
-  std::size_t missing = buffer.size() * sizeof(double);
-  while (missing > 0) {
-    const ssize_t count = pread(fd, target, missing, static_cast<off_t>(position));
-    if (count <= 0) {
-      return false;
-    }
-    target += count;
-    position += static_cast<std::uint64_t>(count);
-    missing -= static_cast<std::size_t>(count);
-  }
-  return true;
 }
 
 }  // namespace
@@ -83,9 +68,10 @@ bool ArchiveRows::ReadRun(int fd, const FileGate::Rows& rows, unsigned long long
   std::vector<double> block;
   while (count > 0) {
     const unsigned long long taken = std::min(count, most);
-    // The last row ends with the wanted value, lest the file is read behind its end.
+    // The last row ends with the wanted value, so that nothing is read after the end of the file.
     block.resize((taken - 1) * columns + 1);
-    if (!ReadAt(fd, block, rows.position + row * columns * sizeof(double))) {
+    if (!ReadAll(fd, reinterpret_cast<char*>(block.data()), block.size() * sizeof(double),
+                 rows.position + row * columns * sizeof(double))) {
       return false;
     }
     for (unsigned long long i = 0; i < taken; ++i) {

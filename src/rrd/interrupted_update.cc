@@ -10,6 +10,7 @@
 
 #include "foundation/descriptor.h"
 #include "rrd/journal.h"
+#include "rrd/transfer.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 namespace {

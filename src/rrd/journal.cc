@@ -10,6 +10,7 @@
 
 #include "rrd/checksum.h"
 #include "rrd/file_gate.h"
+#include "rrd/transfer.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 namespace {
@@ -148,33 +149,5 @@ std::uint64_t Journal::FindSize() const { return sizeof head + header.size() + A
 IdleHead MakeIdleHead(const std::string& header) { return {IDLE_MARK, ComputeChecksum(header)}; }
 
 bool IsIdle(const IdleHead& head) { return head.mark == IDLE_MARK; }
-
-bool ReadAll(int fd, char* data, std::uint64_t size, std::uint64_t offset) {
-  while (size > 0) {
-    const ssize_t count =
-        pread(fd, data, static_cast<std::size_t>(size), static_cast<off_t>(offset));
-    if (count <= 0) {
-      return false;
-    }
-    data += count;
-    size -= static_cast<std::uint64_t>(count);
-    offset += static_cast<std::uint64_t>(count);
-  }
-  return true;
-}
-
-bool WriteAll(int fd, const char* data, std::uint64_t size, std::uint64_t offset) {
-  while (size > 0) {
-    const ssize_t count =
-        pwrite(fd, data, static_cast<std::size_t>(size), static_cast<off_t>(offset));
-    if (count <= 0) {
-      return false;
-    }
-    data += count;
-    size -= static_cast<std::uint64_t>(count);
-    offset += static_cast<std::uint64_t>(count);
-  }
-  return true;
-}
 
 }  // namespace nvx::TimeSeriesDatabase::Rrd

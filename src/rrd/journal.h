@@ -80,8 +80,4 @@ struct IdleHead {
 IdleHead MakeIdleHead(const std::string& header);
 bool IsIdle(const IdleHead& head);
 
-// Reads or writes all of the bytes, or returns false.
-bool ReadAll(int fd, char* data, std::uint64_t size, std::uint64_t offset);
-bool WriteAll(int fd, const char* data, std::uint64_t size, std::uint64_t offset);
-
 }  // namespace nvx::TimeSeriesDatabase::Rrd

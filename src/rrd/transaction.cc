@@ -11,6 +11,7 @@
 
 #include "rrd/file_header.h"
 #include "rrd/interrupted_update.h"
+#include "rrd/transfer.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 namespace {
