@@ -15,6 +15,7 @@
 #include <set>
 
 #include "support/leaks_of_librrd.h"
+#include "support/legacy_file.h"
 #include "support/limited_memory.h"
 #include "support/temporary_directory.h"
 #include "timeseries/rrd_client.h"
@@ -26,11 +27,6 @@ using namespace nvx::TimeSeriesDatabase;
 namespace {
 
 constexpr long long START = 1700000040;  // a multiple of 60
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 // What is left of a command.
 struct Outcome {

@@ -18,6 +18,7 @@
 #include <limits>
 
 #include "support/leaks_of_librrd.h"
+#include "support/legacy_file.h"
 #include "support/log_capture.h"
 #include "support/random.h"
 #include "support/rrd_file.h"
@@ -32,14 +33,9 @@ namespace {
 
 constexpr long long LAST = 1700005400;
 
-void WriteFile(const std::string& path, const std::string& bytes) {
+void WriteAnew(const std::string& path, const std::string& bytes) {
   std::filesystem::remove(path);  // closing a truncated file would flush it to the disk
   std::ofstream(path, std::ios::binary) << bytes;
-}
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // Runs every command on each file, which is restored before each; returns the number of the file at
@@ -69,7 +65,7 @@ std::string ReadFile(const std::string& path) {
   for (current = 0; current < files.size(); current = current + 1) {
     alarm(60);
     for (std::vector<const char*> command : commands) {
-      WriteFile(path, files[current]);
+      WriteAnew(path, files[current]);
       command.insert(command.begin(), {"nvx-timeseries", "-d", directory.c_str()});
       const int status =
           RunCommand(static_cast<int>(command.size()), const_cast<char**>(command.data()));
@@ -130,7 +126,7 @@ TEST(HostileFile, NeverBringsTheCommandDown) {
     ASSERT_EQ(wait4(child, &status, 0, &usage), child);
     if (status != 0) {
       const std::string kept = testing::TempDir() + "hostile.rrd";
-      WriteFile(kept, files[*current]);
+      WriteAnew(kept, files[*current]);
       const std::string messages = ReadFile(directory.GetPath("messages"));
       FAIL() << kept << ": status " << status << '\n'
              << messages.substr(messages.size() - std::min<std::size_t>(messages.size(), 4000));
@@ -161,7 +157,7 @@ bool IsReadBesideChanges(const std::function<void(const std::string& path)>& cha
                          const std::string& end, int mostQueries) {
   const TemporaryDirectory directory;
   const std::string path = directory.GetPath("topo_x.rrd");
-  WriteFile(path, RrdFileBytes{1, {{"LAST", 50000, 1}}}.Make());
+  WriteAnew(path, RrdFileBytes{1, {{"LAST", 50000, 1}}}.Make());
   const pid_t writer = fork();
   if (writer == 0) {
     while (true) {
@@ -237,7 +233,7 @@ TEST(HostileFile, IsRefusedWithAReason) {
     }
   };
   for (const Case& hostile : cases) {
-    WriteFile(path, hostile.file.Make());
+    WriteAnew(path, hostile.file.Make());
     expectRefusal(hostile.reason);
   }
   const std::string whole = RrdFileBytes{}.Make();
@@ -250,7 +246,7 @@ TEST(HostileFile, IsRefusedWithAReason) {
     for (const Number& number : numbers) {
       std::memcpy(&bytes[number.offset], &number.value, sizeof number.value);
     }
-    WriteFile(path, bytes);
+    WriteAnew(path, bytes);
     expectRefusal(reason);
   };
   constexpr unsigned long MANY = 1UL << 30;
@@ -274,9 +270,9 @@ TEST(HostileFile, IsRefusedWithAReason) {
                         RRA_dependent_rra_idx * sizeof(unival),
                     1}},
                   "a prediction of it cannot be computed");
-  WriteFile(path, whole.substr(0, whole.size() - 1));
+  WriteAnew(path, whole.substr(0, whole.size() - 1));
   expectRefusal("its values are cut off");
-  WriteFile(path, whole.substr(0, 500));
+  WriteAnew(path, whole.substr(0, 500));
   expectRefusal("its header is cut off");
   const int writer = open(path.c_str(), O_RDWR);  // which may just be changing what it looks like
   struct flock lock {};
@@ -294,7 +290,7 @@ TEST(FileGate, AcceptsEveryFileThatTheRrdLibraryReads) {
   const std::string path = directory.GetPath("a.rrd");
   const RrdClient client;
   const auto expectWhole = [&](const std::string& bytes) {
-    WriteFile(path, bytes);
+    WriteAnew(path, bytes);
     long long last = 0;
     unsigned long step = 0;
     Rrd::FetchResult result;
@@ -326,7 +322,7 @@ TEST(HostileFile, IsFetchedFromTheArchiveThatIsExpected) {
       file.archives.push_back(
           {FUNCTIONS[random() % std::size(FUNCTIONS)], random() % 9 + 1, random() % 4 + 1});
     }
-    WriteFile(path, file.Make());
+    WriteAnew(path, file.Make());
     const long long start = LAST - static_cast<long long>(random() % 4000);
     Rrd::FileDescription description;
     ASSERT_EQ(client.Describe(path, description), StatusCode::Success);
@@ -343,7 +339,7 @@ TEST(HostileFile, LeavesNoErrorForTheNextFile) {
   const std::string path = directory.GetPath("a.rrd");
   const RrdClient client;
   const LogCapture log(0);
-  WriteFile(path, RrdFileBytes{}.Make());
+  WriteAnew(path, RrdFileBytes{}.Make());
   EXPECT_EQ(client.Migrate(directory.GetPath("none.rrd"), 60, LAST, 0, 1, 5), StatusCode::Failure);
   EXPECT_EQ(client.Update(path, {{LAST + 600, 1}}), StatusCode::Success);
 }
@@ -354,7 +350,7 @@ TEST(HostileFile, IsNotFetchedIntoMoreMemoryThanItHas) {
   const RrdClient client;
   const LogCapture log(0);
   for (const char* function : {"LAST", "AVERAGE"}) {
-    WriteFile(path, RrdFileBytes{400, {{function, 1, 1}}, 1}.Make());
+    WriteAnew(path, RrdFileBytes{400, {{function, 1, 1}}, 1}.Make());
     Rrd::FetchResult result;
     EXPECT_EQ(client.Fetch(path, LAST - 40'000'000, LAST, result), StatusCode::Failure);
     EXPECT_EQ(client.Fetch(path, LAST - 3600, LAST, result), StatusCode::Success);
