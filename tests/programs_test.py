@@ -184,6 +184,22 @@ def check_later_push(directory):
     assert len(known) > 100
 
 
+def check_told_gaps(directory):
+    """A file without averages is pushed again, and each row that was lost meanwhile is told."""
+    for step, interval, lost in ((1, [], True), (60, ["--interval", "10m", "--function", "minimum"], False)):
+        path, recorder = f"{directory}/minutes{step}.rrd", Recorder()
+        run(RRDTOOL, "create", path, "--step", str(step), "--start", str(BEGIN - 1), f"DS:value:GAUGE:{2 * step}:U:U",
+            f"RRA:MIN:0.5:1:{10 if lost else 1000}")
+        push = [PROGRAM, "push", recorder.url, path, "--state", f"{directory}/state{step}", *interval]
+        run(RRDTOOL, "update", path, *(f"{BEGIN + step * i}:{i}" for i in range(50)))
+        run(*push)
+        sent = len(recorder.lines)
+        run(RRDTOOL, "update", path, *(f"{BEGIN + step * (50 + i)}:{i}" for i in range(11 if lost else 60)))
+        again = run(*push, status=3 if lost else 0)
+        assert len(recorder.lines) > sent and ("no longer in its file" in again.stderr) == lost, again
+        recorder.shutdown()
+
+
 def check(name, labels, definitions, path, directory):
     checks = []
     if definitions is None:  # it is read when it is converted
@@ -311,6 +327,7 @@ def main():
     passed = 0
     with tempfile.TemporaryDirectory() as directory:
         check_later_push(directory)
+        check_told_gaps(directory)
     for name, (file, labels, step, definitions) in PROGRAMS.items():
         with tempfile.TemporaryDirectory() as directory:
             passed += check(name, labels, definitions, make(directory, file, step, definitions), directory)

@@ -13,7 +13,7 @@ constexpr char INTERVAL_HELP[] =
     "such as 6h or 2w. Hours, up to 24h, are counted from local midnight; days and weeks from "
     "Monday, 5 January 1970; months, quarters and years from January 1970. With --day-start a day "
     "begins at another local time, and so does each longer interval; with --week-start sunday "
-    "weeks are counted from 4 January 1970. The words today, this-week and their like follow both.";
+    "weeks are counted from 4 January 1970. A day or a longer unit of TIME begins there, too.";
 
 // Throws UsageError for a text that names no interval.
 CalendarInterval ReadInterval(const std::string& text);

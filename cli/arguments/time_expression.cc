@@ -16,13 +16,12 @@ constexpr char LETTERS[] = "abcdefghijklmnopqrstuvwxyz";
 constexpr char LETTERS_AND_HYPHEN[] = "abcdefghijklmnopqrstuvwxyz-";
 
 // Of RRDtool, whose offsets from the present need no word.
-constexpr char NOW_OF_RRDTOOL[] = "N";
-constexpr char END_OF_RRDTOOL[] = "end";
+constexpr char NOW_OF_RRDTOOL = 'N';
 
 // The same TIME with a word where RRDtool has none.
 std::string AddWord(const std::string& text) {
-  if (text == NOW_OF_RRDTOOL) {
-    return "now";
+  if (!text.empty() && text.front() == NOW_OF_RRDTOOL && text.find_first_of(LETTERS, 1) != 1) {
+    return "now" + text.substr(1);
   }
   const bool isOffset = !text.empty() && (text.front() == '-' || text.front() == '+');
   return isOffset ? "now" + text : text;
@@ -49,7 +48,7 @@ constexpr Period PERIODS[] = {
 };
 
 std::vector<std::string> ListWords() {
-  std::vector<std::string> words = {"now", "first", "last"};
+  std::vector<std::string> words = {"now", "first", "last", "end"};
   for (const Period& period : PERIODS) {
     words.emplace_back(period.word);
   }
@@ -93,7 +92,7 @@ TimeExpression::TimeExpression(const std::string& timeText, const cctz::time_zon
   const std::string whole = AddWord(text);
   word = FindWord(whole);
   if (word.empty()) {
-    const std::optional<long long> written = ParseTime(text, zone);
+    const std::optional<long long> written = ParseTime(text, zone, calendar.dayStart);
     if (!written) {
       Refuse(IsWeek53(text) ? "; " + text.substr(0, text.find('-')) + " has only 52 weeks" : "");
     }
@@ -103,7 +102,7 @@ TimeExpression::TimeExpression(const std::string& timeText, const cctz::time_zon
   const std::vector<std::string> words = ListWords();
   if (std::find(words.begin(), words.end(), word) == words.end()) {
     const std::string typed = whole.substr(0, whole.find_first_not_of(LETTERS_AND_HYPHEN));
-    Refuse(word == END_OF_RRDTOOL ? "; last is the file's last sample" : SuggestWord(typed, words));
+    Refuse(SuggestWord(typed, words));
   }
   const std::string rest = RemoveBlanks(whole.substr(word.size()));
   for (std::size_t begin = 0; begin < rest.size();) {
@@ -141,7 +140,7 @@ TimeExpression::Offset TimeExpression::ReadOffset(std::string_view offsetText) c
   return {(offsetText[0] == '-' ? -number : number) * unit->count, unit->unit};
 }
 
-bool TimeExpression::IsOfFile() const { return word == "first" || word == "last"; }
+bool TimeExpression::IsOfFile() const { return word == "first" || word == "last" || word == "end"; }
 
 long long TimeExpression::Resolve(const FileTimes& file) const {
   if (word.empty()) {
@@ -163,7 +162,10 @@ long long TimeExpression::Resolve(const FileTimes& file) const {
 
 TimeExpression::Moment TimeExpression::FindOrigin(const FileTimes& file) const {
   if (IsOfFile()) {
-    return MakeMoment(word == "first" ? file.findFirst() : file.findLast());
+    const bool isEnd = word == "end" && file.windowEnd;
+    return MakeMoment(isEnd             ? *file.windowEnd
+                      : word == "first" ? file.findFirst()
+                                        : file.findLast());
   }
   const Moment now = MakeMoment(GetNow());
   if (word == "now") {

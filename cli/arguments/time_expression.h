@@ -3,6 +3,7 @@
 #include <cctz/time_zone.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,7 +20,8 @@ constexpr char TIME_HELP[] =
     "since "
     "the epoch, such as 1616893200, or @N with any number, or now, today, yesterday, this-week, "
     "last-week (and so with month, quarter and year: their beginnings), first or last (the file's "
-    "first and last sample), followed by any number of offsets, such as now-24h, today-1mo+6h or "
+    "first and last sample) or, of --from, end (the window's end), followed by any number of "
+    "offsets, such as now-24h, today-1mo+6h or "
     "last-7d; -7d alone is now-7d. All of the last month is --from last-month --to this-month. The "
     "units are s, m or min, h, d, w, mo, q and y. Days and longer units follow the calendar and "
     "keep the clock's time; in a month that is too short, the day is its last.";
@@ -29,6 +31,7 @@ constexpr char TIME_HELP[] =
 struct FileTimes {
   std::function<long long()> findFirst;
   std::function<long long()> findLast;
+  std::optional<long long> windowEnd = std::nullopt;  // known when the start is looked for
 };
 
 // A TIME: a time that is written out, or a word and the offsets from it.

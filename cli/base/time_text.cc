@@ -92,7 +92,8 @@ std::optional<long long> ParseSeconds(const std::string& text) {
   return rest == end && error == std::errc() ? std::optional(seconds) : std::nullopt;
 }
 
-std::optional<long long> ParseIso8601(const std::string& text, const cctz::time_zone& zone) {
+std::optional<long long> ParseIso8601(const std::string& text, const cctz::time_zone& zone,
+                                      unsigned int dayStart) {
   long long seconds = 0;
   if (!TimeHelper::ConvertStringDateToUnixTime(text, seconds)) {
     return std::nullopt;
@@ -102,19 +103,21 @@ std::optional<long long> ParseIso8601(const std::string& text, const cctz::time_
   }
   const cctz::time_point<cctz::seconds> read{cctz::seconds(seconds)};
   const cctz::civil_second local = cctz::convert(read, cctz::utc_time_zone());
-  return cctz::convert(local, zone).time_since_epoch().count();
+  const unsigned int start = text.find('T') == std::string::npos ? dayStart : 0;
+  return cctz::convert(local + start, zone).time_since_epoch().count();
 }
 
 }  // namespace
 
 long long ClampTime(long long seconds) { return std::clamp(seconds, EARLIEST_TIME, LATEST_TIME); }
 
-std::optional<long long> ParseTime(const std::string& text, const cctz::time_zone& zone) {
+std::optional<long long> ParseTime(const std::string& text, const cctz::time_zone& zone,
+                                   unsigned int dayStart) {
   std::optional<long long> seconds = ParseSeconds(text);
   if (const std::optional<cctz::civil_day> day = FindFirstDay(text)) {
-    seconds = cctz::convert(cctz::civil_second(*day), zone).time_since_epoch().count();
+    seconds = cctz::convert(cctz::civil_second(*day) + dayStart, zone).time_since_epoch().count();
   } else if (!seconds) {
-    seconds = ParseIso8601(Complete(text), zone);
+    seconds = ParseIso8601(Complete(text), zone, dayStart);
   }
   return seconds && ClampTime(*seconds) == *seconds ? seconds : std::nullopt;
 }

@@ -14,9 +14,11 @@ long long ClampTime(long long seconds);
 // with nine digits or more or after an "@"; a date of eight digits; ISO 8601, with a T or a blank;
 // a month, a year, a quarter such as 2024-Q3, or a week of ISO 8601 such as 2024-W07, each of which
 // is its beginning. A local time that the clocks skip is the first instant after the gap, one that
-// they repeat is its first occurrence. Nothing for any other text and for an instant outside the
+// they repeat is its first occurrence. A day without a time, and all that consists of days, begins
+// `dayStart` seconds after midnight. Nothing for any other text and for an instant outside the
 // years 1 to 9999.
-std::optional<long long> ParseTime(const std::string& text, const cctz::time_zone& zone);
+std::optional<long long> ParseTime(const std::string& text, const cctz::time_zone& zone,
+                                   unsigned int dayStart = 0);
 
 // The text form of an instant in UTC: "2021-03-28T01:00:00.000+00:00".
 std::string FormatUtc(long long timestamp);

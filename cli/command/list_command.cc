@@ -33,8 +33,13 @@ std::optional<long long> FindFirst(const Source& source) {
   if (!source.hasSpans) {
     return RowReader(source).FindFirstSample(GetOldestRow(source), last);
   }
-  SpanArchives archives(source, ListConsolidations(source.file).front());
-  return FindFirstSpan(archives, 0, last);
+  std::optional<long long> first;
+  for (const std::string& consolidation : ListConsolidations(source.file)) {
+    SpanArchives archives(source, consolidation);
+    const std::optional<long long> own = FindFirstSpan(archives, 0, first.value_or(last));
+    first = own ? own : first;
+  }
+  return first;
 }
 
 // The entry of a file, by the names of the columns.

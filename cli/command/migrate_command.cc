@@ -55,12 +55,6 @@ void Migrate(const FileDefinition& given, Context& context) {
   const long long last = file.lastUpdate;
   const long long start =
       givenStart ? ResolveStart(*givenStart, FindTimes(given.zeltId, context), given.zeltId) : last;
-  if (start < last && !definition.isForced) {
-    throw CommandError(
-        definition.zeltId,
-        "the samples from then to " + FormatUtc(last) + " would be lost; --force drops them",
-        StatusCode::InvalidArgument);
-  }
   try {
     const ComparedSamples samples = MigrateDataFile(path, MakeDataFileDefinition(definition, start),
                                                     definition.isForced, context.rrdClient);

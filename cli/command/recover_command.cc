@@ -87,27 +87,26 @@ void Mend(const RecoverOptions& options, const std::string& path, const PatientC
 
 void Recover(const RecoverOptions& options, Context& context) {
   const std::string path = context.GetPathOfExisting(options.zeltId);
-  const bool hadJournal = HasJournal(path);
-  Rrd::FileDescription file;
-  const std::optional<Finding> damage = FindDamage(context.rrdClient, path, options.zeltId, file);
-  if (!damage) {
-    const bool isUndone = hadJournal && !HasJournal(path);
-    std::cout << WithoutControls(options.zeltId)
-              << (isUndone ? ": the interrupted update is undone\n"
-                           : ": whole, there is nothing to recover\n");
-    return;
+  bool isUndone = false;
+  for (const Finding& finding : CheckFile(context.rrdClient, path, options.zeltId)) {
+    isUndone = isUndone || finding.isMended;
+    if (finding.isMended) {
+      std::cout << WithoutControls(options.zeltId) << ": the interrupted update is undone\n";
+    } else if (!finding.isCutOff) {
+      throw CommandError(options.zeltId, finding.problem + ": " + finding.advice,
+                         StatusCode::InvalidArgument);
+    } else if (options.isInPlace || options.destination) {
+      return Mend(options, path, context.rrdClient);
+    } else {
+      throw CommandError(
+          options.zeltId,
+          finding.problem + ": --to FILE makes a whole one of what is left, --in-place replaces it",
+          StatusCode::InvalidArgument);
+    }
   }
-  if (!damage->isCutOff) {
-    throw CommandError(options.zeltId, damage->problem + ": " + damage->advice,
-                       StatusCode::InvalidArgument);
+  if (!isUndone) {
+    std::cout << WithoutControls(options.zeltId) << ": whole, there is nothing to recover\n";
   }
-  if (!options.isInPlace && !options.destination) {
-    throw CommandError(
-        options.zeltId,
-        damage->problem + ": --to FILE makes a whole one of what is left, --in-place replaces it",
-        StatusCode::InvalidArgument);
-  }
-  Mend(options, path, context.rrdClient);
 }
 
 }  // namespace

@@ -96,8 +96,9 @@ void TellOrThrow(const CommandError& error, bool isSeveral, Context& context) {
 }  // namespace
 
 void AddSelectionOptions(CLI::App& command, SelectionOptions& options) {
-  command.add_flag("--label-directory", options.isDirectoryLabelled,
-                   "Add the label directory, the directory's name, also for a single directory");
+  CLI::Option* const label = command.add_flag(
+      "--label-directory", options.isDirectoryLabelled,
+      "Add the label directory, the directory's name, also for a single directory");
   command
       .add_option("--exclude", options.excluded,
                   "Leave out the data sources of this pattern; may be repeated")
@@ -107,7 +108,8 @@ void AddSelectionOptions(CLI::App& command, SelectionOptions& options) {
       command
           .add_option("--tree", options.tree,
                       "All files below DIR whose names end with .rrd, in place of IDs")
-          ->type_name("DIR");
+          ->type_name("DIR")
+          ->excludes(label);
   command
       .add_option("--path-labels", options.pathLabels,
                   "Names of the parts of a path below DIR, such as host/plugin-instance/type, to\n"
@@ -259,6 +261,9 @@ Selection SelectFiles(const std::vector<std::string>& arguments, Context& contex
   std::vector<std::string> paths;
   std::partition_copy(arguments.begin(), arguments.end(), std::back_inserter(paths),
                       std::back_inserter(ids), IsPath);
+  if (options.isDirectoryLabelled && !paths.empty()) {
+    throw UsageError(paths.front(), "a path has no label directory");
+  }
   const std::vector<std::string>& directories = context.directories;
   const bool hasSeveral = directories.size() > 1;
   const std::vector<Labels> labels = MakeDirectoryLabels(directories, options.isDirectoryLabelled);

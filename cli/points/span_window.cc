@@ -47,8 +47,8 @@ std::optional<TimeWindow> ResolveSpanWindow(const Question& question, const Sour
   if (!reach) {
     return std::nullopt;
   }
-  const FileTimes times{[&] { return FindFirst(parts, reach->newest).value_or(reach->newest); },
-                        [&] { return source.file.lastUpdate; }};
+  FileTimes times{[&] { return FindFirst(parts, reach->newest).value_or(reach->newest); },
+                  [&] { return source.file.lastUpdate; }};
   const long long newest = question.isResumable ? reach->newestOfAll : reach->newest;
   TimeWindow window = MakeWindow(question, 0, newest);
   if (question.to) {
@@ -56,6 +56,7 @@ std::optional<TimeWindow> ResolveSpanWindow(const Question& question, const Sour
     window.end.timestamp = question.isResumable ? std::min(end, newest) : end;
   }
   if (question.from) {
+    times.windowEnd = window.end.timestamp;
     window.start.timestamp = question.from->Resolve(times);
   } else if (confirmed) {
     window.start.timestamp = std::max(*confirmed, reach->oldest);

@@ -117,14 +117,15 @@ long long GetFirstSample(const Source& source, RowReader& rows) {
 
 TimeWindow ResolveWindow(const Question& question, const Source& source, RowReader& rows,
                          std::optional<long long> confirmed) {
-  const FileTimes times{[&] { return GetFirstSample(source, rows); },
-                        [&] { return source.file.lastUpdate; }};
+  FileTimes times{[&] { return GetFirstSample(source, rows); },
+                  [&] { return source.file.lastUpdate; }};
   TimeWindow window = MakeWindow(question, 0, source.file.lastUpdate);
   if (question.to) {
     const long long end = question.to->Resolve(times);
     window.end.timestamp = question.isResumable ? std::min(end, window.end.timestamp) : end;
   }
   if (question.from) {
+    times.windowEnd = window.end.timestamp;
     window.start.timestamp = question.from->Resolve(times);
     return window;
   }

@@ -8,6 +8,7 @@
 #include <ctime>
 #include <filesystem>
 #include <iterator>
+#include <optional>
 #include <system_error>
 
 #include "base/command_error.h"
@@ -39,6 +40,10 @@ Finding DescribeDamage(const std::string& reason) {
   if (reason.find("needs write permission") != std::string::npos) {
     return {reason, "check it as a user who may write it"};
   }
+  if (reason.find("its journal") != std::string::npos) {
+    return {reason,
+            "look at the file beside it whose name ends with " + std::string(JOURNAL_SUFFIX)};
+  }
   const bool isCutOff = reason.find("values are cut off") != std::string::npos;
   return {"damaged: " + reason,
           isCutOff ? "recover makes a whole file of what is left" : FROM_BACKUP, isCutOff};
@@ -63,14 +68,14 @@ unsigned long long CountExcluded(const PatientClient& client, const std::string&
   return count;
 }
 
-}  // namespace
-
+// Whether a journal lies beside the file, or beside the one that a link names.
 bool HasJournal(const std::string& path) {
   std::error_code ignored;
   const std::string ofLink = std::filesystem::canonical(path, ignored);
   return !ofLink.empty() && std::filesystem::exists(ofLink + JOURNAL_SUFFIX, ignored);
 }
 
+// Why the library does not take a file; none for one that it takes, which `file` describes then.
 std::optional<Finding> FindDamage(const PatientClient& client, const std::string& path,
                                   const std::string& zeltId, Rrd::FileDescription& file) {
   if (!IsRrdFile(path, zeltId)) {
@@ -85,6 +90,8 @@ std::optional<Finding> FindDamage(const PatientClient& client, const std::string
   return std::nullopt;
 }
 
+}  // namespace
+
 std::vector<Finding> CheckFile(const PatientClient& client, const std::string& path,
                                const std::string& zeltId) {
   const bool hadJournal = HasJournal(path);
@@ -94,7 +101,7 @@ std::vector<Finding> CheckFile(const PatientClient& client, const std::string& p
   }
   std::vector<Finding> findings;
   if (hadJournal && !HasJournal(path)) {
-    findings.push_back({"an update was interrupted", "it is undone now"});
+    findings.push_back({"an update was interrupted", "it is undone now", false, true});
   }
   Rrd::Tool::LayoutConverter converter;
   Rrd::Tool::RecognisedFile content;
