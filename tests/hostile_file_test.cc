@@ -262,7 +262,7 @@ TEST(HostileFile, IsRefusedWithAReason) {
   constexpr std::size_t FORMULA = sizeof(stat_head_t) + offsetof(ds_def_t, par);
   const std::string computed =
       RrdFileBytes{1, {{"LAST", 3, 1}}, 60, LAST, "0003", "COMPUTE"}.Make();
-  for (const unsigned long start : {0, 32}) {
+  for (const unsigned long start : {0UL, 32UL}) {
     expectRefusalOf(computed, {{FORMULA, start}}, "a formula of it cannot be computed");
   }
   expectRefusalOf(RrdFileBytes{1, {{"FAILURES", 3, 1}}}.Make(),

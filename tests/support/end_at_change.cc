@@ -67,11 +67,18 @@ ssize_t Write(Function& standIn, const char* name, int fd, const void* data, std
   return real(fd, data, size, offset...);
 }
 
+// The directory of the record, empty where none is kept.
+const std::string& GetRecord() {
+  static const char* const wanted = std::getenv("NVX_RECORD");
+  static const std::string directory = wanted == nullptr ? "" : wanted;
+  return directory;
+}
+
 bool isRecording = false;  // calls for the record itself are not recorded
 
 template <typename... Arguments>
 void Record(const char* format, Arguments... arguments) {
-  static const std::string path = std::string(std::getenv("NVX_RECORD")) + "/log";
+  static const std::string path = GetRecord() + "/log";
   isRecording = true;
   const int log = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND, S_IRUSR | S_IWUSR);
   dprintf(log, format, arguments...);
@@ -80,8 +87,7 @@ void Record(const char* format, Arguments... arguments) {
 }
 
 bool IsRecorded(bool isDone) {
-  static const bool isWanted = std::getenv("NVX_RECORD") != nullptr;
-  return isDone && isWanted && !isRecording;
+  return isDone && !GetRecord().empty() && !isRecording;
 }
 
 unsigned long long GetFile(int fd) {
@@ -129,7 +135,7 @@ int RecordSync(int fd, int result) {
   static int count = 0;
   const std::string name =
       std::to_string(++count) + "." + std::filesystem::path(path).filename().string();
-  const std::string copy = std::string(std::getenv("NVX_RECORD")) + "/" + name;
+  const std::string copy = GetRecord() + "/" + name;
   isRecording = true;
   std::filesystem::copy_file("/proc/self/fd/" + std::to_string(fd), copy);
   std::filesystem::last_write_time(copy, std::filesystem::last_write_time(path));
