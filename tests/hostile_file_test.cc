@@ -265,6 +265,11 @@ TEST(HostileFile, IsRefusedWithAReason) {
   for (const unsigned long start : {0UL, 32UL}) {
     expectRefusalOf(computed, {{FORMULA, start}}, "a formula of it cannot be computed");
   }
+  // The operators beside those that read and write nothing else.
+  for (const unsigned long operation : {3, 7, 33, 36, 37, 40, 43, 47, 49, 54, 68, 70}) {
+    expectRefusalOf(computed, {{FORMULA, operation}, {FORMULA + 4, 32}},
+                    "a formula of it cannot be computed");
+  }
   expectRefusalOf(RrdFileBytes{1, {{"FAILURES", 3, 1}}}.Make(),
                   {{sizeof(stat_head_t) + sizeof(ds_def_t) + offsetof(rra_def_t, par) +
                         RRA_dependent_rra_idx * sizeof(unival),
