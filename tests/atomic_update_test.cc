@@ -209,10 +209,13 @@ TEST_F(AtomicUpdate, IsUndoneOnlyInItsFile) {
   const std::string bytes = ReadFile(journal);
   const std::string copy = directory.GetPath("copy.rrd");
   fs::copy_file(path, copy);
+  const std::string small = directory.GetPath("small.rrd");
+  ASSERT_EQ(client.Create(small, 60, START, NAN, NAN, 2), StatusCode::Success);
   const std::function<void()> changes[] = {
       [&] {
         ASSERT_EQ(RunProgram({"rrdtool", "update", path, "1700000280:4"}).status, 0);
       },
+      [&] { WriteFile(path, ReadFile(small)); },  // an older backup of fewer rows, over the file
       [&] { fs::rename(copy, path); },
   };
   for (const auto& change : changes) {

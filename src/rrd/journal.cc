@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <string_view>
 #include <utility>
@@ -115,8 +116,19 @@ bool Journal::Fits(int fd) const {
 
 bool Journal::IsOfCutFile(int fd) const {
   FileIdentity identity;
-  return ReadIdentity(fd, identity) && IsSameFile(identity, head.file) &&
-         identity.size < head.file.size;
+  if (!ReadIdentity(fd, identity) || !IsSameFile(identity, head.file) ||
+      identity.size >= head.file.size) {
+    return false;
+  }
+  const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(identity.size, header.size()));
+  std::string now(size, '\0');
+  if (!ReadAll(fd, now.data(), size, 0)) {
+    return false;
+  }
+  // What is smaller may also be another file, written over this one.
+  const std::size_t part = std::min(size, sizeof(stat_head_t));
+  return size == header.size() ? IsWithinReach(header, head.lastTime, now)
+                               : now.compare(0, part, header, 0, part) == 0;
 }
 
 bool Journal::IsUndone(int fd) const {
