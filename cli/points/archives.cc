@@ -38,7 +38,7 @@ std::string DescribeOthers(const Source& source, const ChosenArchive& chosen) {
 }  // namespace
 
 ChosenArchive ChooseArchive(const Source& source, long long start) {
-  const Rrd::ArchiveDescription& archive = RequireArchive(source.file, start, source.name);
+  const Rrd::ArchiveDescription& archive = RequireSampleArchive(source.file, start, source.name);
   return {&archive, GetRowLengthOf(source, archive), start};
 }
 

@@ -5,8 +5,8 @@
 
 #include "points/source.h"
 
-// Which archives of a file answer. This is decided here alone, once for a question. Every operation
-// throws CommandError for a file of which no archive is read.
+// Which archives of a file answer with samples: those of last values. This is decided here alone,
+// once for a question. Every operation throws CommandError for a file that has none of them.
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 struct ChosenArchive {
@@ -15,18 +15,18 @@ struct ChosenArchive {
   long long begin;      // it answers from this time on, until the next one begins
 };
 
-// The one archive for the points of all intervals from `start` on, as the library chooses it. Sums
-// of rows of different lengths could not be compared.
+// The one archive for the points of all intervals from `start` on. Sums of rows of different
+// lengths could not be compared.
 ChosenArchive ChooseArchive(const Source& source, long long start);
 
 // The archives of the samples from `first` to `last`: each time is that of the finest archive that
 // reaches back to it.
 std::vector<ChosenArchive> ChooseArchives(const Source& source, long long first, long long last);
 
-// The time of the oldest row of any archive that is read.
+// The time of the oldest row of any of them.
 long long GetOldestRow(const Source& source);
 
-// Whether all that the library reads of the file lies in one archive.
+// Whether all samples of the file lie in one archive.
 bool HasSingleArchive(const Source& source);
 
 // Tells on standard error which archives of a file of another shape answer. Of intervals, also

@@ -43,7 +43,7 @@ Source::Source(const std::string& nameOfFile, const std::string& filePath,
       context(commandContext),
       column(sourceColumn),
       hasSpans(HasSpans(file)),
-      isByArchive(hasSpans || file.dataSources.size() > 1) {
+      isByArchive(file.dataSources.size() > 1 || !HasOnlyLastValues(file)) {
   if (file.dataSources.size() > 1) {
     sourceName = file.dataSources[column].name;
     name += ' ' + sourceName;

@@ -33,10 +33,9 @@ struct Source {
   const Rrd::FileDescription& file;
   Context& context;
   unsigned long column = 0;
-  std::string sourceName;  // empty where it is the only one
-  bool hasSpans = false;   // rows of averages answer, and no samples
-  bool isByArchive =
-      false;  // rows are read of one archive, not of that which the RRD library takes
+  std::string sourceName;     // empty where it is the only one
+  bool hasSpans = false;      // rows of averages answer, and no samples
+  bool isByArchive = false;   // rows are read of one archive, as the RRD library could take another
   std::string consolidation;  // of the rows that are asked for; empty for samples and points
 };
 

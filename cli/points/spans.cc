@@ -29,7 +29,7 @@ Pool SelectByName(const Rrd::FileDescription& file, const std::string& consolida
 
 bool IsOfSteps(const Rrd::ArchiveDescription& archive) {
   const std::string& function = archive.consolidation;
-  return archive.stepsPerRow == 1 && (function == "MIN" || function == "MAX" || function == "LAST");
+  return archive.stepsPerRow == 1 && (function == "MIN" || function == "MAX");
 }
 
 // An archive that has a time, the one with the shortest rows first.
@@ -38,6 +38,10 @@ using Candidate = std::pair<long long, const Rrd::ArchiveDescription*>;
 }  // namespace
 
 bool HasLastValues(const Rrd::FileDescription& file) { return !SelectByName(file, "LAST").empty(); }
+
+bool HasOnlyLastValues(const Rrd::FileDescription& file) {
+  return SelectByName(file, "LAST").size() == file.archives.size();
+}
 
 bool HasSpans(const Rrd::FileDescription& file) {
   const auto has = [&file](const char* function) { return !SelectByName(file, function).empty(); };

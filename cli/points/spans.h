@@ -12,8 +12,9 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 // Whether a file is answered by spans: it has averages, or minima or maxima and no last values.
 bool HasSpans(const Rrd::FileDescription& file);
 
-// Whether it has last values.
+// Whether it has last values, and whether it has nothing else.
 bool HasLastValues(const Rrd::FileDescription& file);
+bool HasOnlyLastValues(const Rrd::FileDescription& file);
 
 // The consolidation functions of a file whose rows can be exported, in the order AVERAGE, MIN, MAX,
 // LAST.

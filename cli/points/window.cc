@@ -42,7 +42,8 @@ std::optional<long long> FindFirst(RowReader& rows, long long firstRow, long lon
 Date::Date FindIntervalStart(const Question& question, const Source& source,
                              const Date::Date& sample) {
   const Date::Date bound = question.interval->RoundDown(sample);
-  return source.file.FindArchive(bound.timestamp) == source.file.FindArchive(sample.timestamp)
+  return ChooseArchive(source, bound.timestamp).archive ==
+                 ChooseArchive(source, sample.timestamp).archive
              ? bound
              : sample;
 }

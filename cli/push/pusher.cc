@@ -8,10 +8,9 @@
 #include "base/message.h"
 #include "base/round_up.h"
 #include "base/time_text.h"
+#include "points/archives.h"
 #include "points/point_stream.h"
-#include "points/spans.h"
 #include "replace/interruption.h"
-#include "rrd/described_file.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -108,12 +107,12 @@ void Pusher::TellGap(const Source& source, long long confirmed,
 }
 
 void Pusher::TellLostSamples(const Source& source, long long next) const {
-  const Rrd::ArchiveDescription& archive = RequireArchive(source.file, next, source.name);
-  const auto step = static_cast<long long>(GetRowLength(source.file, archive));
-  next = RoundUp(next, step);
-  if (archive.firstTime > next) {
+  const ChosenArchive chosen = ChooseArchive(source, next);
+  const long long first = chosen.archive->firstTime;
+  next = RoundUp(next, chosen.rowLength);
+  if (first > next) {
     PrintMessage(source.name + ": the samples from " + FormatUtc(next) + " to " +
-                 FormatUtc(archive.firstTime - step) + " are no longer in its file, and not sent");
+                 FormatUtc(first - chosen.rowLength) + " are no longer in its file, and not sent");
     context.NotePartialData();
   }
 }

@@ -3,8 +3,11 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <limits>
+#include <utility>
 
 #include "base/command_error.h"
+#include "timeseries/rrd/constants.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -60,21 +63,32 @@ Rrd::FileDescription DescribeSingleSource(const PatientClient& client, const std
   return file;
 }
 
-const Rrd::ArchiveDescription& RequireArchive(const Rrd::FileDescription& file, long long start,
-                                              const std::string& zeltId) {
-  const Rrd::ArchiveDescription* const archive = file.FindArchive(start);
-  if (archive == nullptr) {
-    throw CommandError(
-        zeltId,
-        "only archives of LAST, or with a row for each step, are read; its file has " +
-            JoinNames(file.archives,
-                      [&](const auto& other) {
-                        return other.consolidation + " with rows of " +
-                               std::to_string(GetRowLength(file, other)) + " s";
-                      }),
-        StatusCode::InvalidArgument);
+const Rrd::ArchiveDescription& RequireSampleArchive(const Rrd::FileDescription& file,
+                                                    long long start, const std::string& zeltId) {
+  // All archives that reach back to the start count as equal here.
+  const auto getRank = [&](const Rrd::ArchiveDescription& archive) {
+    const long long begin = archive.firstTime - static_cast<long long>(GetRowLength(file, archive));
+    return std::pair(begin < start ? std::numeric_limits<long long>::min() : begin,
+                     archive.stepsPerRow);
+  };
+  const Rrd::ArchiveDescription* best = nullptr;
+  for (const Rrd::ArchiveDescription& archive : file.archives) {
+    const bool hasSamples = archive.consolidation == Rrd::LAST_KEYWORD;
+    if (hasSamples && (best == nullptr || getRank(archive) < getRank(*best))) {
+      best = &archive;
+    }
   }
-  return *archive;
+  if (best == nullptr) {
+    throw CommandError(zeltId,
+                       "only archives of LAST, AVERAGE, MIN and MAX are read; its file has " +
+                           JoinNames(file.archives,
+                                     [&](const auto& other) {
+                                       return other.consolidation + " with rows of " +
+                                              std::to_string(GetRowLength(file, other)) + " s";
+                                     }),
+                       StatusCode::InvalidArgument);
+  }
+  return *best;
 }
 
 unsigned long GetRowLength(const Rrd::FileDescription& file,

@@ -16,10 +16,12 @@ Rrd::FileDescription DescribeFile(const PatientClient& client, const std::string
 Rrd::FileDescription DescribeSingleSource(const PatientClient& client, const std::string& path,
                                           const std::string& zeltId);
 
-// The archive that a fetch from `start` on reads. Throws CommandError, with the archives of the
-// file, where the library reads none of them.
-const Rrd::ArchiveDescription& RequireArchive(const Rrd::FileDescription& file, long long start,
-                                              const std::string& zeltId);
+// The archive of the samples from `start` on: of those of last values the finest that reaches back
+// to it, or else the finest of those that reach back furthest, as the RRD library chooses where a
+// file has no others. Throws CommandError, with the archives of the file, where none is of last
+// values.
+const Rrd::ArchiveDescription& RequireSampleArchive(const Rrd::FileDescription& file,
+                                                    long long start, const std::string& zeltId);
 
 // Seconds from one row of an archive to the next.
 unsigned long GetRowLength(const Rrd::FileDescription& file,
