@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include "arguments/choice.h"
 #include "base/message.h"
@@ -70,15 +72,18 @@ class AnswerWriter {
         output(outputFile),
         context(commandContext) {}
 
-  // A format with several rounds needs the files of one scope together.
+  // A format with several rounds needs the files of one scope together. In all rounds they are as
+  // they were described for the first one.
   void Write(const Selection& selection) {
     const auto& files = selection.files;
     for (auto begin = files.begin(); begin != files.end();) {
       const auto end = writer.GetRoundCount() == 1 ? files.end() : FindScopeEnd(begin, files.end());
-      for (int round = 0; round < writer.GetRoundCount(); ++round) {
-        ForEachFile({{begin, end}, selection.isSeveral}, context,
-                    [&](const SelectedFile& file) { WriteFile(file, round); });
+      ForEachFile({{begin, end}, selection.isSeveral}, context,
+                  [&](const SelectedFile& file) { WriteFile(file); });
+      for (int round = 1; round < writer.GetRoundCount(); ++round) {
+        WriteRound(round, selection.isSeveral);
       }
+      answered.clear();
       begin = end;
     }
     writer.Finish(text);
@@ -102,20 +107,36 @@ class AnswerWriter {
     });
   }
 
-  void WriteFile(const SelectedFile& file, int round) {
+  void WriteFile(const SelectedFile& file) {
     const std::vector<Source> sources =
         opened.empty() ? OpenSources(question, file, sourceNames, context) : opened;
     ForEachSource(sources, context, [&](const Source& source) {
-      const bool isTold = round == 0 && source.column == sources.front().column;
-      WriteSource(file, source, round, isTold);
+      const Series series = MakeSeries(file, source, question.labels);
+      WriteSource(series, source, 0, source.column == sources.front().column);
+      if (writer.GetRoundCount() > 1) {
+        answered.emplace_back(series, source);
+      }
     });
   }
 
-  void WriteSource(const SelectedFile& file, const Source& source, int round, bool isTold) {
+  void WriteRound(int round, bool isSeveral) {
+    for (const auto& [series, source] : answered) {
+      try {
+        WriteSource(series, source, round, false);
+      } catch (const CommandError& error) {
+        if (!isSeveral) {
+          throw;
+        }
+        context.TellFailure(error);
+      }
+    }
+  }
+
+  void WriteSource(const Series& series, const Source& source, int round, bool isTold) {
     if (isOver) {
       return;
     }
-    writer.Begin(MakeSeries(file, source, question.labels), round, text);
+    writer.Begin(series, round, text);
     const std::unique_ptr<PointStream> stream = MakePointStream(question, source);
     if (round == 0) {
       Tell(*stream, source, isTold);
@@ -148,6 +169,7 @@ class AnswerWriter {
   PointWriter& writer;
   OutputFile& output;
   Context& context;
+  std::vector<std::pair<Series, Source>> answered;  // in the first of several rounds
   std::string text;
   bool isOver = false;  // the reader has gone
 };

@@ -41,7 +41,7 @@ class PointStream {
 std::vector<Source> OpenSources(const Question& question, const SelectedFile& file,
                                 const std::vector<std::string>& names, Context& context);
 
-// The stream for a question and a source, which must outlive it. What is not later than
+// The stream for a question, which must outlive it, and a source. What is not later than
 // `confirmed`, a sample or the start of an interval, is left out.
 std::unique_ptr<PointStream> MakePointStream(const Question& question, const Source& source,
                                              std::optional<long long> confirmed = std::nullopt);

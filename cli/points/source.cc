@@ -23,6 +23,18 @@ namespace {
                      StatusCode::NotFound);
 }
 
+bool HasSameShape(const Rrd::FileDescription& file, const Rrd::FileDescription& other) {
+  return file.step == other.step &&
+         std::equal(file.dataSources.begin(), file.dataSources.end(), other.dataSources.begin(),
+                    other.dataSources.end(),
+                    [](const auto& one, const auto& two) { return one.name == two.name; }) &&
+         std::equal(file.archives.begin(), file.archives.end(), other.archives.begin(),
+                    other.archives.end(), [](const auto& one, const auto& two) {
+                      return one.consolidation == two.consolidation &&
+                             one.stepsPerRow == two.stepsPerRow && one.rowCount == two.rowCount;
+                    });
+}
+
 }  // namespace
 
 Source::Source(const SelectedFile& selected, Context& commandContext)
@@ -48,6 +60,17 @@ Source::Source(const std::string& nameOfFile, const std::string& filePath,
     sourceName = file.dataSources[column].name;
     name += ' ' + sourceName;
   }
+}
+
+Source Source::DescribeAgain() const {
+  const auto now =
+      std::make_shared<const Rrd::FileDescription>(DescribeFile(context.rrdClient, path, fileName));
+  if (!HasSameShape(file, *now)) {
+    throw CommandError(name, "its file was replaced while it was read", StatusCode::Failure);
+  }
+  Source again(fileName, path, now, column, context);
+  again.consolidation = consolidation;
+  return again;
 }
 
 void RequireSources(const std::vector<std::string>& names, const std::string& fileName,

@@ -26,6 +26,9 @@ struct Source {
          std::shared_ptr<const Rrd::FileDescription> description, unsigned long sourceColumn,
          Context& commandContext);
 
+  // The same of the file as it is now. Throws CommandError where it has become another one.
+  Source DescribeAgain() const;
+
   std::string fileName;  // as messages have it
   std::string name;      // the same with the name of the data source, where there are several
   std::string path;
