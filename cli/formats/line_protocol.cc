@@ -29,9 +29,6 @@ bool HasForm(const std::string& text) {
 }
 
 void AppendEscaped(const std::string& text, std::string& line) {
-  if (!HasForm(text)) {
-    throw CommandError(text, "cannot be written in line protocol", StatusCode::InvalidArgument);
-  }
   for (const char character : text) {
     if (ENDS.find(character) != std::string_view::npos) {
       line += '\\';
@@ -45,6 +42,11 @@ void AppendEscaped(const std::string& text, std::string& line) {
 void LineProtocol::Begin(const Series& series, int /*round*/, std::string& /*text*/) {
   prefix = series.scope;
   for (const auto& [key, value] : series.labels) {
+    if (!HasForm(key) || !HasForm(value)) {
+      throw CommandError(series.zeltId,
+                         "the label " + key + '=' + value + " cannot be written in line protocol",
+                         StatusCode::InvalidArgument);
+    }
     prefix += ',';
     AppendEscaped(key, prefix);
     prefix += '=';

@@ -19,10 +19,6 @@ bool IsLabelName(const std::string& name) {
 }
 
 void AppendEscaped(const std::string& value, std::string& text) {
-  if (!IsUtf8(value)) {
-    throw CommandError(value, "cannot be written in OpenMetrics, which is UTF-8",
-                       StatusCode::InvalidArgument);
-  }
   for (const char character : value) {
     if (character == '\\' || character == '"') {
       text += '\\';
@@ -62,6 +58,12 @@ void OpenMetrics::Begin(const Series& series, int round, std::string& text) {
   }
   prefix = name + "{";
   for (const auto& [key, value] : series.labels) {
+    if (!IsUtf8(value)) {
+      throw CommandError(
+          series.zeltId,
+          "the label " + key + '=' + value + " cannot be written in OpenMetrics, which is UTF-8",
+          StatusCode::InvalidArgument);
+    }
     prefix += (prefix.back() == '{' ? "" : ",") + key + "=\"";
     AppendEscaped(value, prefix);
     prefix += '"';
