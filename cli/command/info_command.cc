@@ -119,6 +119,9 @@ void PrintFile(const SelectedFile& selected, const InfoOptions& options, Context
   const bool isJson = options.format == InfoFormat::Json;
   const std::string path = selected.GetPathOfExisting(context);
   const std::optional<ForeignFile> foreign = FindForeignFile(path);
+  if (foreign && foreign->isCutOff) {
+    throw CommandError(selected.GetName(), foreign->Describe(), StatusCode::InvalidArgument);
+  }
   if (foreign) {
     isJson ? PrintJson(*foreign, path, std::cout) : PrintText(*foreign, path, std::cout);
     return;

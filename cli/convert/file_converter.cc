@@ -1,6 +1,7 @@
 #include "convert/file_converter.h"
 
 #include "replace/file_error.h"
+#include "rrd/described_file.h"
 #include "timeseries/failure.h"
 #include "timeseries/rrd_client.h"
 
@@ -30,6 +31,7 @@ void UndoInterruptedUpdate(const Directory& directory, const std::string& fileNa
 
 void FileConverter::Check(const OpenedFile& source) {
   const std::string path = source.GetPath();
+  RequireArgument(!IsOtherFile(path), "it is no RRD file");
   note.clear();
   otherLayout.clear();
   if (!target) {
@@ -68,7 +70,7 @@ void FileConverter::CheckLegacy(const std::string& source) {
 std::string FileConverter::Explain(const std::string& source, const std::string& reason) {
   Rrd::Tool::RecognisedFile file;
   if (converter.Recognise(source, file) != StatusCode::Success) {
-    return reason;
+    return converter.GetCutOffLayouts().empty() ? reason : converter.GetReason();
   }
   const std::string name = GetLayoutName(file.layout);
   if (file.layout == Layout::Arm32Time32) {

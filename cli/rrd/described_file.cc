@@ -23,7 +23,8 @@ std::string JoinNames(const Items& items, Name name) {
   return text;
 }
 
-// Whether a file can be read and does not begin as an RRD file does.
+}  // namespace
+
 bool IsOtherFile(const std::string& path) {
   constexpr char MARK[] = "RRD";
   std::error_code error;
@@ -35,8 +36,6 @@ bool IsOtherFile(const std::string& path) {
   return file && (!file.read(begin, sizeof begin) || std::memcmp(begin, MARK, sizeof MARK) != 0) &&
          !file.bad();
 }
-
-}  // namespace
 
 Rrd::FileDescription DescribeFile(const PatientClient& client, const std::string& path,
                                   const std::string& zeltId) {

@@ -6,6 +6,9 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
+// Whether a file can be read and does not begin as an RRD file does.
+bool IsOtherFile(const std::string& path);
+
 // What the file of an id consists of. Throws CommandError for a file that cannot be read, with the
 // reason.
 Rrd::FileDescription DescribeFile(const PatientClient& client, const std::string& path,

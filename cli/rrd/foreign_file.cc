@@ -1,5 +1,7 @@
 #include "rrd/foreign_file.h"
 
+#include <algorithm>
+
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
@@ -24,6 +26,9 @@ std::string Count(std::uint64_t count, const std::string& thing) {
 }  // namespace
 
 std::string ForeignFile::Describe() const {
+  if (isCutOff) {
+    return reason;
+  }
   return std::string("its file has the layout ") + Rrd::Tool::GetLayoutName(content.layout) +
          ", with " + Count(content.dsCount, "data source") + " and " +
          Count(content.rowCount, "row") + " in " + Count(content.rraCount, "archive") +
@@ -35,8 +40,14 @@ std::optional<ForeignFile> FindForeignFile(const std::string& path) {
   Rrd::Tool::LayoutConverter converter;
   ForeignFile file;
   const Rrd::Tool::Layout native = Rrd::Tool::GetNativeLayout();
-  if (converter.Recognise(path, file.content) != StatusCode::Success ||
-      file.content.layout == native) {
+  if (converter.Recognise(path, file.content) != StatusCode::Success) {
+    const std::vector<Rrd::Tool::Layout>& layouts = converter.GetCutOffLayouts();
+    file.isCutOff =
+        !layouts.empty() && std::find(layouts.begin(), layouts.end(), native) == layouts.end();
+    file.reason = converter.GetReason();
+    return file.isCutOff ? std::optional(file) : std::nullopt;
+  }
+  if (file.content.layout == native) {
     return std::nullopt;
   }
   if (converter.Check(path, native) == StatusCode::Success) {

@@ -45,6 +45,8 @@ class Descriptor {
 // A source that was recognised, or why it was not.
 class Source {
  public:
+  explicit Source(std::vector<Layout>& cutOffLayouts) : cutOff(cutOffLayouts) { cutOff.clear(); }
+
   StatusCode Recognise(const std::string& path) {
     if (!descriptor.Open(path, O_RDONLY | O_NONBLOCK)) {  // do not wait for the writer of a pipe
       return Fail(StatusCode::CannotOpen, "Cannot open '" + path + "': " + ErrorText());
@@ -53,7 +55,7 @@ class Source {
       return Fail(StatusCode::InvalidArgument, "'" + path + "' is no regular file");
     }
     const std::string problem =
-        RecogniseLayout(descriptor.Get(), static_cast<std::uint64_t>(status.st_size), file);
+        RecogniseLayout(descriptor.Get(), static_cast<std::uint64_t>(status.st_size), file, cutOff);
     return problem.empty() ? StatusCode::Success : Fail(StatusCode::InvalidArgument, problem);
   }
 
@@ -113,13 +115,14 @@ class Source {
   Descriptor descriptor;
   struct stat64 status {};
   RecognisedFile file;
+  std::vector<Layout>& cutOff;
   std::string reason;
 };
 
 }  // namespace
 
 StatusCode LayoutConverter::Recognise(const std::string& path, RecognisedFile& file) try {
-  Source opened;
+  Source opened(cutOff);
   const StatusCode rc = opened.Recognise(path);
   if (rc == StatusCode::Success) {
     file = opened.GetFile();
@@ -130,7 +133,7 @@ StatusCode LayoutConverter::Recognise(const std::string& path, RecognisedFile& f
 }
 
 StatusCode LayoutConverter::Check(const std::string& source, Layout target) try {
-  Source opened;
+  Source opened(cutOff);
   StatusCode rc = opened.Recognise(source);
   if (rc == StatusCode::Success) {
     rc = opened.Check(target);
@@ -142,7 +145,7 @@ StatusCode LayoutConverter::Check(const std::string& source, Layout target) try 
 
 StatusCode LayoutConverter::Convert(const std::string& source, const std::string& destination,
                                     Layout target) try {
-  Source opened;
+  Source opened(cutOff);
   StatusCode rc = opened.Recognise(source);
   if (rc == StatusCode::Success) {
     rc = opened.Check(target);

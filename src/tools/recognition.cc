@@ -17,6 +17,7 @@ namespace {
 // `rrdtool create` takes no earlier time, at the end of 1979.
 constexpr std::uint64_t USUAL_TIME = 315360000;
 constexpr std::uint64_t MAX_TIME = std::numeric_limits<std::uint32_t>::max();  // in 2106
+constexpr std::uint64_t LARGEST_COUNT = 1 << 27;                               // rows of 1 GiB
 constexpr std::uint64_t MICROSECONDS = 1000000;
 constexpr std::uint64_t UNUSED_SIZES[] = {0, 4, 8};
 
@@ -63,12 +64,20 @@ class Examination {
   const Machine& GetMachine() const { return machine; }
   Agreement GetAgreement() const { return agreement; }
   const std::string& GetContradiction() const { return contradiction; }
+  bool IsCutOff() const { return isCutOff; }
   const RecognisedFile& GetFile() const { return file; }
 
  private:
   bool Require(bool isRight, const std::string& problem) {
     contradiction = isRight ? contradiction : problem;
     return isRight;
+  }
+
+  // The same for what the header has more of than the file: the end of the file was cut off, unless
+  // the count is damaged itself.
+  bool RequireWhole(bool isWhole, std::uint64_t count, const std::string& problem) {
+    isCutOff = !isWhole && count <= LARGEST_COUNT;
+    return Require(isWhole, problem);
   }
 
   bool ReadRecord(FileReader& reader, const Structure& structure, const unsigned char*& bytes) {
@@ -97,10 +106,12 @@ class Examination {
     const std::uint64_t dsCount = file.dsCount;
     const std::uint64_t rraCount = file.rraCount;
     const std::uint64_t cdpCount = fileSize / SizeOf(machine, CDP_PREP);
-    return Require(dsCount != 0 && rraCount != 0 && dsCount <= cdpCount &&
-                       rraCount <= cdpCount / dsCount && GetHeaderSize() <= fileSize,
-                   "it has " + ToText(dsCount) + " data sources and " + ToText(rraCount) +
-                       " archives in " + ToText(fileSize) + " bytes") &&
+    const std::string counts = "it has " + ToText(dsCount) + " data sources and " +
+                               ToText(rraCount) + " archives in " + ToText(fileSize) + " bytes";
+    return Require(dsCount != 0 && rraCount != 0, counts) &&
+           RequireWhole(
+               dsCount <= cdpCount && rraCount <= cdpCount / dsCount && GetHeaderSize() <= fileSize,
+               std::max(dsCount, rraCount), counts) &&
            Require(file.step != 0, "its step is 0");
   }
 
@@ -133,8 +144,10 @@ class Examination {
       const Record archive(machine, RRA_DEF, bytes);
       const std::uint64_t rowCount = archive.GetNumber("row_cnt");
       const std::string name = "archive " + ToText(rra);
-      if (!Require(rowCount != 0 && rowCount <= maxRowCount - file.rowCount,
-                   name + " has " + ToText(rowCount) + " rows in " + ToText(fileSize) + " bytes") ||
+      const std::string rows =
+          name + " has " + ToText(rowCount) + " rows in " + ToText(fileSize) + " bytes";
+      if (!Require(rowCount != 0, rows) ||
+          !RequireWhole(rowCount <= maxRowCount - file.rowCount, rowCount, rows) ||
           !Require(archive.GetNumber("pdp_cnt") != 0, name + " has rows of 0 steps") ||
           !CheckTexts(archive, name.c_str())) {
         return false;
@@ -147,9 +160,11 @@ class Examination {
   bool HasSize() {
     const std::uint64_t needed = GetHeaderSize() + file.rowCount * file.dsCount * VALUE_SIZE;
     file.unusedSize = fileSize - needed;
-    return Require(std::find(std::begin(UNUSED_SIZES), std::end(UNUSED_SIZES), file.unusedSize) !=
+    const std::string sizes = "it needs " + ToText(needed) + " bytes but has " + ToText(fileSize);
+    return RequireWhole(needed <= fileSize, file.rowCount, sizes) &&
+           Require(std::find(std::begin(UNUSED_SIZES), std::end(UNUSED_SIZES), file.unusedSize) !=
                        std::end(UNUSED_SIZES),
-                   "it needs " + ToText(needed) + " bytes but has " + ToText(fileSize));
+                   sizes);
   }
 
   bool HasTexts(const Structure& structure, std::uint64_t offset, const char* name) {
@@ -213,6 +228,7 @@ class Examination {
   RecognisedFile file;
   Agreement agreement = Agreement::None;
   bool isUsual = true;
+  bool isCutOff = false;
   std::string contradiction;
 };
 
@@ -227,6 +243,19 @@ std::string JoinContradictions(const Examinations& examinations, Agreement agree
     }
   }
   return text;
+}
+
+// The layouts in which the file has lost its end; none where it is too long in another one.
+Examinations FindCutOff(const Examinations& examinations, Agreement best) {
+  Examinations found;
+  for (const Examination& examination : examinations) {
+    if (examination.GetAgreement() == best && examination.IsCutOff()) {
+      found.push_back(examination);
+    } else if (examination.GetAgreement() == Agreement::Counts) {
+      return {};
+    }
+  }
+  return found;
 }
 
 // Two layouts of the same size are told apart by content that is plausible in only one of them.
@@ -272,11 +301,17 @@ std::string ReadHead(int fd, FileHead& head, const Version*& version) {
 
 }  // namespace
 
-std::string RecogniseLayout(int fd, std::uint64_t fileSize, RecognisedFile& file) {
+std::string RecogniseLayout(int fd, std::uint64_t fileSize, RecognisedFile& file,
+                            std::vector<Layout>& cutOff) {
   FileHead head{};
   const Version* version = nullptr;
   std::string problem = ReadHead(fd, head, version);
   if (version == nullptr) {
+    for (const Machine& machine : LAYOUTS) {
+      if (fileSize < SizeOf(machine, STAT_HEAD)) {
+        cutOff.push_back(machine.layout);
+      }
+    }
     return problem;
   }
   Examinations examinations;
@@ -291,7 +326,12 @@ std::string RecogniseLayout(int fd, std::uint64_t fileSize, RecognisedFile& file
     return "its float cookie is in no known place";
   }
   if (best < Agreement::Size) {
-    return JoinContradictions(examinations, best);
+    const Examinations shortened = FindCutOff(examinations, best);
+    for (const Examination& examination : shortened) {
+      cutOff.push_back(examination.GetMachine().layout);
+    }
+    return cutOff.empty() ? JoinContradictions(examinations, best)
+                          : "it is cut off: " + JoinContradictions(shortened, best);
   }
   Examinations fitting;
   std::copy_if(examinations.begin(), examinations.end(), std::back_inserter(fitting),

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "timeseries/export.h"
 #include "timeseries/rrd/tool/layout.h"
@@ -52,11 +53,16 @@ class NVX_TIMESERIES_EXPORT LayoutConverter {
   // Why the last call did not return Success, as in its log line; empty when it did.
   const std::string& GetReason() const { return reason; }
 
+  // The layouts that the file of the last call may have, when it was refused because it is shorter
+  // than its header says: its end was cut off. Empty for any other outcome.
+  const std::vector<Layout>& GetCutOffLayouts() const { return cutOff; }
+
  private:
   NVX_TIMESERIES_HIDDEN StatusCode Report(const char* operation, StatusCode status,
                                           const std::string& text);
 
   std::string reason;
+  std::vector<Layout> cutOff;
 };
 
 }  // namespace nvx::TimeSeriesDatabase::Rrd::Tool
