@@ -1,12 +1,14 @@
 #include <CLI/CLI.hpp>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <system_error>
 
 #include "base/message.h"
 #include "command/commands.h"
 #include "convert/backup.h"
-#include "points/context.h"
+#include "points/selected_files.h"
 #include "replace/file_error.h"
 #include "replace/file_replacement.h"
 #include "rrd/file_check.h"
@@ -25,6 +27,9 @@ constexpr char BACKUP_SUFFIX[] = ".damaged";
 
 std::vector<LostRows> RecoverTo(const std::string& destination, const OpenedFile& source,
                                 const PatientClient& client) {
+  std::error_code error;
+  RequireArgument(!std::filesystem::is_directory(destination, error),
+                  "is a directory; --to names the new file");
   const ResolvedPath resolved = Resolve(destination);
   const Directory directory(resolved.directory);
   LockedDirectory lock(directory);
@@ -86,7 +91,12 @@ void Mend(const RecoverOptions& options, const std::string& path, const PatientC
 }
 
 void Recover(const RecoverOptions& options, Context& context) {
-  const std::string path = context.GetPathOfExisting(options.zeltId);
+  context.GetDirectory();  // which must be one
+  const Selection selection = SelectFiles({options.zeltId}, context);
+  if (selection.files.size() > 1) {
+    throw UsageError(options.zeltId, "several files match, but the command takes one");
+  }
+  const std::string path = selection.files.front().GetPathOfExisting(context);
   bool isUndone = false;
   for (const Finding& finding : CheckFile(context.rrdClient, path, options.zeltId)) {
     isUndone = isUndone || finding.isMended;
@@ -115,7 +125,9 @@ void AddRecoverCommand(CLI::App& app, Context& context) {
   CLI::App* const command = app.add_subcommand(
       "recover", "Undo an interrupted update; make a whole file of one that has lost its end");
   const auto options = std::make_shared<RecoverOptions>();
-  command->add_option("ID", options->zeltId, "Data source")->required()->type_name("");
+  command->add_option("ID", options->zeltId, "Data source, or the path of a file")
+      ->required()
+      ->type_name("");
   CLI::Option* const destination =
       command->add_option("--to", options->destination, "The new file, which must not exist yet")
           ->type_name("FILE");

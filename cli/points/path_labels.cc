@@ -22,9 +22,18 @@ std::vector<std::string> Split(const std::string& text, char separator, std::siz
 }
 
 void RequireName(const std::string& name, const std::string& text, std::set<std::string>& known) {
-  constexpr char CHARACTERS[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_";
-  if (name.empty() || name.find_first_not_of(CHARACTERS) != std::string::npos) {
-    throw UsageError(text, "its names have letters, digits and '_', with '/' or '-' between them");
+  constexpr char CHARACTERS[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_";
+  const bool isName = !name.empty() && name.front() > '9' &&
+                      name.find_first_not_of(CHARACTERS) == std::string::npos;
+  if (!isName) {
+    throw UsageError(text,
+                     "its names have letters, digits and '_', none of them begins with a digit, "
+                     "and '/' or '-' stands between them");
+  }
+  for (const char* const column : {"timestamp", "date", "value", "quality"}) {
+    if (name == column) {
+      throw UsageError(text, "the label " + name + " would be a second column of that name in CSV");
+    }
   }
   if (name == ID_LABEL || name == SOURCE_LABEL || name == CONSOLIDATION_LABEL) {
     throw UsageError(text, "the label " + name + " is given by the command itself");

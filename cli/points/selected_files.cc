@@ -85,6 +85,16 @@ bool IsExcluded(const std::string& zeltId, const std::vector<std::string>& patte
   });
 }
 
+// Adds names that stand in a list with commas between them.
+void AddNames(const std::string& list, std::vector<std::string>& names) {
+  for (const std::string& name : CLI::detail::split(list + ',', ',')) {
+    if (name.empty()) {
+      throw CLI::ValidationError("--source", "an empty name in '" + list + "'");
+    }
+    names.push_back(name);
+  }
+}
+
 // Of several, one that fails is told.
 void TellOrThrow(const CommandError& error, bool isSeveral, Context& context) {
   if (!isSeveral) {
@@ -120,11 +130,16 @@ void AddSelectionOptions(CLI::App& command, SelectionOptions& options) {
 
 void AddSourceOption(CLI::App& command, std::vector<std::string>& names) {
   command
-      .add_option("--source", names,
-                  "Data sources of files that have several (default: all of them)")
+      .add_option_function<std::vector<std::string>>(
+          "--source",
+          [&names](const std::vector<std::string>& lists) {
+            for (const std::string& list : lists) {
+              AddNames(list, names);
+            }
+          },
+          "Data sources of files that have several (default: all of them)")
       ->type_name("NAME[,NAME...]")
-      ->allow_extra_args(false)
-      ->delimiter(',');
+      ->allow_extra_args(false);
 }
 
 std::string SelectedFile::GetKey() const {
