@@ -142,6 +142,8 @@ TimeExpression::Offset TimeExpression::ReadOffset(std::string_view offsetText) c
 
 bool TimeExpression::IsOfFile() const { return word == "first" || word == "last" || word == "end"; }
 
+bool TimeExpression::IsOfWeek() const { return word == "this-week" || word == "last-week"; }
+
 long long TimeExpression::Resolve(const FileTimes& file) const {
   if (word.empty()) {
     return writtenTime;

@@ -45,6 +45,9 @@ class TimeExpression {
   // Whether it is counted from the first or the last sample of a file.
   bool IsOfFile() const;
 
+  // Whether it is counted from the beginning of a week, which is a Monday or a Sunday.
+  bool IsOfWeek() const;
+
   // Seconds since the epoch; all of a program are counted from the same present. Outside
   // the years 1 to 9999 it throws UsageError, or CommandError if counted from a file. It also
   // throws what the functions throw.

@@ -30,14 +30,19 @@ CalendarInterval ReadCalendarInterval(const QuestionOptions& options) {
                                                     *options.interval + " is shorter");
     }
   }
-  if (options.weekStart) {
-    interval.weekStart = *options.weekStart;
-    if (interval.unit != CalendarUnit::Week) {
-      throw CLI::ValidationError(
-          "--week-start", "only weeks, such as 1w, begin with a week, not " + *options.interval);
-    }
-  }
   return interval;
+}
+
+// A start of the week needs a week that begins with it.
+void RequireWeek(const Question& question) {
+  const auto isOfWeek = [](const auto& time) { return time && time->IsOfWeek(); };
+  const bool isByWeek =
+      question.interval && question.interval->GetCalendar().unit == CalendarUnit::Week;
+  if (!isByWeek && !isOfWeek(question.from) && !isOfWeek(question.to)) {
+    throw CLI::ValidationError("--week-start",
+                               "is for the interval 1w and its like, and for this-week and "
+                               "last-week in --from and --to");
+  }
 }
 
 }  // namespace
@@ -64,8 +69,7 @@ CLI::Option* AddQuestionOptions(CLI::App& command, QuestionOptions& options) {
             Choices<std::optional<WeekStart>>{{"monday", WeekStart::Monday},
                                               {"sunday", WeekStart::Sunday}},
             "monday (default) or sunday, on which weeks begin")
-      ->type_name("DAY")
-      ->needs(interval);
+      ->type_name("DAY");
   command
       .add_option("--function", options.functions,
                   "average (default), another one, or several with a comma between them")
@@ -103,6 +107,9 @@ Question ReadQuestion(const QuestionOptions& options) {
   CalendarInterval starts;
   if (options.interval) {
     starts = ReadCalendarInterval(options);
+  }
+  starts.weekStart = options.weekStart.value_or(starts.weekStart);
+  if (options.interval) {
     question.interval.emplace(starts);
     question.intervalName = *options.interval;
   }
@@ -112,6 +119,9 @@ Question ReadQuestion(const QuestionOptions& options) {
   }
   if (options.to) {
     question.to.emplace(*options.to, question.zone, starts);
+  }
+  if (options.weekStart) {
+    RequireWeek(question);
   }
   const bool isOfFile =
       (question.from && question.from->IsOfFile()) || (question.to && question.to->IsOfFile());
