@@ -135,6 +135,7 @@ class CommandAllocations : public testing::Test {
 TEST_F(CommandAllocations, OfEachCommand) {
   FailEach({"query", "topo:x", "--interval", "1m"}, 0);
   const long first = CountForEmptyDirectory() * 9 / 10;
+  FailEach({"export", "--tree", database.c_str(), "--format", "csv"}, first);
   const std::string made = database + "/made.txt";
   FailEach({"export", "topo:x", "--format", "openmetrics", "--output", made.c_str()}, first);
   FailEach({"update", "topo:x", "1700000160:3"}, first);

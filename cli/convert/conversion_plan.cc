@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "base/directory_names.h"
 #include "replace/locked_directory.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -57,27 +58,25 @@ class Planner {
 
   void AddDirectory(const Tree& tree) {
     std::error_code error;
-    fs::directory_iterator entry(tree.path, error);
-    while (!error && entry != fs::directory_iterator()) {
-      AddEntry(*entry, tree);
-      entry.increment(error);
+    for (const std::string& name : ReadNames(tree.path, error)) {
+      AddEntry(name, tree);
     }
     if (error) {
       summary.AddFailed(tree.shownPath, {error.message(), StatusCode::CannotOpen});
     }
   }
 
-  void AddEntry(const fs::directory_entry& entry, const Tree& tree) {
-    const fs::path name = entry.path().filename();
+  void AddEntry(const fs::path& name, const Tree& tree) {
+    const fs::path path = fs::path(tree.path) / name;
     const std::string shownPath = fs::path(tree.shownPath) / name;
     std::error_code error;
-    const fs::file_type type = entry.symlink_status(error).type();
+    const fs::file_type type = fs::symlink_status(path, error).type();
     if (error && type != fs::file_type::not_found) {
       summary.AddFailed(shownPath, {error.message(), StatusCode::CannotOpen});
     } else if (type == fs::file_type::directory && !IsTemporaryName(name)) {
-      trees.push_back({entry.path(), shownPath});
+      trees.push_back({path, shownPath});
     } else if (type == fs::file_type::regular && name.extension() == RRD_EXTENSION) {
-      AddFile(entry.path(), shownPath);
+      AddFile(path, shownPath);
     }
   }
 

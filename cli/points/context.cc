@@ -6,6 +6,7 @@
 
 #include "arguments/nearest_word.h"
 #include "arguments/scope_text.h"
+#include "base/directory_names.h"
 #include "base/message.h"
 #include "rrd/foreign_file.h"
 #include "timeseries/rrd/file_helper.h"
@@ -27,12 +28,10 @@ std::string FindId(const fs::path& path) {
 // The ids of the files of a directory; none where it cannot be read.
 std::vector<std::string> ListIds(const fs::path& directory) {
   std::vector<std::string> ids;
-  std::error_code error;
-  for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
-       entry.increment(error)) {
-    std::error_code ignored;
-    if (entry->exists(ignored)) {
-      ids.push_back(FindId(entry->path()));
+  std::error_code ignored;
+  for (const std::string& name : ReadNames(directory, ignored)) {
+    if (fs::exists(directory / name, ignored)) {
+      ids.push_back(FindId(name));
     }
   }
   std::sort(ids.begin(), ids.end());

@@ -7,6 +7,7 @@
 #include <memory>
 #include <system_error>
 
+#include "base/directory_names.h"
 #include "base/message.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -20,13 +21,12 @@ constexpr char ENDING[] = ".rrd";
 std::error_code ReadDirectory(const fs::path& root, const fs::path& directory,
                               std::vector<std::string>& files, std::vector<fs::path>& directories) {
   std::error_code error;
-  for (fs::directory_iterator entry(root / directory, error), end; !error && entry != end;
-       entry.increment(error)) {
+  for (const std::string& name : ReadNames(root / directory, error)) {
     std::error_code unknown;  // what has vanished is no file
-    const fs::path path = directory / entry->path().filename();
-    if (entry->symlink_status(unknown).type() == fs::file_type::directory) {
+    const fs::path path = directory / name;
+    if (fs::symlink_status(root / path, unknown).type() == fs::file_type::directory) {
       directories.push_back(path);
-    } else if (path.extension() == ENDING && !entry->is_directory(unknown)) {
+    } else if (path.extension() == ENDING && !fs::is_directory(root / path, unknown)) {
       files.push_back(path);
     }
   }

@@ -9,6 +9,7 @@
 #include <set>
 #include <system_error>
 
+#include "base/directory_names.h"
 #include "base/message.h"
 #include "points/file_tree.h"
 #include "points/path_labels.h"
@@ -28,7 +29,7 @@ class NoMatch : public CommandError {
 std::string DescribeUnreadable(const std::string& directory) {
   const std::string problem = "the directory cannot be read";
   std::error_code error;
-  const std::filesystem::directory_iterator entry(directory, error);
+  ReadNames(directory, error);
   if (error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory) {
     return NO_DIRECTORY;
   }
