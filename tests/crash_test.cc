@@ -320,7 +320,7 @@ TEST_P(KilledImport, StoresWholeBatchesAndGoesOn) {
 INSTANTIATE_TEST_SUITE_P(Batches, KilledImport, testing::Values("--force", "--sync"));
 
 // What is made of a file with an interrupted update is made of the file as it was before.
-TEST(KilledUpdate, IsUndoneBeforeTheFileIsConverted) {
+TEST(KilledUpdate, IsUndoneBeforeTheFileIsExportedOrConverted) {
   if (IS_SANITIZED != 0) {
     GTEST_SKIP() << "a program with a sanitizer cannot be given other system calls";
   }
@@ -343,6 +343,10 @@ TEST(KilledUpdate, IsUndoneBeforeTheFileIsConverted) {
   };
   fs::copy_file("topo_m.rrd", "before");
   const std::string expected = convert("before", "expected");
+  interrupt();
+  EXPECT_EQ(RunProgram({NVX_TIMESERIES, "export", "topo:m", "--format", "csv"}).status, 0);
+  EXPECT_TRUE(ReadFile("topo_m.rrd") == before);
+
   interrupt();
   EXPECT_TRUE(convert("topo_m.rrd", "converted") == expected);
   EXPECT_TRUE(ReadFile("topo_m.rrd") == before);
