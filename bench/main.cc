@@ -29,7 +29,7 @@ int main(int argc, char** argv) {
   std::fputs(Bench::HEADINGS, stdout);
   std::fflush(stdout);
   for (const auto list : {Bench::ListQueryRows, Bench::ListSqlRows, Bench::ListStorageRows,
-                          Bench::ListCatalogueRows, Bench::ListCollectdRows}) {
+                          Bench::ListCatalogueRows, Bench::ListCommandRows}) {
     for (const Bench::Row& row : list()) {
       if ((row.work + row.rival).find(wanted) != std::string::npos) {
         PrintRowApart(row);

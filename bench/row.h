@@ -64,6 +64,6 @@ std::vector<Row> ListQueryRows();
 std::vector<Row> ListSqlRows();
 std::vector<Row> ListStorageRows();
 std::vector<Row> ListCatalogueRows();
-std::vector<Row> ListCollectdRows();
+std::vector<Row> ListCommandRows();
 
 }  // namespace Bench
