@@ -12,17 +12,16 @@ import math
 import os
 import pathlib
 import re
-import socket
 import subprocess
 import sys
 import tempfile
 import time
-import urllib.request
 
 PROGRAM, RRDTOOL, DATA = sys.argv[1:4]
 FETCH_SERVER = sys.argv[4] if len(sys.argv) > 4 else None
 sys.path.insert(0, f"{DATA}/../support")
 from recorder import Recorder  # noqa: E402
+from victoria_metrics import VictoriaMetrics  # noqa: E402
 
 BEGIN = 1_711_000_200
 
@@ -241,53 +240,19 @@ def make_tree(directory):
     return sum(path.stat().st_size for path in pathlib.Path(directory).rglob("*.rrd"))
 
 
-class VictoriaMetrics:
-    def __init__(self, directory):
-        program = run(FETCH_SERVER, "victoria-metrics", "victoria-metrics").stdout.splitlines()[0]
-        with socket.socket() as probe:
-            probe.bind(("127.0.0.1", 0))
-            self.url = f"http://127.0.0.1:{probe.getsockname()[1]}"
-        self.process = subprocess.Popen([program, "-retentionPeriod=100y", f"-storageDataPath={directory}",
-                                         f"-httpListenAddr={self.url[7:]}"], stderr=subprocess.DEVNULL)
-        for _ in range(600):
-            try:
-                self.get("/health")
-                return
-            except OSError:
-                time.sleep(0.1)
-        raise RuntimeError("the server does not start")
-
-    def get(self, path):
-        with urllib.request.urlopen(self.url + path, timeout=600) as answer:
-            return answer.read().decode()
-
-    def read(self):
-        """(series, time in seconds) to value, and how many values there are, also of the same time."""
-        self.get("/internal/force_flush")
-        rows, count = {}, 0
-        for line in self.get("/api/v1/export?match[]=rrd_value").splitlines():
-            one = json.loads(line)
-            labels = {name: value for name, value in one["metric"].items() if name not in ("__name__", "db")}
-            series = ",".join(f"{name}={labels[name]}" for name in sorted(labels))
-            count += len(one["values"])
-            rows.update(((series, t // 1000), value) for t, value in zip(one["timestamps"], one["values"]))
-        return rows, count
-
-
 def check_tree():
     with tempfile.TemporaryDirectory() as directory, tempfile.TemporaryDirectory() as data:
         size = make_tree(directory)
-        server = VictoriaMetrics(data)
+        server = VictoriaMetrics(FETCH_SERVER, data)
         try:
             push = [PROGRAM, "push", server.url + "/write", "--tree", directory, "--state", f"{data}/state"]
             begin = time.monotonic()
             sent = run(*push)
             seconds = time.monotonic() - begin
             assert run(*push).stdout.startswith("0 points")
-            rows, count = server.read()
+            rows, count = server.read("rrd_value")
         finally:
-            server.process.terminate()
-            server.process.wait()
+            server.end()
         exported = run(PROGRAM, "export", "--tree", directory, "--format", "line-protocol").stdout.splitlines()
         expected = {}
         for line in exported:
