@@ -77,7 +77,7 @@ struct Files {
 Side Run(const std::shared_ptr<Files>& files, const std::string& command,
          const std::string& output) {
   const std::string line = "exec " + command + " >" + output + " 2>/dev/null";
-  const Side side{[files, line] { RunCommand({"sh", "-c", line}); }};
+  Side side{[files, line] { RunCommand({"sh", "-c", line}); }};
   side.work();
   return side;
 }
@@ -91,14 +91,14 @@ std::string GetBounds(const char* from, const char* to) {
 Contest EnterDays(std::shared_ptr<const void> input, const std::string& path,
                   const std::string& source, int leastCount) {
   const auto files = std::make_shared<Files>(std::move(input));
-  const Contest contest{Run(files,
-                            NVX_COMMAND " query " + path + " --interval 1d --format csv --zone " +
-                                ZONE + GetBounds("--from", "--to"),
-                            files->ours),
-                        Run(files,
-                            "rrdtool xport --step 86400" + GetBounds("--start", "--end") +
-                                " DEF:v=" + path + ":" + source + " XPORT:v",
-                            files->theirs)};
+  Contest contest{Run(files,
+                      NVX_COMMAND " query " + path + " --interval 1d --format csv --zone " + ZONE +
+                          GetBounds("--from", "--to"),
+                      files->ours),
+                  Run(files,
+                      "rrdtool xport --step 86400" + GetBounds("--start", "--end") +
+                          " DEF:v=" + path + ":" + source + " XPORT:v",
+                      files->theirs)};
   constexpr int DAY_COUNT = 365;
   Require(CountLines(files->ours, "T00:00:00") == DAY_COUNT, "days of ours");
   Require(CountLines(files->ours, ",nan,") == 0, "values of ours");
