@@ -236,6 +236,7 @@ TEST_F(AtomicUpdate, LeavesTheJournalBesideAFileThatLostItsEnd) {
   const std::string now = ReadFile(path);
   fs::resize_file(path, now.size() - 8);
   EXPECT_EQ(Query(0), "its values are cut off");
+  EXPECT_EQ(Failure::GetKind(), FailureKind::CutOff);
   EXPECT_EQ(client.UpdateAtomically(path, {{START + 240, 1}}, Durability::Process),
             StatusCode::Failure);
   EXPECT_TRUE(ReadFile(journal) == bytes);
@@ -252,6 +253,7 @@ TEST_F(AtomicUpdate, HasWordsForWhatItCannotDo) {
   if (geteuid() == 0) {
     ASSERT_EQ(seteuid(65534), 0);
     EXPECT_EQ(Query(0), "an interrupted update is to be undone, which needs write permission");
+    EXPECT_EQ(Failure::GetKind(), FailureKind::NotUndone);
     ASSERT_EQ(seteuid(0), 0);
     ASSERT_EQ(chown(journal.c_str(), 65534, 65534), 0);
     EXPECT_EQ(chown(path.c_str(), 65533, 65533), 0);
@@ -279,6 +281,7 @@ TEST_F(AtomicUpdate, TakesNoOtherFileForItsJournal) {
   for (const auto& [attack, words] : attacks) {
     attack();
     EXPECT_EQ(Query(0), words);
+    EXPECT_EQ(Failure::GetKind(), FailureKind::BadJournal);
     EXPECT_EQ(client.UpdateAtomically(path, {{START + 240, 1}}, Durability::Process),
               StatusCode::Failure);
     EXPECT_TRUE(ReadFile(other) == bytes);

@@ -125,7 +125,7 @@ TEST_F(LockedFile, IsNotJudgedByItsHeader) {
   refused = NONE;
   EXPECT_EQ(client.Fetch(path, START, START + 120, result), StatusCode::Failure);
   EXPECT_STREQ(Failure::GetReason(), "its header is cut off");
-  EXPECT_FALSE(Failure::IsLocked());
+  EXPECT_EQ(Failure::GetKind(), FailureKind::Other);
 }
 
 // Refuses each lock of a command in turn.

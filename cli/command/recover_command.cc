@@ -99,10 +99,13 @@ void Recover(const RecoverOptions& options, Context& context) {
   const std::string path = selection.files.front().GetPathOfExisting(context);
   bool isUndone = false;
   for (const Finding& finding : CheckFile(context.rrdClient, path, options.zeltId)) {
-    isUndone = isUndone || finding.isMended;
-    if (finding.isMended) {
+    if (finding.kind == Finding::Kind::IgnoredJournal) {
+      continue;
+    }
+    if (finding.kind == Finding::Kind::Undone) {
+      isUndone = true;
       std::cout << WithoutControls(options.zeltId) << ": the interrupted update is undone\n";
-    } else if (!finding.isCutOff) {
+    } else if (finding.kind != Finding::Kind::CutOff) {
       throw CommandError(options.zeltId, finding.problem + ": " + finding.advice,
                          StatusCode::InvalidArgument);
     } else if (options.isInPlace || options.destination) {

@@ -33,4 +33,18 @@ class FileDescriptor {
   int number;
 };
 
+// The first bytes of an open file; fewer where it ends before.
+inline std::string ReadStart(int file, std::size_t size) {
+  std::string start(size, '\0');
+  const ssize_t taken = pread(file, start.data(), size, 0);
+  start.resize(taken < 0 ? 0 : static_cast<std::size_t>(taken));
+  return start;
+}
+
+// Whether an open file begins as an RRD file does, whatever follows.
+inline bool BeginsAsRrdFile(int file) {
+  constexpr char COOKIE[] = "RRD";  // and its NUL
+  return ReadStart(file, sizeof COOKIE) == std::string(COOKIE, sizeof COOKIE);
+}
+
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -56,9 +56,7 @@ bool OpenedFile::HasPendingJournal() const {
   if (!journal.IsOpen()) {
     return errno != ENOENT && errno != ENAMETOOLONG;
   }
-  char mark[IDLE_MARK.size()];
-  return pread(journal.Get(), mark, sizeof mark, 0) != static_cast<ssize_t>(sizeof mark) ||
-         IDLE_MARK != std::string_view(mark, sizeof mark);
+  return ReadStart(journal.Get(), IDLE_MARK.size()) != IDLE_MARK;
 }
 
 void OpenedFile::RequireReplaceable(nlink_t nameCount) const {

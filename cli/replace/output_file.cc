@@ -1,8 +1,5 @@
 #include "replace/output_file.h"
 
-#include <unistd.h>
-
-#include <cstring>
 #include <fstream>
 #include <iostream>
 
@@ -15,11 +12,7 @@ namespace {
 
 // Nobody means to replace an RRD file by an output.
 void RequireNoRrdFile(const OpenedFile& file) {
-  constexpr char COOKIE[] = {'R', 'R', 'D', '\0'};
-  char start[sizeof COOKIE] = {};
-  RequireArgument(pread(file.Get(), start, sizeof start, 0) != sizeof start ||
-                      std::memcmp(start, COOKIE, sizeof COOKIE) != 0,
-                  "is an RRD file, which is not replaced");
+  RequireArgument(!BeginsAsRrdFile(file.Get()), "is an RRD file, which is not replaced");
 }
 
 template <typename Work>

@@ -7,8 +7,8 @@
 #include <cerrno>
 #include <ctime>
 #include <filesystem>
-#include <iterator>
 #include <optional>
+#include <string_view>
 #include <system_error>
 
 #include "base/command_error.h"
@@ -23,30 +23,32 @@ namespace {
 constexpr long long SECONDS_A_DAY = 86'400;
 constexpr char FROM_BACKUP[] = "take it from a backup";
 
-// Whether it begins as one, whatever is wrong with it.
+constexpr char JOURNAL[] = "the file beside it whose name ends with -journal";
+
+// One that is no RRD file or cannot be opened is not given to the library.
 bool IsRrdFile(const std::string& path, const std::string& zeltId) {
   const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (!file.IsOpen()) {
     const std::string reason = std::generic_category().message(errno);
     throw CommandError(zeltId, path + " cannot be opened: " + reason, StatusCode::CannotOpen);
   }
-  constexpr char COOKIE[] = "RRD";  // and its NUL
-  char start[sizeof COOKIE];
-  return pread(file.Get(), start, sizeof start, 0) == static_cast<ssize_t>(sizeof start) &&
-         std::equal(std::begin(start), std::end(start), COOKIE);
+  return BeginsAsRrdFile(file.Get());
 }
 
-Finding DescribeDamage(const std::string& reason) {
-  if (reason.find("needs write permission") != std::string::npos) {
-    return {reason, "check it as a user who may write it"};
+// What the library's last failure says of a file.
+Finding DescribeDamage() {
+  const std::string reason = Failure::GetReason();
+  switch (Failure::GetKind()) {
+    case FailureKind::NotUndone:
+      return {reason, "check it as a user who may write it"};
+    case FailureKind::BadJournal:
+      return {reason, std::string("look at ") + JOURNAL};
+    case FailureKind::CutOff:
+      return {"damaged: " + reason, "recover makes a whole file of what is left",
+              Finding::Kind::CutOff};
+    default:
+      return {"damaged: " + reason, FROM_BACKUP};
   }
-  if (reason.find("its journal") != std::string::npos) {
-    return {reason,
-            "look at the file beside it whose name ends with " + std::string(JOURNAL_SUFFIX)};
-  }
-  const bool isCutOff = reason.find("values are cut off") != std::string::npos;
-  return {"damaged: " + reason,
-          isCutOff ? "recover makes a whole file of what is left" : FROM_BACKUP, isCutOff};
 }
 
 // The number of values outside the bounds of the file.
@@ -68,12 +70,36 @@ unsigned long long CountExcluded(const PatientClient& client, const std::string&
   return count;
 }
 
-// Whether a journal lies beside the file, or beside the one that a link names.
-bool HasJournal(const std::string& path) {
-  std::error_code ignored;
-  const std::string ofLink = std::filesystem::canonical(path, ignored);
-  return !ofLink.empty() && std::filesystem::exists(ofLink + JOURNAL_SUFFIX, ignored);
-}
+// The journal beside the file, or beside the one that a link names, before the library opens the
+// file: it undoes an update that was interrupted, and removes the journal, whatever is in it.
+class FormerJournal {
+ public:
+  explicit FormerJournal(const std::string& path) {
+    std::error_code ignored;
+    journalPath = std::filesystem::canonical(path, ignored).string() + JOURNAL_SUFFIX;
+    const FileDescriptor journal(
+        open(journalPath.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    isThere = journal.IsOpen();
+    hasMark = ReadStart(journal.Get(), MARK.size()) == MARK;
+  }
+
+  // Nothing while it is still there.
+  std::optional<Finding> FindRemoval() const {
+    if (!isThere || access(journalPath.c_str(), F_OK) == 0) {
+      return std::nullopt;
+    }
+    return hasMark ? Finding{"an update was interrupted", "it is undone now", Finding::Kind::Undone}
+                   : Finding{std::string(JOURNAL) + " was no journal",
+                             "it was ignored and is removed now", Finding::Kind::IgnoredJournal};
+  }
+
+ private:
+  static constexpr std::string_view MARK = "NVXUNDO1";
+
+  std::string journalPath;
+  bool isThere = false;
+  bool hasMark = false;
+};
 
 // Why the library does not take a file; none for one that it takes, which `file` describes then.
 std::optional<Finding> FindDamage(const PatientClient& client, const std::string& path,
@@ -85,7 +111,7 @@ std::optional<Finding> FindDamage(const PatientClient& client, const std::string
     return Finding{"of another machine", foreign->Describe()};
   }
   if (client.Describe(path, file) != StatusCode::Success) {
-    return DescribeDamage(Failure::GetReason());
+    return DescribeDamage();
   }
   return std::nullopt;
 }
@@ -94,14 +120,14 @@ std::optional<Finding> FindDamage(const PatientClient& client, const std::string
 
 std::vector<Finding> CheckFile(const PatientClient& client, const std::string& path,
                                const std::string& zeltId) {
-  const bool hadJournal = HasJournal(path);
+  const FormerJournal journal(path);
   Rrd::FileDescription file;
   if (const std::optional<Finding> damage = FindDamage(client, path, zeltId, file)) {
     return {*damage};
   }
   std::vector<Finding> findings;
-  if (hadJournal && !HasJournal(path)) {
-    findings.push_back({"an update was interrupted", "it is undone now", false, true});
+  if (const std::optional<Finding> removal = journal.FindRemoval()) {
+    findings.push_back(*removal);
   }
   Rrd::Tool::LayoutConverter converter;
   Rrd::Tool::RecognisedFile content;

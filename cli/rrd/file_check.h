@@ -9,10 +9,16 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 
 // What is wrong with a file, and what to do.
 struct Finding {
+  enum class Kind {
+    Other,
+    CutOff,         // recover makes a whole file of it
+    Undone,         // an update was interrupted, which the check itself has undone
+    IgnoredJournal  // a file in the place of the journal, which was none, has been removed
+  };
+
   std::string problem;
   std::string advice;
-  bool isCutOff = false;  // recover makes a whole file of it
-  bool isMended = false;  // by the check itself
+  Kind kind = Kind::Other;
 };
 
 // Checks header, size and times and, in a file such as create makes, every value. An interrupted

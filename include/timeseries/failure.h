@@ -4,6 +4,15 @@
 
 namespace nvx::TimeSeriesDatabase {
 
+// What a caller can do about a failure depends on its kind; most need none.
+enum class FailureKind {
+  Other,
+  Locked,     // another process held the lock of the file; the same call may succeed a moment later
+  CutOff,     // the file has lost its end, and values with it
+  NotUndone,  // an interrupted update is to be undone, by a process that may write the file
+  BadJournal,  // the file's journal cannot be opened or read, or may not be trusted
+};
+
 // Why the calling thread's last failed operation failed. As with errno, an operation that succeeds
 // leaves it unchanged, so ask for it only after a code that means a failure:
 //
@@ -23,7 +32,10 @@ class NVX_TIMESERIES_EXPORT Failure {
   // failed. The text changes with the thread's next failure.
   static const char* GetReason() noexcept;
 
-  // Whether another process held the lock of the file. The same call may succeed a moment later.
+  // Other, too, when nothing has failed.
+  static FailureKind GetKind() noexcept;
+
+  // Whether another process held the lock of the file.
   static bool IsLocked() noexcept;
 };
 

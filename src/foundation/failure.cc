@@ -14,7 +14,7 @@ namespace {
 // while the process ends.
 struct LastFailure {
   char reason[1024];
-  bool isLocked;
+  FailureKind kind;
 };
 thread_local LastFailure last;
 
@@ -26,13 +26,13 @@ void KeepFailure(const char* format, ...) noexcept {
   va_start(values, format);
   std::vsnprintf(last.reason, sizeof last.reason, format, values);
   va_end(values);
-  last.isLocked = false;
+  last.kind = FailureKind::Other;
   errno = error;
 }
 
-void KeepLock(const char* words) noexcept {
-  KeepFailure("%s", words);
-  last.isLocked = true;
+void KeepFailure(FailureKind kind, const char* reason) noexcept {
+  KeepFailure("%s", reason);
+  last.kind = kind;
 }
 
 StatusCode CheckFileExist(const std::string& path) {
@@ -45,6 +45,8 @@ StatusCode CheckFileExist(const std::string& path) {
 
 const char* Failure::GetReason() noexcept { return last.reason; }
 
-bool Failure::IsLocked() noexcept { return last.isLocked; }
+FailureKind Failure::GetKind() noexcept { return last.kind; }
+
+bool Failure::IsLocked() noexcept { return last.kind == FailureKind::Locked; }
 
 }  // namespace nvx::TimeSeriesDatabase

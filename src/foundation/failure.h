@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "timeseries/failure.h"
 #include "timeseries/status_code.h"
 
 namespace nvx::TimeSeriesDatabase {
@@ -10,8 +11,8 @@ namespace nvx::TimeSeriesDatabase {
 // there is no memory left.
 void KeepFailure(const char* format, ...) noexcept __attribute__((cold, format(printf, 1, 2)));
 
-// The same for a file that another process has locked.
-void KeepLock(const char* words) noexcept __attribute__((cold));
+// The same for a kind that callers can ask for.
+void KeepFailure(FailureKind kind, const char* reason) noexcept __attribute__((cold));
 
 // FileSystem::CheckFileExist; keeps its failure.
 StatusCode CheckFileExist(const std::string& path);

@@ -57,7 +57,7 @@ const char* ArchiveRows::ReadFound(int fd, const FileGate::Rows& rows, long long
   double* const target = values.get() + (from - first) / length;
   const bool isRead = ReadRun(fd, rows, row, beforeEnd, target) &&
                       ReadRun(fd, rows, 0, wanted - beforeEnd, target + beforeEnd);
-  return isRead ? nullptr : "its values are cut off";
+  return isRead ? nullptr : CUT_OFF_FAULT;
 }
 
 // Rows as they lie in the file, one behind the other.

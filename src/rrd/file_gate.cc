@@ -264,7 +264,7 @@ const char* FileGate::CheckHeader(std::uint64_t fileSize) {
   }
   const bool isWhole = layout.end <= fileSize &&
                        HasAllValues(description.archives, head.ds_cnt, fileSize - layout.end);
-  return isWhole ? nullptr : "its values are cut off";
+  return isWhole ? nullptr : CUT_OFF_FAULT;
 }
 
 const char* FileGate::ReadParts(const stat_head_t& head, const HeaderLayout& layout) {

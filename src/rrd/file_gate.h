@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "rrd/fault.h"
 #include "rrd/file_header.h"
 #include "timeseries/rrd/file_description.h"
 
@@ -11,9 +12,6 @@ namespace nvx::TimeSeriesDatabase::Rrd {
 // whatever the number of data sources. Far beyond it, and for a span that ends before it starts,
 // the RRD library computes the size of its buffer modulo 2^64 and may write outside it.
 inline constexpr long long FARTHEST_TIME = 1LL << 40;
-
-// The RRD library's words for a file that another process has locked.
-inline constexpr char LOCK_FAULT[] = "could not lock RRD";
 
 // Values, a GiB of them: at a step of a minute, 255 years.
 inline constexpr std::uint64_t LARGEST_FETCH = 1 << 27;

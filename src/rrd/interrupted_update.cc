@@ -9,17 +9,14 @@
 #include <utility>
 
 #include "foundation/descriptor.h"
+#include "rrd/fault.h"
 #include "rrd/journal.h"
 #include "rrd/transfer.h"
 
 namespace nvx::TimeSeriesDatabase::Rrd {
 namespace {
 
-constexpr char NO_PERMISSION[] =
-    "an interrupted update is to be undone, which needs write permission";
 constexpr char NOT_UNDONE[] = "an interrupted update cannot be undone";
-constexpr char NOT_OPENED[] = "its journal cannot be opened";
-constexpr char NOT_READ[] = "its journal cannot be read";
 
 bool IsPermissionMissing() { return errno == EACCES || errno == EPERM || errno == EROFS; }
 
@@ -61,10 +58,10 @@ const char* FindJournalFault(int fd, int journal) {
   struct stat status {};
   if (fstat(fd, &file) != 0 || fstat(journal, &status) != 0 || !S_ISREG(status.st_mode) ||
       status.st_nlink > 1) {
-    return "its journal is no regular file with one name";
+    return JOURNAL_SHAPE_FAULT;
   }
   const bool isTrusted = status.st_uid == file.st_uid || status.st_uid == geteuid();
-  return isTrusted ? nullptr : "its journal belongs to another user";
+  return isTrusted ? nullptr : JOURNAL_OWNER_FAULT;
 }
 
 bool HasPendingJournal(const std::string& journalPath) {
@@ -80,16 +77,18 @@ bool HasPendingJournal(const std::string& journalPath) {
 const char* FindInterruptedUpdate(int fd, const std::string& journalPath) {
   const Descriptor file(OpenJournal(journalPath, O_RDONLY));
   if (!file.IsOpen()) {
-    return errno == ENOENT ? nullptr : IsPermissionMissing() ? NO_PERMISSION : NOT_OPENED;
+    return errno == ENOENT         ? nullptr
+           : IsPermissionMissing() ? PERMISSION_FAULT
+                                   : JOURNAL_CLOSED_FAULT;
   }
   if (const char* const fault = FindJournalFault(fd, file.Get())) {
     return fault;
   }
   Journal journal;
   if (ReadJournal(fd, file.Get(), journal) && journal.Fits(fd)) {
-    return NO_PERMISSION;
+    return PERMISSION_FAULT;
   }
-  return errno == 0 ? nullptr : NOT_READ;
+  return errno == 0 ? nullptr : JOURNAL_READ_FAULT;
 }
 
 const char* UndoInterruptedUpdate(int fd, const std::string& journalPath) {
@@ -97,7 +96,7 @@ const char* UndoInterruptedUpdate(int fd, const std::string& journalPath) {
   if (!file.IsOpen()) {
     return errno == ENOENT         ? nullptr
            : IsPermissionMissing() ? FindInterruptedUpdate(fd, journalPath)
-                                   : NOT_OPENED;
+                                   : JOURNAL_CLOSED_FAULT;
   }
   if (const char* const fault = FindJournalFault(fd, file.Get())) {
     return fault;
@@ -106,7 +105,7 @@ const char* UndoInterruptedUpdate(int fd, const std::string& journalPath) {
   const bool isWhole = ReadJournal(fd, file.Get(), journal);
   if (!isWhole || !journal.Fits(fd)) {
     if (errno != 0) {
-      return NOT_READ;
+      return JOURNAL_READ_FAULT;
     }
     // Beside a file that has lost its end, which is refused, it is all that tells of the update.
     if (!isWhole || !journal.IsOfCutFile(fd)) {

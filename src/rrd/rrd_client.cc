@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <limits>
 #include <memory>
@@ -140,12 +139,9 @@ const char* GetReason(const char* fault) { return fault == nullptr ? rrd_get_err
 
 // Keeps these words as the reason of the failure. rrd_get_error itself is only for log lines.
 void KeepReason(const char* fault, bool isLocked = false) {
-  const char* const reason = fault == nullptr ? rrd_get_context()->rrd_error : fault;
-  if (isLocked || std::strcmp(reason, Rrd::LOCK_FAULT) == 0) {
-    KeepLock(Rrd::LOCK_FAULT);
-  } else {
-    KeepFailure("%s", reason);
-  }
+  const char* const words = fault == nullptr ? rrd_get_context()->rrd_error : fault;
+  const char* const reason = isLocked ? Rrd::LOCK_FAULT : words;
+  KeepFailure(Rrd::FindKind(reason), reason);
 }
 
 // Whether a migration failed because of a lock. The RRD library only says that it cannot open the

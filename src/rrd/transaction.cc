@@ -9,6 +9,7 @@
 #include <system_error>
 #include <thread>
 
+#include "rrd/fault.h"
 #include "rrd/file_header.h"
 #include "rrd/interrupted_update.h"
 #include "rrd/transfer.h"
@@ -98,7 +99,7 @@ std::string Transaction::OpenJournalFile() {
 std::string Transaction::OpenKeptJournal() {
   journalFile.emplace(OpenJournal(file.GetJournalPath(), O_RDWR));
   if (!journalFile->IsOpen()) {
-    return DescribeError("its journal cannot be opened");
+    return DescribeError(JOURNAL_CLOSED_FAULT);
   }
   if (const char* const journalFault = FindJournalFault(file.Get(), journalFile->Get())) {
     return journalFault;
