@@ -13,6 +13,8 @@
 #include <sstream>
 
 #include "arguments/zone_text.h"
+#include "base/words.h"
+#include "command/question_options.h"
 #include "formats/csv_writer.h"
 #include "points/archives.h"
 #include "points/point_stream.h"
@@ -362,7 +364,7 @@ TEST_F(PointRoad, IsTheSameForEveryCommand) {
     const QuestionOptions options = PickQuestion(file);
     const Outcome exported = RunInProcess(MakeArguments("export", file.zeltId, options));
     SCOPED_TRACE("question " + std::to_string(i) + ": " +
-                 CLI::detail::join(MakeArguments("export", file.zeltId, options), " "));
+                 Join(MakeArguments("export", file.zeltId, options), " "));
     answered += exported.status != 1 ? 1 : 0;
     if (options.interval) {
       const Outcome queried = RunInProcess(MakeArguments("query", file.zeltId, options));
@@ -402,7 +404,7 @@ TEST_F(PointRoad, GivesInPiecesWhatOneFetchGives) {
   for (const char* const interval : {"1m", "20m", "1d"}) {
     QuestionOptions options;
     options.interval = interval;
-    options.functions = CLI::detail::join(GetNames(ListPointFunctions()), ",");
+    options.functions = Join(GetNames(ListPointFunctions()), ",");
     options.from = std::to_string(BEGIN - BEGIN % 86400);
     options.to = std::to_string(BEGIN - BEGIN % 86400 + 25 * 86400);
     SCOPED_TRACE(interval);
@@ -423,7 +425,7 @@ TEST_F(PointRoad, OpensAFileFewTimes) {
       {"export", "--format", "csv"},
   };
   for (std::vector<std::string> question : questions) {
-    SCOPED_TRACE(CLI::detail::join(question, " "));
+    SCOPED_TRACE(Join(question, " "));
     question.insert(question.end(), {"-d", directory.GetPath(), "topo:minutes"});
     const int watch = inotify_init1(IN_NONBLOCK);
     inotify_add_watch(watch, path.c_str(), IN_OPEN | IN_CLOSE);  // equal events would be merged

@@ -1,6 +1,5 @@
 #include "arguments/csv_file.h"
 
-#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <filesystem>
 #include <iostream>
@@ -14,16 +13,6 @@ namespace {
 constexpr char STANDARD_INPUT[] = "-";
 
 }  // namespace
-
-CLI::Option* AddCsvOptions(CLI::App& command, CsvOptions& options, const std::string& csvHelp) {
-  CLI::Option* const csv = command.add_option("--csv", options.path, csvHelp)->type_name("FILE");
-  command
-      .add_option("--column", options.column,
-                  "Column of the value (default: value, or the only one with numbers)")
-      ->type_name("NAME")
-      ->needs(csv);
-  return csv;
-}
 
 CsvFile::CsvFile(const std::string& path)
     : isStandardInput(path == STANDARD_INPUT), name(isStandardInput ? "standard input" : path) {

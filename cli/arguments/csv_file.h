@@ -5,21 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace CLI {
-class App;
-class Option;
-}  // namespace CLI
-
 namespace nvx::TimeSeriesDatabase::CommandLine {
-
-// The options of the commands that take samples from a CSV file.
-struct CsvOptions {
-  std::optional<std::string> path;
-  std::optional<std::string> column;
-};
-
-// Adds --csv, which is returned, and --column.
-CLI::Option* AddCsvOptions(CLI::App& command, CsvOptions& options, const std::string& csvHelp);
 
 // The file of --csv, or standard input for "-".
 class CsvFile {

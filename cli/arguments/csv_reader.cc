@@ -43,7 +43,7 @@ CsvReader::CsvReader(std::istream& input, const std::string& sourceName,
                      const std::optional<std::string>& columnName, const cctz::time_zone& zone)
     : records(input, sourceName), name(sourceName), timeZone(zone) {
   if (!ReadRecord()) {
-    throw CommandError(name, "it is empty", StatusCode::InvalidArgument);
+    throw CommandError(name, "it is empty");
   }
   columnNames = record.fields;
   const std::size_t columnCount = columnNames.size();
@@ -167,8 +167,7 @@ std::size_t CsvReader::FindOnlyNumericColumn() {
         name,
         candidates.empty()
             ? "none of its columns has numbers but the time: " + Join(columnNames)
-            : "several columns could be the value: " + Join(candidates) + "; --column names it",
-        StatusCode::InvalidArgument);
+            : "several columns could be the value: " + Join(candidates) + "; --column names it");
   }
   return found;
 }

@@ -39,8 +39,7 @@ std::optional<CsvRecord> CsvRecords::Read() {
 }
 
 void CsvRecords::Refuse(unsigned long long number, const std::string& problem) const {
-  throw CommandError(name, "line " + std::to_string(number) + ": " + problem,
-                     StatusCode::InvalidArgument);
+  throw CommandError(name, "line " + std::to_string(number) + ": " + problem);
 }
 
 // False at the end of the input.

@@ -20,7 +20,7 @@ class CommandError {
   // The line is "nvx-timeseries: SUBJECT: PROBLEM". Where the log is shown, too, it ends with the
   // status: "(InvalidArgument, 28)".
   CommandError(const std::string& errorSubject, const std::string& errorProblem,
-               StatusCode errorStatus);
+               StatusCode errorStatus = StatusCode::InvalidArgument);
 
   // Appends to the problem.
   void AddNote(const std::string& note) { problem += note; }

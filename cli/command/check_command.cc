@@ -3,8 +3,8 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "arguments/choice.h"
 #include "base/message.h"
+#include "command/choice.h"
 #include "command/commands.h"
 #include "points/context.h"
 #include "points/selected_files.h"

@@ -1,7 +1,7 @@
 #include <filesystem>
 #include <memory>
 
-#include "arguments/choice.h"
+#include "command/choice.h"
 #include "command/commands.h"
 #include "convert/conversion_plan.h"
 #include "convert/conversion_to_file.h"

@@ -12,9 +12,10 @@
 #include "base/round_up.h"
 #include "base/time_text.h"
 #include "command/commands.h"
+#include "command/file_definition.h"
+#include "command/shared_options.h"
 #include "replace/file_error.h"
 #include "rrd/data_file.h"
-#include "rrd/file_definition.h"
 #include "rrd/sample_writer.h"
 #include "timeseries/rrd/file_helper.h"
 
@@ -58,7 +59,7 @@ Samples ReadSamples(const CreateOptions& options) {
     samples.push_back(*sample);
   }
   if (samples.empty()) {
-    throw CommandError(file.GetName(), "no sample in it", StatusCode::InvalidArgument);
+    throw CommandError(file.GetName(), "no sample in it");
   }
   std::sort(samples.begin(), samples.end(),
             [](const auto& one, const auto& other) { return one.first < other.first; });
@@ -66,8 +67,7 @@ Samples ReadSamples(const CreateOptions& options) {
       samples.begin(), samples.end(),
       [](const auto& one, const auto& other) { return one.first == other.first; });
   if (twice != samples.end()) {
-    throw CommandError(file.GetName(), "the time " + FormatUtc(twice->first) + " occurs twice",
-                       StatusCode::InvalidArgument);
+    throw CommandError(file.GetName(), "the time " + FormatUtc(twice->first) + " occurs twice");
   }
   return samples;
 }
@@ -81,8 +81,7 @@ FileDefinition FitToSamples(FileDefinition definition, std::optional<long long>&
   start = start.value_or(first - step);
   if (*start < 1 || *start >= first) {
     throw CommandError(definition.zeltId,
-                       "the first sample, of " + FormatUtc(first) + ", is too early for the start",
-                       StatusCode::InvalidArgument);
+                       "the first sample, of " + FormatUtc(first) + ", is too early for the start");
   }
   if (!definition.rowCount) {
     const long long needed =
@@ -92,8 +91,7 @@ FileDefinition FitToSamples(FileDefinition definition, std::optional<long long>&
     const std::string problem = FindProblem(definition);
     if (!problem.empty()) {
       throw CommandError(definition.zeltId,
-                         problem + "; the samples need " + std::to_string(needed),
-                         StatusCode::InvalidArgument);
+                         problem + "; the samples need " + std::to_string(needed));
     }
   }
   return definition;
@@ -138,8 +136,7 @@ void Create(const CreateOptions& options, Context& context) {
     throw CommandError(context.GetDirectory(), NO_DIRECTORY, StatusCode::NotFound);
   }
   if (!definition.isForced && Utilities::FileSystem::CheckFileExist(path) == StatusCode::Success) {
-    throw CommandError(definition.zeltId, path + " exists; --force replaces it",
-                       StatusCode::InvalidArgument);
+    throw CommandError(definition.zeltId, path + " exists; --force replaces it");
   }
   Samples samples;
   long long freeRowCount = 0;

@@ -2,10 +2,11 @@
 #include <iostream>
 #include <memory>
 
-#include "arguments/choice.h"
 #include "arguments/interval_text.h"
 #include "base/message.h"
+#include "command/choice.h"
 #include "command/commands.h"
+#include "command/shared_options.h"
 #include "points/source.h"
 #include "rrd/described_file.h"
 #include "rrd/file_report.h"

@@ -3,11 +3,12 @@
 #include <limits>
 #include <memory>
 
-#include "arguments/choice.h"
 #include "arguments/zone_text.h"
 #include "base/message.h"
 #include "base/shortest_text.h"
+#include "command/choice.h"
 #include "command/commands.h"
+#include "command/shared_options.h"
 #include "formats/local_time.h"
 #include "formats/point_writer.h"
 #include "points/spans.h"

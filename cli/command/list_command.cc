@@ -6,10 +6,10 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "arguments/choice.h"
 #include "base/message.h"
 #include "base/time_text.h"
 #include "base/value_text.h"
+#include "command/choice.h"
 #include "command/commands.h"
 #include "formats/csv_field.h"
 #include "points/selected_files.h"

@@ -6,11 +6,11 @@
 #include "base/message.h"
 #include "base/time_text.h"
 #include "command/commands.h"
+#include "command/file_definition.h"
 #include "points/selected_files.h"
 #include "replace/file_error.h"
 #include "rrd/data_file.h"
 #include "rrd/described_file.h"
-#include "rrd/file_definition.h"
 #include "rrd/file_shape.h"
 #include "rrd/stored_samples.h"
 
@@ -27,7 +27,7 @@ FileDefinition Complete(FileDefinition definition, const Rrd::FileDescription& f
   definition.maximum = definition.maximum.value_or(source.maximum);
   const std::string problem = FindProblem(definition);
   if (!problem.empty()) {
-    throw CommandError(definition.zeltId, problem, StatusCode::InvalidArgument);
+    throw CommandError(definition.zeltId, problem);
   }
   return definition;
 }
@@ -48,8 +48,7 @@ void Migrate(const FileDefinition& given, Context& context) {
   context.GetPathOfNative(given.zeltId);
   const Rrd::FileDescription file = DescribeFile(context.rrdClient, path, given.zeltId);
   if (!file.HasShapeOfCreate()) {
-    throw CommandError(given.zeltId, "it is not a file that create makes: " + DescribeShape(file),
-                       StatusCode::InvalidArgument);
+    throw CommandError(given.zeltId, "it is not a file that create makes: " + DescribeShape(file));
   }
   const FileDefinition definition = Complete(given, file);
   const long long last = file.lastUpdate;

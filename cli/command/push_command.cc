@@ -5,6 +5,8 @@
 #include "base/command_error.h"
 #include "base/message.h"
 #include "command/commands.h"
+#include "command/question_options.h"
+#include "command/shared_options.h"
 #include "points/selected_files.h"
 #include "push/pusher.h"
 #include "replace/interruption.h"

@@ -106,15 +106,14 @@ void Recover(const RecoverOptions& options, Context& context) {
       isUndone = true;
       std::cout << WithoutControls(options.zeltId) << ": the interrupted update is undone\n";
     } else if (finding.kind != Finding::Kind::CutOff) {
-      throw CommandError(options.zeltId, finding.problem + ": " + finding.advice,
-                         StatusCode::InvalidArgument);
+      throw CommandError(options.zeltId, finding.problem + ": " + finding.advice);
     } else if (options.isInPlace || options.destination) {
       return Mend(options, path, context.rrdClient);
     } else {
       throw CommandError(
           options.zeltId,
-          finding.problem + ": --to FILE makes a whole one of what is left, --in-place replaces it",
-          StatusCode::InvalidArgument);
+          finding.problem +
+              ": --to FILE makes a whole one of what is left, --in-place replaces it");
     }
   }
   if (!isUndone) {

@@ -11,6 +11,7 @@
 #include "base/message.h"
 #include "base/progress_bar.h"
 #include "command/commands.h"
+#include "command/shared_options.h"
 #include "points/selected_files.h"
 #include "rrd/sample_writer.h"
 
@@ -79,7 +80,7 @@ void StoreCsv(const UpdateOptions& options, const cctz::time_zone& zone, SampleW
     throw;
   }
   if (!writer.HasSamples()) {
-    throw CommandError(file.GetName(), "no sample in it", StatusCode::InvalidArgument);
+    throw CommandError(file.GetName(), "no sample in it");
   }
 }
 

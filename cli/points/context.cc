@@ -42,7 +42,7 @@ std::vector<std::string> ListIds(const fs::path& directory) {
 [[noreturn]] void RefuseAbsent(const std::string& zeltId, const fs::path& path) {
   std::error_code error;
   if (fs::is_directory(path, error)) {
-    throw CommandError(zeltId, path.string() + " is a directory", StatusCode::InvalidArgument);
+    throw CommandError(zeltId, path.string() + " is a directory");
   }
   if (error && error != std::errc::no_such_file_or_directory) {
     throw CommandError(zeltId, path.string() + ": " + error.message(), StatusCode::IoError);
@@ -115,7 +115,7 @@ std::string Context::GetPathOfNative(const std::string& directory, const std::st
 void Context::RequireNative(const std::string& path, const std::string& name) {
   const std::optional<ForeignFile> foreign = FindForeignFile(path);
   if (foreign) {
-    throw CommandError(name, foreign->Describe(), StatusCode::InvalidArgument);
+    throw CommandError(name, foreign->Describe());
   }
 }
 

@@ -1,10 +1,11 @@
 #include "points/point_function.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <optional>
+#include <sstream>
 
 #include "base/command_error.h"
+#include "base/words.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -46,6 +47,16 @@ std::optional<Choices<PointFunction>::value_type> FindPercentile(const std::stri
   return std::pair(decimals.empty() ? name : name + '.' + decimals, MakePercentile(thousandths));
 }
 
+// At least one word.
+std::vector<std::string> SplitAtCommas(const std::string& names) {
+  std::vector<std::string> words;
+  std::istringstream rest(names);
+  for (std::string word; std::getline(rest, word, ',') || words.empty();) {
+    words.push_back(word);
+  }
+  return words;
+}
+
 std::optional<Choices<PointFunction>::value_type> FindFunction(const std::string& word) {
   const auto& known = ListPointFunctions();
   const auto found = std::find_if(known.begin(), known.end(),
@@ -78,14 +89,13 @@ const Choices<PointFunction>& ListPointFunctions() {
 
 std::string FindFunctionProblem(const std::string& names) {
   std::vector<std::string> seen;
-  for (const std::string& word : CLI::detail::split(names, ',')) {
+  for (const std::string& word : SplitAtCommas(names)) {
     const auto function = FindFunction(word);
     if (!function) {
-      return IsPercentile(word)
-                 ? word + " is no percentile from p0.001 to p100, with " +
-                       std::to_string(DECIMALS) + " digits behind the point at most"
-                 : word + " not in {" + CLI::detail::join(GetNames(ListPointFunctions()), ",") +
-                       "}, and no percentile such as p95";
+      return IsPercentile(word) ? word + " is no percentile from p0.001 to p100, with " +
+                                      std::to_string(DECIMALS) + " digits behind the point at most"
+                                : word + " not in {" + Join(GetNames(ListPointFunctions()), ",") +
+                                      "}, and no percentile such as p95";
     }
     if (std::find(seen.begin(), seen.end(), function->first) != seen.end()) {
       return word + " is given twice";
@@ -97,7 +107,7 @@ std::string FindFunctionProblem(const std::string& names) {
 
 Choices<PointFunction> ReadPointFunctions(const std::string& names) {
   Choices<PointFunction> functions;
-  for (const std::string& word : CLI::detail::split(names, ',')) {
+  for (const std::string& word : SplitAtCommas(names)) {
     functions.push_back(FindFunction(word).value());
   }
   return functions;

@@ -28,8 +28,7 @@ bool IsOfSamples(const Question& question, const Source& source) {
   if (std::any_of(functions.begin(), functions.end(), isOfSpans)) {
     throw CommandError(source.name,
                        "some of these functions are of its averages, some of its last values: ask "
-                       "for them apart",
-                       StatusCode::InvalidArgument);
+                       "for them apart");
   }
   return true;
 }

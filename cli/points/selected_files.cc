@@ -86,16 +86,6 @@ bool IsExcluded(const std::string& zeltId, const std::vector<std::string>& patte
   });
 }
 
-// Adds names that stand in a list with commas between them.
-void AddNames(const std::string& list, std::vector<std::string>& names) {
-  for (const std::string& name : CLI::detail::split(list + ',', ',')) {
-    if (name.empty()) {
-      throw CLI::ValidationError("--source", "an empty name in '" + list + "'");
-    }
-    names.push_back(name);
-  }
-}
-
 // Of several, one that fails is told.
 void TellOrThrow(const CommandError& error, bool isSeveral, Context& context) {
   if (!isSeveral) {
@@ -105,43 +95,6 @@ void TellOrThrow(const CommandError& error, bool isSeveral, Context& context) {
 }
 
 }  // namespace
-
-void AddSelectionOptions(CLI::App& command, SelectionOptions& options) {
-  CLI::Option* const label = command.add_flag(
-      "--label-directory", options.isDirectoryLabelled,
-      "Add the label directory, the directory's name, also for a single directory");
-  command
-      .add_option("--exclude", options.excluded,
-                  "Leave out the data sources of this pattern; may be repeated")
-      ->type_name("PATTERN")
-      ->allow_extra_args(false);
-  CLI::Option* const tree =
-      command
-          .add_option("--tree", options.tree,
-                      "All files below DIR whose names end with .rrd, in place of IDs")
-          ->type_name("DIR")
-          ->excludes(label);
-  command
-      .add_option("--path-labels", options.pathLabels,
-                  "Names of the parts of a path below DIR, such as host/plugin-instance/type, to\n"
-                  "be labels (default: one label, path)")
-      ->type_name("NAMES")
-      ->needs(tree);
-}
-
-void AddSourceOption(CLI::App& command, std::vector<std::string>& names) {
-  command
-      .add_option_function<std::vector<std::string>>(
-          "--source",
-          [&names](const std::vector<std::string>& lists) {
-            for (const std::string& list : lists) {
-              AddNames(list, names);
-            }
-          },
-          "Data sources of files that have several (default: all of them)")
-      ->type_name("NAME[,NAME...]")
-      ->allow_extra_args(false);
-}
 
 std::string SelectedFile::GetKey() const {
   return path.empty() ? zeltId : std::filesystem::path(path).filename().string();
@@ -157,7 +110,7 @@ std::string SelectedFile::GetPathOfExisting(Context& context) const {
                        StatusCode::NotFound);
   }
   if (std::filesystem::is_directory(path, error)) {
-    throw CommandError(path, "is a directory", StatusCode::InvalidArgument);
+    throw CommandError(path, "is a directory");
   }
   // The RRD library takes a path such as "cb//x.rrd" for the URL of a server.
   return path[0] == '/' || path.rfind("./", 0) == 0 ? path : "./" + path;
@@ -177,8 +130,7 @@ Series SelectedFile::MakeSeries(const Labels& more) const {
   Series series{zeltId, more, "", GetScope()};
   for (const auto& label : labels) {
     if (!series.labels.insert(label).second) {
-      throw CommandError(zeltId, "the label " + label.first + " is given twice",
-                         StatusCode::InvalidArgument);
+      throw CommandError(zeltId, "the label " + label.first + " is given twice");
     }
   }
   if (path.empty()) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <optional>
 #include <string>
@@ -25,12 +24,6 @@ struct SelectionOptions {
   std::string pathLabels;
   bool isDirectoryLabelled = false;  // also where there is one directory
 };
-
-// --exclude, --label-directory, --tree and --path-labels.
-void AddSelectionOptions(CLI::App& command, SelectionOptions& options);
-
-// --source, names of data sources with commas between them.
-void AddSourceOption(CLI::App& command, std::vector<std::string>& names);
 
 struct SelectedFile {
   std::string directory;

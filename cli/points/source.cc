@@ -1,10 +1,10 @@
 #include "points/source.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <utility>
 
 #include "base/message.h"
+#include "base/words.h"
 #include "points/spans.h"
 #include "rrd/described_file.h"
 #include "timeseries/rrd/constants.h"
@@ -18,8 +18,7 @@ namespace {
   for (const Rrd::DataSourceDescription& source : file.dataSources) {
     known.push_back(source.name);
   }
-  throw CommandError(fileName,
-                     "has no data source " + name + "; there is " + CLI::detail::join(known, ", "),
+  throw CommandError(fileName, "has no data source " + name + "; there is " + Join(known),
                      StatusCode::NotFound);
 }
 
@@ -138,8 +137,7 @@ Series MakeSeries(const SelectedFile& file, const Source& source, const Labels& 
                                     {CONSOLIDATION_LABEL, isLast ? "" : source.consolidation}}) {
     if (!value.empty() && !series.labels.emplace(name, value).second) {
       throw CommandError(source.name,
-                         std::string("the label ") + name + " is given by the command itself",
-                         StatusCode::InvalidArgument);
+                         std::string("the label ") + name + " is given by the command itself");
     }
   }
   return series;

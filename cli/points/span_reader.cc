@@ -59,8 +59,7 @@ const SpanFunction* FindSpanFunction(const std::string& name) {
       source.name,
       name + " is of samples, but its file has averages of rows; " +
           (isOfCounter ? "the integral is what a counter grew by"
-                       : "there are average, minimum, maximum, sum, count and integral of them"),
-      StatusCode::InvalidArgument);
+                       : "there are average, minimum, maximum, sum, count and integral of them"));
 }
 
 // Adds rows, of which the first ends at `time`, to the sums of the intervals that they lie in.

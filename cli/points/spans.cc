@@ -65,11 +65,9 @@ Pool FindPool(const Source& source, const std::string& consolidation) {
       return pool;
     }
   }
-  throw CommandError(source.name,
-                     "has no archive of " + consolidation +
-                         (consolidation == "AVERAGE" ? "" : " or AVERAGE") +
-                         ", and none of single steps",
-                     StatusCode::InvalidArgument);
+  throw CommandError(source.name, "has no archive of " + consolidation +
+                                      (consolidation == "AVERAGE" ? "" : " or AVERAGE") +
+                                      ", and none of single steps");
 }
 
 Segments ChooseSegments(const Source& source, const Pool& pool) {

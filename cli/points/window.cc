@@ -203,15 +203,13 @@ bool HasBoundOnRow(const Question& question, long long rowLength, Date::Date sta
 void RequireForward(const Question& question, const Source& source, const TimeWindow& window) {
   const bool isAsked = question.from || question.to || question.interval->IsWhole();
   if (isAsked && window.start.timestamp >= window.end.timestamp) {
-    throw CommandError(source.name, "from is not before to: " + TimeWindowToString(window),
-                       StatusCode::InvalidArgument);
+    throw CommandError(source.name, "from is not before to: " + TimeWindowToString(window));
   }
 }
 
 void RefuseIncomplete(const Question& question, const Source& source, const TimeWindow& window) {
   throw CommandError(source.name,
-                     "no complete " + question.intervalName + " in " + TimeWindowToString(window),
-                     StatusCode::InvalidArgument);
+                     "no complete " + question.intervalName + " in " + TimeWindowToString(window));
 }
 
 void SkipConfirmed(const Question& question, long long confirmed, const TimeWindow& window,

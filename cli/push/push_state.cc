@@ -33,8 +33,7 @@ fs::path FindStateDirectory() {
   }
   const char* const home = std::getenv("HOME");
   if (home == nullptr || home[0] != '/') {
-    throw CommandError("--state", "is needed, since the variable HOME names no directory",
-                       StatusCode::InvalidArgument);
+    throw CommandError("--state", "is needed, since the variable HOME names no directory");
   }
   return fs::path(home) / ".local/state";
 }

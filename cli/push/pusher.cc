@@ -1,6 +1,5 @@
 #include "push/pusher.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
@@ -8,6 +7,7 @@
 #include "base/message.h"
 #include "base/round_up.h"
 #include "base/time_text.h"
+#include "base/words.h"
 #include "points/archives.h"
 #include "points/point_stream.h"
 #include "replace/interruption.h"
@@ -21,7 +21,7 @@ std::string DescribeKind(const Question& question, Labels labels) {
   labels.erase(ID_LABEL);
   nlohmann::json kind = nlohmann::json::array();
   if (question.interval) {
-    kind = {question.interval->Identify(), CLI::detail::join(GetNames(question.functions), ","),
+    kind = {question.interval->Identify(), Join(GetNames(question.functions), ","),
             IdentifyZone(question.zone)};
   } else {
     kind.push_back("samples");

@@ -58,7 +58,7 @@ std::string ReadSecretFile(const std::string& path) {
     return static_cast<unsigned char>(character) < ' ' || character == 127;
   });
   if (line.empty() || hasControls) {
-    throw CommandError(path, "its first line is no secret", StatusCode::InvalidArgument);
+    throw CommandError(path, "its first line is no secret");
   }
   WarnOfReaders(file, path);
   return line;

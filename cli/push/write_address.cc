@@ -165,8 +165,7 @@ void ReadSecrets(const Secrets& secrets, WriteAddress& address) {
     const std::string secret = ReadSecretFile(*secrets.userFile);
     const std::size_t colon = secret.find(':');
     if (colon == std::string::npos) {
-      throw CommandError(*secrets.userFile, "its first line is not USER:PASSWORD",
-                         StatusCode::InvalidArgument);
+      throw CommandError(*secrets.userFile, "its first line is not USER:PASSWORD");
     }
     address.user = secret.substr(0, colon);
     address.password = secret.substr(colon + 1);

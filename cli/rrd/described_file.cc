@@ -53,11 +53,9 @@ Rrd::FileDescription DescribeSingleSource(const PatientClient& client, const std
   Rrd::FileDescription file = DescribeFile(client, path, zeltId);
   if (file.dataSources.size() != 1) {
     throw CommandError(
-        zeltId,
-        "its file has " + std::to_string(file.dataSources.size()) + " data sources, " +
-            JoinNames(file.dataSources, [](const auto& source) { return source.name; }) +
-            "; only files with one are read",
-        StatusCode::InvalidArgument);
+        zeltId, "its file has " + std::to_string(file.dataSources.size()) + " data sources, " +
+                    JoinNames(file.dataSources, [](const auto& source) { return source.name; }) +
+                    "; only files with one are read");
   }
   return file;
 }
@@ -80,12 +78,10 @@ const Rrd::ArchiveDescription& RequireSampleArchive(const Rrd::FileDescription& 
   if (best == nullptr) {
     throw CommandError(zeltId,
                        "only archives of LAST, AVERAGE, MIN and MAX are read; its file has " +
-                           JoinNames(file.archives,
-                                     [&](const auto& other) {
-                                       return other.consolidation + " with rows of " +
-                                              std::to_string(GetRowLength(file, other)) + " s";
-                                     }),
-                       StatusCode::InvalidArgument);
+                           JoinNames(file.archives, [&](const auto& other) {
+                             return other.consolidation + " with rows of " +
+                                    std::to_string(GetRowLength(file, other)) + " s";
+                           }));
   }
   return *best;
 }

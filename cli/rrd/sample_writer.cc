@@ -49,18 +49,14 @@ void SampleWriter::StoreBatch() {
   const long long earliest = batch.begin()->first;
   if (earliest <= last) {
     RequireNotEmpty(earliest);
-    throw CommandError(name,
-                       "the sample of " + FormatUtc(earliest) + " is not later than " +
-                           FormatUtc(last) +
-                           ", the last update; --skip-past leaves out what the file has already",
-                       StatusCode::InvalidArgument);
+    throw CommandError(
+        name, "the sample of " + FormatUtc(earliest) + " is not later than " + FormatUtc(last) +
+                  ", the last update; --skip-past leaves out what the file has already");
   }
   const long long latest = batch.rbegin()->first;
   if (!policy.mayBeFuture && latest > std::time(nullptr) + SECONDS_A_DAY) {
-    throw CommandError(name,
-                       "the sample of " + FormatUtc(latest) +
-                           " is more than a day in the future; --force stores it",
-                       StatusCode::InvalidArgument);
+    throw CommandError(name, "the sample of " + FormatUtc(latest) +
+                                 " is more than a day in the future; --force stores it");
   }
   stored.MakeRoomUntil(latest);
   if (rrdClient.UpdateAtomically(path, batch, policy.durability) != StatusCode::Success) {
@@ -74,12 +70,10 @@ void SampleWriter::StoreBatch() {
 // An empty file cannot have a past sample already.
 void SampleWriter::RequireNotEmpty(long long time) const {
   if (stored.GetLastTime() == formerLast && stored.WasEmpty()) {
-    throw CommandError(name,
-                       "the sample of " + FormatUtc(time) + " is not later than " +
-                           FormatUtc(formerLast) +
-                           ", where the file begins; as it has no sample yet, make it again, with "
-                           "create --force and an earlier --start or --csv",
-                       StatusCode::InvalidArgument);
+    throw CommandError(
+        name, "the sample of " + FormatUtc(time) + " is not later than " + FormatUtc(formerLast) +
+                  ", where the file begins; as it has no sample yet, make it again, with "
+                  "create --force and an earlier --start or --csv");
   }
 }
 

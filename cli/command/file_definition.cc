@@ -1,4 +1,4 @@
-#include "rrd/file_definition.h"
+#include "command/file_definition.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

@@ -1,8 +1,9 @@
-#include "points/question.h"
+#include "command/question_options.h"
 
-#include "arguments/choice.h"
 #include "arguments/interval_text.h"
 #include "arguments/zone_text.h"
+#include "base/words.h"
+#include "command/choice.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -96,7 +97,7 @@ void AddLabelOption(CLI::App& command, QuestionOptions& options) {
 }
 
 std::string GetQuestionHelp() {
-  const std::string functions = CLI::detail::join(GetNames(ListPointFunctions()), ", ");
+  const std::string functions = Join(GetNames(ListPointFunctions()));
   return std::string(INTERVAL_HELP) + "\nFUNCTION is " + functions +
          " or a percentile such as p95 or p99.9. " + FUNCTION_HELP + "\n" + TIME_HELP + "\n" +
          ZONE_HELP;

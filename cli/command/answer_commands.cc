@@ -1,18 +1,34 @@
-#include "command/answer_command.h"
-
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
+#include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
-#include "arguments/choice.h"
 #include "base/message.h"
+#include "command/choice.h"
+#include "command/commands.h"
+#include "command/question_options.h"
+#include "command/shared_options.h"
+#include "formats/point_writer.h"
 #include "points/point_stream.h"
 #include "points/selected_files.h"
 #include "replace/output_file.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
+
+// Of the commands that write points: a question, the files to ask, and a format.
+struct AnswerOptions {
+  std::vector<std::string> zeltIds;
+  QuestionOptions question;
+  SelectionOptions selection;
+  std::vector<std::string> sources;  // names; none for all of each file
+  std::optional<PointFormat> format;
+  std::optional<std::string> output;
+  bool isForSeries = false;  // CSV and JSON for another database
+};
 
 AnswerShape MakeShape(const AnswerOptions& options, const Question& question,
                       const Selection& selection, const OutputFile& output) {
@@ -182,7 +198,31 @@ constexpr char FORMAT_HELP[] =
     "openmetrics has the same as topo_value and topo_quality. Both leave a missing value out; it "
     "is nan in the csv of query, empty in that of export, and null in json.";
 
-}  // namespace
+void WriteAnswers(const AnswerOptions& options, Context& context) {
+  Question question = ReadQuestion(options.question);
+  Selection selection = SelectFiles(options.zeltIds, context, options.selection);
+  OutputFile output(options.output);
+  AnswerShape shape = MakeShape(options, question, selection, output);
+  std::vector<Source> opened = FindColumns(options, question, selection, context, shape);
+  const std::unique_ptr<PointWriter> writer = MakePointWriter(*options.format, shape);
+  question.isAtOnce = writer->IsAtOnce();
+  if (options.isForSeries || writer->GetRoundCount() > 1) {
+    selection.SortByScope();
+  }
+  AnswerWriter(question, options.sources, std::move(opened), *writer, output, context)
+      .Write(selection);
+  if (output.IsFile() && context.exitStatus == EXIT_FAILED) {
+    throw CommandError(*options.output, "not written, since a data source failed",
+                       StatusCode::Failure);
+  }
+  output.Finish();
+}
+
+struct AddedOptions {
+  CLI::Option* zeltIds;
+  CLI::Option* interval;
+  CLI::Option* format;
+};
 
 AddedOptions AddAnswerOptions(CLI::App& command, AnswerOptions& options) {
   AddedOptions added{};
@@ -205,31 +245,35 @@ AddedOptions AddAnswerOptions(CLI::App& command, AnswerOptions& options) {
   command
       .add_option("--output", options.output, "File to make or replace (default: standard output)")
       ->type_name("FILE");
+  command.footer(std::string(PATTERN_HELP) + "\n" + FORMAT_HELP + "\n" + GetQuestionHelp());
   return added;
 }
 
-std::string GetAnswerHelp() {
-  return std::string(PATTERN_HELP) + "\n" + FORMAT_HELP + "\n" + GetQuestionHelp();
+}  // namespace
+
+void AddQueryCommand(CLI::App& app, Context& context) {
+  CLI::App* const command =
+      app.add_subcommand("query", "Print one value per complete interval of a window");
+  const auto options = std::make_shared<AnswerOptions>();
+  options->format = PointFormat::Table;
+  const AddedOptions added = AddAnswerOptions(*command, *options);
+  added.zeltIds->required();
+  added.interval->required();
+  command->callback([options, &context] {
+    context.GetDirectory();  // which must be one
+    WriteAnswers(*options, context);
+  });
 }
 
-void WriteAnswers(const AnswerOptions& options, Context& context) {
-  Question question = ReadQuestion(options.question);
-  Selection selection = SelectFiles(options.zeltIds, context, options.selection);
-  OutputFile output(options.output);
-  AnswerShape shape = MakeShape(options, question, selection, output);
-  std::vector<Source> opened = FindColumns(options, question, selection, context, shape);
-  const std::unique_ptr<PointWriter> writer = MakePointWriter(*options.format, shape);
-  question.isAtOnce = writer->IsAtOnce();
-  if (options.isForSeries || writer->GetRoundCount() > 1) {
-    selection.SortByScope();
-  }
-  AnswerWriter(question, options.sources, std::move(opened), *writer, output, context)
-      .Write(selection);
-  if (output.IsFile() && context.exitStatus == EXIT_FAILED) {
-    throw CommandError(*options.output, "not written, since a data source failed",
-                       StatusCode::Failure);
-  }
-  output.Finish();
+void AddExportCommand(CLI::App& app, Context& context) {
+  CLI::App* const command = app.add_subcommand(
+      "export", "Write all samples, or a point per interval, for another database");
+  const auto options = std::make_shared<AnswerOptions>();
+  options->isForSeries = true;
+  AddAnswerOptions(*command, *options).format->required();
+  AddLabelOption(*command, options->question);
+  AddSelectionOptions(*command, options->selection);
+  command->callback([options, &context] { WriteAnswers(*options, context); });
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+
+namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// "1 row" or "2 rows".
+inline std::string Count(unsigned long long count, const std::string& thing) {
+  return std::to_string(count) + ' ' + thing + (count == 1 ? "" : "s");
+}
+
+// Texts with the separator between them.
+template <typename Texts>
+std::string Join(const Texts& texts, const std::string& separator = ", ") {
+  std::string joined;
+  bool isFirst = true;
+  for (const std::string& text : texts) {
+    joined += (isFirst ? "" : separator) + text;
+    isFirst = false;
+  }
+  return joined;
+}
+
+}  // namespace nvx::TimeSeriesDatabase::CommandLine
