@@ -19,7 +19,7 @@
 
 #include "arguments/nearest_word.h"
 #include "arguments/scope_text.h"
-#include "base/message.h"
+#include "base/command_error.h"
 #include "command/commands.h"
 #include "command/help_formatter.h"
 #include "replace/interruption.h"

@@ -8,6 +8,7 @@
 #include "arguments/sample_text.h"
 #include "base/command_error.h"
 #include "base/time_text.h"
+#include "base/words.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -27,14 +28,6 @@ bool IsFiniteNumber(const std::string& text) {
 // The position behind the first field, which is the time; that of the end when there is none.
 std::size_t FindName(const std::vector<std::string>& names, const std::string& name) {
   return static_cast<std::size_t>(std::find(names.begin() + 1, names.end(), name) - names.begin());
-}
-
-std::string Join(const std::vector<std::string>& names) {
-  std::string text;
-  for (const std::string& name : names) {
-    text += (text.empty() ? "" : ", ") + name;
-  }
-  return text;
 }
 
 }  // namespace

@@ -1,30 +1,19 @@
 #include "arguments/scope_text.h"
 
-#include <vector>
-
 #include "arguments/nearest_word.h"
+#include "base/words.h"
 #include "timeseries/rrd/file_helper.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
-namespace {
-
-std::string JoinScopes() {
-  std::string text;
-  for (const std::string& scope : Rrd::ListZeltScopes()) {
-    text += (text.empty() ? "" : ", ") + scope;
-  }
-  return text;
-}
-
-}  // namespace
 
 std::string GetIdHelp() {
-  return "ID is a scope, ':' and a name, such as topo:Boiler. The scopes are " + JoinScopes() + ".";
+  return "ID is a scope, ':' and a name, such as topo:Boiler. The scopes are " +
+         Join(Rrd::ListZeltScopes()) + ".";
 }
 
 std::string SuggestScope(const std::string& wrongId) {
   const auto& scopes = Rrd::ListZeltScopes();
-  return "; the scopes are " + JoinScopes() +
+  return "; the scopes are " + Join(Rrd::ListZeltScopes()) +
          SuggestWord(wrongId.substr(0, wrongId.find(':')), {scopes.begin(), scopes.end()});
 }
 

@@ -1,6 +1,8 @@
 #include "base/command_error.h"
 
-#include "nvx/workstation/status_code_name.h"
+#include <nvx/workstation/status_code_name.h>
+
+#include <iostream>
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -22,6 +24,10 @@ std::string CommandError::GetText() const {
             std::to_string(static_cast<int>(status)) + ")";
   }
   return text;
+}
+
+void PrintMessage(const std::string& text) {
+  std::cerr << "nvx-timeseries: " << WithoutControls(text) << '\n';
 }
 
 void Require(StatusCode status, const std::string& subject, const std::string& problem) {

@@ -1,10 +1,14 @@
 #pragma once
 
+#include <nvx/workstation/printable_text.h>
+
 #include <string>
 
 #include "timeseries/host.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
+
+using Workstation::WithoutControls;
 
 // The exit statuses of the program.
 enum ExitStatus : int {
@@ -46,6 +50,9 @@ class UsageError : public CommandError {
   UsageError(const std::string& argument, const std::string& problem)
       : CommandError(argument, problem, StatusCode::InvalidArgument, EXIT_WRONG_USAGE) {}
 };
+
+// Writes "nvx-timeseries: TEXT" to standard error, as one line whatever is in the text.
+void PrintMessage(const std::string& text);
 
 // Throws a CommandError unless the status is Success.
 void Require(StatusCode status, const std::string& subject, const std::string& problem);

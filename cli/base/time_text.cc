@@ -122,10 +122,13 @@ std::optional<long long> ParseTime(const std::string& text, const cctz::time_zon
   return seconds && ClampTime(*seconds) == *seconds ? seconds : std::nullopt;
 }
 
-std::string FormatUtc(long long timestamp) {
+std::string FormatTime(long long timestamp, const cctz::time_zone& zone) {
   Date::Date date;
   date.timestamp = timestamp;
+  date.timeZone = zone;
   return date.ToText();
 }
+
+std::string FormatUtc(long long timestamp) { return FormatTime(timestamp, cctz::utc_time_zone()); }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -20,7 +20,10 @@ long long ClampTime(long long seconds);
 std::optional<long long> ParseTime(const std::string& text, const cctz::time_zone& zone,
                                    unsigned int dayStart = 0);
 
-// The text form of an instant in UTC: "2021-03-28T01:00:00.000+00:00".
+// The text form of an instant in a zone: "2021-03-28T03:00:00.000+02:00".
+std::string FormatTime(long long timestamp, const cctz::time_zone& zone);
+
+// The same in UTC.
 std::string FormatUtc(long long timestamp);
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "base/message.h"
+#include "base/command_error.h"
 #include "command/choice.h"
 #include "command/commands.h"
 #include "command/question_options.h"
@@ -108,10 +108,7 @@ class AnswerWriter {
       PrintMessage(std::to_string(writer.GetLeftOutCount()) +
                    " infinite values left out, which the format cannot express");
     }
-    const std::string rows = context.rowTally.Describe();
-    if (!rows.empty()) {
-      PrintMessage(rows);
-    }
+    context.rowTally.Tell();
   }
 
  private:

@@ -3,7 +3,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "base/message.h"
+#include "base/command_error.h"
 #include "command/choice.h"
 #include "command/commands.h"
 #include "points/context.h"

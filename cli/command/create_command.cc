@@ -8,7 +8,7 @@
 #include "arguments/csv_file.h"
 #include "arguments/csv_reader.h"
 #include "arguments/zone_text.h"
-#include "base/message.h"
+#include "base/command_error.h"
 #include "base/round_up.h"
 #include "base/time_text.h"
 #include "command/commands.h"
@@ -153,14 +153,11 @@ void Create(const CreateOptions& options, Context& context) {
       summary = writer.Describe() + DescribeRoom(freeRowCount) + '\n';
     }
   };
-  try {
+  WithSubject(definition.zeltId, path + " cannot be created: ", [&] {
     CreateDataFile(
         path, MakeDataFileDefinition(definition, start.value_or(std::time(nullptr) - DEFAULT_LEAD)),
         definition.isForced, context.rrdClient, fill);
-  } catch (const FileError& error) {
-    throw CommandError(definition.zeltId, path + " cannot be created: " + error.what(),
-                       error.GetStatus());
-  }
+  });
   std::cout << summary;
   WarnIfListedOtherwise(definition.zeltId, path);
 }

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "arguments/interval_text.h"
-#include "base/message.h"
+#include "base/command_error.h"
 #include "command/choice.h"
 #include "command/commands.h"
 #include "command/shared_options.h"
@@ -36,7 +36,7 @@ void WarnOfStaleFirst(const FileReport& report, const std::string& zeltId) {
   const long long first = report.file.archives.front().firstTime;
   if (report.first < first) {
     PrintMessage(zeltId + ": the first timestamp in the store is stale, that of the file is " +
-                 FormatTime(first) + "; info --refresh stores it");
+                 FormatInstant(first) + "; info --refresh stores it");
   }
 }
 
@@ -98,8 +98,8 @@ void Refresh(const Selection& selection, Context& context) {
   }
   for (const Entry& entry : entries) {
     context.store.Write(entry.path, entry.first, entry.step);
-    std::cout << WithoutControls(entry.path) << ": first " << FormatTime(entry.first) << ", step "
-              << entry.step << " s stored\n";
+    std::cout << WithoutControls(entry.path) << ": first " << FormatInstant(entry.first)
+              << ", step " << entry.step << " s stored\n";
   }
 }
 

@@ -4,12 +4,12 @@
 #include <memory>
 
 #include "arguments/zone_text.h"
-#include "base/message.h"
-#include "base/shortest_text.h"
+#include "base/command_error.h"
+#include "base/time_text.h"
+#include "base/value_text.h"
 #include "command/choice.h"
 #include "command/commands.h"
 #include "command/shared_options.h"
-#include "formats/local_time.h"
 #include "formats/point_writer.h"
 #include "points/spans.h"
 
@@ -52,7 +52,7 @@ Piece FindLast(const Source& source) {
 // DATE TIMESTAMP VALUE, and of several files the id.
 class TextWriter : public PointWriter {
  public:
-  explicit TextWriter(AnswerShape answerShape) : shape(std::move(answerShape)) {}
+  using PointWriter::PointWriter;
 
   void Begin(const Series& series, int /*round*/, std::string& /*text*/) override {
     end = (shape.isSeveral ? " " + WithoutControls(series.zeltId) : "") +
@@ -60,14 +60,12 @@ class TextWriter : public PointWriter {
   }
 
   void Append(const Piece& piece, std::string& text) override {
-    text +=
-        FormatLocal(piece.GetTime(0), shape.zone) + ' ' + std::to_string(piece.GetTime(0)) + ' ';
+    text += FormatTime(piece.GetTime(0), shape.zone) + ' ' + std::to_string(piece.GetTime(0)) + ' ';
     text += ShortestText(piece.GetRow(0)->number).Get();
     text += end;
   }
 
  private:
-  AnswerShape shape;
   std::string end;
 };
 

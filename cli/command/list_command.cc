@@ -6,12 +6,12 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "base/message.h"
+#include "base/command_error.h"
 #include "base/time_text.h"
 #include "base/value_text.h"
 #include "command/choice.h"
 #include "command/commands.h"
-#include "formats/csv_field.h"
+#include "formats/csv_writer.h"
 #include "points/selected_files.h"
 #include "points/spans.h"
 

@@ -3,16 +3,14 @@
 #include <memory>
 
 #include "arguments/zone_text.h"
-#include "base/message.h"
-#include "base/time_text.h"
+#include "base/command_error.h"
+#include "base/words.h"
 #include "command/commands.h"
 #include "command/file_definition.h"
 #include "points/selected_files.h"
 #include "replace/file_error.h"
 #include "rrd/data_file.h"
 #include "rrd/described_file.h"
-#include "rrd/file_shape.h"
-#include "rrd/stored_samples.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -33,9 +31,10 @@ FileDefinition Complete(FileDefinition definition, const Rrd::FileDescription& f
 }
 
 void PrintSummary(const FileDefinition& definition, const ComparedSamples& samples) {
-  std::cout << WithoutControls(definition.zeltId) << ": now " << *definition.rowCount
-            << (*definition.rowCount == 1 ? " row of " : " rows of ") << *definition.step << " s; "
-            << CountSamples(samples.keptCount) << " kept, " << samples.lostCount << " lost\n";
+  std::cout << WithoutControls(definition.zeltId) << ": now "
+            << Count(static_cast<unsigned long long>(*definition.rowCount), "row") << " of "
+            << *definition.step << " s; " << Count(samples.keptCount, "sample") << " kept, "
+            << samples.lostCount << " lost\n";
 }
 
 void Migrate(const FileDefinition& given, Context& context) {
@@ -54,14 +53,10 @@ void Migrate(const FileDefinition& given, Context& context) {
   const long long last = file.lastUpdate;
   const long long start =
       givenStart ? ResolveStart(*givenStart, FindTimes(given.zeltId, context), given.zeltId) : last;
-  try {
-    const ComparedSamples samples = MigrateDataFile(path, MakeDataFileDefinition(definition, start),
-                                                    definition.isForced, context.rrdClient);
-    PrintSummary(definition, samples);
-  } catch (const FileError& error) {
-    throw CommandError(definition.zeltId, path + " cannot be migrated: " + error.what(),
-                       error.GetStatus());
-  }
+  PrintSummary(definition, WithSubject(definition.zeltId, path + " cannot be migrated: ", [&] {
+                 return MigrateDataFile(path, MakeDataFileDefinition(definition, start),
+                                        definition.isForced, context.rrdClient);
+               }));
 }
 
 }  // namespace

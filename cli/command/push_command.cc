@@ -3,7 +3,6 @@
 #include <memory>
 
 #include "base/command_error.h"
-#include "base/message.h"
 #include "command/commands.h"
 #include "command/question_options.h"
 #include "command/shared_options.h"
@@ -65,10 +64,7 @@ void Push(const PushCommandOptions& options, Context& context) {
     PrintMessage(std::to_string(pusher.GetLeftOutCount()) +
                  " infinite values left out, which line protocol cannot express");
   }
-  const std::string rows = context.rowTally.Describe();
-  if (!rows.empty()) {
-    PrintMessage(rows);
-  }
+  context.rowTally.Tell();
   state.RequireSaved();
 }
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <system_error>
 
-#include "base/message.h"
+#include "base/command_error.h"
 #include "command/commands.h"
 #include "convert/backup.h"
 #include "points/selected_files.h"
@@ -37,7 +37,6 @@ std::vector<LostRows> RecoverTo(const std::string& destination, const OpenedFile
   replacement.CopyContent(source);
   std::vector<LostRows> losses = RestoreEnd(client, replacement.Get(), replacement.GetPath());
   replacement.ReplaceOrMake(std::nullopt, source.GetStatus().st_mode);
-  directory.Sync();
   return losses;
 }
 

@@ -8,8 +8,9 @@
 #include "arguments/sample_text.h"
 #include "arguments/time_expression.h"
 #include "arguments/zone_text.h"
-#include "base/message.h"
+#include "base/command_error.h"
 #include "base/progress_bar.h"
+#include "base/words.h"
 #include "command/commands.h"
 #include "command/shared_options.h"
 #include "points/selected_files.h"
@@ -75,7 +76,7 @@ void StoreCsv(const UpdateOptions& options, const cctz::time_zone& zone, SampleW
     StoreLines(reader, file, writer);
   } catch (CommandError& error) {
     if (writer.GetStoredCount() > 0) {
-      error.AddNote("; " + CountSamples(writer.GetStoredCount()) + " before this batch stored");
+      error.AddNote("; " + Count(writer.GetStoredCount(), "sample") + " before this batch stored");
     }
     throw;
   }

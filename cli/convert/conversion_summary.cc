@@ -4,7 +4,6 @@
 #include <nlohmann/json.hpp>
 
 #include "base/command_error.h"
-#include "base/message.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -31,8 +30,11 @@ void ConversionSummary::PrintText() const {
   for (const Note& note : notes) {
     PrintMessage(note.path + ": " + note.text);
   }
-  PrintReasons(notConvertible);
-  PrintReasons(failed);
+  for (const auto* const problems : {&notConvertible, &failed}) {
+    for (const Problem& problem : *problems) {
+      PrintMessage(CommandError(problem.path, problem.reason, problem.status).GetText());
+    }
+  }
   if (isDryRun) {
     for (const std::string& path : converted) {
       std::cout << "would convert " << WithoutControls(path) << '\n';
@@ -74,12 +76,6 @@ std::string ConversionSummary::DescribeLayouts() const {
     text += (text.empty() ? " (" : "; ") + layout + ": " + std::to_string(count);
   }
   return text.empty() ? "" : text + ")";
-}
-
-void ConversionSummary::PrintReasons(const std::vector<Problem>& problems) {
-  for (const Problem& problem : problems) {
-    PrintMessage(CommandError(problem.path, problem.reason, problem.status).GetText());
-  }
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

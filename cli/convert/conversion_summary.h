@@ -44,7 +44,6 @@ class ConversionSummary {
   };
 
   std::string DescribeLayouts() const;
-  static void PrintReasons(const std::vector<Problem>& problems);
 
   bool isDryRun;
   std::vector<std::string> converted;

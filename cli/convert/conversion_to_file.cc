@@ -3,7 +3,6 @@
 #include <optional>
 
 #include "base/command_error.h"
-#include "base/message.h"
 #include "convert/file_converter.h"
 #include "replace/file_error.h"
 #include "replace/file_replacement.h"
@@ -36,7 +35,6 @@ void ConvertTo(const ResolvedPath& destination, const OpenedFile& source,
   FileReplacement replacement(lock, destination.name);
   converter.Convert(source, replacement);
   replacement.ReplaceOrMake(old, source.GetStatus().st_mode);
-  directory.Sync();
 }
 
 }  // namespace

@@ -6,17 +6,8 @@
 #include "timeseries/rrd_client.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
-namespace {
 
 using Rrd::Tool::Layout;
-
-void RequireDone(StatusCode status) {
-  if (status != StatusCode::Success) {
-    throw FileError(Failure::GetReason(), status);
-  }
-}
-
-}  // namespace
 
 void UndoInterruptedUpdate(const Directory& directory, const std::string& fileName) {
   const OpenedFile file(directory, fileName);

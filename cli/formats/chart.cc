@@ -1,11 +1,10 @@
-#include "formats/chart.h"
+#include "formats/curves.h"
 
 #include <algorithm>
 #include <cmath>
 #include <optional>
 
 #include "base/value_text.h"
-#include "formats/drawn_points.h"
 #include "formats/time_axis.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -34,7 +33,7 @@ long long Scale(double part, long long dotCount) {
 
 class Chart {
  public:
-  Chart(const std::vector<Curve>& chartCurves, const ChartSize& size, Drawing chartDrawing)
+  Chart(const Curves& chartCurves, const ChartSize& size, Drawing chartDrawing)
       : extent(FindExtent(chartCurves)),
         highest(FormatValue(extent.highest)),
         middle(FormatValue(extent.lowest / 2 + extent.highest / 2)),
@@ -175,8 +174,8 @@ class Chart {
 
 }  // namespace
 
-void PrintChart(const std::vector<Curve>& curves, const std::vector<std::string>& names,
-                const ChartSize& size, Drawing drawing, std::ostream& output) {
+void PrintChart(const Curves& curves, const std::vector<std::string>& names, const ChartSize& size,
+                Drawing drawing, std::ostream& output) {
   Chart(curves, size, drawing).Print(names, output);
 }
 

@@ -2,9 +2,8 @@
 
 #include <cmath>
 
-#include "base/shortest_text.h"
-#include "formats/csv_field.h"
-#include "formats/local_time.h"
+#include "base/time_text.h"
+#include "base/value_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -41,7 +40,7 @@ void CsvWriter::Append(const Piece& piece, std::string& text) {
   for (std::size_t row = 0; row < piece.GetRowCount(); ++row) {
     const long long time = piece.GetTime(row);
     if (!shape.isForSeries) {
-      text += FormatLocal(time, shape.zone);
+      text += FormatTime(time, shape.zone);
       text += ',';
     }
     text += std::to_string(time);

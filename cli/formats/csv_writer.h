@@ -1,11 +1,22 @@
 #pragma once
 
 #include <string>
-#include <utility>
 
 #include "formats/point_writer.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
+
+// A field as in RFC 4180. An id may have any character.
+inline std::string QuoteCsv(const std::string& text) {
+  if (text.find_first_of("\",\r\n") == std::string::npos) {
+    return text;
+  }
+  std::string quoted = "\"";
+  for (const char character : text) {
+    quoted += character == '"' ? "\"\"" : std::string(1, character);
+  }
+  return quoted + '"';
+}
 
 // A header, then a line for each date: date, timestamp, the id if there may be several, a value for
 // each function, and the quality, which is good when all values of the line are. Values have the
@@ -15,7 +26,7 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 // the file of a single id.
 class CsvWriter : public PointWriter {
  public:
-  explicit CsvWriter(AnswerShape answerShape) : shape(std::move(answerShape)) {}
+  using PointWriter::PointWriter;
   void Begin(const Series& series, int round, std::string& text) override;
   void Append(const Piece& piece, std::string& text) override;
   void Finish(std::string& text) override { AppendHeader(text); }
@@ -23,7 +34,6 @@ class CsvWriter : public PointWriter {
  private:
   void AppendHeader(std::string& text);
 
-  AnswerShape shape;
   std::string names;  // id and labels, which follow the timestamp in each line
   bool hasHeader = false;
 };

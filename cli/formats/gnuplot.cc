@@ -1,9 +1,8 @@
-#include "formats/gnuplot.h"
+#include "formats/curves.h"
 
 #include <cmath>
 
-#include "base/shortest_text.h"
-#include "formats/drawn_points.h"
+#include "base/value_text.h"
 #include "formats/time_axis.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -69,7 +68,7 @@ bool IsEmpty(const Points& points, const Layer& layer) {
 
 class Script {
  public:
-  Script(const std::vector<Curve>& scriptCurves, std::ostream& textOutput)
+  Script(const Curves& scriptCurves, std::ostream& textOutput)
       : curves(scriptCurves), extent(FindExtent(curves)), output(textOutput) {}
 
   void Print(const std::vector<std::string>& names) {
@@ -162,14 +161,14 @@ class Script {
     output << "e\n";
   }
 
-  const std::vector<Curve>& curves;
+  const Curves& curves;
   Extent extent;
   std::ostream& output;
 };
 
 }  // namespace
 
-void PrintGnuplot(const std::vector<Curve>& curves, const std::vector<std::string>& names,
+void PrintGnuplot(const Curves& curves, const std::vector<std::string>& names,
                   std::ostream& output) {
   Script(curves, output).Print(names);
 }

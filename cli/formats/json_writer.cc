@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "base/command_error.h"
-#include "base/shortest_text.h"
-#include "formats/local_time.h"
+#include "base/time_text.h"
+#include "base/value_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -23,7 +23,7 @@ nlohmann::ordered_json MakeValue(const Value& value) {
 
 }  // namespace
 
-JsonWriter::JsonWriter(AnswerShape answerShape) : shape(std::move(answerShape)) {
+JsonWriter::JsonWriter(AnswerShape answerShape) : PointWriter(std::move(answerShape)) {
   std::vector<std::string> fields = shape.names;
   fields.insert(fields.end(), {"timestamp", "quality"});
   for (const std::string& field : fields) {
@@ -40,7 +40,7 @@ void JsonWriter::Append(const Piece& piece, std::string& text) {
     const long long time = piece.GetTime(row);
     nlohmann::ordered_json object;
     if (!shape.isForSeries) {
-      object["date"] = FormatLocal(time, shape.zone);
+      object["date"] = FormatTime(time, shape.zone);
     }
     object["timestamp"] = time;
     if (shape.isForSeries || shape.isSeveral) {

@@ -18,7 +18,6 @@ class JsonWriter : public PointWriter {
   void Finish(std::string& text) override;
 
  private:
-  AnswerShape shape;
   Series series;
   bool hasPoints = false;
 };

@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "base/command_error.h"
-#include "base/shortest_text.h"
+#include "base/value_text.h"
 #include "formats/utf8_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <utility>
 
 #include "formats/point_writer.h"
 
@@ -12,13 +11,12 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 // interval also has the field quality, true or false. Timestamps are in seconds.
 class LineProtocol : public PointWriter {
  public:
-  explicit LineProtocol(AnswerShape answerShape) : shape(std::move(answerShape)) {}
+  using PointWriter::PointWriter;
   void Begin(const Series& series, int round, std::string& text) override;
   void Append(const Piece& piece, std::string& text) override;
   unsigned long long GetLeftOutCount() const override { return leftOutCount; }
 
  private:
-  AnswerShape shape;
   std::string prefix;
   unsigned long long leftOutCount = 0;
 };

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "base/command_error.h"
-#include "base/shortest_text.h"
+#include "base/value_text.h"
 #include "formats/utf8_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -37,7 +37,7 @@ void AppendNumber(double number, std::string& text) {
 
 }  // namespace
 
-OpenMetrics::OpenMetrics(AnswerShape answerShape) : shape(std::move(answerShape)) {
+OpenMetrics::OpenMetrics(AnswerShape answerShape) : PointWriter(std::move(answerShape)) {
   for (const auto& label : shape.labels) {
     if (!IsLabelName(label.first)) {
       throw UsageError(label.first,

@@ -23,7 +23,6 @@ class OpenMetrics : public PointWriter {
   void Finish(std::string& text) override { text += "# EOF\n"; }
 
  private:
-  AnswerShape shape;
   std::string family;  // the current one
   std::string prefix;
   std::size_t column = 0;  // or behind the last one, for the quality

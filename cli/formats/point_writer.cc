@@ -1,20 +1,17 @@
 #include <sstream>
 
-#include "base/message.h"
+#include "base/command_error.h"
 #include "base/terminal.h"
-#include "formats/chart.h"
 #include "formats/csv_writer.h"
-#include "formats/gnuplot.h"
+#include "formats/curves.h"
 #include "formats/json_writer.h"
 #include "formats/line_protocol.h"
 #include "formats/open_metrics.h"
-#include "formats/point_table.h"
 #include "formats/point_writer.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-using Curves = std::vector<Curve>;
 using Print = void (*)(const Curves& curves, const AnswerShape& shape, std::ostream& output);
 
 // Short names for the columns of a table: only what differs.
@@ -30,7 +27,7 @@ void PrintAsTable(const Curves& curves, const AnswerShape& shape, std::ostream& 
   const bool isAlone = curves.size() == 1 && !curves.front().isOfSeveral;
   if (!shape.isSeveral && isAlone) {
     const unsigned int columns = shape.isOnTerminal ? GetTerminalColumns() : 0;
-    return PrintTable(curves.front().points, shape.unit, columns, output);
+    return PrintTable(curves, shape.unit, columns, output);
   }
   std::vector<std::string> names;
   for (const Curve& curve : curves) {
@@ -74,7 +71,7 @@ void PrintAsScript(const Curves& curves, const AnswerShape& /*shape*/, std::ostr
 class CollectingWriter : public PointWriter {
  public:
   CollectingWriter(AnswerShape answerShape, Print printAll)
-      : shape(std::move(answerShape)), print(printAll) {}
+      : PointWriter(std::move(answerShape)), print(printAll) {}
 
   bool IsAtOnce() const override { return true; }
 
@@ -117,7 +114,6 @@ class CollectingWriter : public PointWriter {
   }
 
  private:
-  AnswerShape shape;
   Print print;
   Curves begun;
   Curves curves;

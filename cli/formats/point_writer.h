@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "points/points.h"
@@ -12,6 +13,8 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 enum class PointFormat { Table, Csv, Json, Chart, Gnuplot, LineProtocol, OpenMetrics };
+
+inline const char* GetQualityText(bool isGood) { return isGood ? "good" : "bad"; }
 
 // What the answers have in common.
 struct AnswerShape {
@@ -31,7 +34,7 @@ struct AnswerShape {
 // Writes answers one after the other. Text is appended.
 class PointWriter {
  public:
-  PointWriter() = default;
+  explicit PointWriter(AnswerShape answerShape) : shape(std::move(answerShape)) {}
   PointWriter(const PointWriter&) = delete;
   PointWriter& operator=(const PointWriter&) = delete;
   virtual ~PointWriter() = default;
@@ -56,6 +59,9 @@ class PointWriter {
 
   // How many infinite values were left out because the format cannot express them.
   virtual unsigned long long GetLeftOutCount() const { return 0; }
+
+ protected:
+  AnswerShape shape;
 };
 
 // A new format is added to PointFormat and here. Throws UsageError for labels that the format does

@@ -2,7 +2,7 @@
 
 #include <cctz/civil_time.h>
 
-#include <chrono>
+#include "points/interval.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -10,109 +10,74 @@ namespace {
 using Instant = cctz::time_point<cctz::seconds>;
 
 constexpr int MINUTES_AN_HOUR = 60;
-constexpr int MONTHS_A_YEAR = 12;
 constexpr long long SECONDS_A_DAY = 86400;
-constexpr long long SECONDS_A_MONTH = 30 * SECONDS_A_DAY;  // about
+constexpr long long SECONDS_A_YEAR = 360 * SECONDS_A_DAY;  // about, as those of other spacings
 
-enum class Unit { Minute, Day, Month };
-
-// The distance between ticks: minutes that divide a day, months that divide a year, or whole years.
+// The distance between ticks; of years only every so many.
 struct Spacing {
-  Unit unit;
-  int count;
-
-  long long GetSeconds() const {
-    switch (unit) {
-      case Unit::Minute:
-        return count * 60LL;
-      case Unit::Day:
-        return count * SECONDS_A_DAY;
-      case Unit::Month:
-        break;
-    }
-    return count * SECONDS_A_MONTH;
-  }
+  CalendarInterval interval;
+  long long seconds;
+  int years = 1;
 };
 
 Spacing ChooseSpacing(long long span, std::size_t maximumCount) {
-  constexpr Spacing SPACINGS[] = {
-      {Unit::Minute, 1},   {Unit::Minute, 2},   {Unit::Minute, 5},   {Unit::Minute, 10},
-      {Unit::Minute, 15},  {Unit::Minute, 30},  {Unit::Minute, 60},  {Unit::Minute, 120},
-      {Unit::Minute, 180}, {Unit::Minute, 360}, {Unit::Minute, 720}, {Unit::Day, 1},
-      {Unit::Day, 2},      {Unit::Day, 7},      {Unit::Day, 14},     {Unit::Month, 1},
-      {Unit::Month, 2},    {Unit::Month, 3},    {Unit::Month, 6},
+  using Unit = CalendarUnit;
+  static const Spacing SPACINGS[] = {
+      {{Unit::Minute, 1}, 60},
+      {{Unit::Minute, 2}, 120},
+      {{Unit::Minute, 5}, 300},
+      {{Unit::Minute, 10}, 600},
+      {{Unit::Minute, 15}, 900},
+      {{Unit::Minute, 30}, 1800},
+      {{Unit::Hour, 1}, 3600},
+      {{Unit::Hour, 2}, 7200},
+      {{Unit::Hour, 3}, 10800},
+      {{Unit::Hour, 6}, 21600},
+      {{Unit::Hour, 12}, 43200},
+      {{Unit::Day, 1}, SECONDS_A_DAY},
+      {{Unit::Day, 2}, 2 * SECONDS_A_DAY},
+      {{Unit::Week, 1}, 7 * SECONDS_A_DAY},
+      {{Unit::Week, 2}, 14 * SECONDS_A_DAY},
+      {{Unit::Month, 1}, 30 * SECONDS_A_DAY},
+      {{Unit::Month, 2}, 60 * SECONDS_A_DAY},
+      {{Unit::Quarter, 1}, 90 * SECONDS_A_DAY},
+      {{Unit::Quarter, 2}, 180 * SECONDS_A_DAY},
   };
   const long long least = span / static_cast<long long>(maximumCount + 1);
   for (const Spacing& spacing : SPACINGS) {
-    if (spacing.GetSeconds() > least) {
+    if (spacing.seconds > least) {
       return spacing;
     }
   }
-  Spacing years{Unit::Month, MONTHS_A_YEAR};
-  for (int factor = 2; years.GetSeconds() <= least; factor = factor == 2 ? 5 : 2) {
-    years.count *= factor;
+  int years = 1;
+  for (int factor = 2; years * SECONDS_A_YEAR <= least; factor = factor == 2 ? 5 : 2) {
+    years *= factor;
   }
-  return years;
+  return {{Unit::Year, 1}, SECONDS_A_YEAR, years};
 }
 
-// The last bound that is not after `local`.
-cctz::civil_second RoundDown(const cctz::civil_second& local, const Spacing& spacing) {
-  switch (spacing.unit) {
-    case Unit::Minute: {
-      const int minutes = local.hour() * MINUTES_AN_HOUR + local.minute();
-      return cctz::civil_minute(cctz::civil_day(local)) + minutes - minutes % spacing.count;
-    }
-    case Unit::Day: {
-      const cctz::civil_day day(local);
-      const cctz::civil_day monday(1, 1, 1);
-      return day - (day - monday) % spacing.count;
-    }
-    case Unit::Month:
-      break;
-  }
-  const cctz::civil_month month(local);
-  const cctz::civil_month january(0, 1);
-  return month - (month - january) % spacing.count;
+// The tick after one. It lies on a bound of the local time, whatever the clocks did in between.
+Date::Date GetNext(const Date::Date& tick, const Interval& interval) {
+  const Date::Date next = interval.ComputeNext(tick);
+  const Date::Date bound = interval.RoundDown(next);
+  return bound.timestamp > tick.timestamp ? bound : next;
 }
 
-cctz::civil_second GetNextBound(const cctz::civil_second& bound, const Spacing& spacing) {
-  switch (spacing.unit) {
-    case Unit::Minute:
-      return cctz::civil_minute(bound) + spacing.count;
-    case Unit::Day:
-      return cctz::civil_day(bound) + spacing.count;
-    case Unit::Month:
-      break;
-  }
-  return cctz::civil_month(bound) + spacing.count;
-}
-
-// The tick after one. Minutes continue through an hour that the clocks repeat.
-Instant GetNext(Instant tick, const Spacing& spacing, const cctz::time_zone& zone) {
-  if (spacing.unit != Unit::Minute) {
-    const cctz::civil_second bound = RoundDown(cctz::convert(tick, zone), spacing);
-    return cctz::convert(GetNextBound(bound, spacing), zone);
-  }
-  const Instant ahead = tick + std::chrono::minutes(spacing.count);
-  const cctz::civil_second local = cctz::convert(ahead, zone);
-  const cctz::civil_second bound = RoundDown(local, spacing);
-  if (bound == local) {
-    return ahead;
-  }
-  const Instant next = cctz::convert(bound, zone);
-  return next > tick ? next : cctz::convert(GetNextBound(bound, spacing), zone);
-}
-
-std::string MakeLabel(Instant instant, const Spacing& spacing, const cctz::time_zone& zone) {
-  const bool isOfYears = spacing.unit == Unit::Month && spacing.count % MONTHS_A_YEAR == 0;
-  const cctz::civil_second local = cctz::convert(instant, zone);
+std::string MakeLabel(const Date::Date& tick, CalendarUnit unit) {
+  const Instant instant{cctz::seconds(tick.timestamp)};
+  const cctz::civil_second local = cctz::convert(instant, tick.timeZone);
   const bool isOfHours =
-      spacing.unit == Unit::Minute && local != cctz::civil_second(cctz::civil_day(local));
-  const char* const form = isOfYears                     ? "%Y"
-                           : spacing.unit == Unit::Month ? "%Y-%m"
+      unit <= CalendarUnit::Hour && local != cctz::civil_second(cctz::civil_day(local));
+  const char* const form = unit == CalendarUnit::Year    ? "%Y"
+                           : unit >= CalendarUnit::Month ? "%Y-%m"
                            : isOfHours                   ? "%H:%M"
                                                          : "%m-%d";
-  return cctz::format(form, instant, zone);
+  return cctz::format(form, instant, tick.timeZone);
+}
+
+bool IsOfYears(const Date::Date& tick, int years) {
+  const Instant instant{cctz::seconds(tick.timestamp)};
+  return cctz::convert(instant, tick.timeZone).year() % years == 0;
 }
 
 std::string FormatChange(const cctz::time_zone::civil_transition& change) {
@@ -127,13 +92,14 @@ std::string FormatChange(const cctz::time_zone::civil_transition& change) {
 std::vector<Tick> ListTicks(long long first, long long last, const cctz::time_zone& zone,
                             std::size_t maximumCount) {
   const Spacing spacing = ChooseSpacing(last - first, maximumCount);
-  const Instant begin{cctz::seconds(first)};
-  const Instant end{cctz::seconds(last)};
-  Instant instant = cctz::convert(RoundDown(cctz::convert(begin, zone), spacing), zone);
+  const Interval interval(spacing.interval);
+  Date::Date tick;
+  tick.timestamp = first;
+  tick.timeZone = zone;
   std::vector<Tick> ticks;
-  for (; instant <= end; instant = GetNext(instant, spacing, zone)) {
-    if (instant >= begin) {
-      ticks.push_back({instant.time_since_epoch().count(), MakeLabel(instant, spacing, zone)});
+  for (tick = interval.RoundDown(tick); tick.timestamp <= last; tick = GetNext(tick, interval)) {
+    if (tick.timestamp >= first && IsOfYears(tick, spacing.years)) {
+      ticks.push_back({tick.timestamp, MakeLabel(tick, spacing.interval.unit)});
     }
   }
   return ticks;

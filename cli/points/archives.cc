@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "base/message.h"
+#include "base/command_error.h"
 #include "base/time_text.h"
 #include "rrd/described_file.h"
 

@@ -6,8 +6,8 @@
 
 #include "arguments/nearest_word.h"
 #include "arguments/scope_text.h"
+#include "base/command_error.h"
 #include "base/directory_names.h"
-#include "base/message.h"
 #include "rrd/foreign_file.h"
 #include "timeseries/rrd/file_helper.h"
 

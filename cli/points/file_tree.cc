@@ -7,8 +7,8 @@
 #include <memory>
 #include <system_error>
 
-#include "base/directory_names.h"
-#include "base/message.h"
+#include "base/command_error.h"
+#include "replace/tree_walk.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -16,22 +16,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char ENDING[] = ".rrd";
-
-// Adds the files of one directory, and its directories to those that are still to be read.
-std::error_code ReadDirectory(const fs::path& root, const fs::path& directory,
-                              std::vector<std::string>& files, std::vector<fs::path>& directories) {
-  std::error_code error;
-  for (const std::string& name : ReadNames(root / directory, error)) {
-    std::error_code unknown;  // what has vanished is no file
-    const fs::path path = directory / name;
-    if (fs::symlink_status(root / path, unknown).type() == fs::file_type::directory) {
-      directories.push_back(path);
-    } else if (path.extension() == ENDING && !fs::is_directory(root / path, unknown)) {
-      files.push_back(path);
-    }
-  }
-  return error;
-}
 
 CommandError MakeUnreadable(const std::string& directory, const std::error_code& error) {
   return {directory, "the directory cannot be read: " + error.message(), StatusCode::IoError};
@@ -61,19 +45,22 @@ std::vector<std::string> ExpandPath(const std::string& path) {
 
 std::vector<std::string> ListTree(const std::string& directory, Context& context) {
   std::vector<std::string> files;
-  std::vector<fs::path> directories = {""};
-  while (!directories.empty()) {
-    const fs::path next = directories.back();
-    directories.pop_back();
-    const std::error_code error = ReadDirectory(directory, next, files, directories);
-    if (!error) {
-      continue;
+  const fs::path root = directory;
+  const auto take = [&](const fs::path& path) {
+    std::error_code unknown;  // what has vanished is no file
+    const bool isTree = fs::symlink_status(root / path, unknown).type() == fs::file_type::directory;
+    if (!isTree && path.extension() == ENDING && !fs::is_directory(root / path, unknown)) {
+      files.push_back(path);
     }
-    if (next.empty()) {
+    return isTree;
+  };
+  const auto refuse = [&](const fs::path& path, const std::error_code& error) {
+    if (path.empty()) {
       throw MakeUnreadable(directory, error);
     }
-    context.TellFailure(MakeUnreadable(fs::path(directory) / next, error));
-  }
+    context.TellFailure(MakeUnreadable(root / path, error));
+  };
+  WalkTree(root, take, refuse);
   if (files.empty()) {
     throw CommandError(directory, "has no RRD file", StatusCode::NotFound);
   }

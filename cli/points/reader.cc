@@ -6,7 +6,6 @@
 #include <map>
 
 #include "base/command_error.h"
-#include "base/message.h"
 #include "base/round_up.h"
 #include "timeseries/rrd/interval_iterator.h"
 #include "timeseries/rrd/interval_processor.h"

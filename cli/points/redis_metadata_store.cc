@@ -1,7 +1,6 @@
 #include <nvx/workstation/redis_client.h>
 
 #include "base/command_error.h"
-#include "base/message.h"
 #include "points/metadata_store.h"
 #include "timeseries/rrd/numerical_data_source.h"
 

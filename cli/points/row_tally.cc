@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/command_error.h"
+
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 void RowTally::Add(const std::string& consolidation, long long rowLength, const double* values,
@@ -13,9 +15,9 @@ void RowTally::Add(const std::string& consolidation, long long rowLength, const 
   missingCount += missing;
 }
 
-std::string RowTally::Describe() const {
+void RowTally::Tell() const {
   if (!hasSpans) {
-    return "";
+    return;
   }
   unsigned long long sum = 0;
   std::string parts;
@@ -26,8 +28,8 @@ std::string RowTally::Describe() const {
     }
     sum += count;
   }
-  return std::to_string(sum) + " rows with a value" + parts + "; and " +
-         std::to_string(missingCount) + " without";
+  PrintMessage(std::to_string(sum) + " rows with a value" + parts + "; and " +
+               std::to_string(missingCount) + " without");
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -15,8 +15,8 @@ class RowTally {
   // Of rows that are no samples. Without them there is nothing to tell.
   void NoteSpans() { hasSpans = true; }
 
-  // All of it in a line; empty when there is nothing to tell.
-  std::string Describe() const;
+  // All of it in a line on standard error, if there is anything to tell.
+  void Tell() const;
 
  private:
   std::map<std::pair<std::string, long long>, unsigned long long> counts;  // of rows with a value

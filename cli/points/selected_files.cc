@@ -9,8 +9,8 @@
 #include <set>
 #include <system_error>
 
+#include "base/command_error.h"
 #include "base/directory_names.h"
-#include "base/message.h"
 #include "points/file_tree.h"
 #include "points/path_labels.h"
 #include "points/window.h"

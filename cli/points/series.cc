@@ -4,7 +4,6 @@
 #include <filesystem>
 
 #include "base/command_error.h"
-#include "base/message.h"
 #include "replace/directory.h"
 #include "replace/file_error.h"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "base/message.h"
+#include "base/command_error.h"
 #include "base/words.h"
 #include "points/spans.h"
 #include "rrd/described_file.h"

@@ -4,7 +4,6 @@
 #include <limits>
 
 #include "base/command_error.h"
-#include "base/message.h"
 #include "base/round_up.h"
 #include "points/span_window.h"
 

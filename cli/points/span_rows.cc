@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "base/message.h"
+#include "base/command_error.h"
 #include "base/round_up.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {

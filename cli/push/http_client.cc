@@ -82,31 +82,6 @@ bool HttpClient::Received::IsWhole(long status) const noexcept {
   return isHeaderWhole && isLengthSound && (status != 204 || length <= 0);
 }
 
-std::size_t HttpClient::OnText(char* data, std::size_t /*one*/, std::size_t size,
-                               void* received) noexcept {
-  return static_cast<Received*>(received)->AddText(data, size);
-}
-
-std::size_t HttpClient::OnHeader(char* data, std::size_t /*one*/, std::size_t size,
-                                 void* received) noexcept {
-  static_cast<Received*>(received)->AddHeader({data, size});
-  return size;
-}
-
-int HttpClient::OnNote(CURL* /*handle*/, curl_infotype type, char* data, std::size_t size,
-                       void* received) noexcept {
-  if (type == CURLINFO_TEXT) {
-    static_cast<Received*>(received)->AddNote({data, size});
-  }
-  return 0;
-}
-
-// Ends a request when the command is to end.
-int HttpClient::OnProgress(void* /*unused*/, curl_off_t /*size*/, curl_off_t /*done*/,
-                           curl_off_t /*sizeSent*/, curl_off_t /*sent*/) noexcept {
-  return InterruptionGuard::IsPending() ? 1 : 0;
-}
-
 template <typename Value>
 void HttpClient::Set(CURLoption option, Value value) {
   if (curl_easy_setopt(handle.get(), option, value) != CURLE_OK) {
@@ -153,16 +128,36 @@ HttpClient::HttpClient(const WriteAddress& address, const SendOptions& options)
 
 void HttpClient::SetCallbacks() {
   Set(CURLOPT_ERRORBUFFER, problem);
-  Set(CURLOPT_WRITEFUNCTION, OnText);
+  Set(
+      CURLOPT_WRITEFUNCTION, +[](char* data, std::size_t, std::size_t size, void* target) noexcept {
+        return static_cast<Received*>(target)->AddText(data, size);
+      });
   Set(CURLOPT_WRITEDATA, &received);
-  Set(CURLOPT_HEADERFUNCTION, OnHeader);
+  Set(
+      CURLOPT_HEADERFUNCTION,
+      +[](char* data, std::size_t, std::size_t size, void* target) noexcept {
+        static_cast<Received*>(target)->AddHeader({data, size});
+        return size;
+      });
   Set(CURLOPT_HEADERDATA, &received);
   Set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
   Set(CURLOPT_NOPROGRESS, 0L);
-  Set(CURLOPT_XFERINFOFUNCTION, OnProgress);
+  // Ends a request when the command is to end.
+  Set(
+      CURLOPT_XFERINFOFUNCTION,
+      +[](void*, curl_off_t, curl_off_t, curl_off_t, curl_off_t) noexcept {
+        return InterruptionGuard::IsPending() ? 1 : 0;
+      });
   // libcurl says nowhere else which proxy it uses.
   Set(CURLOPT_VERBOSE, 1L);
-  Set(CURLOPT_DEBUGFUNCTION, OnNote);
+  Set(
+      CURLOPT_DEBUGFUNCTION,
+      +[](CURL*, curl_infotype type, char* data, std::size_t size, void* target) noexcept {
+        if (type == CURLINFO_TEXT) {
+          static_cast<Received*>(target)->AddNote({data, size});
+        }
+        return 0;
+      });
   Set(CURLOPT_DEBUGDATA, &received);
 }
 

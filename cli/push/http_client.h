@@ -63,14 +63,6 @@ class HttpClient {
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
   };
 
-  static std::size_t OnText(char* data, std::size_t one, std::size_t size, void* received) noexcept;
-  static std::size_t OnHeader(char* data, std::size_t one, std::size_t size,
-                              void* received) noexcept;
-  static int OnNote(CURL* handle, curl_infotype type, char* data, std::size_t size,
-                    void* received) noexcept;
-  static int OnProgress(void* unused, curl_off_t size, curl_off_t done, curl_off_t sizeSent,
-                        curl_off_t sent) noexcept;
-
   template <typename Value>
   void Set(CURLoption option, Value value);
   void SetCallbacks();

@@ -8,11 +8,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
 #include <system_error>
+#include <vector>
 
 #include "base/command_error.h"
-#include "base/message.h"
-#include "push/json_state.h"
+#include "base/words.h"
 #include "replace/file_error.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -39,6 +41,37 @@ fs::path FindStateDirectory() {
 }
 // NOLINTEND(concurrency-mt-unsafe)
 
+using ConfirmedByServer = std::map<std::string, ConfirmedTimes>;
+
+// Server, directory, kind, id, time.
+using Kinds = std::map<std::string, std::map<std::string, long long>>;
+using Servers = std::map<std::string, std::map<std::string, Kinds>>;
+
+// In such a state, bytes that are not UTF-8 were replaced, so that several series may have become
+// one, and URL parameters that may be secret had a number in place of their value.
+constexpr char REPLACEMENT[] = "\xef\xbf\xbd";
+
+// Reads a state in the older format, JSON. Throws for any other file.
+ConfirmedByServer ReadJsonState(const std::string& path) {
+  std::ifstream stream(path);
+  const auto servers = nlohmann::json::parse(stream).get<Servers>();
+  ConfirmedByServer all;
+  for (const auto& [server, directories] : servers) {
+    for (const auto& [directory, kinds] : directories) {
+      for (const auto& [kind, times] : kinds) {
+        for (const auto& [zeltId, time] : times) {
+          const std::string key = Join(std::vector<std::string>{server, directory, kind, zeltId});
+          if (key.find(REPLACEMENT) == std::string::npos &&
+              server.find("=*") == std::string::npos) {
+            all[server][{directory, kind, zeltId}] = time;
+          }
+        }
+      }
+    }
+  }
+  return all;
+}
+
 long long ComputeChecksum(const std::string& server, const PushedSeries& series, long long time) {
   std::string row;
   for (const std::string& field : {server, series.directory, series.kind, series.zeltId}) {
@@ -48,30 +81,6 @@ long long ComputeChecksum(const std::string& server, const PushedSeries& series,
   return static_cast<long long>(
       crc32(0, reinterpret_cast<const Bytef*>(row.data()), static_cast<uInt>(row.size())));
 }
-
-// Rolled back unless it is committed.
-class Transaction {
- public:
-  explicit Transaction(StateDatabase& stateDatabase) : database(stateDatabase) {
-    database.Run("BEGIN IMMEDIATE");
-  }
-  Transaction(const Transaction&) = delete;
-  Transaction& operator=(const Transaction&) = delete;
-  ~Transaction() {
-    if (!isCommitted) {
-      sqlite3_exec(database.Get(), "ROLLBACK", nullptr, nullptr, nullptr);
-    }
-  }
-
-  void Commit() {
-    database.Run("COMMIT");
-    isCommitted = true;
-  }
-
- private:
-  StateDatabase& database;
-  bool isCommitted = false;
-};
 
 // Makes the table in an empty file.
 void RequireTable(StateDatabase& database) {
@@ -112,11 +121,11 @@ void WriteNew(const std::string& path, const ConfirmedByServer& known) {
   RequireCall(made.IsOpen(), "no other file can be made beside it");
   StateDatabase database(path);
   RequireTable(database);
-  Transaction transaction(database);
+  database.Run("BEGIN");
   for (const auto& [server, times] : known) {
     Write(server, times, database);
   }
-  transaction.Commit();
+  database.Run("COMMIT");
 }
 
 void SetAside(const std::string& path) {
@@ -221,13 +230,14 @@ void PushState::Save() {
     return;
   }
   try {
-    Transaction transaction(*database);
+    database->Run("BEGIN IMMEDIATE");
     Write(serverName, unsaved, *database);
-    transaction.Commit();
+    database->Run("COMMIT");
     unsaved.clear();
     problem.clear();
   } catch (const DatabaseError& error) {
     problem = error.what();
+    sqlite3_exec(database->Get(), "ROLLBACK", nullptr, nullptr, nullptr);
   }
 }
 

@@ -4,7 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "arguments/zone_text.h"
-#include "base/message.h"
+#include "base/command_error.h"
 #include "base/round_up.h"
 #include "base/time_text.h"
 #include "base/words.h"
@@ -105,23 +105,17 @@ void Pusher::TellGap(const Source& source, long long confirmed,
     start.timestamp = confirmed;
     next = question.interval->ComputeNext(start).timestamp;
   }
-  beginOfRows ? TellLostRows(source, next, *beginOfRows) : TellLostSamples(source, next);
-}
-
-void Pusher::TellLostSamples(const Source& source, long long next) const {
-  const ChosenArchive chosen = ChooseArchive(source, next);
-  const long long first = chosen.archive->firstTime;
-  next = RoundUp(next, chosen.rowLength);
-  if (first > next) {
-    PrintMessage(source.name + ": the samples from " + FormatUtc(next) + " to " +
-                 FormatUtc(first - chosen.rowLength) + " are no longer in its file, and not sent");
-    context.NotePartialData();
+  long long first = beginOfRows.value_or(0);
+  long long lastLost = first;
+  if (!beginOfRows) {
+    const ChosenArchive chosen = ChooseArchive(source, next);
+    next = RoundUp(next, chosen.rowLength);
+    first = chosen.archive->firstTime;
+    lastLost = first - chosen.rowLength;
   }
-}
-
-void Pusher::TellLostRows(const Source& source, long long next, long long begin) const {
-  if (begin > next) {
-    PrintMessage(source.name + ": the rows from " + FormatUtc(next) + " to " + FormatUtc(begin) +
+  if (first > next) {
+    PrintMessage(source.name + (beginOfRows ? ": the rows from " : ": the samples from ") +
+                 FormatUtc(next) + " to " + FormatUtc(lastLost) +
                  " are no longer in its file, and not sent");
     context.NotePartialData();
   }
@@ -147,35 +141,34 @@ bool Pusher::Add(const Piece& piece, const PushedSeries& series) {
 }
 
 void Pusher::SendBatch() {
-  std::string lines;
-  lines.reserve(batchSize);
-  for (const Part& part : batch) {
-    lines += part.lines;
-  }
-  try {
-    Send(lines);
-    Confirm(batch);
-  } catch (const SendError& error) {
-    if (!error.IsOfLines()) {
-      throw;
-    }
-    batch.size() == 1 ? Refuse(batch.front(), error) : SendApart();
-  }
+  Send(batch);
   batch.clear();
   batchSize = 0;
 }
 
 // Lines of one series that are refused must not keep the server from getting the others.
-void Pusher::SendApart() {
-  for (const Part& part : batch) {
-    try {
-      Send(part.lines);
-      Confirm({part});
-    } catch (const SendError& error) {
-      if (!error.IsOfLines()) {
-        throw;
-      }
-      Refuse(part, error);
+void Pusher::Send(const std::vector<Part>& parts) {
+  std::string lines;
+  ConfirmedTimes times;
+  for (const Part& part : parts) {
+    lines += part.lines;
+    times[part.series] = part.reached;
+  }
+  try {
+    if (!lines.empty()) {
+      sender.Send(lines);
+      pointCount += static_cast<unsigned long long>(std::count(lines.begin(), lines.end(), '\n'));
+    }
+    state.Confirm(times);
+  } catch (const SendError& error) {
+    if (!error.IsOfLines()) {
+      throw;
+    }
+    if (parts.size() == 1) {
+      return Refuse(parts.front(), error);
+    }
+    for (const Part& part : parts) {
+      Send({part});
     }
   }
 }
@@ -183,21 +176,6 @@ void Pusher::SendApart() {
 void Pusher::Refuse(const Part& part, const SendError& error) {
   context.TellFailure(CommandError(part.series.zeltId, error.what(), error.GetStatus()));
   refused.insert(part.series);
-}
-
-void Pusher::Send(const std::string& lines) {
-  if (!lines.empty()) {
-    sender.Send(lines);
-    pointCount += static_cast<unsigned long long>(std::count(lines.begin(), lines.end(), '\n'));
-  }
-}
-
-void Pusher::Confirm(const std::vector<Part>& parts) {
-  ConfirmedTimes times;
-  for (const Part& part : parts) {
-    times[part.series] = part.reached;
-  }
-  state.Confirm(times);
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -39,14 +39,10 @@ class Pusher {
   void TellOlder(const Source& source, long long confirmed) const;
   void TellGap(const Source& source, long long confirmed,
                std::optional<long long> beginOfRows) const;
-  void TellLostSamples(const Source& source, long long next) const;
-  void TellLostRows(const Source& source, long long next, long long begin) const;
   bool Add(const Piece& piece, const PushedSeries& series);
   void SendBatch();
-  void SendApart();
+  void Send(const std::vector<Part>& parts);
   void Refuse(const Part& part, const SendError& error);
-  void Send(const std::string& lines);
-  void Confirm(const std::vector<Part>& parts);
 
   const Question& question;
   const std::vector<std::string>& sourceNames;

@@ -4,14 +4,17 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <new>
 #include <sstream>
 #include <string_view>
+#include <system_error>
 
 #include "base/command_error.h"
-#include "push/secret_file.h"
 #include "push/url_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -154,6 +157,40 @@ void AddPair(WriteAddress& address) {
     address.mask.Add(pair + '=');
     address.mask.Add(pair + "==");
   }
+}
+
+// The first line of a file. A message warns about a file that every user can read.
+std::string ReadSecretFile(const std::string& path) {
+  constexpr std::size_t LONGEST = 8192;
+  std::ifstream file(path);
+  const bool isOpen = file.is_open();
+  char bytes[LONGEST] = "";
+  file.getline(bytes, sizeof bytes);
+  if (!isOpen || file.bad()) {
+    throw CommandError(path,
+                       std::string(isOpen ? "cannot be read: " : "cannot be opened: ") +
+                           std::generic_category().message(errno),
+                       StatusCode::IoError);
+  }
+  const bool hasEnd = file.good();  // which is counted
+  std::string line(bytes, static_cast<std::size_t>(file.gcount() - (hasEnd ? 1 : 0)));
+  if (!line.empty() && line.back() == '\r') {
+    line.pop_back();
+  }
+  const bool hasControls = std::any_of(line.begin(), line.end(), [](unsigned char character) {
+    return character < ' ' || character == 127;
+  });
+  if (line.empty() || hasControls) {
+    throw CommandError(path, "its first line is no secret");
+  }
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  if (status.type() == fs::file_type::regular &&
+      (status.permissions() & fs::perms::others_read) != fs::perms::none) {
+    PrintMessage(path + ": every user can read this secret; chmod 600 keeps it");
+  }
+  return line;
 }
 
 void ReadSecrets(const Secrets& secrets, WriteAddress& address) {

@@ -5,9 +5,7 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <system_error>
-#include <thread>
 #include <vector>
 
 #include "replace/file_attributes.h"
@@ -38,12 +36,9 @@ bool MoveToFreeName(int from, int to, const char* name) {
 // Waits until nobody stores a batch in the file, and keeps others from storing one, which would be
 // lost. Without such locks in a file system there are no such batches either.
 void LockAgainstBatches(int file) {
-  constexpr int TRIES = 10'000;
-  for (int i = 0; flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK; ++i) {
-    RequireCall(i < TRIES, "another process keeps it locked");
-    InterruptionGuard::Check();
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
+  using namespace std::chrono_literals;
+  const auto lock = [file] { return flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK; };
+  RequireCall(Retry(10s, 1ms, lock), "another process keeps it locked");
 }
 
 }  // namespace
@@ -151,6 +146,7 @@ void FileReplacement::ReplaceOrMake(const std::optional<OpenedFile>& old, mode_t
     SetMode(mode);
     PutInPlace();
   }
+  directory.Get().Sync();
 }
 
 void FileReplacement::RequireOwnFile() const {

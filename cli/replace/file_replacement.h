@@ -9,8 +9,7 @@
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
 // Makes or replaces a file in one step: the new content is written in a private directory beside
-// it, and is put in place when it is whole and synced. The caller syncs the new name afterwards.
-// Every operation throws FileError.
+// it, and is put in place when it is whole and synced. Every operation throws FileError.
 class FileReplacement {
  public:
   // Makes an empty file that becomes `fileName`.
@@ -39,13 +38,14 @@ class FileReplacement {
   std::string FindGrowthError() const;
 
   // Puts the new file, with the attributes of `old`, in place of `old`, unless that was changed
-  // meanwhile.
+  // meanwhile. The caller syncs the directory afterwards.
   void Replace(const OpenedFile& old);
 
-  // Puts the new file in place where there is no other file.
+  // The same where there is no other file.
   void PutInPlace();
 
-  // Replaces `old` or, if there is none, puts the file in place with `mode` less the umask.
+  // Replaces `old` or, if there is none, puts the file in place with `mode` less the umask; and
+  // syncs the directory.
   void ReplaceOrMake(const std::optional<OpenedFile>& old, mode_t mode = READ_WRITE);
 
  private:

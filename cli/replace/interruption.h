@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <csignal>
+#include <thread>
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -30,5 +32,20 @@ class InterruptionGuard {
 
   struct sigaction former[sizeof SIGNALS / sizeof *SIGNALS];
 };
+
+// Repeats `work` until it returns true; false when it has not in the given time. Throws
+// Interrupted.
+template <typename Work>
+bool Retry(std::chrono::milliseconds patience, std::chrono::milliseconds pause, const Work& work) {
+  const auto deadline = std::chrono::steady_clock::now() + patience;
+  while (!work()) {
+    if (std::chrono::steady_clock::now() >= deadline) {
+      return false;
+    }
+    InterruptionGuard::Check();
+    std::this_thread::sleep_for(pause);
+  }
+  return true;
+}
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -10,9 +10,9 @@
 #include <cstdlib>
 #include <memory>
 #include <string_view>
-#include <thread>
+#include <utility>
 
-#include "base/message.h"
+#include "base/command_error.h"
 #include "replace/file_error.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -77,24 +77,22 @@ void RemoveLeftovers(int directory) {
 
 // False when the file system has no locks.
 bool Lock(const Directory& directory, int fd, std::chrono::milliseconds patience) {
-  constexpr auto PAUSE = 50ms;
-  const auto deadline = std::chrono::steady_clock::now() + patience;
   bool isTold = false;
-  while (flock(fd, LOCK_EX | LOCK_NB) != 0) {
-    if (errno != EWOULDBLOCK) {
-      return false;
+  bool hasLocks = true;
+  const auto lock = [&] {
+    if (flock(fd, LOCK_EX | LOCK_NB) == 0) {
+      return true;
     }
-    if (!isTold) {
+    hasLocks = errno == EWOULDBLOCK;
+    if (hasLocks && !std::exchange(isTold, true)) {
       PrintMessage(directory.GetPath() + ": waiting for another process that replaces files in it");
-      isTold = true;
     }
-    InterruptionGuard::Check();
-    if (std::chrono::steady_clock::now() >= deadline) {
-      throw FileError("another process still replaces files in its directory", StatusCode::IoError);
-    }
-    std::this_thread::sleep_for(PAUSE);
+    return !hasLocks;
+  };
+  if (!Retry(patience, 50ms, lock)) {
+    throw FileError("another process still replaces files in its directory", StatusCode::IoError);
   }
-  return true;
+  return hasLocks;
 }
 
 }  // namespace

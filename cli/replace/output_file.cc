@@ -3,7 +3,6 @@
 #include <fstream>
 #include <iostream>
 
-#include "base/command_error.h"
 #include "replace/file_error.h"
 #include "replace/file_replacement.h"
 
@@ -13,15 +12,6 @@ namespace {
 // Nobody means to replace an RRD file by an output.
 void RequireNoRrdFile(const OpenedFile& file) {
   RequireArgument(!BeginsAsRrdFile(file.Get()), "is an RRD file, which is not replaced");
-}
-
-template <typename Work>
-auto WithPath(const std::string& path, const Work& work) {
-  try {
-    return work();
-  } catch (const FileError& error) {
-    throw CommandError(path, error.what(), error.GetStatus());
-  }
 }
 
 }  // namespace
@@ -45,7 +35,6 @@ class OutputFile::File {
     stream.close();
     RequireCall(stream.good(), "it cannot be written");
     replacement.ReplaceOrMake(old);
-    directory.Sync();
   }
 
  private:
@@ -69,7 +58,7 @@ class OutputFile::File {
 OutputFile::OutputFile(const std::optional<std::string>& filePath) {
   if (filePath && *filePath != "-") {
     path = *filePath;
-    file = WithPath(path, [this] { return std::make_unique<File>(Resolve(path)); });
+    file = WithSubject(path, "", [this] { return std::make_unique<File>(Resolve(path)); });
   }
 }
 
@@ -79,13 +68,13 @@ bool OutputFile::Write(const std::string& text) {
   if (file == nullptr) {
     return std::cout.write(text.data(), static_cast<std::streamsize>(text.size())).good();
   }
-  WithPath(path, [&] { file->Write(text); });
+  WithSubject(path, "", [&] { file->Write(text); });
   return true;
 }
 
 void OutputFile::Finish() {
   if (file != nullptr) {
-    WithPath(path, [this] { file->PutInPlace(); });
+    WithSubject(path, "", [this] { file->PutInPlace(); });
   }
 }
 

@@ -4,26 +4,16 @@
 #include <cmath>
 #include <optional>
 
-#include "base/shortest_text.h"
+#include "base/value_text.h"
 #include "replace/file_error.h"
 #include "replace/file_replacement.h"
+#include "rrd/row_walk.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-// Throws the reason of a failed call of the library.
-void RequireDone(StatusCode status) {
-  if (status != StatusCode::Success) {
-    throw FileError(Failure::GetReason(), status);
-  }
-}
-
-std::string Format(double number) { return std::string(ShortestText(number).Get()); }
-
-template <typename Number>
-std::string Format(Number number) {
-  return std::to_string(number);
-}
+// Both zeros are the same bound.
+std::string Format(double bound) { return std::string(ShortestText(bound + 0.0).Get()); }
 
 // The RRD library does not say why it cannot write.
 void RequireRoom(const FileReplacement& replacement, const DataFileDefinition& definition) {
@@ -32,27 +22,21 @@ void RequireRoom(const FileReplacement& replacement, const DataFileDefinition& d
                           static_cast<off_t>(definition.rowCount) * off_t{sizeof(double)});
 }
 
-template <typename Number>
-bool IsSame(Number lhs, Number rhs) {
-  return lhs == rhs;
-}
-
-bool IsSame(double lhs, double rhs) { return lhs == rhs || (std::isnan(lhs) && std::isnan(rhs)); }
-
-template <typename Number>
-void RequireSame(const char* what, Number asked, Number made) {
-  RequireArgument(IsSame(asked, made), std::string("the RRD library would change ") + what +
-                                           " from " + Format(asked) + " to " + Format(made));
-}
-
 // The RRD library changes some definitions and does not say so.
+void RequireSame(const char* what, const std::string& asked, const std::string& made) {
+  RequireArgument(asked == made, std::string("the RRD library would change ") + what + " from " +
+                                     asked + " to " + made);
+}
+
 void RequireAsDefined(const Rrd::FileDescription& made, const DataFileDefinition& definition) {
   RequireArgument(made.HasShapeOfCreate(), "the RRD library made a file of another shape");
-  RequireSame("the step", definition.step, static_cast<long long>(made.step));
-  RequireSame("rows", static_cast<unsigned long>(definition.rowCount), made.archives[0].rowCount);
-  RequireSame("the start", definition.startTime, made.lastUpdate);
-  RequireSame("min", definition.minimum, made.dataSources[0].minimum);
-  RequireSame("max", definition.maximum, made.dataSources[0].maximum);
+  const Rrd::DataSourceDescription& source = made.dataSources.front();
+  RequireSame("the step", std::to_string(definition.step), std::to_string(made.step));
+  RequireSame("rows", std::to_string(definition.rowCount),
+              std::to_string(made.archives.front().rowCount));
+  RequireSame("the start", std::to_string(definition.startTime), std::to_string(made.lastUpdate));
+  RequireSame("min", Format(definition.minimum), Format(source.minimum));
+  RequireSame("max", Format(definition.maximum), Format(source.maximum));
 }
 
 Rrd::FileDescription Describe(const PatientClient& client, const std::string& path) {
@@ -66,6 +50,42 @@ void Finish(FileReplacement& replacement, const DataFileDefinition& definition,
             const PatientClient& client) {
   replacement.Reopen();
   RequireAsDefined(Describe(client, replacement.GetPath()), definition);
+}
+
+// Compares the samples of the old file with those of the new one.
+ComparedSamples CompareSamples(const PatientClient& client, const std::string& oldPath,
+                               const std::string& newPath) {
+  constexpr char PROBLEM[] = "its samples cannot be compared";
+  constexpr long long PIECE_ROW_COUNT = 1 << 16;
+  const Rrd::FileDescription oldFile = Describe(client, oldPath);
+  const Rrd::FileDescription newFile = Describe(client, newPath);
+  const Rrd::ArchiveDescription& oldRows = oldFile.archives.front();
+  const Rrd::ArchiveDescription& newRows = newFile.archives.front();
+  const auto newStep = static_cast<long long>(newFile.step);
+  ComparedSamples compared;
+  Rrd::FetchResult piece;  // of the new file
+  long long pieceEnd = newRows.firstTime - 1;
+  const auto compare = [&](long long time, double sample) {
+    const bool hasRow =
+        newRows.firstTime <= time && time <= newRows.lastTime && time % newStep == 0;
+    if (hasRow && time > pieceEnd) {
+      pieceEnd = std::min(newRows.lastTime, time + (PIECE_ROW_COUNT - 1) * newStep);
+      if (client.Fetch(newPath, time, pieceEnd, piece) != StatusCode::Success) {
+        throw FileError(PROBLEM, StatusCode::Failure);
+      }
+    }
+    if (!std::isnan(sample)) {
+      const bool isKept =
+          hasRow && piece.GetData()[(time - piece.GetStartTime()) / newStep] == sample;
+      ++(isKept ? compared.keptCount : compared.lostCount);
+    }
+    return true;
+  };
+  if (WalkRows(client, oldPath, static_cast<long long>(oldFile.step), oldRows.firstTime,
+               oldRows.lastTime, compare) != StatusCode::Success) {
+    throw FileError(PROBLEM, StatusCode::Failure);
+  }
+  return compared;
 }
 
 }  // namespace
@@ -88,7 +108,6 @@ void CreateDataFile(const std::string& path, const DataFileDefinition& definitio
   Finish(replacement, definition, client);
   fill(replacement.GetPath());
   replacement.ReplaceOrMake(old);
-  directory.Sync();
 }
 
 ComparedSamples MigrateDataFile(const std::string& path, const DataFileDefinition& definition,

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "rrd/patient_client.h"
-#include "rrd/sample_comparison.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
@@ -15,6 +14,12 @@ struct DataFileDefinition {
   double minimum;
   double maximum;
   unsigned int rowCount;
+};
+
+// How many samples of an old file the new one has and lacks.
+struct ComparedSamples {
+  unsigned long long keptCount = 0;
+  unsigned long long lostCount = 0;  // those that the new file does not have at their time
 };
 
 // Makes the data file at `path`, where no file may be unless `mayReplace`. The new file is read

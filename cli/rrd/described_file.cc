@@ -1,12 +1,14 @@
 #include "rrd/described_file.h"
 
-#include <cstring>
+#include <fcntl.h>
+
 #include <filesystem>
-#include <fstream>
 #include <limits>
 #include <utility>
 
 #include "base/command_error.h"
+#include "base/words.h"
+#include "replace/file_descriptor.h"
 #include "timeseries/rrd/constants.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -23,18 +25,26 @@ std::string JoinNames(const Items& items, Name name) {
   return text;
 }
 
+// "2 things (a, b)"; of many, only the first ones are named.
+template <typename Item, typename Name>
+std::string CountAndName(const std::vector<Item>& items, const std::string& thing, Name name) {
+  constexpr std::size_t MAXIMUM_NAMED_COUNT = 8;
+  std::string names;
+  for (std::size_t i = 0; i < items.size() && i <= MAXIMUM_NAMED_COUNT; ++i) {
+    names += (i == 0 ? "" : ", ") + (i == MAXIMUM_NAMED_COUNT ? "..." : name(items[i]));
+  }
+  return Count(items.size(), thing) + " (" + names + ")";
+}
+
 }  // namespace
 
 bool IsOtherFile(const std::string& path) {
-  constexpr char MARK[] = "RRD";
   std::error_code error;
   if (!std::filesystem::is_regular_file(path, error)) {  // reading anything else may block
     return false;
   }
-  std::ifstream file(path, std::ios::binary);
-  char begin[sizeof MARK] = {};
-  return file && (!file.read(begin, sizeof begin) || std::memcmp(begin, MARK, sizeof MARK) != 0) &&
-         !file.bad();
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  return file.IsOpen() && !BeginsAsRrdFile(file.Get());
 }
 
 Rrd::FileDescription DescribeFile(const PatientClient& client, const std::string& path,
@@ -84,6 +94,14 @@ const Rrd::ArchiveDescription& RequireSampleArchive(const Rrd::FileDescription& 
                            }));
   }
   return *best;
+}
+
+std::string DescribeShape(const Rrd::FileDescription& file) {
+  return CountAndName(file.dataSources, "data source",
+                      [](const auto& source) { return source.name + " " + source.type; }) +
+         ", " + CountAndName(file.archives, "archive", [](const auto& archive) {
+           return archive.consolidation + " of " + Count(archive.stepsPerRow, "step");
+         });
 }
 
 unsigned long GetRowLength(const Rrd::FileDescription& file,

@@ -26,6 +26,9 @@ Rrd::FileDescription DescribeSingleSource(const PatientClient& client, const std
 const Rrd::ArchiveDescription& RequireSampleArchive(const Rrd::FileDescription& file,
                                                     long long start, const std::string& zeltId);
 
+// "2 data sources (rx COUNTER, tx COUNTER), 1 archive (AVERAGE of 1 step)"
+std::string DescribeShape(const Rrd::FileDescription& file);
+
 // Seconds from one row of an archive to the next.
 unsigned long GetRowLength(const Rrd::FileDescription& file,
                            const Rrd::ArchiveDescription& archive);

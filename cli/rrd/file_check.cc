@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <ctime>
 #include <filesystem>
@@ -16,6 +15,7 @@
 #include "replace/file_descriptor.h"
 #include "replace/opened_file.h"
 #include "rrd/foreign_file.h"
+#include "rrd/row_walk.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -54,19 +54,16 @@ Finding DescribeDamage() {
 // The number of values outside the bounds of the file.
 unsigned long long CountExcluded(const PatientClient& client, const std::string& path,
                                  const std::string& zeltId, const Rrd::FileDescription& file) {
-  constexpr long long PIECE = 1'000'000;
   const Rrd::ArchiveDescription& archive = file.archives.front();
   const Rrd::DataSourceDescription& source = file.dataSources.front();
-  const auto step = static_cast<long long>(file.step);
   unsigned long long count = 0;
-  for (long long start = archive.firstTime; start <= archive.lastTime; start += PIECE * step) {
-    Rrd::FetchResult rows;
-    const long long end = std::min(archive.lastTime, start + (PIECE - 1) * step);
-    Require(client.Fetch(path, start, end, rows), zeltId, "its samples cannot be read");
-    count += static_cast<unsigned long long>(std::count_if(
-        rows.GetData(), rows.GetData() + rows.GetSampleCount(),
-        [&](double value) { return value < source.minimum || value > source.maximum; }));
-  }
+  const auto countOne = [&](long long /*time*/, double value) {
+    count += value < source.minimum || value > source.maximum ? 1 : 0;
+    return true;
+  };
+  Require(WalkRows(client, path, static_cast<long long>(file.step), archive.firstTime,
+                   archive.lastTime, countOne),
+          zeltId, "its samples cannot be read");
   return count;
 }
 

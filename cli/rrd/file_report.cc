@@ -3,9 +3,10 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
-#include "base/message.h"
-#include "base/shortest_text.h"
+#include "base/command_error.h"
 #include "base/time_text.h"
+#include "base/value_text.h"
+#include "base/words.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -35,11 +36,10 @@ std::string Format(const Rrd::DataSourceDescription& source) {
 }
 
 std::string Format(const Rrd::ArchiveDescription& archive, unsigned long step) {
-  return archive.consolidation + ", " + std::to_string(archive.stepsPerRow) +
-         (archive.stepsPerRow == 1 ? " step (" : " steps (") +
+  return archive.consolidation + ", " + Count(archive.stepsPerRow, "step") + " (" +
          std::to_string(archive.stepsPerRow * step) + " s) a row, " +
-         std::to_string(archive.rowCount) + (archive.rowCount == 1 ? " row, " : " rows, ") +
-         FormatTime(archive.firstTime) + " - " + FormatTime(archive.lastTime);
+         Count(archive.rowCount, "row") + ", " + FormatInstant(archive.firstTime) + " - " +
+         FormatInstant(archive.lastTime);
 }
 
 Json MakeTime(long long timestamp) {
@@ -81,7 +81,7 @@ void PrintObject(const Json& object, std::ostream& output) {
 
 }  // namespace
 
-std::string FormatTime(long long timestamp) {
+std::string FormatInstant(long long timestamp) {
   return FormatUtc(timestamp) + " (" + std::to_string(timestamp) + ")";
 }
 
@@ -94,8 +94,8 @@ void PrintText(const FileReport& report, std::ostream& output) {
          << "step      " << report.step << " s" << origin(report.isStepStored) << '\n'
          << "interval  " << (report.interval ? QueryIntervalToString(*report.interval) : "none")
          << origin(report.isStepStored) << '\n'
-         << "first     " << FormatTime(report.first) << origin(report.isFirstStored) << '\n'
-         << "last      " << FormatTime(file.lastUpdate) << origin(false) << '\n'
+         << "first     " << FormatInstant(report.first) << origin(report.isFirstStored) << '\n'
+         << "last      " << FormatInstant(file.lastUpdate) << origin(false) << '\n'
          << "layout    " << Rrd::Tool::GetLayoutName(Rrd::Tool::GetNativeLayout()) << ", version "
          << file.version << '\n';
   for (const Rrd::DataSourceDescription& source : file.dataSources) {
@@ -137,7 +137,7 @@ void PrintText(const ForeignFile& file, const std::string& path, std::ostream& o
          << "sources   " << content.dsCount << '\n'
          << "archives  " << content.rraCount << '\n'
          << "rows      " << content.rowCount << '\n'
-         << "last      " << FormatTime(static_cast<long long>(content.lastUpdate)) << '\n';
+         << "last      " << FormatInstant(static_cast<long long>(content.lastUpdate)) << '\n';
   if (content.unusedSize != 0) {
     output << "unused    " << content.unusedSize << " bytes at its end\n";
   }

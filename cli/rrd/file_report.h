@@ -25,7 +25,7 @@ struct FileReport {
 };
 
 // An instant as "2021-03-28T01:00:00.000+00:00 (1616893200)".
-std::string FormatTime(long long timestamp);
+std::string FormatInstant(long long timestamp);
 
 // A line for each property, and for each data source and archive.
 void PrintText(const FileReport& report, std::ostream& output);

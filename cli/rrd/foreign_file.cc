@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/words.h"
+
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
@@ -17,10 +19,6 @@ std::string Quote(const std::string& path) {
     quoted += character == '\'' ? "'\\''" : std::string(1, character);
   }
   return quoted + "'";
-}
-
-std::string Count(std::uint64_t count, const std::string& thing) {
-  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
 }  // namespace

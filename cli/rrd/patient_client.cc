@@ -1,18 +1,56 @@
 #include "rrd/patient_client.h"
 
-#include <thread>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
 
 #include "base/command_error.h"
 #include "replace/interruption.h"
-#include "rrd/read_guard.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
-StatusCode RunGuarded(const std::string& path, const std::function<StatusCode()>& operation) {
-  const ReadGuard guard(path);
-  return operation();
+std::atomic<const std::string*> pending{nullptr};  // the message; none while nothing is read
+
+// Calls nothing but what a handler may call.
+void End(int signal) {
+  const std::string* const message = pending;
+  if (message != nullptr && write(STDERR_FILENO, message->data(), message->size()) != -1) {
+    _exit(EXIT_FAILED);
+  }
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);
 }
+
+bool Install() {
+  std::signal(SIGBUS, End);
+  std::signal(SIGFPE, End);
+  return true;
+}
+
+// Guards the RRD library's reading of the file at `path`. The RRD library maps the file and trusts
+// what it has read. When another process makes the file shorter (SIGBUS), or overwrites a number
+// that is a divisor (SIGFPE), the program ends with EXIT_FAILED and one line that names the file.
+// One guard at a time.
+class ReadGuard {
+ public:
+  explicit ReadGuard(const std::string& path)
+      : message("nvx-timeseries: " +
+                WithoutControls(
+                    CommandError(path, "it was changed while it was read", StatusCode::Failure)
+                        .GetText()) +
+                "\n") {
+    static const bool isInstalled = Install();
+    pending = isInstalled ? &message : nullptr;
+  }
+  ReadGuard(const ReadGuard&) = delete;
+  ReadGuard& operator=(const ReadGuard&) = delete;
+  ~ReadGuard() { pending = nullptr; }
+
+ private:
+  const std::string message;
+};
 
 }  // namespace
 
@@ -71,22 +109,19 @@ StatusCode PatientClient::Describe(const std::string& path,
 
 StatusCode PatientClient::Repeat(const std::string& path,
                                  const std::function<StatusCode()>& operation) const {
-  constexpr std::chrono::milliseconds PAUSE(2);
-  const auto deadline = std::chrono::steady_clock::now() + patience;
-  while (true) {
-    const StatusCode status = RunGuarded(path, operation);
-    if (status != StatusCode::Failure || !Failure::IsLocked()) {
-      return status;
-    }
-    if (std::chrono::steady_clock::now() >= deadline) {
-      throw CommandError(path,
-                         "another process has kept it locked for " +
-                             std::to_string(patience.count()) + " s, the --lock-timeout",
-                         status);
-    }
-    InterruptionGuard::Check();
-    std::this_thread::sleep_for(PAUSE);
+  StatusCode status = StatusCode::Failure;
+  const auto isDone = [&] {
+    const ReadGuard guard(path);
+    status = operation();
+    return status != StatusCode::Failure || !Failure::IsLocked();
+  };
+  if (!Retry(patience, std::chrono::milliseconds(2), isDone)) {
+    throw CommandError(path,
+                       "another process has kept it locked for " +
+                           std::to_string(patience.count()) + " s, the --lock-timeout",
+                       status);
   }
+  return status;
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

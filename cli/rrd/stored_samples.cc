@@ -5,6 +5,8 @@
 
 #include "base/command_error.h"
 #include "base/time_text.h"
+#include "base/words.h"
+#include "rrd/row_walk.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -24,8 +26,7 @@ std::string FormatDuration(unsigned long seconds) {
   while (seconds % unit->seconds != 0) {
     ++unit;
   }
-  const unsigned long number = seconds / unit->seconds;
-  return std::to_string(number) + " " + unit->name + (number == 1 ? "" : "s");
+  return Count(seconds / unit->seconds, unit->name);
 }
 
 // Empty for a count of 0.
@@ -35,10 +36,6 @@ std::string Tell(unsigned long long count, const std::string& one, const std::st
 
 }  // namespace
 
-std::string CountSamples(unsigned long long count) {
-  return std::to_string(count) + (count == 1 ? " sample" : " samples");
-}
-
 StoredSamples::StoredSamples(const PatientClient& client, const std::string& filePath,
                              const Rrd::FileDescription& fileDescription)
     : rrdClient(client),
@@ -47,20 +44,10 @@ StoredSamples::StoredSamples(const PatientClient& client, const std::string& fil
       step(static_cast<long long>(description.step)),
       lastTime(description.lastUpdate) {}
 
-// In pieces, so that memory does not grow with the file. The consumer gets the time and the value
-// of each row and returns whether to continue.
 template <typename Consumer>
 void StoredSamples::ReadRows(long long first, long long last, const Consumer& consume) const {
-  for (long long start = first; start <= last; start += PIECE_ROW_COUNT * step) {
-    const long long end = std::min(last, start + (PIECE_ROW_COUNT - 1) * step);
-    Rrd::FetchResult rows;
-    Require(rrdClient.Fetch(path, start, end, rows), path, "its samples cannot be read");
-    for (long long time = start; time <= end; time += step) {
-      if (!consume(time, rows.GetData()[(time - rows.GetStartTime()) / step])) {
-        return;
-      }
-    }
-  }
+  Require(WalkRows(rrdClient, path, step, first, last, consume), path,
+          "its samples cannot be read");
 }
 
 void StoredSamples::MakeRoomUntil(long long latest) {
@@ -207,7 +194,7 @@ std::string StoredSamples::DescribeDropped() const {
 std::string StoredSamples::Describe() const {
   const std::string heartbeat = FormatDuration(description.dataSources.front().heartbeat);
   const std::string steps = "between the steps of " + FormatDuration(description.step);
-  return CountSamples(count) + " stored" +
+  return Count(count, "sample") + " stored" +
          Tell(gapCount, " of them ends a gap longer than " + heartbeat + " and is missing",
               " of them end gaps longer than " + heartbeat + " and are missing") +
          Tell(outOfBoundsCount, " of them is out of bounds and missing",

@@ -78,7 +78,4 @@ class StoredSamples {
   long long firstDropped = 0;           // the time of the oldest one
 };
 
-// "1 sample" or "2 samples".
-std::string CountSamples(unsigned long long count);
-
 }  // namespace nvx::TimeSeriesDatabase::CommandLine
