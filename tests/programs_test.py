@@ -1,27 +1,20 @@
 """Files as twelve programs make them, through every command that reads other programs' files.
 
-Usage: programs_test.py NVX_TIMESERIES RRDTOOL DATA [FETCH_SERVER]
-
-With FETCH_SERVER, a tree of 200 such files of 100 MiB is pushed into a real VictoriaMetrics instead.
+Usage: programs_test.py NVX_TIMESERIES RRDTOOL DATA
 """
 
 import csv
 import io
 import json
-import math
 import os
-import pathlib
 import re
 import subprocess
 import sys
 import tempfile
-import time
 
 PROGRAM, RRDTOOL, DATA = sys.argv[1:4]
-FETCH_SERVER = sys.argv[4] if len(sys.argv) > 4 else None
 sys.path.insert(0, f"{DATA}/../support")
 from recorder import Recorder  # noqa: E402
-from victoria_metrics import VictoriaMetrics  # noqa: E402
 
 BEGIN = 1_711_000_200
 
@@ -80,7 +73,7 @@ def run(*arguments, status=0, **options):
     return result
 
 
-def make(directory, name, step, definitions, count_of_samples=1500):
+def make(directory, name, step, definitions):
     path = f"{directory}/{name}"
     os.makedirs(os.path.dirname(path), exist_ok=True)
     if definitions is None:
@@ -91,9 +84,8 @@ def make(directory, name, step, definitions, count_of_samples=1500):
     run(RRDTOOL, "create", path, "--step", str(step), "--start", str(begin - 1), *definitions)
     count = sum(definition.startswith("DS:") for definition in definitions)
     samples = [f"{begin + i * step}:" + ":".join(str(i * (j + 3) % 97 + i * (j + 1)) for j in range(count))
-               for i in range(count_of_samples) if i % 400 < 390]
-    for i in range(0, len(samples), 2000):
-        run(RRDTOOL, "update", path, *samples[i:i + 2000])
+               for i in range(1500) if i % 400 < 390]
+    run(RRDTOOL, "update", path, *samples)
     return path
 
 
@@ -228,67 +220,7 @@ def check(name, labels, definitions, path, directory):
     return len(checks)
 
 
-def make_tree(directory):
-    """Files whose archives have more rows than the programs give them, so that they are larger."""
-    for number in range(200):
-        file, _, step, definitions = list(PROGRAMS.values())[number % len(PROGRAMS)]
-        larger = definitions and [re.sub(r"(RRA:[A-Z]+:[0-9.]+:\d+):(\d+)$", lambda m: f"{m[1]}:{int(m[2]) * 3}", one)
-                                  for one in definitions]
-        path = make(directory, f"{number:03}/{file}", step, larger, 6000)
-        if definitions is None:
-            run(PROGRAM, "convert", "--in-place", path, "--to", "native")
-    return sum(path.stat().st_size for path in pathlib.Path(directory).rglob("*.rrd"))
-
-
-def check_tree():
-    with tempfile.TemporaryDirectory() as directory, tempfile.TemporaryDirectory() as data:
-        size = make_tree(directory)
-        server = VictoriaMetrics(FETCH_SERVER, data)
-        try:
-            push = [PROGRAM, "push", server.url + "/write", "--tree", directory, "--state", f"{data}/state"]
-            begin = time.monotonic()
-            sent = run(*push)
-            seconds = time.monotonic() - begin
-            assert run(*push).stdout.startswith("0 points")
-            rows, count = server.read("rrd_value")
-        finally:
-            server.end()
-        exported = run(PROGRAM, "export", "--tree", directory, "--format", "line-protocol").stdout.splitlines()
-        expected = {}
-        for line in exported:
-            series, value, when = line.rsplit(" ", 2)
-            expected[series.removeprefix("rrd,"), int(when)] = float(value.removeprefix("value="))
-        assert len(expected) == len(exported) == count == len(rows), (len(expected), len(exported), count, len(rows))
-        # The server keeps ten decimal digits or more.
-        assert rows.keys() == expected.keys()
-        assert all(math.isclose(value, expected[key], rel_tol=1e-9) for key, value in rows.items())
-        begin = time.monotonic()
-        run_xports(directory)
-        other = time.monotonic() - begin
-        print(f"200 files of {size >> 20} MiB: {sent.stdout.strip()}, {count} in the server, each once, "
-              f"{count / seconds:.0f} rows a second; rrdtool xport of all in {other:.1f} s, push in {seconds:.1f} s")
-        print(sent.stderr.splitlines()[-1])
-
-
-def run_xports(directory):
-    """The same archives by rrdtool, which prints one of them at a time."""
-    for path in pathlib.Path(directory).rglob("*.rrd"):
-        information = json.loads(run(PROGRAM, "info", str(path), "--format", "json").stdout)
-        for archive in information["archives"]:
-            function = archive["consolidation"]
-            if function not in ("AVERAGE", "MIN", "MAX", "LAST"):
-                continue
-            names = [source["name"] for source in information["sources"]]
-            run(RRDTOOL, "xport", "--step", str(archive["stepsPerRow"] * information["step"]),
-                "--start", str(archive["first"]["timestamp"]), "--end", str(archive["last"]["timestamp"]),
-                "--maxrows", str(archive["rows"] + 1),
-                *(f"DEF:v{i}={path}:{name}:{function}" for i, name in enumerate(names)),
-                *(f"XPORT:v{i}:{name}" for i, name in enumerate(names)))
-
-
 def main():
-    if FETCH_SERVER:
-        return check_tree()
     passed = 0
     with tempfile.TemporaryDirectory() as directory:
         check_later_push(directory)
