@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <iostream>
 
 #include "support/shell.h"
 #include "support/transcript.h"
@@ -45,23 +44,6 @@ TEST_P(Transcript, IsRepeated) {
 }
 
 INSTANTIATE_TEST_SUITE_P(CommandLine, Transcript, testing::ValuesIn(ListTranscripts()), GetName);
-
-TEST(Weather, HasTheDailyAveragesOfAnIndependentComputation) {
-  const ProgramResult result = Shell().Run(R"(set -e
-    for column in temperature pressure wind; do
-      nvx-timeseries create topo:$column --step 3600 --rows 8760 --start 1262332800
-      nvx-timeseries update topo:$column --csv "$DATA"/seattle-weather-hourly.csv --column $column
-      for zone in America/Los_Angeles Europe/Paris Pacific/Auckland; do
-        nvx-timeseries query topo:$column --interval 1d --from 1262336400 --zone $zone \
-            --format csv >days.csv
-        python3 "$DATA"/../support/daily_averages.py "$DATA"/seattle-weather-hourly.csv \
-            $column $zone <days.csv
-      done
-    done)");
-  std::cout << result.output;
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.error, "");
-}
 
 // On disks with room for 0 to 19 blocks of 4 KiB, the commands succeed or leave everything as it
 // was.

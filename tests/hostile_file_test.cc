@@ -14,9 +14,9 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <limits>
 
+#include "support/command.h"
 #include "support/leaks_of_librrd.h"
 #include "support/legacy_file.h"
 #include "support/log_capture.h"
@@ -24,8 +24,6 @@
 #include "support/rrd_file.h"
 #include "support/temporary_directory.h"
 #include "timeseries/rrd_client.h"
-
-int RunCommand(int argc, char** argv);  // the main function of the command line
 
 using namespace nvx::TimeSeriesDatabase;
 
@@ -38,16 +36,24 @@ void WriteAnew(const std::string& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
 }
 
-// Runs every command on each file, which is restored before each; returns the number of the file at
+// In a child process, for what a command writes.
+void SendMessagesTo(const std::string& path) {
+  if (std::freopen("/dev/null", "w", stdout) == nullptr ||
+      std::freopen(path.c_str(), "a", stderr) == nullptr) {
+    _exit(2);
+  }
+}
+
+// Runs every command on each file, which is restored before each; the number of the file is that at
 // which a command went wrong.
 [[noreturn]] void RunCommands(const std::string& directory, const std::vector<std::string>& files,
                               volatile std::size_t& current) {
-  const std::string path = directory + "/topo_x.rrd";
-  std::vector<std::vector<const char*>> commands = {
+  std::vector<std::vector<std::string>> commands = {
       {"info", "topo:x", "--format", "json"},
       {"query", "topo:x", "--interval", "1m", "--from", "last-1d", "--format", "csv"},
       {"query", "topo:x", "--interval", "1d", "--partial"},
       {"last", "topo:x"},
+      {"check", "topo:x"},
       {"query", "topo:x", "--interval", "all", "--no-adjust"},
       {"query", "topo:x", "--interval", "1h", "--from", "2023-11-14", "--to", "2023-11-16",
        "--function", "delta"},
@@ -58,17 +64,13 @@ void WriteAnew(const std::string& path, const std::string& bytes) {
   // The RRD library reads outside its memory in every migration, also of a sound file.
   commands.push_back({"migrate", "topo:x", "--step", "60", "--rows", "5"});
 #endif
-  if (std::freopen("/dev/null", "w", stdout) == nullptr ||
-      std::freopen((directory + "/messages").c_str(), "w", stderr) == nullptr) {
-    _exit(2);
-  }
+  SendMessagesTo(directory + "/messages");
   for (current = 0; current < files.size(); current = current + 1) {
     alarm(60);
-    for (std::vector<const char*> command : commands) {
-      WriteAnew(path, files[current]);
-      command.insert(command.begin(), {"nvx-timeseries", "-d", directory.c_str()});
-      const int status =
-          RunCommand(static_cast<int>(command.size()), const_cast<char**>(command.data()));
+    for (std::vector<std::string> command : commands) {
+      WriteAnew(directory + "/topo_x.rrd", files[current]);
+      command.insert(command.end(), {"-d", directory});
+      const int status = RunInProcess(command);
       if (status != 0 && status != 1 && status != 3) {
         _exit(status);
       }
@@ -136,149 +138,128 @@ TEST(HostileFile, NeverBringsTheCommandDown) {
   munmap(current, sizeof(std::size_t));
 }
 
-// Gives its status as wait does.
-int QueryInChild(const std::string& directory, const std::string& messages) {
-  const pid_t child = fork();
-  if (child == 0) {
-    const bool isOpen = std::freopen("/dev/null", "w", stdout) != nullptr &&
-                        std::freopen(messages.c_str(), "a", stderr) != nullptr;
-    const char* command[] = {"nvx-timeseries", "-d", directory.c_str(), "query", "topo:x",
-                             "--interval",     "1d", "--format",        "csv"};
-    _exit(isOpen ? RunCommand(std::size(command), const_cast<char**>(command)) : 2);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  return status;
-}
-
-// Queries a file that a process changes all the time, until `end` stands among the messages. False
-// when a query was ended by a signal.
-bool IsReadBesideChanges(const std::function<void(const std::string& path)>& change,
-                         const std::string& end, int mostQueries) {
+TEST(HostileFile, MayBeWrittenOverWhileItIsRead) {
   const TemporaryDirectory directory;
   const std::string path = directory.GetPath("topo_x.rrd");
-  WriteAnew(path, RrdFileBytes{1, {{"LAST", 50000, 1}}}.Make());
-  const pid_t writer = fork();
-  if (writer == 0) {
-    while (true) {
-      change(path);
-    }
-  }
   const std::string messages = directory.GetPath("messages");
-  bool isExited = true;
+  const std::string bytes = RrdFileBytes{1, {{"LAST", 50000, 1}}}.Make();
+  WriteAnew(path, bytes);
+  const pid_t writer = fork();
+  while (writer == 0) {
+    WriteFile(path, bytes);
+  }
   bool isSeen = false;
-  for (int i = 0; i < mostQueries && isExited && !isSeen; ++i) {
-    isExited = WIFEXITED(QueryInChild(directory.GetPath(), messages));
-    isSeen = ReadFile(messages).find(path + end) != std::string::npos;
+  for (int i = 0; i < 4000 && !isSeen && !HasFailure(); ++i) {
+    const pid_t reader = fork();
+    if (reader == 0) {
+      SendMessagesTo(messages);
+      _exit(RunInProcess({"query", "topo:x", "--interval", "1d", "-d", directory.GetPath()}));
+    }
+    int status = 0;
+    waitpid(reader, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status));
+    isSeen =
+        ReadFile(messages).find(path + ": it was changed while it was read\n") != std::string::npos;
   }
   kill(writer, SIGKILL);
   waitpid(writer, nullptr, 0);
-  EXPECT_TRUE(isSeen) << end;
-  return isExited;
+  EXPECT_TRUE(isSeen);
 }
 
-TEST(HostileFile, MayBeWrittenOverWhileItIsRead) {
-  const std::string bytes = RrdFileBytes{1, {{"LAST", 50000, 1}}}.Make();
-  const auto writeOver = [&bytes](const std::string& path) {
-    const int file = open(path.c_str(), O_WRONLY | O_TRUNC);
-    if (write(file, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
-      _exit(1);
+struct RefusedFile {
+  std::string reason;
+  std::string bytes;
+};
+
+std::vector<RefusedFile> ListRefusedFiles() {
+  constexpr unsigned long MANY = 1UL << 30;
+  constexpr std::size_t SOURCES = offsetof(stat_head_t, ds_cnt);
+  constexpr std::size_t ARCHIVES = offsetof(stat_head_t, rra_cnt);
+  constexpr std::size_t FORMULA = sizeof(stat_head_t) + offsetof(ds_def_t, par);
+  constexpr std::size_t PREDICTED = sizeof(stat_head_t) + sizeof(ds_def_t) +
+                                    offsetof(rra_def_t, par) +
+                                    RRA_dependent_rra_idx * sizeof(unival);
+  const std::vector<RrdFileBytes::Archive> one = {{"LAST", 3, 1}};
+  const std::string whole = RrdFileBytes{}.Make();
+  const std::string computed = RrdFileBytes{1, one, 60, LAST, "0003", "COMPUTE"}.Make();
+  const std::string predicted = RrdFileBytes{1, {{"FAILURES", 3, 1}}}.Make();
+  const std::string times = "the times of an archive are out of range";
+  const std::string step = "its step is out of range";
+  const std::string empty = "it has no data source or no archive";
+  const std::string tooMany = "it has too many data sources or archives for a file of this machine";
+  const std::string formula = "a formula of it cannot be computed";
+  const std::string prediction = "a prediction of it cannot be computed";
+  using Numbers = std::vector<std::pair<std::size_t, unsigned long>>;
+  const auto put = [](std::string bytes, const Numbers& numbers) {
+    for (const auto& [offset, value] : numbers) {
+      std::memcpy(&bytes[offset], &value, sizeof value);
     }
-    close(file);
+    return bytes;
   };
-  EXPECT_TRUE(IsReadBesideChanges(writeOver, ": it was changed while it was read\n", 4000));
+  std::vector<RefusedFile> files = {
+      {empty, RrdFileBytes{0, {{"LAST", 100000, 1}}}.Make()},
+      {empty, RrdFileBytes{1, {}}.Make()},
+      {step, RrdFileBytes{1, one, 0}.Make()},
+      {sizeof(long) == 4 ? times : step, RrdFileBytes{1, one, ~0UL}.Make()},
+      {times, RrdFileBytes{1, {{"LAST", 3, 0}}}.Make()},
+      {times, RrdFileBytes{1, {{"LAST", 3, ~0UL / 4}}, 2}.Make()},
+      {"its last update is out of range", RrdFileBytes{1, one, 60, -1}.Make()},
+      {"its version is unknown", RrdFileBytes{1, one, 60, LAST, "0006"}.Make()},
+      {"the name of a consolidation function does not end",
+       RrdFileBytes{1, {{"LASTLASTLASTLASTLAST", 3, 1}}}.Make()},
+      {"a text of a data source does not end",
+       RrdFileBytes{1, one, 60, LAST, "0003", std::string(20, 'G')}.Make()},
+      {formula, computed},
+      {formula, put(computed, {{FORMULA, 0}})},   // without an end
+      {formula, put(computed, {{FORMULA, 32}})},  // with nothing before its end
+      {prediction, predicted},
+      {prediction, put(predicted, {{PREDICTED, 1}})},  // from no archive
+      {"it is of another machine", put(whole, {{offsetof(stat_head_t, float_cookie), MANY}})},
+      {tooMany, put(whole, {{SOURCES, MANY}})},
+      {tooMany, put(whole, {{SOURCES, 2000}, {ARCHIVES, 2000}})},
+      {"the newest row of an archive lies outside it",
+       put(whole, {{whole.size() - 3 * sizeof(double) - sizeof(rra_ptr_t), 3}})},
+      {"its values are cut off", whole.substr(0, whole.size() - 1)},
+      {"its header is cut off", whole.substr(0, 500)},
+  };
+  // The operators beside those that read and write nothing else.
+  for (const unsigned long operation : {3, 7, 33, 36, 37, 40, 43, 47, 49, 54, 68, 70}) {
+    files.push_back({formula, put(computed, {{FORMULA, operation}, {FORMULA + 4, 32}})});
+  }
+  return files;
 }
 
 TEST(HostileFile, IsRefusedWithAReason) {
-  struct Case {
-    const char* reason;
-    RrdFileBytes file;
-  };
-  const Case cases[] = {
-      {"it has no data source or no archive", {0, {{"LAST", 100000, 1}}}},
-      {"it has no data source or no archive", {1, {}}},
-      {"its step is out of range", {1, {{"LAST", 3, 1}}, 0}},
-      {sizeof(long) == 4 ? "the times of an archive are out of range" : "its step is out of range",
-       {1, {{"LAST", 3, 1}}, ~0UL}},
-      {"the times of an archive are out of range", {1, {{"LAST", 3, 0}}}},
-      {"the times of an archive are out of range", {1, {{"LAST", 3, ~0UL / 4}}, 2}},
-      {"its last update is out of range", {1, {{"LAST", 3, 1}}, 60, -1}},
-      {"its version is unknown", {1, {{"LAST", 3, 1}}, 60, LAST, "0006"}},
-      {"the name of a consolidation function does not end", {1, {{"LASTLASTLASTLASTLAST", 3, 1}}}},
-      {"a text of a data source does not end",
-       {1, {{"LAST", 3, 1}}, 60, LAST, "0003", std::string(20, 'G')}},
-      {"a formula of it cannot be computed", {1, {{"LAST", 3, 1}}, 60, LAST, "0003", "COMPUTE"}},
-      {"a prediction of it cannot be computed", {1, {{"FAILURES", 3, 1}}}},
-  };
   const TemporaryDirectory directory;
   const std::string path = directory.GetPath("a.rrd");
   const RrdClient client;
   const auto expectRefusal = [&](const std::string& reason) {
+    SCOPED_TRACE(reason);
     LogCapture log(3);
     long long first = 7;
     long long last = 7;
     unsigned long step = 7;
     Rrd::FetchResult result;
+    Rrd::FileDescription description;
+    EXPECT_EQ(client.Describe(path, description), StatusCode::Failure);
     EXPECT_EQ(client.GetFirstTimestamp(path, 0, first), StatusCode::Failure);
     EXPECT_EQ(client.GetLastTimestamp(path, last), StatusCode::Failure);
     EXPECT_EQ(client.GetInterval(path, step), StatusCode::Failure);
     EXPECT_EQ(client.Fetch(path, LAST, LAST + 60, result), StatusCode::Failure);
     EXPECT_EQ(client.Update(path, {{LAST + 600, 1}}), StatusCode::Failure);
     EXPECT_EQ(client.Migrate(path, 60, LAST, 0, 1, 5), StatusCode::Failure);
+    EXPECT_EQ(Failure::IsLocked(), reason == "could not lock RRD");
     EXPECT_TRUE(first == -1 && last == -1 && step == 7);
     const Lines lines = log.Take();
-    EXPECT_EQ(lines.size(), 6u);
+    EXPECT_EQ(lines.size(), 7u);
     for (const std::string& line : lines) {
       EXPECT_NE(line.find("[" + reason + "]"), std::string::npos) << line;
     }
   };
-  for (const Case& hostile : cases) {
-    WriteAnew(path, hostile.file.Make());
-    expectRefusal(hostile.reason);
+  for (const RefusedFile& file : ListRefusedFiles()) {
+    WriteAnew(path, file.bytes);
+    expectRefusal(file.reason);
   }
-  const std::string whole = RrdFileBytes{}.Make();
-  struct Number {
-    std::size_t offset;
-    unsigned long value;
-  };
-  const auto expectRefusalOf = [&](std::string bytes, const std::vector<Number>& numbers,
-                                   const std::string& reason) {
-    for (const Number& number : numbers) {
-      std::memcpy(&bytes[number.offset], &number.value, sizeof number.value);
-    }
-    WriteAnew(path, bytes);
-    expectRefusal(reason);
-  };
-  constexpr unsigned long MANY = 1UL << 30;
-  constexpr std::size_t SOURCES = offsetof(stat_head_t, ds_cnt);
-  constexpr std::size_t ARCHIVES = offsetof(stat_head_t, rra_cnt);
-  const std::string tooMany = "it has too many data sources or archives for a file of this machine";
-  expectRefusalOf(whole, {{offsetof(stat_head_t, float_cookie), MANY}}, "it is of another machine");
-  expectRefusalOf(whole, {{SOURCES, MANY}}, tooMany);
-  expectRefusalOf(whole, {{SOURCES, 2000}, {ARCHIVES, 2000}}, tooMany);
-  expectRefusalOf(whole, {{whole.size() - 3 * sizeof(double) - sizeof(rra_ptr_t), 3}},
-                  "the newest row of an archive lies outside it");
-  // A formula without an end, or with nothing before it, and a prediction from no archive.
-  constexpr std::size_t FORMULA = sizeof(stat_head_t) + offsetof(ds_def_t, par);
-  const std::string computed =
-      RrdFileBytes{1, {{"LAST", 3, 1}}, 60, LAST, "0003", "COMPUTE"}.Make();
-  for (const unsigned long start : {0UL, 32UL}) {
-    expectRefusalOf(computed, {{FORMULA, start}}, "a formula of it cannot be computed");
-  }
-  // The operators beside those that read and write nothing else.
-  for (const unsigned long operation : {3, 7, 33, 36, 37, 40, 43, 47, 49, 54, 68, 70}) {
-    expectRefusalOf(computed, {{FORMULA, operation}, {FORMULA + 4, 32}},
-                    "a formula of it cannot be computed");
-  }
-  expectRefusalOf(RrdFileBytes{1, {{"FAILURES", 3, 1}}}.Make(),
-                  {{sizeof(stat_head_t) + sizeof(ds_def_t) + offsetof(rra_def_t, par) +
-                        RRA_dependent_rra_idx * sizeof(unival),
-                    1}},
-                  "a prediction of it cannot be computed");
-  WriteAnew(path, whole.substr(0, whole.size() - 1));
-  expectRefusal("its values are cut off");
-  WriteAnew(path, whole.substr(0, 500));
-  expectRefusal("its header is cut off");
   const int writer = open(path.c_str(), O_RDWR);  // which may just be changing what it looks like
   struct flock lock {};
   lock.l_type = F_WRLCK;

@@ -10,15 +10,13 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdarg>
-#include <functional>
 #include <vector>
 
+#include "support/command.h"
 #include "support/leaks_of_librrd.h"
 #include "support/temporary_directory.h"
 #include "timeseries/host.h"
 #include "timeseries/rrd_client.h"
-
-int RunCommand(int argc, char** argv);  // the main function of the command line
 
 namespace {
 
@@ -87,34 +85,6 @@ class LockedFile : public testing::Test {
   const RrdClient client;
 };
 
-TEST_F(LockedFile, IsReportedByEveryOperation) {
-  long long time = 0;
-  unsigned long step = 0;
-  Rrd::FetchResult result;
-  Rrd::FileDescription description;
-  const std::function<StatusCode()> operations[] = {
-      [&] { return client.GetFirstTimestamp(path, 0, time); },
-      [&] { return client.GetLastTimestamp(path, time); },
-      [&] { return client.GetInterval(path, step); },
-      [&] { return client.Fetch(path, START, START + 120, result); },
-      [&] {
-        return client.Update(path, {{START + 180, 3}});
-      },
-      [&] { return client.Migrate(path, 60, START + 120, NAN, NAN, 200); },
-      [&] { return client.Describe(path, description); },
-  };
-  for (const auto& operation : operations) {
-    SCOPED_TRACE(&operation - operations);
-    refused = NONE;
-    EXPECT_EQ(client.GetLastTimestamp("none", time), StatusCode::NotFound);
-    EXPECT_FALSE(Failure::IsLocked());
-    refused = ALL;
-    EXPECT_EQ(operation(), StatusCode::Failure);
-    EXPECT_STREQ(Failure::GetReason(), "could not lock RRD");
-    EXPECT_TRUE(Failure::IsLocked());
-  }
-}
-
 // While another process writes a header, it may have any fault.
 TEST_F(LockedFile, IsNotJudgedByItsHeader) {
   Rrd::FetchResult result;
@@ -130,7 +100,7 @@ TEST_F(LockedFile, IsNotJudgedByItsHeader) {
 
 // Refuses each lock of a command in turn.
 TEST_F(LockedFile, IsWaitedForByEveryCommand) {
-  const std::vector<std::vector<const char*>> commands = {
+  const std::vector<std::vector<std::string>> commands = {
       {"info", "topo:x"},
       {"query", "topo:x", "--interval", "1m"},
       {"query", "topo:x", "--interval", "all", "--function", "sum"},
@@ -139,11 +109,9 @@ TEST_F(LockedFile, IsWaitedForByEveryCommand) {
       {"update", "topo:x", "1700000220:3", "1700000280:4"},
       {"migrate", "topo:x", "--step", "60", "--rows", "200"},
   };
-  const std::string directoryPath = directory.GetPath();
-  for (std::vector<const char*> command : commands) {
+  for (std::vector<std::string> command : commands) {
     SCOPED_TRACE(command[0]);
-    command.insert(command.begin(), {"nvx-timeseries", "-d", directoryPath.c_str()});
-    command.push_back(nullptr);
+    command.insert(command.end(), {"-d", directory.GetPath()});
     lockCount = 1;  // at least
     for (int lock = 1; lockCount >= lock; ++lock) {
       refused = NONE;
@@ -151,8 +119,7 @@ TEST_F(LockedFile, IsWaitedForByEveryCommand) {
       refused = lock;
       lockCount = 0;
       testing::internal::CaptureStdout();
-      const int status =
-          RunCommand(static_cast<int>(command.size() - 1), const_cast<char**>(command.data()));
+      const int status = RunInProcess(command);
       testing::internal::GetCapturedStdout();
       EXPECT_EQ(status, 0) << "lock " << lock;
     }

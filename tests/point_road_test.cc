@@ -18,11 +18,10 @@
 #include "formats/csv_writer.h"
 #include "points/archives.h"
 #include "points/point_stream.h"
+#include "support/command.h"
 #include "support/leaks_of_librrd.h"
 #include "support/random.h"
 #include "support/temporary_directory.h"
-
-int RunCommand(int argc, char** argv);  // the main function of the command line
 
 using namespace nvx::TimeSeriesDatabase;
 using namespace nvx::TimeSeriesDatabase::CommandLine;
@@ -65,20 +64,15 @@ struct Outcome {
   std::string messages;
 };
 
-Outcome RunInProcess(std::vector<std::string> arguments) {
-  arguments.insert(arguments.begin(), "nvx-timeseries");
-  std::vector<char*> pointers;
-  std::transform(arguments.begin(), arguments.end(), std::back_inserter(pointers),
-                 [](std::string& argument) { return argument.data(); });
+Outcome RunCaptured(const std::vector<std::string>& arguments) {
   std::ostringstream output;
   std::ostringstream messages;
   auto* const formerOutput = std::cout.rdbuf(output.rdbuf());
   auto* const formerMessages = std::cerr.rdbuf(messages.rdbuf());
-  Outcome outcome;
-  outcome.status = RunCommand(static_cast<int>(pointers.size()), pointers.data());
+  const int status = RunInProcess(arguments);
   std::cout.rdbuf(formerOutput);
   std::cerr.rdbuf(formerMessages);
-  return {outcome.status, output.str(), messages.str()};
+  return {status, output.str(), messages.str()};
 }
 
 // The lines of CSV without the column of that number.
@@ -362,12 +356,12 @@ TEST_F(PointRoad, IsTheSameForEveryCommand) {
   for (int i = 0; i < COUNT && !HasFailure(); ++i) {
     const File& file = random->Pick(FILES);
     const QuestionOptions options = PickQuestion(file);
-    const Outcome exported = RunInProcess(MakeArguments("export", file.zeltId, options));
+    const Outcome exported = RunCaptured(MakeArguments("export", file.zeltId, options));
     SCOPED_TRACE("question " + std::to_string(i) + ": " +
                  Join(MakeArguments("export", file.zeltId, options), " "));
     answered += exported.status != 1 ? 1 : 0;
     if (options.interval) {
-      const Outcome queried = RunInProcess(MakeArguments("query", file.zeltId, options));
+      const Outcome queried = RunCaptured(MakeArguments("query", file.zeltId, options));
       EXPECT_EQ(queried.status, exported.status) << queried.messages << exported.messages;
       EXPECT_EQ(queried.messages, exported.messages);
       EXPECT_EQ(ToExport(queried.output), RemoveColumn(exported.output, 1));
@@ -408,7 +402,7 @@ TEST_F(PointRoad, GivesInPiecesWhatOneFetchGives) {
     options.from = std::to_string(BEGIN - BEGIN % 86400);
     options.to = std::to_string(BEGIN - BEGIN % 86400 + 25 * 86400);
     SCOPED_TRACE(interval);
-    ExpectAsFetched(file, options, RunInProcess(MakeArguments("query", file.zeltId, options)));
+    ExpectAsFetched(file, options, RunCaptured(MakeArguments("query", file.zeltId, options)));
   }
   EXPECT_EQ(fetched, 3);
 }
@@ -429,7 +423,7 @@ TEST_F(PointRoad, OpensAFileFewTimes) {
     question.insert(question.end(), {"-d", directory.GetPath(), "topo:minutes"});
     const int watch = inotify_init1(IN_NONBLOCK);
     inotify_add_watch(watch, path.c_str(), IN_OPEN | IN_CLOSE);  // equal events would be merged
-    EXPECT_EQ(RunInProcess(question).status, 0);
+    EXPECT_EQ(RunCaptured(question).status, 0);
     inotify_event event{};
     int openCount = 0;
     while (read(watch, &event, sizeof event) == sizeof event) {

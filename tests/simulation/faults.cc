@@ -10,10 +10,9 @@
 
 #include "simulation/device.h"
 #include "simulation/disk.h"
+#include "support/command.h"
 #include "support/interrupted_process.h"
 #include "support/resource_limit.h"
-
-int RunCommand(int argc, char** argv);  // the main function of the command line
 
 namespace nvx::TimeSeriesDatabase::Simulation {
 
@@ -267,15 +266,12 @@ void Device::RunTwice(const std::vector<std::string>& arguments) {
 
 // In this process, with its output in a file.
 int Device::Run(const std::vector<std::string>& arguments, int (*command)(int, char**)) const {
-  std::vector<std::string> texts = {"nvx-timeseries", "-d", files};
-  texts.insert(texts.end(), arguments.begin(), arguments.end());
-  std::vector<char*> pointers;
-  std::transform(texts.begin(), texts.end(), std::back_inserter(pointers),
-                 [](std::string& text) { return text.data(); });
   const int fd = open(messages.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
   dup2(fd, STDOUT_FILENO);
   dup2(fd, STDERR_FILENO);
-  return command(static_cast<int>(pointers.size()), pointers.data());
+  std::vector<std::string> texts = {"-d", files};
+  texts.insert(texts.end(), arguments.begin(), arguments.end());
+  return RunInProcess(texts, command);
 }
 
 int Device::RunInChild(const std::vector<std::string>& arguments) const {
