@@ -4,39 +4,24 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
-#include <filesystem>
-#include <functional>
-#include <iterator>
 #include <new>
 
 #include "nvx/workstation/in_memory_redis_client.h"
-#include "nvx/workstation/status_code_name.h"
+#include "support/faulty_file.h"
 #include "support/leaks_of_librrd.h"
 #include "support/legacy_file.h"
 #include "support/limited_memory.h"
-#include "support/temporary_directory.h"
 #include "timeseries/data_functions.h"
-#include "timeseries/host.h"
 #include "timeseries/rrd/database.h"
 #include "timeseries/rrd/tool/layout_converter.h"
 #include "timeseries/rrd/tool/sanitizer.h"
-#include "timeseries/rrd_client.h"
 #include "timeseries/time_window_helper.h"
 
 using namespace nvx::TimeSeriesDatabase;
 
 namespace {
 
-constexpr long long START = 1700000040;  // a multiple of 60
-constexpr long long END = START + 6000;
-
-long CountDescriptors() {
-  const std::filesystem::directory_iterator descriptors("/proc/self/fd");
-  return std::distance(begin(descriptors), end(descriptors));
-}
-
-class AllocationFailure : public testing::Test {
+class AllocationFailure : public FaultyFile {
  protected:
   AllocationFailure() {
     EXPECT_EQ(window.start.Initialize(START, "Europe/Paris"), StatusCode::Success);
@@ -50,59 +35,27 @@ class AllocationFailure : public testing::Test {
     logger.SetDestination({});
   }
 
-  void MakeFile() const {
-    std::map<long long, double> samples;
-    for (long long time = START; time < END; time += 60) {
-      samples[time] = 1;
-    }
-    ASSERT_EQ(client.Create(path, 60, START - 60, NAN, NAN, 100), StatusCode::Success);
-    ASSERT_EQ(client.Update(path, samples), StatusCode::Success);
-  }
-
-  // The number of rows, and of samples among them.
-  std::pair<unsigned long, long> Look() const {
-    Rrd::FileDescription description;
-    Rrd::FetchResult result;
-    EXPECT_EQ(client.Describe(path, description), StatusCode::Success);
-    EXPECT_EQ(client.Fetch(path, START, END, result), StatusCode::Success);
-    const double* const first = result.GetData();
-    return {description.archives.at(0).rowCount,
-            std::count(first, first + result.GetSampleCount(), 1.0)};
-  }
-
-  void FailEach(const std::string& name, const std::function<StatusCode()>& operation,
+  void FailEach(const std::string& name, const Operation& operation,
                 StatusCode expected = StatusCode::Success) const {
     SCOPED_TRACE(name);
-    MakeFile();
-    const auto before = Look();
-    ASSERT_EQ(operation(), expected) << Failure::GetReason();  // allocates what is kept for ever
-    const auto after = Look();
-    bool isDone = false;
-    for (long granted = 0; !isDone; ++granted) {
-      MakeFile();
-      const long descriptors = CountDescriptors();
+    const auto run = [&](int call) {
       const long held = LimitedMemory::held;
-      LimitedMemory::granted = granted;
+      LimitedMemory::granted = call - 1;
       StatusCode status = StatusCode::OutOfMemory;
       try {
         status = operation();
       } catch (const std::bad_alloc&) {
       }
-      isDone = LimitedMemory::granted >= 0;
+      const bool hasFailed = LimitedMemory::granted < 0;
       LimitedMemory::granted = LimitedMemory::ALL;
-      ASSERT_EQ(LimitedMemory::held, held) << "memory, after " << granted;
-      ASSERT_EQ(CountDescriptors(), descriptors) << "descriptors, after " << granted;
-      ASSERT_TRUE(status == expected || !isDone) << nvx::Workstation::StatusCodeToString(status);
-      const auto now = Look();
-      ASSERT_TRUE(now == before || now == after) << "the file, after " << granted;
-    }
+      EXPECT_EQ(LimitedMemory::held, held) << "memory";
+      return std::pair(status, hasFailed);
+    };
+    FailEachCall([this] { MakeFile(); }, operation, expected, run);
   }
 
   nvx::Log::RootLogger& logger = nvx::Log::RootLogger::GetInstance();
-  const TemporaryDirectory directory;
-  const std::string path = directory.GetPath("topo_TemperatureOfBoiler.rrd");
   const std::string id = "topo:TemperatureOfBoiler";
-  RrdClient client;
   TimeWindow window;
 };
 
@@ -111,18 +64,6 @@ TEST_F(AllocationFailure, InRrdClient) {
   const std::string made = directory.GetPath("a file that is made.rrd");
   const std::string cut = directory.GetPath("a file that is cut off.rrd");
   WriteFile(cut, std::string("RRD\0000003", 8));
-  FailEach("GetFirstTimestamp", [&] {
-    long long time = 0;
-    return client.GetFirstTimestamp(path, 0, time);
-  });
-  FailEach("GetLastTimestamp", [&] {
-    long long time = 0;
-    return client.GetLastTimestamp(path, time);
-  });
-  FailEach("GetInterval", [&] {
-    unsigned long step = 0;
-    return client.GetInterval(path, step);
-  });
   for (const std::string& source : {path, missing, cut}) {
     FailEach(
         "Fetch " + source,
@@ -148,21 +89,17 @@ TEST_F(AllocationFailure, InRrdClient) {
       return client.UpdateAtomically(path, {{END, 1}, {END + 60, 2}}, durability);
     });
   }
-  FailEach("Migrate", [&] { return client.Migrate(path, 60, END - 60, NAN, NAN, 200); });
+  FailEach("Migrate", [&] { return client.Migrate(path, 60, END - 60, NAN, NAN, 40); });
 }
 
 TEST_F(AllocationFailure, InQueries) {
   nvx::Utilities::FileSystem files;
   nvx::Workstation::InMemoryRedisClient store;
-  const Rrd::Database database(directory.GetPath(), files, store, client);
+  RrdClient rrd;
+  const Rrd::Database database(directory.GetPath(), files, store, rrd);
   FailEach("ListDataSources", [&] {
     std::set<std::string> ids;
     return database.ListDataSources(ids);
-  });
-  FailEach("HasDataSource", [&] { return database.HasDataSource(id); });
-  FailEach("GetDataSource", [&] {
-    std::unique_ptr<DataSourceInterface> source;
-    return database.GetDataSource(id, source);
   });
   const auto query = [&](const auto& ask) {
     return [&] {
@@ -174,8 +111,10 @@ TEST_F(AllocationFailure, InQueries) {
   FailEach("metadata", query([](const Rrd::NumericalDataSource& source) {
              long long time = 0;
              QueryInterval interval = QueryInterval::Day;
-             const StatusCode status = source.GetFirstTimestamp(time);
-             return status == StatusCode::Success ? source.GetInterval(interval) : status;
+             const StatusCode first = source.GetFirstTimestamp(time);
+             const StatusCode last = source.GetLastTimestamp(time);
+             const StatusCode step = source.GetInterval(interval);
+             return std::max({first, last, step});
            }));
   FailEach("FetchAverage", query([&](Rrd::NumericalDataSource& source) {
              std::vector<NumericalDataPoint> averages;

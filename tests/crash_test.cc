@@ -9,13 +9,14 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <set>
 #include <sstream>
 #include <vector>
 
 #include "support/legacy_file.h"
-#include "support/run_program.h"
+#include "support/shell.h"
 #include "support/temporary_directory.h"
 #include "timeseries/host.h"
 #include "timeseries/rrd_client.h"
@@ -27,24 +28,20 @@ namespace {
 
 struct Command {
   const char* name;
-  std::vector<std::string> arguments;
+  std::string words;
   std::string standIns;  // loaded in addition to the library that ends the program
 };
 
+constexpr char IN_PLACE[] = "convert --in-place --backup .old .";
+
 const Command COMMANDS[] = {
-    {"ConvertInPlace", {"convert", "--in-place", "--backup", ".old", "."}, ""},
-    {"ConvertInPlaceWithoutHardLinks",
-     {"convert", "--in-place", "--backup", ".old", "."},
-     ":" NO_HARD_LINKS},
-    {"ConvertToAFile", {"convert", "gauge.rrd", "two-sources.rrd"}, ""},
-    {"Create",
-     {"create", "topo:new", "--step", "60", "--rows", "9", "--start", "1000000000", "--force"},
-     ""},
-    {"Replace",
-     {"create", "topo:m", "--step", "60", "--rows", "9", "--start", "1000000000", "--force"},
-     ""},
-    {"Migrate", {"migrate", "topo:m", "--step", "60", "--rows", "9"}, ""},
-    {"Export", {"export", "topo:m", "--format", "csv", "--output", "out"}, ""},
+    {"ConvertInPlace", IN_PLACE, ""},
+    {"ConvertInPlaceWithoutHardLinks", IN_PLACE, ":" NO_HARD_LINKS},
+    {"ConvertToAFile", "convert gauge.rrd two-sources.rrd", ""},
+    {"Create", "create topo:new --step 60 --rows 9 --start 1000000000 --force", ""},
+    {"Replace", "create topo:m --step 60 --rows 9 --start 1000000000 --force", ""},
+    {"Migrate", "migrate topo:m --step 60 --rows 9", ""},
+    {"Export", "export topo:m --format csv --output out", ""},
 };
 
 // The files by path, each with everything that must not be mixed: permissions, whether it has the
@@ -219,44 +216,57 @@ class Disk {
   std::vector<Change> changes;
 };
 
-class Crash : public testing::TestWithParam<Command> {
+const std::string LOADED = "LD_PRELOAD=" END_AT_CHANGE;
+
+// Runs programs whose calls are replaced in a directory of its own.
+class Killed : public testing::Test {
  protected:
-  Crash() {
+  void SetUp() override {
+    if (IS_SANITIZED != 0) {
+      GTEST_SKIP() << "a program with a sanitizer cannot be given other system calls";
+    }
     nvx::Log::RootLogger::GetInstance().SetLevel(KoraLogLevel::None);
     fs::current_path(directory.GetPath());
   }
 
-  static int Run(const std::vector<std::string>& variables = {}) {
+  static ProgramResult Run(const std::string& words,
+                           const std::vector<std::string>& variables = {}) {
+    std::istringstream list(words);
     std::vector<std::string> command = {NVX_TIMESERIES};
-    command.insert(command.end(), GetParam().arguments.begin(), GetParam().arguments.end());
-    return RunProgram(command, variables).status;
+    command.insert(command.end(), std::istream_iterator<std::string>(list), {});
+    return RunProgram(command, variables);
   }
 
   const TemporaryDirectory directory;
 };
 
-TEST_P(Crash, LeavesEveryPathOldOrNewAndTheNextRunCompletes) {
-  if (IS_SANITIZED != 0) {
-    GTEST_SKIP() << "a program with a sanitizer cannot be given other system calls";
+class Crash : public Killed, public testing::WithParamInterface<Command> {
+ protected:
+  static int RunCommand(const std::vector<std::string>& variables = {}) {
+    return Run(GetParam().words, variables).status;
   }
-  const bool isConversion = GetParam().arguments.front() == std::string("convert");
+
+  const bool isConversion = GetParam().words.rfind("convert", 0) == 0;
+  const std::string loaded = LOADED + GetParam().standIns;
+};
+
+TEST_P(Crash, LeavesEveryPathOldOrNewAndTheNextRunCompletes) {
   MakeTree(!isConversion);
   const Tree before = ReadTree();
-  ASSERT_EQ(Run(), 0);
+  ASSERT_EQ(RunCommand(), 0);
   const Tree after = ReadTree();
   ASSERT_NE(before, after);
   int killCount = 0;
   const auto isKilled = [&] {
     MakeTree(!isConversion);
-    const int status = Run({"LD_PRELOAD=" END_AT_CHANGE + GetParam().standIns,
-                            "NVX_END_AT=" + std::to_string(killCount + 1)});
+    const int status = RunCommand({loaded, "NVX_END_AT=" + std::to_string(killCount + 1)});
     EXPECT_TRUE(status == 0 || status == 128 + SIGKILL) << status;
     return status != 0;
   };
   while (!HasFailure() && isKilled()) {
     SCOPED_TRACE("ended at change " + std::to_string(++killCount));
     ExpectOldOrNew(before, ReadTree(), after);
-    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(RunCommand(), 0);
     EXPECT_TRUE(ReadTree() == after);
   }
   EXPECT_TRUE(ReadTree() == after);
@@ -265,80 +275,37 @@ TEST_P(Crash, LeavesEveryPathOldOrNewAndTheNextRunCompletes) {
 
 // An import of several batches that is killed before any of its changes has stored whole batches,
 // and continues without loss.
-class KilledImport : public testing::TestWithParam<const char*> {};
-
-TEST_P(KilledImport, StoresWholeBatchesAndGoesOn) {
-  if (IS_SANITIZED != 0) {
-    GTEST_SKIP() << "a program with a sanitizer cannot be given other system calls";
-  }
-  constexpr int BATCH_SIZE = 10000;
-  constexpr int COUNT = 2 * BATCH_SIZE + 5;
-  constexpr long long START = 1000000020;
-  const TemporaryDirectory directory;
-  fs::current_path(directory.GetPath());
-  nvx::Log::RootLogger::GetInstance().SetLevel(KoraLogLevel::None);
-  std::string lines;
-  for (int i = 0; i < COUNT; ++i) {
-    lines += std::to_string(START + i * 60) + "," + std::to_string(i) + "\n";
-  }
-  WriteFile("samples.csv", lines);
-  const RrdClient client;
-  const auto import = [](const std::vector<std::string>& variables) {
-    return RunProgram({NVX_TIMESERIES, "update", "topo:m", "--csv", "samples.csv", "--skip-past",
-                       GetParam()},
-                      variables)
-        .status;
-  };
-  const auto countStored = [&client] {
-    long long last = 0;
-    Rrd::FetchResult samples;
-    EXPECT_EQ(client.GetLastTimestamp("topo_m.rrd", last), StatusCode::Success);
-    EXPECT_EQ(client.Fetch("topo_m.rrd", START, START + COUNT * 60, samples), StatusCode::Success);
-    int count = 0;
-    while (samples.GetData()[count] == count) {
-      ++count;
-    }
-    EXPECT_EQ(last, START + (count - 1) * 60);
-    return count;
-  };
-  int killCount = 0;
-  while (!HasFailure()) {
-    SCOPED_TRACE("ended at change " + std::to_string(killCount + 1));
-    ASSERT_EQ(client.Create("topo_m.rrd", 60, START - 60, 0, COUNT, COUNT), StatusCode::Success);
-    if (import({"LD_PRELOAD=" END_AT_CHANGE, "NVX_END_AT=" + std::to_string(killCount + 1)}) == 0) {
-      break;
-    }
-    ++killCount;
-    const int stored = countStored();
-    EXPECT_TRUE(stored % BATCH_SIZE == 0 || stored == COUNT) << stored;
-    EXPECT_EQ(import({}), 0);
-    EXPECT_EQ(countStored(), COUNT);
-  }
-  EXPECT_GT(killCount, 10);
+TEST_F(Killed, ImportStoresWholeBatchesAndGoesOn) {
+  const ProgramResult result = Shell().Run("LOADED=" + LOADED + R"(
+    seq 0 20004 | awk '{ print 1000000020 + 60 * $1 "," $1 }' >samples.csv
+    for option in --force --sync; do
+      import="nvx-timeseries update topo:m --csv samples.csv --skip-past $option"
+      kills=0
+      while nvx-timeseries create topo:m --step 60 --rows 20005 --start 999999960 --force
+            ! env $LOADED NVX_END_AT=$((kills += 1)) $import >output; do
+        last=$(nvx-timeseries last topo:m | cut -d ' ' -f 3)
+        case $last in nan | 9999 | 19999 | 20004) ;; *) echo "$kills: $last" ;; esac
+        $import >output; nvx-timeseries export topo:m --format csv | cut -d , -f 1,3 | sed 1d | cmp samples.csv
+      done
+      echo $((kills > 10))
+    done)");
+  EXPECT_EQ(result.output, "1\n1\n");
 }
 
-INSTANTIATE_TEST_SUITE_P(Batches, KilledImport, testing::Values("--force", "--sync"));
-
 // What is made of a file with an interrupted update is made of the file as it was before.
-TEST(KilledUpdate, IsUndoneBeforeTheFileIsExportedOrConverted) {
-  if (IS_SANITIZED != 0) {
-    GTEST_SKIP() << "a program with a sanitizer cannot be given other system calls";
-  }
-  const char* const layout = sizeof(long) == 4 ? "64bit" : "arm32-time64";
-  const TemporaryDirectory directory;
-  fs::current_path(directory.GetPath());
+TEST_F(Killed, UpdateIsUndoneBeforeTheFileIsExportedOrConverted) {
+  const std::string layout = sizeof(long) == 4 ? "64bit" : "arm32-time64";
   MakeDataSource();
   const std::string before = ReadFile("topo_m.rrd");
   const std::string journal = "topo_m.rrd-journal";
   const auto interrupt = [&] {
     for (int i = 1; ReadFile("topo_m.rrd") == before && i < 10; ++i) {
-      (void)RunProgram({NVX_TIMESERIES, "update", "topo:m", "1000000140:3"},
-                       {"LD_PRELOAD=" END_AT_CHANGE, "NVX_END_AT=" + std::to_string(i)});
+      (void)Run("update topo:m 1000000140:3", {LOADED, "NVX_END_AT=" + std::to_string(i)});
     }
     ASSERT_TRUE(fs::exists(journal));
   };
   const auto convert = [&](const std::string& source, const std::string& converted) {
-    EXPECT_EQ(RunProgram({NVX_TIMESERIES, "convert", "--to", layout, source, converted}).status, 0);
+    EXPECT_EQ(Run("convert --to " + layout + " " + source + " " + converted).status, 0);
     return ReadFile(converted);
   };
   fs::copy_file("topo_m.rrd", "before");
@@ -352,31 +319,24 @@ TEST(KilledUpdate, IsUndoneBeforeTheFileIsExportedOrConverted) {
   EXPECT_TRUE(ReadFile("topo_m.rrd") == before);
 
   interrupt();
-  const std::vector<std::string> inPlace = {NVX_TIMESERIES, "convert", "--in-place",
-                                            "--to",         layout,    "topo_m.rrd"};
-  EXPECT_EQ(RunProgram(inPlace).status, 0);
+  EXPECT_EQ(Run("convert --in-place --to " + layout + " topo_m.rrd").status, 0);
   EXPECT_TRUE(ReadFile("topo_m.rrd") == expected);
 
   WriteFile("topo_m.rrd", before);
   interrupt();
   fs::resize_file("topo_m.rrd", before.size() - 8);
-  const auto recovery = RunProgram({NVX_TIMESERIES, "recover", "topo:m", "--in-place"});
+  const auto recovery = Run("recover topo:m --in-place");
   EXPECT_EQ(recovery.status, 0);
   EXPECT_NE(recovery.error.find("warning: its last update was interrupted"), std::string::npos);
   EXPECT_FALSE(fs::exists(journal));
 }
 
 TEST_P(Crash, LeavesEveryPathOldOrNewWhenThePowerFails) {
-  if (IS_SANITIZED != 0) {
-    GTEST_SKIP() << "a program with a sanitizer cannot be given other system calls";
-  }
   const TemporaryDirectory record;
-  MakeTree(GetParam().arguments.front() != std::string("convert"));
+  MakeTree(!isConversion);
   const Tree before = ReadTree();
   Disk disk;
-  ASSERT_EQ(
-      Run({"LD_PRELOAD=" END_AT_CHANGE + GetParam().standIns, "NVX_RECORD=" + record.GetPath()}),
-      0);
+  ASSERT_EQ(RunCommand({loaded, "NVX_RECORD=" + record.GetPath()}), 0);
   const Tree after = ReadTree();
   std::set<Tree> states;
   std::ifstream log(record.GetPath("log"));
