@@ -127,8 +127,6 @@ TEST_F(AtomicUpdate, StoresWhatTheRrdLibraryDoes) {
       }
       ASSERT_EQ(client.UpdateAtomically(ours, batch, Durability::Process), StatusCode::Success);
       ASSERT_EQ(RunProgram(command).status, 0);
-      ASSERT_EQ(RunProgram({"rrdtool", "dump", ours}).output,
-                RunProgram({"rrdtool", "dump", theirs}).output);
       ASSERT_TRUE(ReadFile(ours) == ReadFile(theirs));
       ASSERT_FALSE(fs::exists(ours + "-journal"));
     }

@@ -100,13 +100,18 @@ class ZoneProof {
                                     change + random.Between(-2 * DAY, 2 * DAY)}) {
       const auto next = std::upper_bound(bounds.begin(), bounds.end(), instant);
       const long long down = *(next - 1);
-      Compare("rounding", row, instant, Calendar::RoundDown(interval, At(instant)),
-              StatusCode::Success);
-      Compare("bound down", row, instant, date.timestamp, down);
-      Compare("rounding", row, instant, Calendar::RoundUp(interval, At(instant)),
-              StatusCode::Success);
-      Compare("bound up", row, instant, date.timestamp, down == instant ? instant : *next);
+      CompareRounding("bound", row, interval, instant, down, down == instant ? instant : *next);
     }
+  }
+
+  void CompareRounding(const char* what, int row, const CalendarInterval& interval,
+                       long long instant, long long down, long long up) {
+    Compare("rounding", row, instant, Calendar::RoundDown(interval, At(instant)),
+            StatusCode::Success);
+    Compare(what, row, instant, date.timestamp, down);
+    Compare("rounding", row, instant, Calendar::RoundUp(interval, At(instant)),
+            StatusCode::Success);
+    Compare(what, row, instant, date.timestamp, up);
   }
 
   void CompareAt(long long instant) {
@@ -124,6 +129,8 @@ class ZoneProof {
       Compare("up", number, instant, date.timestamp, calendar.RoundUp(interval, instant));
       RoundBound(interval, RoundType::Down, At(instant));
       const long long down = date.timestamp;
+      CompareRounding("as a calendar's", number, ToCalendarInterval(interval), instant, down,
+                      calendar.RoundUp(interval, instant));
       Compare("down", number, instant, down, calendar.RoundDown(interval, instant));
       Compare("down, not later", number, instant, std::min(down, instant), down);
       if (interval >= QueryInterval::Hour) {
@@ -133,6 +140,12 @@ class ZoneProof {
       if (interval != QueryInterval::FullPeriod) {
         TimeHelper::ComputeNextDate(interval, At(instant), date);
         Compare("next", number, instant, date.timestamp, calendar.Next(interval, instant));
+        Date::Date next;
+        Compare("stepping", number, instant,
+                Calendar::ComputeNextDate(ToCalendarInterval(interval), At(instant), next),
+                StatusCode::Success);
+        Compare("next as a calendar's", number, instant, next.timestamp,
+                calendar.Next(interval, instant));
       }
     }
   }

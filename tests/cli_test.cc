@@ -34,12 +34,7 @@ TEST_P(Transcript, IsRepeated) {
   const std::vector<Step> steps = ReadTranscript(path);
   EXPECT_FALSE(steps.empty());
   for (const Step& step : steps) {
-    const std::string answer = Show(shell.Run(step.command));
-    if (answer != step.answer) {
-      ADD_FAILURE_AT(path.c_str(), step.line) << "$ " << step.command << "\nexpected:\n"
-                                              << step.answer << "actual:\n"
-                                              << answer;
-    }
+    ExpectAnswer(path, step, Show(shell.Run(step.command)));
   }
 }
 

@@ -117,42 +117,35 @@ TEST(LockedDirectory, GivesUpWaitingForAnother) {
   EXPECT_NO_THROW(LockedDirectory(directory, std::chrono::milliseconds(0)));
 }
 
+// Where another user may have given the name, nothing is removed.
 TEST(LockedDirectory, RemovesWhatAKilledProcessHasLeft) {
-  const TemporaryDirectory temporary;
-  fs::create_directories(temporary.GetPath(".nvx-convert-abc123"));
-  WriteFile(temporary.GetPath(".nvx-convert-abc123/topo_a.rrd"), "half");
-  WriteFile(temporary.GetPath(".nvx-convert-abc1234"), "a user's");
-  const Directory directory(Resolve(temporary.GetPath("x")).directory);
-  { const LockedDirectory lock(directory); }
-  EXPECT_EQ(std::distance(fs::directory_iterator(temporary.GetPath()), fs::directory_iterator()),
-            1);
-  EXPECT_EQ(ReadFile(temporary.GetPath(".nvx-convert-abc1234")), "a user's");
-}
-
-TEST(LockedDirectory, RemovesNothingWhereAnotherUserMayHaveGivenItTheName) {
   constexpr uid_t USER = 65534;
   struct {
     uid_t owner;
     fs::perms permissions;
-  } const cases[] = {{geteuid(), fs::perms(0770)},
-                     {geteuid(), fs::perms(0702)},
-                     {geteuid(), fs::perms(01777)},
-                     {USER, fs::perms(0700)}};
-  for (const auto& other : cases) {
-    if (geteuid() != 0 && other.owner == USER) {
+    bool isRemoved;
+  } const cases[] = {{geteuid(), fs::perms(0700), true},
+                     {geteuid(), fs::perms(0770), false},
+                     {geteuid(), fs::perms(0702), false},
+                     {geteuid(), fs::perms(01777), false},
+                     {USER, fs::perms(0700), false}};
+  for (const auto& given : cases) {
+    if (geteuid() != 0 && given.owner == USER) {
       continue;  // only root can act as another user
     }
     const TemporaryDirectory temporary;
-    const std::string renamed = temporary.GetPath(".nvx-convert-aaaaaa");
-    fs::create_directories(renamed);
-    WriteFile(renamed + "/log", "precious");
-    WriteFile(temporary.GetPath(".nvx-convert-bbbbbb"), "precious");
-    fs::permissions(temporary.GetPath(), other.permissions);
-    ASSERT_EQ(chown(temporary.GetPath().c_str(), other.owner, other.owner), 0);
+    const std::string left = temporary.GetPath(".nvx-convert-abc123");
+    const std::string others = temporary.GetPath(".nvx-convert-abc1234");
+    fs::create_directories(left);
+    WriteFile(left + "/topo_a.rrd", "half");
+    WriteFile(others, "a user's");
+    fs::permissions(temporary.GetPath(), given.permissions);
+    ASSERT_EQ(chown(temporary.GetPath().c_str(), given.owner, given.owner), 0);
     const Directory directory(Resolve(temporary.GetPath("x")).directory);
     { const LockedDirectory lock(directory); }
-    EXPECT_EQ(ReadFile(renamed + "/log"), "precious");
-    EXPECT_EQ(ReadFile(temporary.GetPath(".nvx-convert-bbbbbb")), "precious");
+    EXPECT_EQ(fs::exists(left), !given.isRemoved);
+    EXPECT_EQ(ReadFile(left + "/topo_a.rrd"), given.isRemoved ? "" : "half");
+    EXPECT_EQ(ReadFile(others), "a user's");
   }
 }
 

@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -44,10 +43,10 @@ void SendMessagesTo(const std::string& path) {
   }
 }
 
-// Runs every command on each file, which is restored before each; the number of the file is that at
+// Runs every command on each file, which is restored before each. At its end, `kept` is the file at
 // which a command went wrong.
 [[noreturn]] void RunCommands(const std::string& directory, const std::vector<std::string>& files,
-                              volatile std::size_t& current) {
+                              const std::string& kept) {
   std::vector<std::vector<std::string>> commands = {
       {"info", "topo:x", "--format", "json"},
       {"query", "topo:x", "--interval", "1m", "--from", "last-1d", "--format", "csv"},
@@ -65,10 +64,11 @@ void SendMessagesTo(const std::string& path) {
   commands.push_back({"migrate", "topo:x", "--step", "60", "--rows", "5"});
 #endif
   SendMessagesTo(directory + "/messages");
-  for (current = 0; current < files.size(); current = current + 1) {
+  for (const std::string& file : files) {
     alarm(60);
+    WriteAnew(kept, file);
     for (std::vector<std::string> command : commands) {
-      WriteAnew(directory + "/topo_x.rrd", files[current]);
+      WriteAnew(directory + "/topo_x.rrd", file);
       command.insert(command.end(), {"-d", directory});
       const int status = RunInProcess(command);
       if (status != 0 && status != 1 && status != 3) {
@@ -110,9 +110,7 @@ TEST(HostileFile, NeverBringsTheCommandDown) {
       ReadFile(TEST_DATA "/fuzz/rrd/prediction.rrd"),
   };
   const TemporaryDirectory directory;
-  auto* const current = static_cast<std::size_t*>(mmap(
-      nullptr, sizeof(std::size_t), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-  ASSERT_NE(current, MAP_FAILED);
+  const std::string kept = testing::TempDir() + "hostile.rrd";
   Random random;
   for (int round = 0; round < ROUNDS; ++round) {
     std::vector<std::string> files;
@@ -121,21 +119,18 @@ TEST(HostileFile, NeverBringsTheCommandDown) {
     }
     const pid_t child = fork();
     if (child == 0) {
-      RunCommands(directory.GetPath(), files, *current);
+      RunCommands(directory.GetPath(), files, kept);
     }
     int status = 0;
     rusage usage{};
     ASSERT_EQ(wait4(child, &status, 0, &usage), child);
     if (status != 0) {
-      const std::string kept = testing::TempDir() + "hostile.rrd";
-      WriteAnew(kept, files[*current]);
       const std::string messages = ReadFile(directory.GetPath("messages"));
       FAIL() << kept << ": status " << status << '\n'
              << messages.substr(messages.size() - std::min<std::size_t>(messages.size(), 4000));
     }
     EXPECT_LE(usage.ru_maxrss, LARGEST) << round;
   }
-  munmap(current, sizeof(std::size_t));
 }
 
 TEST(HostileFile, MayBeWrittenOverWhileItIsRead) {

@@ -182,11 +182,7 @@ TEST_F(RealRedis, IsTheMetadataStoreOfTheCommand) {
     for (std::size_t at; (at = answer.find(url)) != std::string::npos;) {
       answer.replace(at, url.size(), "URL");
     }
-    if (answer != step.answer) {
-      ADD_FAILURE_AT(name.c_str(), step.line) << "$ " << step.command << "\nexpected:\n"
-                                              << step.answer << "actual:\n"
-                                              << answer;
-    }
+    ExpectAnswer(name, step, answer);
   }
 }
 

@@ -26,13 +26,15 @@ const std::vector<std::string> ZONES = {"UTC",
                                         "Antarctica/Troll",
                                         "Asia/Tehran"};
 
-// Beside the hours, days and so on that QueryInterval has.
-const CalendarInterval OTHER_INTERVALS[] = {
+const CalendarInterval INTERVALS[] = {
+    {CalendarUnit::Hour, 2},
     {CalendarUnit::Hour, 6},
+    {CalendarUnit::Day, 1},
     {CalendarUnit::Day, 2},
     {CalendarUnit::Day, 1, 6 * 3600 + 1800},
     {CalendarUnit::Week, 1},
     {CalendarUnit::Week, 2, 0, WeekStart::Sunday},
+    {CalendarUnit::Month, 1},
     {CalendarUnit::Quarter, 1},
     {CalendarUnit::Year, 1},
 };
@@ -217,23 +219,17 @@ void Device::Query(const Source& source) {
   const LocalCalendar& calendar = GetCalendar();
   const PlainQuery plain(model.rows, model.step, zone, calendar);
   const Function& function = random.Pick(FUNCTIONS);
-  const QueryInterval known{static_cast<unsigned char>(random.Between(0, 12))};
-  const bool isOther = random.Between(0, 1) == 0;
-  const CalendarInterval interval =
-      isOther ? random.Pick(OTHER_INTERVALS) : ToCalendarInterval(known);
+  const CalendarInterval& interval = random.Pick(INTERVALS);
   const long long from = random.Between(model.GetOldest() - 2 * DAY, model.last);
-  const long long to =
-      from + random.Between(1, 40) * (isOther ? 9 * DAY : LocalCalendar::Length(known));
-  const std::vector<long long> times =
-      isOther ? calendar.ListBounds(interval, from, to)
-              : std::vector{calendar.RoundUp(known, from), calendar.RoundDown(known, to)};
+  const long long to = from + random.Between(1, 40) * random.Pick(std::vector{3 * HOUR, 9 * DAY});
+  const std::vector<long long> times = calendar.ListBounds(interval, from, to);
   if (times.front() >= times.back()) {
     return;
   }
   const std::string what = source.id + ", " + function.name + " from " +
                            std::to_string(times.front()) + " to " + std::to_string(times.back()) +
                            " in " + zone + ": ";
-  TimeWindow window = isOther ? Window(times.front(), times.back(), zone) : Window(from, to, zone);
+  TimeWindow window = Window(times.front(), times.back(), zone);
   Expect(Calendar::AdjustTimeWindow(interval, window) == StatusCode::Success &&
              window.start.timestamp == times.front() && window.end.timestamp == times.back(),
          what + "another window");
@@ -241,19 +237,13 @@ void Device::Query(const Source& source) {
   Expect(database.GetNumericalDataSource(source.id, reader) == StatusCode::Success, source.id);
   Points expected;
   Points points;
-  if (isOther) {
-    std::vector<Date::Date> bounds;
-    Expect(Calendar::ListBounds(interval, window, bounds) == StatusCode::Success &&
-               bounds.size() == times.size(),
-           what + "other bounds");
-    Expect(reader->Fetch(bounds, function.compute, points) ==
-               plain.ExpectRuns(times, function.reduce, expected),
-           what + "another status");
-  } else {
-    Expect(FetchPoints(*reader, window, known, function, points) ==
-               plain.Expect(window, known, function.reduce, expected),
-           what + "another status");
-  }
+  std::vector<Date::Date> bounds;
+  Expect(Calendar::ListBounds(interval, window, bounds) == StatusCode::Success &&
+             bounds.size() == times.size(),
+         what + "other bounds");
+  Expect(reader->Fetch(bounds, function.compute, points) ==
+             plain.ExpectRuns(times, function.reduce, expected),
+         what + "another status");
   Expect(PlainQuery::AreSame(points, expected), what + "other points");
   ++figures["queries"];
   figures["points compared"] += static_cast<long long>(points.size());

@@ -3,13 +3,14 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <zlib.h>
 
 #include <csignal>
-#include <sstream>
+#include <cstring>
 #include <stdexcept>
 
 namespace nvx::TimeSeriesDatabase::Simulation {
@@ -49,19 +50,16 @@ std::string ReceiveBody(int connection) {
   return text;
 }
 
-void AppendLines(std::string packed, std::vector<std::string>& lines) {
-  std::string text(4 << 20, '\0');  // more than a request has
-  z_stream stream{};
-  Require(inflateInit2(&stream, 16 + MAX_WBITS) == Z_OK);
-  stream.next_in = reinterpret_cast<Bytef*>(packed.data());
-  stream.avail_in = static_cast<uInt>(packed.size());
-  stream.next_out = reinterpret_cast<Bytef*>(text.data());
-  stream.avail_out = static_cast<uInt>(text.size());
-  Require(inflate(&stream, Z_FINISH) == Z_STREAM_END && inflateEnd(&stream) == Z_OK);
-  std::istringstream input(text.substr(0, stream.total_out));
-  for (std::string line; std::getline(input, line);) {
-    lines.push_back(line);
+void AppendLines(const std::string& packed, std::vector<std::string>& lines) {
+  const int fd = memfd_create("request", MFD_CLOEXEC);
+  Require(write(fd, packed.data(), packed.size()) == static_cast<ssize_t>(packed.size()) &&
+          lseek(fd, 0, SEEK_SET) == 0);
+  const gzFile file = gzdopen(fd, "rb");
+  char line[1000];
+  while (gzgets(file, line, sizeof line) != nullptr) {
+    lines.emplace_back(line, std::strlen(line) - 1);
   }
+  Require(gzclose_r(file) == Z_OK);
 }
 
 }  // namespace

@@ -86,9 +86,7 @@ void Record(const char* format, Arguments... arguments) {
   isRecording = false;
 }
 
-bool IsRecorded(bool isDone) {
-  return isDone && !GetRecord().empty() && !isRecording;
-}
+bool IsRecorded(bool isDone) { return isDone && !GetRecord().empty() && !isRecording; }
 
 unsigned long long GetFile(int fd) {
   struct stat status {};
@@ -194,10 +192,6 @@ ssize_t pwrite(int fd, const void* data, std::size_t size, off_t offset) {
 }
 ssize_t sendfile(int to, int from, off_t* offset, std::size_t size) noexcept {
   return Change(sendfile, "sendfile64", to, from, offset, size);
-}
-ssize_t copy_file_range(int from, off64_t* fromOffset, int to, off64_t* toOffset, std::size_t size,
-                        unsigned int flags) {
-  return Change(copy_file_range, "copy_file_range", from, fromOffset, to, toOffset, size, flags);
 }
 int ftruncate(int fd, off_t size) noexcept { return Change(ftruncate, "ftruncate64", fd, size); }
 int fsync(int fd) { return RecordSync(fd, Change(fsync, "fsync", fd)); }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <map>
 #include <numeric>
@@ -38,13 +37,19 @@ inline Run WithoutMissing(Run run) {
   return run;
 }
 
+// What a function makes of the values of a run. Of two samples only the first one counts.
+template <typename Reduce>
+Answer ReduceOwn(const Run& run, const Reduce& reduce) {
+  const Run own = run.size() == 2 ? Run{run[0]} : run;
+  const Run valid = WithoutMissing(own);
+  return valid.empty() ? Answer{} : Answer{reduce(valid), valid.size() == own.size()};
+}
+
+inline double AddUp(const Run& valid) { return std::accumulate(valid.begin(), valid.end(), 0.0); }
+
 inline Answer Average(const Run& run) {
-  const Run valid = WithoutMissing(run);
-  if (run.size() == 2) {
-    return {run[0], !IsMissing(run[0])};
-  }
-  return {std::accumulate(valid.begin(), valid.end(), 0.0) / static_cast<double>(valid.size()),
-          valid.size() == run.size()};
+  return ReduceOwn(
+      run, [](const Run& valid) { return AddUp(valid) / static_cast<double>(valid.size()); });
 }
 
 inline Answer Delta(const Run& run) {
@@ -76,39 +81,32 @@ inline Answer Count(const Run& run) {
 
 inline Answer Sum(const Run& run) {
   const Run valid = WithoutMissing(Run(run.begin(), std::max(run.begin() + 1, run.end() - 1)));
-  return valid.empty()
-             ? Answer{}
-             : Answer{std::accumulate(valid.begin(), valid.end(), 0.0), Count(run).isGood};
+  return valid.empty() ? Answer{} : Answer{AddUp(valid), Count(run).isGood};
 }
 
 inline Answer Minimum(const Run& run) {
-  const Run valid = WithoutMissing(run.size() == 2 ? Run{run[0]} : run);
-  return valid.empty() ? Answer{}
-                       : Answer{*std::min_element(valid.begin(), valid.end()), Average(run).isGood};
+  return ReduceOwn(run,
+                   [](const Run& valid) { return *std::min_element(valid.begin(), valid.end()); });
 }
 
 inline Answer Maximum(const Run& run) {
-  Run negated(run.size());
-  std::transform(run.begin(), run.end(), negated.begin(), std::negate<>());
-  const Answer least = Minimum(negated);
-  return {-least.value, least.isGood};
+  return ReduceOwn(run,
+                   [](const Run& valid) { return *std::max_element(valid.begin(), valid.end()); });
 }
 
 inline Answer First(const Run& run) {
-  const Run valid = WithoutMissing(run.size() == 2 ? Run{run[0]} : run);
-  return valid.empty() ? Answer{} : Answer{valid.front(), Average(run).isGood};
+  return ReduceOwn(run, [](const Run& valid) { return valid.front(); });
 }
 
 inline Answer Last(const Run& run) {
-  Run reversed(run.rbegin(), run.rend());
-  return First(run.size() == 2 ? run : reversed);
+  return ReduceOwn(run, [](const Run& valid) { return valid.back(); });
 }
 
 inline Answer Percentile95(const Run& run) {
-  Run valid = WithoutMissing(run.size() == 2 ? Run{run[0]} : run);
-  std::sort(valid.begin(), valid.end());
-  return valid.empty() ? Answer{}
-                       : Answer{valid[(valid.size() * 95 + 99) / 100 - 1], Average(run).isGood};
+  return ReduceOwn(run, [](Run valid) {
+    std::sort(valid.begin(), valid.end());
+    return valid[(valid.size() * 95 + 99) / 100 - 1];
+  });
 }
 
 inline DataFunction MakePercentile95() {

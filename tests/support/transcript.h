@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <fstream>
 #include <stdexcept>
 #include <string>
@@ -64,4 +66,13 @@ inline std::string Show(const ProgramResult& result) {
     answer += "? " + std::to_string(result.status) + '\n';
   }
   return answer;
+}
+
+inline void ExpectAnswer(const std::string& transcript, const Step& step,
+                         const std::string& answer) {
+  if (answer != step.answer) {
+    ADD_FAILURE_AT(transcript.c_str(), step.line) << "$ " << step.command << "\nexpected:\n"
+                                                  << step.answer << "actual:\n"
+                                                  << answer;
+  }
 }
