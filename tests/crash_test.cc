@@ -311,7 +311,7 @@ TEST_F(Killed, UpdateIsUndoneBeforeTheFileIsExportedOrConverted) {
   fs::copy_file("topo_m.rrd", "before");
   const std::string expected = convert("before", "expected");
   interrupt();
-  EXPECT_EQ(RunProgram({NVX_TIMESERIES, "export", "topo:m", "--format", "csv"}).status, 0);
+  EXPECT_EQ(Run("export topo:m --format csv").status, 0);
   EXPECT_TRUE(ReadFile("topo_m.rrd") == before);
 
   interrupt();
