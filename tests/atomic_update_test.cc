@@ -5,15 +5,20 @@
 #include <rrd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <csignal>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <utility>
 
+#include "rrd/checksum.h"
 #include "support/legacy_file.h"
 #include "support/log_capture.h"
 #include "support/random.h"
@@ -34,6 +39,9 @@ constexpr long long START = 1700000040;  // a multiple of 60
 // Sees a sync instead of the disk.
 std::function<void(const std::string&)> onSync;
 
+// Comes between a reader's locks, once.
+std::function<void()> onUnlock;
+
 int Sync(int fd) {
   onSync(fs::read_symlink("/proc/self/fd/" + std::to_string(fd)).filename());
   return 0;
@@ -44,6 +52,12 @@ int Sync(int fd) {
 #pragma GCC visibility push(default)
 extern "C" int fdatasync(int fd) { return Sync(fd); }
 extern "C" int fsync(int fd) { return Sync(fd); }
+extern "C" int flock(int fd, int operation) noexcept {
+  if (operation == LOCK_UN && onUnlock) {
+    std::exchange(onUnlock, nullptr)();
+  }
+  return static_cast<int>(syscall(SYS_flock, fd, operation));
+}
 #pragma GCC visibility pop
 
 namespace {
@@ -138,7 +152,11 @@ TEST_F(AtomicUpdate, StoresNothingOfABatchThatIsRefused) {
   const std::string before = ReadFile(path);
   const Batch batch = {{-5, 1}, {START + 180, 2}};
   for (const auto durability : {Durability::Process, Durability::Power}) {
+    std::vector<std::string> syncs;
+    onSync = [&](const std::string& name) { syncs.push_back(name); };
     EXPECT_EQ(client.UpdateAtomically(path, batch, durability), StatusCode::Failure);
+    EXPECT_EQ(std::count(syncs.begin(), syncs.end(), "topo_x.rrd"),
+              durability == Durability::Power ? 2 : 0);  // before the batch, and when it is undone
     EXPECT_TRUE(ReadFile(path) == before);
     EXPECT_EQ(Query(START + 120), "");
   }
@@ -214,6 +232,9 @@ TEST_F(AtomicUpdate, IsUndoneOnlyInItsFile) {
         ASSERT_EQ(RunProgram({"rrdtool", "update", path, "1700000280:4"}).status, 0);
       },
       [&] { WriteFile(path, ReadFile(small)); },  // an older backup of fewer rows, over the file
+      [&] {
+        ASSERT_EQ(RunProgram({"rrdtool", "tune", path, "--heartbeat", "element:300"}).status, 0);
+      },
       [&] { fs::rename(copy, path); },
   };
   for (const auto& change : changes) {
@@ -224,6 +245,35 @@ TEST_F(AtomicUpdate, IsUndoneOnlyInItsFile) {
     EXPECT_EQ(Query(last), "");
     EXPECT_TRUE(ReadFile(path) == now);
     EXPECT_FALSE(fs::exists(journal));
+  }
+}
+
+TEST_F(AtomicUpdate, IsNotUndoneInAFileThatComesInItsPlace) {
+  const std::string other = directory.GetPath("other.rrd");
+  Make(other, {"DS:element:GAUGE:120:U:U", "RRA:LAST:0.99999:1:100"});
+  const std::string bytes = ReadFile(other);
+  InterruptUpdate();
+  onUnlock = [&] { fs::rename(other, path); };
+  EXPECT_EQ(Query(0), "could not lock RRD");
+  EXPECT_TRUE(ReadFile(path) == bytes);
+  EXPECT_EQ(Query(START + 120), "");
+}
+
+TEST_F(AtomicUpdate, GivesItsJournalToTheOwnerOfTheFile) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "root alone can give files away";
+  }
+  for (const auto& [user, group, mode] : {std::tuple(0, 65534, 0640), std::tuple(65534, 0, 0666)}) {
+    fs::remove(journal);
+    ASSERT_EQ(chown(path.c_str(), user, group) + chmod(path.c_str(), mode), 0);
+    long long last = 0;
+    ASSERT_EQ(client.GetLastTimestamp(path, last), StatusCode::Success);
+    ASSERT_EQ(client.UpdateAtomically(path, {{last + 60, 3}}, Durability::Power),
+              StatusCode::Success);
+    struct stat status {};
+    ASSERT_EQ(stat(journal.c_str(), &status), 0);
+    EXPECT_EQ(std::tuple(status.st_uid, status.st_gid, status.st_mode & 0777),
+              std::tuple(user, group, mode));
   }
 }
 
@@ -259,6 +309,22 @@ TEST_F(AtomicUpdate, HasWordsForWhatItCannotDo) {
     ASSERT_EQ(chown(path.c_str(), 65534, 65534), 0);
   }
   EXPECT_TRUE(ReadFile(path) == before);
+  if (geteuid() == 0) {  // a user who cannot write the file does not undo it, nor has to
+    const std::string second = directory.GetPath("second");
+    ASSERT_EQ(chown(path.c_str(), 0, 0), 0);
+    fs::create_hard_link(journal, second);
+    ASSERT_EQ(seteuid(65534), 0);
+    EXPECT_EQ(Query(0), "its journal is no regular file with one name");
+    ASSERT_EQ(seteuid(0), 0);
+    fs::remove(second);
+    const std::string bytes = ReadFile(journal);
+    WriteFile(journal, "other");
+    ASSERT_EQ(seteuid(65534), 0);
+    EXPECT_EQ(Query(START + 180), "");
+    ASSERT_EQ(seteuid(0), 0);
+    WriteFile(journal, bytes);
+    ASSERT_EQ(chown(path.c_str(), 65534, 65534), 0);
+  }
   EXPECT_EQ(Query(START + 120), "");
 }
 
@@ -295,6 +361,16 @@ TEST_F(AtomicUpdate, IgnoresADamagedJournal) {
   const std::string bytes = ReadFile(journal);
   const std::string now = ReadFile(path);
   Random random;
+  // A checksum that is right, of a header that is none or ends elsewhere.
+  for (const std::size_t place : {std::size_t{24}, std::size_t{80}}) {
+    std::string damaged = bytes;
+    damaged[place] = static_cast<char>(damaged[place] + 8);
+    const std::uint64_t sum = Rrd::ComputeChecksum(std::string_view(damaged).substr(16));
+    std::memcpy(&damaged[8], &sum, sizeof sum);
+    WriteFile(journal, damaged);
+    ASSERT_EQ(Query(START + 180), "") << place;
+    ASSERT_TRUE(ReadFile(path) == now);
+  }
   for (int i = 0; i < 300; ++i) {
     std::string damaged = bytes;
     const auto place =

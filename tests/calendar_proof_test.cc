@@ -125,12 +125,12 @@ class ZoneProof {
             calendar.IsFirstHourOfDay(instant));
     for (int number = 0; number < 14; ++number) {
       const QueryInterval interval{static_cast<unsigned char>(number)};
+      CompareRounding("as a calendar's", number, ToCalendarInterval(interval), instant,
+                      calendar.RoundDown(interval, instant), calendar.RoundUp(interval, instant));
       RoundBound(interval, RoundType::Up, At(instant));
       Compare("up", number, instant, date.timestamp, calendar.RoundUp(interval, instant));
       RoundBound(interval, RoundType::Down, At(instant));
       const long long down = date.timestamp;
-      CompareRounding("as a calendar's", number, ToCalendarInterval(interval), instant, down,
-                      calendar.RoundUp(interval, instant));
       Compare("down", number, instant, down, calendar.RoundDown(interval, instant));
       Compare("down, not later", number, instant, std::min(down, instant), down);
       if (interval >= QueryInterval::Hour) {

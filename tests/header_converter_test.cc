@@ -120,7 +120,11 @@ TEST_F(SanitizerTest, RefusesAnythingButWholeLegacyFiles) {
     EXPECT_TRUE(ReadFile("source") == content);
   });
   WriteFile("source", ReadLegacy("gauge"));
-  fs::resize_file("source", (1ull << 32) + fs::file_size("source"));
+  fs::resize_file("source", (1ull << 32) - 1);
+  ExpectRefused(28,
+                "ComputeAndCheckHeaderSize: Failed to read RRD file: expected 4294967295 but got "
+                "8556 bytes (556 + 8000)");
+  fs::resize_file("source", (1ull << 32) + 8556);
   ExpectRefused(28, "CheckLimits: RRD file of 4294975852 bytes is too large to convert");
 }
 

@@ -14,6 +14,7 @@
 
 #include "support/command.h"
 #include "support/leaks_of_librrd.h"
+#include "support/legacy_file.h"
 #include "support/temporary_directory.h"
 #include "timeseries/host.h"
 #include "timeseries/rrd_client.h"
@@ -21,10 +22,10 @@
 namespace {
 
 constexpr int NONE = 0;
-constexpr int ALL = -1;
+constexpr int ALL = -1;  // from the first one on
 
 std::string lockedPath;
-int refused = NONE;  // the number of the lock that is refused
+int refused = NONE;  // the number of the lock that is refused; negative: with those after it
 int lockCount = 0;   // of the file at `lockedPath`
 
 bool IsRefused(int fd, int command) {
@@ -33,7 +34,7 @@ bool IsRefused(int fd, int command) {
   const bool isLock = (command == F_SETLK || command == F_SETLK64) && fstat(fd, &opened) == 0 &&
                       stat(lockedPath.c_str(), &named) == 0 && opened.st_ino == named.st_ino;
   lockCount += isLock ? 1 : 0;
-  return isLock && (refused == ALL || lockCount == refused);
+  return isLock && (lockCount == refused || (refused < 0 && lockCount >= -refused));
 }
 
 }  // namespace
@@ -96,6 +97,30 @@ TEST_F(LockedFile, IsNotJudgedByItsHeader) {
   EXPECT_EQ(client.Fetch(path, START, START + 120, result), StatusCode::Failure);
   EXPECT_STREQ(Failure::GetReason(), "its header is cut off");
   EXPECT_EQ(Failure::GetKind(), FailureKind::Other);
+}
+
+// The RRD library stores the first sample, for now, and refuses the second one. Without a lock the
+// file is put back by who opens it next.
+TEST_F(LockedFile, HasNoHalfOfABatch) {
+  const std::map<long long, double> batch = {{-5, 1}, {START + 180, 2}};
+  lockCount = 1;  // at least
+  for (int lock = 1; lockCount >= lock; ++lock) {
+    for (const int refusal : {-lock, lock}) {
+      refused = NONE;
+      MakeFile();
+      const std::string before = ReadFile(path);
+      refused = refusal;
+      lockCount = 0;
+      EXPECT_EQ(client.UpdateAtomically(path, batch, Rrd::Durability::Process),
+                StatusCode::Failure);
+      refused = NONE;
+      const int lockCountOfUpdate = lockCount;
+      long long last = 0;
+      EXPECT_EQ(client.GetLastTimestamp(path, last), StatusCode::Success);
+      EXPECT_TRUE(ReadFile(path) == before) << refusal;
+      lockCount = lockCountOfUpdate;
+    }
+  }
 }
 
 // Refuses each lock of a command in turn.

@@ -66,9 +66,6 @@ class NameList {
   NameList& operator=(const NameList&) = delete;
 
   ~NameList() {
-    if (names == nullptr) {
-      return;
-    }
     for (unsigned long i = 0; i < count; ++i) {
       std::free(names[i]);
     }

@@ -170,10 +170,9 @@ StatusCode AdjustTimeWindow(const CalendarInterval& interval, TimeWindow& window
   }
   TimeWindow rounded = window;
   rc = RoundUp(interval, rounded.start);
-  if (rc != StatusCode::Success) {
-    return rc;
+  if (rc == StatusCode::Success) {
+    rc = RoundDown(interval, rounded.end);
   }
-  rc = RoundDown(interval, rounded.end);
   if (rc != StatusCode::Success) {
     return rc;
   }
