@@ -20,10 +20,10 @@ constexpr long long YEAR_2038 = 2145916800;
 // day.
 std::vector<CalendarInterval> ListIntervals() {
   using Unit = CalendarUnit;
-  std::vector<CalendarInterval> intervals = {{Unit::Week},     {Unit::Quarter},  {Unit::Year},
-                                             {Unit::Day, 2},   {Unit::Day, 5},   {Unit::Week, 3},
-                                             {Unit::Month, 5}, {Unit::Month, 2}, {Unit::Hour, 2},
-                                             {Unit::Hour, 5},  {Unit::Hour, 6},  {Unit::Hour, 24}};
+  std::vector<CalendarInterval> intervals = {
+      {Unit::Week},    {Unit::Quarter}, {Unit::Year},     {Unit::Year, 3},  {Unit::Day, 2},
+      {Unit::Day, 5},  {Unit::Week, 3}, {Unit::Month, 5}, {Unit::Month, 2}, {Unit::Hour, 2},
+      {Unit::Hour, 5}, {Unit::Hour, 6}, {Unit::Hour, 24}};
   for (const unsigned int start : {1800U, 9000U, 21600U}) {
     for (const Unit unit : {Unit::Day, Unit::Week, Unit::Month, Unit::Quarter, Unit::Year}) {
       intervals.push_back({unit, 1, start});

@@ -1,11 +1,9 @@
 #include "timeseries/calendar.h"
 
 #include <limits>
-#include <sstream>
 
 #include "support/dates.h"
 #include "support/log_capture.h"
-#include "support/table.h"
 
 using namespace nvx::TimeSeriesDatabase;
 using Unit = CalendarUnit;
@@ -13,48 +11,6 @@ using Unit = CalendarUnit;
 namespace {
 
 const std::string COMPONENT = "[TimeSeriesDatabase::Calendar] ";
-
-CalendarInterval ReadInterval(const Row& row) {
-  static const std::map<std::string, Unit> UNITS = {
-      {"Hour", Unit::Hour},   {"Day", Unit::Day},         {"Week", Unit::Week},
-      {"Month", Unit::Month}, {"Quarter", Unit::Quarter}, {"Year", Unit::Year}};
-  CalendarInterval interval;
-  std::string unit;
-  std::istringstream(row["interval"]) >> interval.count >> unit;
-  interval.unit = UNITS.at(unit.substr(0, unit.find(',')));
-  interval.dayStart = row.GetNumber<unsigned int>("day start");
-  if (row["interval"].find("Sunday") != std::string::npos) {
-    interval.weekStart = WeekStart::Sunday;
-  }
-  return interval;
-}
-
-TEST(Calendar, FindsTheBoundsOfAnInterval) {
-  ForEachRow("calendar_bounds.txt", [](const Row& row) {
-    const CalendarInterval interval = ReadInterval(row);
-    const Date::Date from = Window(ToSeconds(row["date"]), 0, row["zone"]).start;
-    std::vector<std::string> expected = SplitFields(row["bounds"], ' ');
-
-    Date::Date date = from;
-    EXPECT_EQ(Calendar::RoundDown(interval, date), StatusCode::Success);
-    TimeWindow window{date, date};
-    EXPECT_EQ(ToShortText(date), expected[0]);
-    date = from;
-    EXPECT_EQ(Calendar::RoundUp(interval, date), StatusCode::Success);
-    EXPECT_EQ(ToShortText(date), expected[from.timestamp == window.start.timestamp ? 0 : 1]);
-
-    for (std::size_t i = 1; i < expected.size(); ++i) {
-      EXPECT_EQ(Calendar::ComputeNextDate(interval, window.end, window.end), StatusCode::Success);
-      EXPECT_EQ(ToShortText(window.end), expected[i]);
-    }
-    std::vector<Date::Date> bounds(9);
-    EXPECT_EQ(Calendar::ListBounds(interval, window, bounds), StatusCode::Success);
-    ASSERT_EQ(bounds.size(), expected.size());
-    for (std::size_t i = 0; i < bounds.size(); ++i) {
-      EXPECT_EQ(ToShortText(bounds[i]), expected[i]);
-    }
-  });
-}
 
 TEST(Calendar, HasNoBoundsOfAFullPeriod) {
   // FullPeriod is the window itself, and has no bounds of its own.

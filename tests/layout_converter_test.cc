@@ -211,30 +211,6 @@ TEST_F(LayoutConverterTest, RefusesContradictionsAndNumbersThatDoNotFit) {
   });
 }
 
-TEST_F(LayoutConverterTest, RecognisesFiles) {
-  const struct {
-    const char* name;
-    const char* layout;
-    const char* version;
-    std::uint64_t rowCount;
-    std::uint64_t lastUpdate;
-  } files[] = {
-      {"gauge.s390x", "64bit, high byte first", "0003", 1000, 1700053800},
-      {"compute.mips-time32.v2", "32bit, high byte first", "0001", 100, 1700007780},
-      {"hw.mips-time64.v2", "32bit with 64-bit time_t, high byte first", "0002", 642, 1700119800},
-      {"hw4.i386-time64", "i386-time64", "0004", 1014, 1700119800},
-      {"compute.arm32-time32", "arm32-time32", "0005", 100, 1700007780},
-  };
-  for (const auto& expected : files) {
-    RecognisedFile file;
-    ASSERT_EQ(static_cast<int>(converter.Recognise(std::string(expected.name) + ".rrd", file)), 0);
-    EXPECT_STREQ(GetLayoutName(file.layout), expected.layout);
-    EXPECT_EQ(file.version, expected.version);
-    EXPECT_EQ(file.rowCount, expected.rowCount);
-    EXPECT_EQ(file.lastUpdate, expected.lastUpdate);
-  }
-}
-
 TEST_F(LayoutConverterTest, ReportsFaultsOfTheMachine) {
   const std::string source = "compute.i386.rrd";
   const auto expect = [&](int code, const std::string& from, const std::string& to,

@@ -192,7 +192,6 @@ def check_told_gaps(directory):
 
 
 def check(name, labels, definitions, path, directory):
-    checks = []
     if definitions is None:  # it is read when it is converted
         assert "convert" in run(PROGRAM, "info", path).stdout
         assert "convert" in run(PROGRAM, "query", path, "--interval", "1h", status=1).stderr
@@ -206,30 +205,22 @@ def check(name, labels, definitions, path, directory):
     else:
         assert open(f"{directory}/native", "rb").read() == open(native, "rb").read()
         path = native
-    checks.append("convert")
     check_info(path)
-    checks.append("info")
     check_query(path)
-    checks.append("query")
     count = count_rows(path)
     assert count > 0
-    checks.append("export")
     check_push(directory, labels, count)
-    checks.append("push")
-    print(f"{name}: {count} rows; {' '.join(checks)}")
-    return len(checks)
+    print(f"{name}: {count} rows; convert, info, query, export and push")
 
 
 def main():
-    passed = 0
     with tempfile.TemporaryDirectory() as directory:
         check_later_push(directory)
         check_told_gaps(directory)
     for name, (file, labels, step, definitions) in PROGRAMS.items():
         with tempfile.TemporaryDirectory() as directory:
-            passed += check(name, labels, definitions, make(directory, file, step, definitions), directory)
-    print(f"{passed} of {5 * len(PROGRAMS)}")
-    assert passed == 60
+            check(name, labels, definitions, make(directory, file, step, definitions), directory)
+    assert len(PROGRAMS) == 12
 
 
 main()

@@ -2,30 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <set>
 #include <string>
 
-#include "nvx/file_system.h"
 #include "nvx/root_logger.h"
 #include "support/log_capture.h"
-#include "support/temporary_directory.h"
-
-using nv::kora::StatusCode;
 
 namespace {
-
-TEST(FileSystem, AddsToTheNamesAndTellsAMissingDirectory) {
-  const TemporaryDirectory directory;
-  std::ofstream(directory.GetPath("a.rrd"));
-  std::ofstream(directory.GetPath(".rrd"));
-  std::set<std::string> names = {"before"};
-  nvx::Utilities::FileSystem files;
-  EXPECT_EQ(files.GetFileList(directory.GetPath(), "rrd", names), StatusCode::Success);
-  EXPECT_EQ(names, (std::set<std::string>{"a.rrd", "before"}));
-  EXPECT_EQ(files.GetFileList(directory.GetPath("none"), "rrd", names), StatusCode::NotFound);
-  EXPECT_EQ(files.GetFileList(directory.GetPath("a.rrd"), "rrd", names), StatusCode::NotFound);
-}
 
 TEST(RootLogger, WritesAStampedLineToStandardErrorUnlessToldOtherwise) {
   auto& logger = nvx::Log::RootLogger::GetInstance();

@@ -39,6 +39,7 @@ TEST(HostFileSystem, FindsFilesAndNoDirectories) {
   const TemporaryDirectory directory;
   std::ofstream(directory.GetPath("a.rrd"));
   std::ofstream(directory.GetPath("b.rrdx"));
+  std::ofstream(directory.GetPath(".rrd"));
   std::filesystem::create_directory(directory.GetPath("c.rrd"));
   std::filesystem::create_symlink("a.rrd", directory.GetPath("d.rrd"));
   std::filesystem::create_symlink("none", directory.GetPath("e.rrd"));
@@ -51,14 +52,14 @@ TEST(HostFileSystem, FindsFilesAndNoDirectories) {
   }
 
   EXPECT_EQ(FileSystem::FILENAME_EXTENSION_SEPARATOR, ".");
-  std::set<std::string> names;
+  std::set<std::string> names = {"before"};
   FileSystem files;
   EXPECT_EQ(files.GetFileList(directory.GetPath(), "rrd", names), StatusCode::Success);
-  EXPECT_EQ(names, (std::set<std::string>{"a.rrd", "d.rrd"}));
+  EXPECT_EQ(names, (std::set<std::string>{"a.rrd", "before", "d.rrd"}));
   for (const char* const name : {"none", "a.rrd"}) {
     EXPECT_NE(files.GetFileList(directory.GetPath(name), "rrd", names), StatusCode::Success);
   }
-  EXPECT_EQ(names.size(), 2u);
+  EXPECT_EQ(names.size(), 3u);
 }
 
 void LogLongLine() {
