@@ -103,8 +103,7 @@ TEST_F(LockedFile, IsNotJudgedByItsHeader) {
 // file is put back by who opens it next.
 TEST_F(LockedFile, HasNoHalfOfABatch) {
   const std::map<long long, double> batch = {{-5, 1}, {START + 180, 2}};
-  lockCount = 1;  // at least
-  for (int lock = 1; lockCount >= lock; ++lock) {
+  for (int lock = 1, count = 1; lock <= count; ++lock) {
     for (const int refusal : {-lock, lock}) {
       refused = NONE;
       MakeFile();
@@ -113,12 +112,11 @@ TEST_F(LockedFile, HasNoHalfOfABatch) {
       lockCount = 0;
       EXPECT_EQ(client.UpdateAtomically(path, batch, Rrd::Durability::Process),
                 StatusCode::Failure);
+      count = lockCount;
       refused = NONE;
-      const int lockCountOfUpdate = lockCount;
       long long last = 0;
       EXPECT_EQ(client.GetLastTimestamp(path, last), StatusCode::Success);
       EXPECT_TRUE(ReadFile(path) == before) << refusal;
-      lockCount = lockCountOfUpdate;
     }
   }
 }

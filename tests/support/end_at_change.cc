@@ -146,28 +146,21 @@ int RecordSync(int fd, int result) {
 
 extern "C" {
 int openat(int directory, const char* path, int flags, ...) {
-  const bool isChange = (flags & (O_CREAT | O_TRUNC)) != 0;
-  if (isChange) {
-    CountChange();
-  }
   std::va_list others;
   va_start(others, flags);
   const auto mode = va_arg(others, mode_t);  // nothing that counts without O_CREAT
   va_end(others);
-  const int fd = GetReal(openat, "openat64")(directory, path, flags, mode);
-  return isChange ? RecordNew(directory, path, fd) : fd;
+  if ((flags & (O_CREAT | O_TRUNC)) == 0) {
+    return GetReal(openat, "openat64")(directory, path, flags, mode);
+  }
+  return RecordNew(directory, path, Change(openat, "openat64", directory, path, flags, mode));
 }
 int open(const char* path, int flags, ...) {
   std::va_list others;
   va_start(others, flags);
-  const auto mode = va_arg(others, mode_t);  // nothing that counts without O_CREAT
+  const auto mode = va_arg(others, mode_t);
   va_end(others);
-  const bool isChange = (flags & (O_CREAT | O_TRUNC)) != 0;
-  if (isChange) {
-    CountChange();
-  }
-  const int fd = GetReal(open, "open64")(path, flags, mode);
-  return isChange ? RecordNew(AT_FDCWD, path, fd) : fd;
+  return openat(AT_FDCWD, path, flags, mode);
 }
 int mkstemp(char* path) {
   const int fd = Change(mkstemp, "mkstemp", path);
