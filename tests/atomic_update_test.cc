@@ -224,6 +224,7 @@ TEST_F(AtomicUpdate, IsUndoneOnlyInItsFile) {
   InterruptUpdate();
   const std::string bytes = ReadFile(journal);
   const std::string copy = directory.GetPath("copy.rrd");
+  const std::string other = directory.GetPath("other.rrd");
   fs::copy_file(path, copy);
   const std::string small = directory.GetPath("small.rrd");
   ASSERT_EQ(client.Create(small, 60, START, NAN, NAN, 2), StatusCode::Success);
@@ -233,7 +234,9 @@ TEST_F(AtomicUpdate, IsUndoneOnlyInItsFile) {
       },
       [&] { WriteFile(path, ReadFile(small)); },  // an older backup of fewer rows, over the file
       [&] {
-        ASSERT_EQ(RunProgram({"rrdtool", "tune", path, "--heartbeat", "element:300"}).status, 0);
+        const char* definitions[] = {"DS:element:GAUGE:120:U:U", "RRA:LAST:0.99999:1:100"};
+        ASSERT_EQ(rrd_create_r(other.c_str(), 30, START, 2, definitions), 0);
+        WriteFile(path, ReadFile(other));
       },
       [&] { fs::rename(copy, path); },
   };
