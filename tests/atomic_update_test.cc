@@ -263,7 +263,8 @@ TEST_F(AtomicUpdate, GivesItsJournalToTheOwnerOfTheFile) {
   if (geteuid() != 0) {
     GTEST_SKIP() << "root alone can give files away";
   }
-  for (const auto& [user, group, mode] : {std::tuple(0, 65534, 0640), std::tuple(65534, 0, 0666)}) {
+  for (const auto& [user, group, mode] :
+       {std::tuple(0U, 65534U, 0640U), std::tuple(65534U, 0U, 0666U)}) {
     fs::remove(journal);
     ASSERT_EQ(chown(path.c_str(), user, group) + chmod(path.c_str(), mode), 0);
     long long last = 0;

@@ -140,8 +140,10 @@ TEST(HostileFile, MayBeWrittenOverWhileItIsRead) {
   const std::string bytes = RrdFileBytes{1, {{"LAST", 50000, 1}}}.Make();
   WriteAnew(path, bytes);
   const pid_t writer = fork();
-  while (writer == 0) {
-    WriteFile(path, bytes);
+  if (writer == 0) {
+    while (true) {
+      WriteFile(path, bytes);
+    }
   }
   bool isSeen = false;
   for (int i = 0; i < 4000 && !isSeen && !HasFailure(); ++i) {
@@ -218,8 +220,9 @@ std::vector<RefusedFile> ListRefusedFiles() {
       {"its header is cut off", whole.substr(0, 500)},
   };
   // The operators beside those that read and write nothing else.
-  for (const unsigned long operation : {3, 7, 33, 36, 37, 40, 43, 47, 49, 54, 68, 70}) {
-    files.push_back({formula, put(computed, {{FORMULA, operation}, {FORMULA + 4, 32}})});
+  for (const int operation : {3, 7, 33, 36, 37, 40, 43, 47, 49, 54, 68, 70}) {
+    files.push_back({formula, put(computed, {{FORMULA, static_cast<unsigned long>(operation)},
+                                             {FORMULA + 4, 32}})});
   }
   return files;
 }

@@ -54,7 +54,7 @@ void AppendLines(const std::string& packed, std::vector<std::string>& lines) {
   const int fd = memfd_create("request", MFD_CLOEXEC);
   Require(write(fd, packed.data(), packed.size()) == static_cast<ssize_t>(packed.size()) &&
           lseek(fd, 0, SEEK_SET) == 0);
-  const gzFile file = gzdopen(fd, "rb");
+  gzFile file = gzdopen(fd, "rb");
   char line[1000];
   while (gzgets(file, line, sizeof line) != nullptr) {
     lines.emplace_back(line, std::strlen(line) - 1);

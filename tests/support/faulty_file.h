@@ -68,7 +68,7 @@ class FaultyFile : public testing::Test {
 
   const TemporaryDirectory directory;
   const std::string path = directory.GetPath("topo_TemperatureOfBoiler.rrd");
-  const RrdClient client;
+  const RrdClient client{};
 
  private:
   // The last update, the rows, and the samples among them.
