@@ -1,6 +1,6 @@
-// Each system call of each operation fails, once, or it and all after it, or a write is interrupted:
-// the operation tells it or does without, leaves no descriptor open, and the file has what it had or
-// what it was to get.
+// Each system call of each operation fails, once, or it and all after it, or a write is
+// interrupted: the operation tells it or does without, leaves no descriptor open, and the file has
+// what it had or what it was to get.
 
 #include <dlfcn.h>
 #include <fcntl.h>
