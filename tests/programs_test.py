@@ -73,7 +73,7 @@ def run(*arguments, status=0, **options):
     return result
 
 
-def make(directory, name, step, definitions):
+def make(directory, name, step, definitions, sample_count=1500):
     path = f"{directory}/{name}"
     os.makedirs(os.path.dirname(path), exist_ok=True)
     if definitions is None:
@@ -84,8 +84,9 @@ def make(directory, name, step, definitions):
     run(RRDTOOL, "create", path, "--step", str(step), "--start", str(begin - 1), *definitions)
     count = sum(definition.startswith("DS:") for definition in definitions)
     samples = [f"{begin + i * step}:" + ":".join(str(i * (j + 3) % 97 + i * (j + 1)) for j in range(count))
-               for i in range(1500) if i % 400 < 390]
-    run(RRDTOOL, "update", path, *samples)
+               for i in range(sample_count) if i % 400 < 390]
+    for i in range(0, len(samples), 2000):
+        run(RRDTOOL, "update", path, *samples[i:i + 2000])
     return path
 
 
@@ -223,4 +224,5 @@ def main():
     assert len(PROGRAMS) == 12
 
 
-main()
+if __name__ == "__main__":
+    main()
