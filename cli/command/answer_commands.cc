@@ -89,7 +89,7 @@ class AnswerWriter {
         context(commandContext) {}
 
   // A format with several rounds needs the files of one scope together. In all rounds they are as
-  // they were described for the first one.
+  // they were described for the first one; rows that have left since are an error.
   void Write(const Selection& selection) {
     const auto& files = selection.files;
     for (auto begin = files.begin(); begin != files.end();) {
@@ -97,7 +97,7 @@ class AnswerWriter {
       ForEachFile({{begin, end}, selection.isSeveral}, context,
                   [&](const SelectedFile& file) { WriteFile(file); });
       for (int round = 1; round < writer.GetRoundCount(); ++round) {
-        WriteRound(round, selection.isSeveral);
+        WriteRound(round);
       }
       answered.clear();
       begin = end;
@@ -123,7 +123,8 @@ class AnswerWriter {
   void WriteFile(const SelectedFile& file) {
     const std::vector<Source> sources =
         opened.empty() ? OpenSources(question, file, sourceNames, context) : opened;
-    ForEachSource(sources, context, [&](const Source& source) {
+    ForEachSource(sources, context, [&](const Source& described) {
+      const Source source = DescribeForTurn(question, sources, described);
       const Series series = MakeSeries(file, source, question.labels);
       WriteSource(series, source, 0, source.column == sources.front().column);
       if (writer.GetRoundCount() > 1) {
@@ -132,12 +133,12 @@ class AnswerWriter {
     });
   }
 
-  void WriteRound(int round, bool isSeveral) {
+  void WriteRound(int round) {
     for (const auto& [series, source] : answered) {
       try {
         WriteSource(series, source, round, false);
       } catch (const CommandError& error) {
-        if (!isSeveral) {
+        if (answered.size() == 1) {
           throw;
         }
         context.TellFailure(error);

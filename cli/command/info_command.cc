@@ -121,7 +121,7 @@ void PrintFile(const SelectedFile& selected, const InfoOptions& options, Context
   const std::string path = selected.GetPathOfExisting(context);
   const std::optional<ForeignFile> foreign = FindForeignFile(path);
   if (foreign && foreign->isCutOff) {
-    throw CommandError(selected.GetName(), foreign->Describe(), StatusCode::InvalidArgument);
+    throw CommandError(selected.GetName(), foreign->Describe());
   }
   if (foreign) {
     isJson ? PrintJson(*foreign, path, std::cout) : PrintText(*foreign, path, std::cout);

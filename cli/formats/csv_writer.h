@@ -26,7 +26,9 @@ inline std::string QuoteCsv(const std::string& text) {
 // the file of a single id.
 class CsvWriter : public PointWriter {
  public:
-  using PointWriter::PointWriter;
+  explicit CsvWriter(AnswerShape answerShape) : PointWriter(std::move(answerShape)) {
+    RequireDistinctLabels("CSV");
+  }
   void Begin(const Series& series, int round, std::string& text) override;
   void Append(const Piece& piece, std::string& text) override;
   void Finish(std::string& text) override { AppendHeader(text); }

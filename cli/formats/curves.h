@@ -65,10 +65,9 @@ inline Extent FindExtent(const Curves& curves) {
 }
 
 // A single curve: aligned columns of dates, values and qualities. A week, a quarter and a year are
-// named as such. On a
-// terminal with enough columns each finite value also gets a bar, from one mark for the lowest
-// value to full length for the highest; the last line gives both. 0 columns mean that there is no
-// terminal.
+// named as such. On a terminal with enough columns each finite value also gets a bar, from one mark
+// for the lowest value to full length for the highest; the last line gives both. 0 columns mean
+// that there is no terminal.
 void PrintTable(const Curves& single, CalendarUnit unit, unsigned int terminalColumns,
                 std::ostream& output);
 

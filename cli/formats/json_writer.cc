@@ -24,13 +24,7 @@ nlohmann::ordered_json MakeValue(const Value& value) {
 }  // namespace
 
 JsonWriter::JsonWriter(AnswerShape answerShape) : PointWriter(std::move(answerShape)) {
-  std::vector<std::string> fields = shape.names;
-  fields.insert(fields.end(), {"timestamp", "quality"});
-  for (const std::string& field : fields) {
-    if (shape.labels.count(field) > 0) {
-      throw UsageError(field, "is the name of another field in JSON, and cannot be a label");
-    }
-  }
+  RequireDistinctLabels("JSON");
 }
 
 void JsonWriter::Begin(const Series& next, int /*round*/, std::string& /*text*/) { series = next; }

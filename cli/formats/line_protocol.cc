@@ -44,8 +44,7 @@ void LineProtocol::Begin(const Series& series, int /*round*/, std::string& /*tex
   for (const auto& [key, value] : series.labels) {
     if (!HasForm(key) || !HasForm(value)) {
       throw CommandError(series.zeltId,
-                         "the label " + key + '=' + value + " cannot be written in line protocol",
-                         StatusCode::InvalidArgument);
+                         "the label " + key + '=' + value + " cannot be written in line protocol");
     }
     prefix += ',';
     AppendEscaped(key, prefix);

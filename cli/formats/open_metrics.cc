@@ -59,10 +59,8 @@ void OpenMetrics::Begin(const Series& series, int round, std::string& text) {
   prefix = name + "{";
   for (const auto& [key, value] : series.labels) {
     if (!IsUtf8(value)) {
-      throw CommandError(
-          series.zeltId,
-          "the label " + key + '=' + value + " cannot be written in OpenMetrics, which is UTF-8",
-          StatusCode::InvalidArgument);
+      throw CommandError(series.zeltId, "the label " + key + '=' + value +
+                                            " cannot be written in OpenMetrics, which is UTF-8");
     }
     prefix += (prefix.back() == '{' ? "" : ",") + key + "=\"";
     AppendEscaped(value, prefix);

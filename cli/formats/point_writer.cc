@@ -121,6 +121,17 @@ class CollectingWriter : public PointWriter {
 
 }  // namespace
 
+void PointWriter::RequireDistinctLabels(const std::string& format) const {
+  std::vector<std::string> fields = shape.names;
+  fields.insert(fields.end(), {"timestamp", "quality"});
+  for (const std::string& field : fields) {
+    if (shape.labels.count(field) > 0) {
+      throw UsageError(field,
+                       "is the name of another field in " + format + ", and cannot be a label");
+    }
+  }
+}
+
 std::unique_ptr<PointWriter> MakePointWriter(PointFormat format, const AnswerShape& shape) {
   switch (format) {
     case PointFormat::Csv:

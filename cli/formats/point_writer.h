@@ -61,6 +61,9 @@ class PointWriter {
   virtual unsigned long long GetLeftOutCount() const { return 0; }
 
  protected:
+  // Throws UsageError for a label with the name of another field.
+  void RequireDistinctLabels(const std::string& format) const;
+
   AnswerShape shape;
 };
 

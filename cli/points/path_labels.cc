@@ -30,11 +30,6 @@ void RequireName(const std::string& name, const std::string& text, std::set<std:
                      "its names have letters, digits and '_', none of them begins with a digit, "
                      "and '/' or '-' stands between them");
   }
-  for (const char* const column : {"timestamp", "date", "value", "quality"}) {
-    if (name == column) {
-      throw UsageError(text, "the label " + name + " would be a second column of that name in CSV");
-    }
-  }
   if (name == ID_LABEL || name == SOURCE_LABEL || name == CONSOLIDATION_LABEL) {
     throw UsageError(text, "the label " + name + " is given by the command itself");
   }

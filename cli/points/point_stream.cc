@@ -33,71 +33,6 @@ bool IsOfSamples(const Question& question, const Source& source) {
   return true;
 }
 
-std::unique_ptr<PointStream> MakeStreamOfDescribed(const Question& question, const Source& source,
-                                                   std::optional<long long> confirmed) {
-  if (!source.hasSpans || IsOfSamples(question, source)) {
-    return std::make_unique<Reader>(question, source, confirmed);
-  }
-  if (question.interval) {
-    return std::make_unique<SpanReader>(question, source, confirmed);
-  }
-  return std::make_unique<SpanRows>(question, source, confirmed);
-}
-
-// Of a file that another process writes to: when rows have left it before they were read, it is
-// described again, and the answer goes on behind what was streamed.
-class LastingStream : public PointStream {
- public:
-  LastingStream(const Question& askedQuestion, const Source& askedSource,
-                std::optional<long long> confirmed)
-      : question(askedQuestion), source(askedSource), reached(confirmed) {
-    Repeat([this] { stream = MakeStreamOfDescribed(question, *source, reached); });
-  }
-
-  bool IsEmpty() const override { return stream->IsEmpty(); }
-  void Tell() const override { stream->Tell(); }
-  std::optional<long long> FindBegin() const override { return stream->FindBegin(); }
-  bool IsPartialData() const override { return stream->IsPartialData(); }
-
-  void Stream(const PieceConsumer& consume) override {
-    Repeat([this, &consume] {
-      if (stream == nullptr) {
-        stream = MakeStreamOfDescribed(question, *source, reached);
-      }
-      if (stream->IsEmpty() && !question.isPartial) {
-        return;
-      }
-      stream->Stream([this, &consume](const Piece& piece) {
-        reached = piece.GetTime(piece.GetRowCount() - 1);
-        return consume(piece);
-      });
-    });
-  }
-
- private:
-  // A file that only has its usual writer is not written to as often in a moment.
-  template <typename Work>
-  void Repeat(const Work& work) {
-    constexpr int MOST_REPETITIONS = 10;
-    for (int i = 0;; ++i) {
-      try {
-        return work();
-      } catch (const RowsHaveLeft&) {
-        if (i == MOST_REPETITIONS) {
-          throw;
-        }
-      }
-      stream.reset();
-      source.emplace(source->DescribeAgain());
-    }
-  }
-
-  const Question& question;
-  std::optional<Source> source;
-  std::optional<long long> reached;
-  std::unique_ptr<PointStream> stream;  // of the source
-};
-
 }  // namespace
 
 std::vector<Source> OpenSources(const Question& question, const SelectedFile& file,
@@ -106,9 +41,20 @@ std::vector<Source> OpenSources(const Question& question, const SelectedFile& fi
                            : OpenSourcesOfRows(file, names, context);
 }
 
+Source DescribeForTurn(const Question& question, const std::vector<Source>& sources,
+                       const Source& source) {
+  return question.interval || &source == &sources.front() ? source : source.DescribeAgain();
+}
+
 std::unique_ptr<PointStream> MakePointStream(const Question& question, const Source& source,
                                              std::optional<long long> confirmed) {
-  return std::make_unique<LastingStream>(question, source, confirmed);
+  if (!source.hasSpans || IsOfSamples(question, source)) {
+    return std::make_unique<Reader>(question, source, confirmed);
+  }
+  if (question.interval) {
+    return std::make_unique<SpanReader>(question, source, confirmed);
+  }
+  return std::make_unique<SpanRows>(question, source, confirmed);
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -41,7 +41,12 @@ class PointStream {
 std::vector<Source> OpenSources(const Question& question, const SelectedFile& file,
                                 const std::vector<std::string>& names, Context& context);
 
-// The stream for a question, which must outlive it, and a source. What is not later than
+// One of the sources as it is when its turn comes: while those before it were streamed, its writer
+// may have gone on. The points of intervals of all of them follow from one description.
+Source DescribeForTurn(const Question& question, const std::vector<Source>& sources,
+                       const Source& source);
+
+// The stream for a question and a source, which must outlive it. What is not later than
 // `confirmed`, a sample or the start of an interval, is left out.
 std::unique_ptr<PointStream> MakePointStream(const Question& question, const Source& source,
                                              std::optional<long long> confirmed = std::nullopt);

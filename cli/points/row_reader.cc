@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "base/command_error.h"
 #include "base/round_up.h"
 #include "base/time_text.h"
 #include "rrd/described_file.h"
@@ -102,7 +103,8 @@ void RowReader::Fetch(const ChosenArchive& chosen, long long first, long long la
   Require(source.context.rrdClient.Fetch(source.path, first, last, fetched), source.name,
           "no samples from " + span);
   if (!Has(chosen, first, last)) {
-    throw RowsHaveLeft(source.name, span);
+    throw CommandError(source.name, "its rows have moved on while they were read, from " + span,
+                       StatusCode::Failure);
   }
 }
 
@@ -112,7 +114,9 @@ void RowReader::RequireStill(unsigned long archive, long long first) const {
   Require(source.context.rrdClient.Describe(source.path, now), source.name,
           std::string("its file cannot be read: ") + Failure::GetReason());
   if (archive >= now.archives.size() || now.archives[archive].firstTime > first) {
-    throw RowsHaveLeft(source.name, FormatUtc(first));
+    throw CommandError(source.name,
+                       "its rows have moved on while they were read, from " + FormatUtc(first),
+                       StatusCode::Failure);
   }
 }
 

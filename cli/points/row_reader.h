@@ -2,22 +2,12 @@
 
 #include <functional>
 #include <optional>
-#include <string>
 #include <vector>
 
-#include "base/command_error.h"
 #include "points/archives.h"
 #include "timeseries/rrd/fetch_result.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
-
-// Rows that are asked for have left their archive since the file was described.
-class RowsHaveLeft : public CommandError {
- public:
-  RowsHaveLeft(const std::string& name, const std::string& span)
-      : CommandError(name, "its rows have moved on while they were read, from " + span,
-                     StatusCode::Failure) {}
-};
 
 // Reads rows of a file ahead, a bounded number of them, so that a search and the answer that starts
 // at its result share one fetch. Every operation throws CommandError.

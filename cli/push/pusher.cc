@@ -56,9 +56,8 @@ void Pusher::Push(const Selection& selection) {
 void Pusher::PushFile(const SelectedFile& file) {
   const std::vector<Source> sources = OpenSources(question, file, sourceNames, context);
   ForEachSource(sources, context, [&](const Source& source) {
-    const bool isFirst = &source == &sources.front();
     const bool isTold = source.column == sources.front().column;
-    PushSource(file, isFirst ? source : source.DescribeAgain(), isTold);  // sending takes its time
+    PushSource(file, DescribeForTurn(question, sources, source), isTold);
   });
 }
 

@@ -7,6 +7,14 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
+// Whether a fetch has these rows: a file that was put in place of another one may have another
+// step. Before 1970 librrd returns times up to a step later.
+inline bool HasRows(const Rrd::FetchResult& rows, long long step, long long first, long long last) {
+  return rows.GetStep() == static_cast<unsigned long long>(step) &&
+         first - rows.GetStartTime() > -step &&
+         (last - rows.GetStartTime()) / step < static_cast<long long>(rows.GetSampleCount());
+}
+
 // Reads the rows of the only archive of a file from `first` to `last`, in pieces, so that memory
 // does not grow with the file. `consume` gets the time and the value of each row, and returns
 // whether to go on. The status is that of a fetch that failed.
@@ -20,6 +28,9 @@ StatusCode WalkRows(const PatientClient& client, const std::string& path, long l
     const StatusCode status = client.Fetch(path, start, end, rows);
     if (status != StatusCode::Success) {
       return status;
+    }
+    if (!HasRows(rows, step, start, end)) {
+      return StatusCode::Failure;
     }
     for (long long time = start; time <= end; time += step) {
       if (!consume(time, rows.GetData()[(time - rows.GetStartTime()) / step])) {

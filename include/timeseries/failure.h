@@ -7,9 +7,9 @@ namespace nvx::TimeSeriesDatabase {
 // What a caller can do about a failure depends on its kind; most need none.
 enum class FailureKind {
   Other,
-  Locked,     // another process held the lock of the file; the same call may succeed a moment later
-  CutOff,     // the file has lost its end, and values with it
-  NotUndone,  // an interrupted update is to be undone, by a process that may write the file
+  Locked,      // another process held the file's lock; the same call may succeed a moment later
+  CutOff,      // the file has lost its end, and values with it
+  NotUndone,   // an interrupted update is to be undone, by a process that may write the file
   BadJournal,  // the file's journal cannot be opened or read, or may not be trusted
 };
 

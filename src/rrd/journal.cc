@@ -116,14 +116,16 @@ bool Journal::Fits(int fd) const {
 
 bool Journal::IsOfCutFile(int fd) const {
   FileIdentity identity;
-  if (!ReadIdentity(fd, identity) || !IsSameFile(identity, head.file) ||
-      identity.size >= head.file.size) {
+  if (!ReadIdentity(fd, identity)) {
+    return true;  // that cannot be seen now
+  }
+  if (!IsSameFile(identity, head.file) || identity.size >= head.file.size) {
     return false;
   }
   const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(identity.size, header.size()));
   std::string now(size, '\0');
   if (!ReadAll(fd, now.data(), size, 0)) {
-    return false;
+    return true;
   }
   // What is smaller may also be another file, written over this one.
   const std::size_t part = std::min(size, sizeof(stat_head_t));

@@ -48,7 +48,7 @@ class Journal {
   // Whether the open file is the one that the journal belongs to, as the update may have left it.
   bool Fits(int fd) const;
 
-  // Whether the open file is that one and has lost its end.
+  // Whether the open file is that one and has lost its end, or cannot be read to see it.
   bool IsOfCutFile(int fd) const;
 
   // Whether the file is as it was before the update.
