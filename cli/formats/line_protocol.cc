@@ -28,6 +28,11 @@ bool HasForm(const std::string& text) {
   return !text.empty() && IsUtf8(text);
 }
 
+CommandError MakeUnwritable(const Series& series, const std::string& key,
+                            const std::string& value) {
+  return {series.zeltId, "the label " + key + '=' + value + " cannot be written in line protocol"};
+}
+
 void AppendEscaped(const std::string& text, std::string& line) {
   for (const char character : text) {
     if (ENDS.find(character) != std::string_view::npos) {
@@ -43,8 +48,7 @@ void LineProtocol::Begin(const Series& series, int /*round*/, std::string& /*tex
   prefix = series.scope;
   for (const auto& [key, value] : series.labels) {
     if (!HasForm(key) || !HasForm(value)) {
-      throw CommandError(series.zeltId,
-                         "the label " + key + '=' + value + " cannot be written in line protocol");
+      throw MakeUnwritable(series, key, value);
     }
     prefix += ',';
     AppendEscaped(key, prefix);
