@@ -64,6 +64,18 @@ TEST_F(AllocationFailure, InRrdClient) {
   const std::string made = directory.GetPath("a file that is made.rrd");
   const std::string cut = directory.GetPath("a file that is cut off.rrd");
   WriteFile(cut, std::string("RRD\0000003", 8));
+  FailEach("GetFirstTimestamp", [&] {
+    long long time = 0;
+    return client.GetFirstTimestamp(path, 0, time);
+  });
+  FailEach("GetLastTimestamp", [&] {
+    long long time = 0;
+    return client.GetLastTimestamp(path, time);
+  });
+  FailEach("GetInterval", [&] {
+    unsigned long step = 0;
+    return client.GetInterval(path, step);
+  });
   for (const std::string& source : {path, missing, cut}) {
     FailEach(
         "Fetch " + source,
@@ -100,6 +112,11 @@ TEST_F(AllocationFailure, InQueries) {
   FailEach("ListDataSources", [&] {
     std::set<std::string> ids;
     return database.ListDataSources(ids);
+  });
+  FailEach("HasDataSource", [&] { return database.HasDataSource(id); });
+  FailEach("GetDataSource", [&] {
+    std::unique_ptr<DataSourceInterface> source;
+    return database.GetDataSource(id, source);
   });
   const auto query = [&](const auto& ask) {
     return [&] {

@@ -1,9 +1,13 @@
 #include "timeseries/calendar.h"
 
 #include <limits>
+#include <sstream>
 
 #include "support/dates.h"
 #include "support/log_capture.h"
+#include "support/table.h"
+#include "timeseries/date/time_round_helper.h"
+#include "timeseries/time_helper.h"
 
 using namespace nvx::TimeSeriesDatabase;
 using Unit = CalendarUnit;
@@ -12,7 +16,74 @@ namespace {
 
 const std::string COMPONENT = "[TimeSeriesDatabase::Calendar] ";
 
-TEST(Calendar, HasNoBoundsOfAFullPeriod) {
+CalendarInterval ReadInterval(const Row& row) {
+  static const std::map<std::string, Unit> UNITS = {
+      {"Hour", Unit::Hour},   {"Day", Unit::Day},         {"Week", Unit::Week},
+      {"Month", Unit::Month}, {"Quarter", Unit::Quarter}, {"Year", Unit::Year}};
+  CalendarInterval interval;
+  std::string unit;
+  std::istringstream(row["interval"]) >> interval.count >> unit;
+  interval.unit = UNITS.at(unit.substr(0, unit.find(',')));
+  interval.dayStart = row.GetNumber<unsigned int>("day start");
+  if (row["interval"].find("Sunday") != std::string::npos) {
+    interval.weekStart = WeekStart::Sunday;
+  }
+  return interval;
+}
+
+TEST(Calendar, FindsTheBoundsOfAnInterval) {
+  ForEachRow("calendar_bounds.txt", [](const Row& row) {
+    const CalendarInterval interval = ReadInterval(row);
+    const Date::Date from = Window(ToSeconds(row["date"]), 0, row["zone"]).start;
+    std::vector<std::string> expected = SplitFields(row["bounds"], ' ');
+
+    Date::Date date = from;
+    EXPECT_EQ(Calendar::RoundDown(interval, date), StatusCode::Success);
+    TimeWindow window{date, date};
+    EXPECT_EQ(ToShortText(date), expected[0]);
+    date = from;
+    EXPECT_EQ(Calendar::RoundUp(interval, date), StatusCode::Success);
+    EXPECT_EQ(ToShortText(date), expected[from.timestamp == window.start.timestamp ? 0 : 1]);
+
+    for (std::size_t i = 1; i < expected.size(); ++i) {
+      EXPECT_EQ(Calendar::ComputeNextDate(interval, window.end, window.end), StatusCode::Success);
+      EXPECT_EQ(ToShortText(window.end), expected[i]);
+    }
+    std::vector<Date::Date> bounds(9);
+    EXPECT_EQ(Calendar::ListBounds(interval, window, bounds), StatusCode::Success);
+    ASSERT_EQ(bounds.size(), expected.size());
+    for (std::size_t i = 0; i < bounds.size(); ++i) {
+      EXPECT_EQ(ToShortText(bounds[i]), expected[i]);
+    }
+  });
+}
+
+TEST(Calendar, TreatsQueryIntervalsTheSame) {
+  LogCapture log(3);
+  const long long change = ToSeconds("2021-03-28T03:00:00+02:00");
+  for (unsigned char number = 0; number < 14; ++number) {
+    const QueryInterval query{number};
+    const CalendarInterval interval = ToCalendarInterval(query);
+    for (const long long instant : {change - 1801, change, change + 77, change + 20 * 86400}) {
+      const Date::Date from = Window(instant, 0, "Europe/Paris").start;
+      Date::Date expected = from;
+      Date::Date date = from;
+      Date::TimeRoundHelper::RoundDownTime(query, expected);
+      EXPECT_EQ(Calendar::RoundDown(interval, date), StatusCode::Success);
+      EXPECT_EQ(date.timestamp, expected.timestamp);
+      expected = date = from;
+      Date::TimeRoundHelper::RoundUpTime(query, expected);
+      EXPECT_EQ(Calendar::RoundUp(interval, date), StatusCode::Success);
+      EXPECT_EQ(date.timestamp, expected.timestamp);
+      if (query != QueryInterval::FullPeriod) {
+        TimeHelper::ComputeNextDate(query, from, expected);
+        EXPECT_EQ(Calendar::ComputeNextDate(interval, from, date), StatusCode::Success);
+        EXPECT_EQ(date.timestamp, expected.timestamp);
+      }
+    }
+  }
+  EXPECT_TRUE(log.Take().empty());
+
   // FullPeriod is the window itself, and has no bounds of its own.
   const CalendarInterval full = ToCalendarInterval(QueryInterval::FullPeriod);
   const TimeWindow window = Window(7, 99);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <iostream>
+
 #include <filesystem>
 
 #include "support/shell.h"
@@ -70,6 +72,23 @@ END
 mkdir disk kept; unshare -m sh test; sort -u statuses | xargs)sh");
   EXPECT_EQ(result.output + result.error,
             "convert 0 convert 1 create 0 create 1 migrate 0 migrate 1\n");
+}
+
+TEST(Weather, HasTheDailyAveragesOfAnIndependentComputation) {
+  const ProgramResult result = Shell().Run(R"(set -e
+    for column in temperature pressure wind; do
+      nvx-timeseries create topo:$column --step 3600 --rows 8760 --start 1262332800
+      nvx-timeseries update topo:$column --csv "$DATA"/seattle-weather-hourly.csv --column $column
+      for zone in America/Los_Angeles Europe/Paris Pacific/Auckland; do
+        nvx-timeseries query topo:$column --interval 1d --from 1262336400 --zone $zone \
+            --format csv >days.csv
+        python3 "$DATA"/../../debian/tests/daily_averages.py "$DATA"/seattle-weather-hourly.csv \
+            $column $zone <days.csv
+      done
+    done)");
+  std::cout << result.output;
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.error, "");
 }
 
 }  // namespace

@@ -102,6 +102,7 @@ TEST(Date, UnknownZonesAreRefused) {
     EXPECT_EQ(date.InitializeFromCivilTime(cctz::civil_second(), name),
               StatusCode::InvalidArgument);
     EXPECT_EQ(date.timestamp, 7);
+    EXPECT_EQ(date.timeZone.name(), "UTC");
     const std::string line = ": Unsupported time zone [" + name.substr(0, name.find('\0')) + "]";
     EXPECT_EQ(log.Take(), (Lines{COMPONENT + "IsTimeZoneSupported" + line,
                                  COMPONENT + "Initialize" + line, COMPONENT + "Initialize" + line,

@@ -318,6 +318,16 @@ TEST(HostileFile, IsFetchedFromTheArchiveThatIsExpected) {
   }
 }
 
+TEST(HostileFile, LeavesNoErrorForTheNextFile) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.GetPath("a.rrd");
+  const RrdClient client;
+  const LogCapture log(0);
+  WriteAnew(path, RrdFileBytes{}.Make());
+  EXPECT_EQ(client.Migrate(directory.GetPath("none.rrd"), 60, LAST, 0, 1, 5), StatusCode::Failure);
+  EXPECT_EQ(client.Update(path, {{LAST + 600, 1}}), StatusCode::Success);
+}
+
 TEST(HostileFile, IsNotFetchedIntoMoreMemoryThanItHas) {
   const TemporaryDirectory directory;
   const std::string path = directory.GetPath("a.rrd");

@@ -13,7 +13,7 @@ std::string GetIdHelp() {
 
 std::string SuggestScope(const std::string& wrongId) {
   const auto& scopes = Rrd::ListZeltScopes();
-  return "; the scopes are " + Join(Rrd::ListZeltScopes()) +
+  return "; the scopes are " + Join(scopes) +
          SuggestWord(wrongId.substr(0, wrongId.find(':')), {scopes.begin(), scopes.end()});
 }
 

@@ -4,12 +4,8 @@
 #include <string>
 
 #include "arguments/time_expression.h"
+#include "command/option_types.h"
 #include "rrd/data_file.h"
-
-namespace CLI {
-class App;
-class Option;
-}  // namespace CLI
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 

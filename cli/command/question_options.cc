@@ -105,10 +105,7 @@ std::string GetQuestionHelp() {
 
 Question ReadQuestion(const QuestionOptions& options) {
   Question question;
-  CalendarInterval starts;
-  if (options.interval) {
-    starts = ReadCalendarInterval(options);
-  }
+  CalendarInterval starts = options.interval ? ReadCalendarInterval(options) : CalendarInterval();
   starts.weekStart = options.weekStart.value_or(starts.weekStart);
   if (options.interval) {
     question.interval.emplace(starts);

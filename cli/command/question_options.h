@@ -4,12 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "command/option_types.h"
 #include "points/question.h"
-
-namespace CLI {
-class App;
-class Option;
-}  // namespace CLI
 
 // The options of a question. They are added to a command, and read when it runs: what is wrong with
 // them is thrown as UsageError or CLI::ParseError.

@@ -4,12 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "command/option_types.h"
 #include "points/selected_files.h"
-
-namespace CLI {
-class App;
-class Option;
-}  // namespace CLI
 
 // Options that several commands have.
 namespace nvx::TimeSeriesDatabase::CommandLine {

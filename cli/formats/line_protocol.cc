@@ -28,11 +28,6 @@ bool HasForm(const std::string& text) {
   return !text.empty() && IsUtf8(text);
 }
 
-CommandError MakeUnwritable(const Series& series, const std::string& key,
-                            const std::string& value) {
-  return {series.zeltId, "the label " + key + '=' + value + " cannot be written in line protocol"};
-}
-
 void AppendEscaped(const std::string& text, std::string& line) {
   for (const char character : text) {
     if (ENDS.find(character) != std::string_view::npos) {
@@ -48,7 +43,7 @@ void LineProtocol::Begin(const Series& series, int /*round*/, std::string& /*tex
   prefix = series.scope;
   for (const auto& [key, value] : series.labels) {
     if (!HasForm(key) || !HasForm(value)) {
-      throw MakeUnwritable(series, key, value);
+      RefuseLabel(series, key, value, "line protocol");
     }
     prefix += ',';
     AppendEscaped(key, prefix);

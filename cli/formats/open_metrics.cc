@@ -18,12 +18,6 @@ bool IsLabelName(const std::string& name) {
          std::isdigit(static_cast<unsigned char>(name.front())) == 0 && name.rfind("__", 0) != 0;
 }
 
-CommandError MakeUnwritable(const Series& series, const std::string& key,
-                            const std::string& value) {
-  return {series.zeltId,
-          "the label " + key + '=' + value + " cannot be written in OpenMetrics, which is UTF-8"};
-}
-
 void AppendEscaped(const std::string& value, std::string& text) {
   for (const char character : value) {
     if (character == '\\' || character == '"') {
@@ -65,7 +59,7 @@ void OpenMetrics::Begin(const Series& series, int round, std::string& text) {
   prefix = name + "{";
   for (const auto& [key, value] : series.labels) {
     if (!IsUtf8(value)) {
-      throw MakeUnwritable(series, key, value);
+      RefuseLabel(series, key, value, "OpenMetrics, which is UTF-8");
     }
     prefix += (prefix.back() == '{' ? "" : ",") + key + "=\"";
     AppendEscaped(value, prefix);

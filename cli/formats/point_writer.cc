@@ -132,6 +132,12 @@ void PointWriter::RequireDistinctLabels(const std::string& format) const {
   }
 }
 
+void PointWriter::RefuseLabel(const Series& series, const std::string& key,
+                              const std::string& value, const std::string& format) {
+  throw CommandError(series.zeltId,
+                     "the label " + key + '=' + value + " cannot be written in " + format);
+}
+
 std::unique_ptr<PointWriter> MakePointWriter(PointFormat format, const AnswerShape& shape) {
   switch (format) {
     case PointFormat::Csv:

@@ -64,6 +64,10 @@ class PointWriter {
   // Throws UsageError for a label with the name of another field.
   void RequireDistinctLabels(const std::string& format) const;
 
+  // For a label that the format cannot express.
+  [[noreturn]] static void RefuseLabel(const Series& series, const std::string& key,
+                                       const std::string& value, const std::string& format);
+
   AnswerShape shape;
 };
 

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <limits>
 #include <utility>
@@ -44,7 +45,9 @@ bool IsOtherFile(const std::string& path) {
     return false;
   }
   const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-  return file.IsOpen() && !BeginsAsRrdFile(file.Get());
+  errno = 0;
+  const bool isOther = !BeginsAsRrdFile(file.Get());
+  return file.IsOpen() && isOther && errno == 0;
 }
 
 Rrd::FileDescription DescribeFile(const PatientClient& client, const std::string& path,

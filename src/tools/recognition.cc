@@ -307,8 +307,9 @@ std::string RecogniseLayout(int fd, std::uint64_t fileSize, RecognisedFile& file
   const Version* version = nullptr;
   std::string problem = ReadHead(fd, head, version);
   if (version == nullptr) {
+    const bool hasCookie = std::memcmp(head.data(), COOKIE, sizeof COOKIE) == 0;
     for (const Machine& machine : LAYOUTS) {
-      if (fileSize < SizeOf(machine, STAT_HEAD)) {
+      if (hasCookie && fileSize < SizeOf(machine, STAT_HEAD)) {
         cutOff.push_back(machine.layout);
       }
     }

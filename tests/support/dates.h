@@ -24,3 +24,8 @@ inline long long ToSeconds(const std::string& text) {
   EXPECT_TRUE(cctz::parse("%Y-%m-%dT%H:%M:%S%Ez", text, cctz::utc_time_zone(), &instant)) << text;
   return instant.time_since_epoch().count();
 }
+
+inline std::string ToShortText(const nvx::TimeSeriesDatabase::Date::Date& date) {
+  std::string text = date.ToText();
+  return text.erase(text.find(".000"), 4);
+}

@@ -54,7 +54,7 @@ class NVX_TIMESERIES_EXPORT LayoutConverter {
   const std::string& GetReason() const { return reason; }
 
   // The layouts that the file of the last call may have, when it was refused because it is shorter
-  // than its header says, or than any header: its end was cut off. Empty for any other outcome.
+  // than its header or than it says: its end was cut off. Empty for any other outcome.
   const std::vector<Layout>& GetCutOffLayouts() const { return cutOff; }
 
  private:
