@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -19,6 +20,17 @@ std::string Join(const Texts& texts, const std::string& separator = ", ") {
     isFirst = false;
   }
   return joined;
+}
+
+// "a, b and c", the names of items.
+template <typename Items, typename Name>
+std::string JoinNames(const Items& items, Name name) {
+  std::string text;
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    const bool isLast = i + 1 == items.size();
+    text += (i == 0 ? "" : isLast ? " and " : ", ") + name(items[i]);
+  }
+  return text;
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

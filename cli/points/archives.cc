@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "base/command_error.h"
 #include "base/time_text.h"
+#include "base/words.h"
 #include "rrd/described_file.h"
+#include "timeseries/rrd/constants.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -18,6 +21,33 @@ long long GetRowLengthOf(const Source& source, const Rrd::ArchiveDescription& ar
 
 std::string Describe(const ChosenArchive& chosen) {
   return chosen.archive->consolidation + " with rows of " + std::to_string(chosen.rowLength) + " s";
+}
+
+// The finest archive of last values that reaches back to `start`, or else the finest of those that
+// reach back furthest: as FileDescription::FindArchive, which takes others for one of them.
+const Rrd::ArchiveDescription& RequireSampleArchive(const Source& source, long long start) {
+  const Rrd::FileDescription& file = source.file;
+  // All archives that reach back to the start count as equal here.
+  const auto getRank = [&](const Rrd::ArchiveDescription& archive) {
+    const long long begin = archive.firstTime - GetRowLengthOf(source, archive);
+    return std::pair(begin < start ? BEFORE_ALL : begin, archive.stepsPerRow);
+  };
+  const Rrd::ArchiveDescription* best = nullptr;
+  for (const Rrd::ArchiveDescription& archive : file.archives) {
+    const bool hasSamples = archive.consolidation == Rrd::LAST_KEYWORD;
+    if (hasSamples && (best == nullptr || getRank(archive) < getRank(*best))) {
+      best = &archive;
+    }
+  }
+  if (best == nullptr) {
+    throw CommandError(source.name,
+                       "only archives of LAST, AVERAGE, MIN and MAX are read; its file has " +
+                           JoinNames(file.archives, [&](const auto& other) {
+                             return other.consolidation + " with rows of " +
+                                    std::to_string(GetRowLength(file, other)) + " s";
+                           }));
+  }
+  return *best;
 }
 
 // What the other archives have that the one that answers has not.
@@ -38,7 +68,7 @@ std::string DescribeOthers(const Source& source, const ChosenArchive& chosen) {
 }  // namespace
 
 ChosenArchive ChooseArchive(const Source& source, long long start) {
-  const Rrd::ArchiveDescription& archive = RequireSampleArchive(source.file, start, source.name);
+  const Rrd::ArchiveDescription& archive = RequireSampleArchive(source, start);
   return {&archive, GetRowLengthOf(source, archive), start};
 }
 

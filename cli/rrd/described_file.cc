@@ -4,27 +4,13 @@
 
 #include <cerrno>
 #include <filesystem>
-#include <limits>
-#include <utility>
 
 #include "base/command_error.h"
 #include "base/words.h"
 #include "replace/file_descriptor.h"
-#include "timeseries/rrd/constants.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
-
-// "a, b and c".
-template <typename Items, typename Name>
-std::string JoinNames(const Items& items, Name name) {
-  std::string text;
-  for (std::size_t i = 0; i < items.size(); ++i) {
-    const bool isLast = i + 1 == items.size();
-    text += (i == 0 ? "" : isLast ? " and " : ", ") + name(items[i]);
-  }
-  return text;
-}
 
 // "2 things (a, b)"; of many, only the first ones are named.
 template <typename Item, typename Name>
@@ -71,32 +57,6 @@ Rrd::FileDescription DescribeSingleSource(const PatientClient& client, const std
                     "; only files with one are read");
   }
   return file;
-}
-
-const Rrd::ArchiveDescription& RequireSampleArchive(const Rrd::FileDescription& file,
-                                                    long long start, const std::string& zeltId) {
-  // All archives that reach back to the start count as equal here.
-  const auto getRank = [&](const Rrd::ArchiveDescription& archive) {
-    const long long begin = archive.firstTime - static_cast<long long>(GetRowLength(file, archive));
-    return std::pair(begin < start ? std::numeric_limits<long long>::min() : begin,
-                     archive.stepsPerRow);
-  };
-  const Rrd::ArchiveDescription* best = nullptr;
-  for (const Rrd::ArchiveDescription& archive : file.archives) {
-    const bool hasSamples = archive.consolidation == Rrd::LAST_KEYWORD;
-    if (hasSamples && (best == nullptr || getRank(archive) < getRank(*best))) {
-      best = &archive;
-    }
-  }
-  if (best == nullptr) {
-    throw CommandError(zeltId,
-                       "only archives of LAST, AVERAGE, MIN and MAX are read; its file has " +
-                           JoinNames(file.archives, [&](const auto& other) {
-                             return other.consolidation + " with rows of " +
-                                    std::to_string(GetRowLength(file, other)) + " s";
-                           }));
-  }
-  return *best;
 }
 
 std::string DescribeShape(const Rrd::FileDescription& file) {

@@ -19,13 +19,6 @@ Rrd::FileDescription DescribeFile(const PatientClient& client, const std::string
 Rrd::FileDescription DescribeSingleSource(const PatientClient& client, const std::string& path,
                                           const std::string& zeltId);
 
-// The archive of the samples from `start` on: of those of last values the finest that reaches back
-// to it, or else the finest of those that reach back furthest, as the RRD library chooses where a
-// file has no others. Throws CommandError, with the archives of the file, where none is of last
-// values.
-const Rrd::ArchiveDescription& RequireSampleArchive(const Rrd::FileDescription& file,
-                                                    long long start, const std::string& zeltId);
-
 // "2 data sources (rx COUNTER, tx COUNTER), 1 archive (AVERAGE of 1 step)"
 std::string DescribeShape(const Rrd::FileDescription& file);
 
