@@ -61,8 +61,16 @@ struct DataFile {
   std::string bytes;
 };
 
+std::uint64_t SumRowsBefore(const std::string& bytes, long long lastTime) {
+  std::string rows;
+  for (const Rrd::Extent& part : Rrd::FindRowsBefore(bytes, lastTime)) {
+    rows += bytes.substr(part.offset, part.size);
+  }
+  return Rrd::ComputeChecksum(rows);
+}
+
 // Completes the bytes, so that they seem to be a whole journal of the file.
-void Seal(std::string& journal, const std::string& path) {
+void Seal(std::string& journal, const std::string& path, const std::string& file) {
   struct statx status {};
   Require(statx(AT_FDCWD, path.c_str(), 0, STATX_BASIC_STATS | STATX_BTIME, &status) == 0);
   Rrd::JournalHead head;
@@ -70,6 +78,7 @@ void Seal(std::string& journal, const std::string& path) {
   std::memcpy(&head.mark, "NVXUNDO1", sizeof head.mark);
   head.size = journal.size();
   head.file = {status.stx_size, status.stx_ino, status.stx_btime.tv_sec, status.stx_btime.tv_nsec};
+  head.rowsBefore = SumRowsBefore(file, head.lastTime);
   std::memcpy(journal.data(), &head, sizeof head);
   const std::string_view checked =
       std::string_view(journal).substr(offsetof(Rrd::JournalHead, size));
@@ -88,7 +97,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   for (const bool isSealed : {false, true}) {
     std::string journal(reinterpret_cast<const char*>(bytes), size);
     if (isSealed && size >= sizeof(Rrd::JournalHead)) {
-      Seal(journal, file.path);
+      Seal(journal, file.path, file.bytes);
     }
     Write(file.path + "-journal", journal);
     long long last = 0;

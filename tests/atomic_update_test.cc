@@ -161,6 +161,9 @@ TEST_F(AtomicUpdate, StoresNothingOfABatchThatIsRefused) {
     EXPECT_EQ(Query(START + 120), "");
   }
   EXPECT_EQ(client.UpdateAtomically(path, {}, Durability::Process), StatusCode::Failure);
+  EXPECT_EQ(client.UpdateAtomically(path, {{1LL << 41, 1}}, Durability::Process),
+            StatusCode::Failure);
+  EXPECT_TRUE(ReadFile(path) == before);
   EXPECT_EQ(client.Update(path, batch), StatusCode::Failure);
   EXPECT_FALSE(ReadFile(path) == before);
 }
@@ -177,9 +180,11 @@ TEST_F(AtomicUpdate, SyncsInOrder) {
   const auto update = [&](long long time, Durability durability) {
     syncs.clear();
     file = ReadFile(path);
-    EXPECT_EQ(client.UpdateAtomically(path, {{time, 3}}, durability), StatusCode::Success);
+    EXPECT_EQ(client.UpdateAtomically("topo_x.rrd", {{time, 3}}, durability), StatusCode::Success);
     return syncs;
   };
+  const fs::path formerDirectory = fs::current_path();
+  fs::current_path(directory.GetPath());
   using Names = std::vector<std::string>;
   const Names usual = {"topo_x.rrd-journal, NVXUNDO", "topo_x.rrd, stored, NVXUNDO",
                        "topo_x.rrd-journal, stored, NVXIDLE"};
@@ -190,6 +195,7 @@ TEST_F(AtomicUpdate, SyncsInOrder) {
   EXPECT_EQ(update(START + 360, Durability::Process), Names());
   EXPECT_EQ(update(START + 420, Durability::Power),
             Names({"topo_x.rrd, NVXIDLE", usual[0], usual[1], usual[2]}));
+  fs::current_path(formerDirectory);
 }
 
 TEST_F(AtomicUpdate, IsUndoneByWhoeverComesNext) {
@@ -229,12 +235,24 @@ TEST_F(AtomicUpdate, IsUndoneOnlyInItsFile) {
   ASSERT_EQ(client.Create(small, 60, START, NAN, NAN, 2), StatusCode::Success);
   const std::string other = directory.GetPath("other.rrd");
   ASSERT_EQ(client.Create(other, 30, START, NAN, NAN, 100), StatusCode::Success);
+  const std::string fresh = directory.GetPath("fresh.rrd");
+  ASSERT_EQ(client.Create(fresh, 60, START, NAN, NAN, 100), StatusCode::Success);
+  // With a newest row that the update cannot have reached; with another row before it.
+  std::string jumped = ReadFile(path);
+  std::string twin = jumped;
+  const std::size_t rows = twin.size() - 100 * sizeof(double);
+  char& newest = jumped[rows - sizeof(unsigned long)];
+  twin[rows + static_cast<std::size_t>((newest + 99) % 100) * sizeof(double)] ^= 1;
+  newest = static_cast<char>((newest + 50) % 100);
   const std::function<void()> changes[] = {
       [&] {
         ASSERT_EQ(RunProgram({"rrdtool", "update", path, "1700000280:4"}).status, 0);
       },
       [&] { WriteFile(path, ReadFile(small)); },  // an older backup of fewer rows, over the file
       [&] { WriteFile(path, ReadFile(other)); },  // of another step
+      [&] { WriteFile(path, ReadFile(fresh)); },
+      [&] { WriteFile(path, jumped); },
+      [&] { WriteFile(path, twin); },
       [&] { fs::rename(copy, path); },
   };
   for (const auto& change : changes) {
@@ -283,13 +301,15 @@ TEST_F(AtomicUpdate, LeavesTheJournalBesideAFileThatLostItsEnd) {
   InterruptUpdate();
   const std::string bytes = ReadFile(journal);
   const std::string now = ReadFile(path);
-  fs::resize_file(path, now.size() - 8);
-  EXPECT_EQ(Query(0), "its values are cut off");
-  EXPECT_EQ(Failure::GetKind(), FailureKind::CutOff);
-  EXPECT_EQ(client.UpdateAtomically(path, {{START + 240, 1}}, Durability::Process),
-            StatusCode::Failure);
-  EXPECT_TRUE(ReadFile(journal) == bytes);
-  EXPECT_TRUE(ReadFile(path) == now.substr(0, now.size() - 8));
+  for (const std::size_t size : {now.size() - 8, std::size_t{300}, std::size_t{100}}) {
+    fs::resize_file(path, size);
+    EXPECT_EQ(Query(0), size > 300 ? "its values are cut off" : "its header is cut off");
+    EXPECT_EQ(Failure::GetKind(), size > 300 ? FailureKind::CutOff : FailureKind::Other);
+    EXPECT_EQ(client.UpdateAtomically(path, {{START + 240, 1}}, Durability::Process),
+              StatusCode::Failure);
+    EXPECT_TRUE(ReadFile(journal) == bytes);
+    EXPECT_TRUE(ReadFile(path) == now.substr(0, size));
+  }
 }
 
 TEST_F(AtomicUpdate, HasWordsForWhatItCannotDo) {
@@ -362,11 +382,14 @@ TEST_F(AtomicUpdate, IgnoresADamagedJournal) {
   const std::string bytes = ReadFile(journal);
   const std::string now = ReadFile(path);
   Random random;
-  // A checksum that is right, of a header that is none or ends elsewhere.
-  for (const std::size_t place : {std::size_t{24}, std::size_t{80}}) {
+  // A checksum that is right, of a size or a header that is none or ends elsewhere.
+  for (const auto& [place, change] :
+       {std::pair(16, -8), {16, -3}, {24, 8}, {24, -8}, {49, -4}, {88, 8}}) {
     std::string damaged = bytes;
-    damaged[place] = static_cast<char>(damaged[place] + 8);
-    const std::uint64_t sum = Rrd::ComputeChecksum(std::string_view(damaged).substr(16));
+    damaged[place] = static_cast<char>(damaged[place] + change);
+    std::uint64_t size = 0;
+    std::memcpy(&size, &damaged[16], sizeof size);
+    const std::uint64_t sum = Rrd::ComputeChecksum(std::string_view(damaged).substr(16, size - 16));
     std::memcpy(&damaged[8], &sum, sizeof sum);
     WriteFile(journal, damaged);
     ASSERT_EQ(Query(START + 180), "") << place;
@@ -393,6 +416,11 @@ TEST_F(AtomicUpdate, FailsWhereNoJournalCanBeMade) {
     GTEST_SKIP() << "needs a user who may write the file and not the directory";
   }
   const std::string before = ReadFile(path);
+  const std::string longPath = directory.GetPath(std::string(250, 'x'));
+  fs::copy_file(path, longPath);
+  EXPECT_EQ(client.UpdateAtomically(longPath, {{START + 180, 3}}, Durability::Process),
+            StatusCode::Failure);
+  EXPECT_EQ(client.Update(longPath, {{START + 180, 3}}), StatusCode::Success);
   ASSERT_EQ(chown(path.c_str(), 65534, 65534), 0);
   ASSERT_EQ(seteuid(65534), 0);
   LogCapture log;

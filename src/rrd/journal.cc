@@ -54,12 +54,12 @@ bool Journal::Copy(int fd, const std::string& fileHeader, long long lastTime,
                    Durability durability) {
   header = fileHeader;
   extents = FindReach(header, lastTime);
-  if (!ReadIdentity(fd, head.file)) {
+  head.lastTime = lastTime;
+  if (!ReadIdentity(fd, head.file) || !ReadRowsBefore(fd, head.rowsBefore)) {
     return false;
   }
   head.mark = UNDO_MARK;
   head.headerSize = header.size();
-  head.lastTime = lastTime;
   head.mustSync = durability == Durability::Power ? 1 : 0;
   head.size = FindSize();
   bytes.resize(static_cast<std::size_t>(head.size));
@@ -108,10 +108,12 @@ bool Journal::Parse(std::string journalBytes) {
 
 bool Journal::Fits(int fd) const {
   FileIdentity identity;
+  std::uint64_t rowsBefore = 0;
   std::string now(header.size(), '\0');
   return ReadIdentity(fd, identity) && IsSameFile(identity, head.file) &&
          identity.size == head.file.size && ReadAll(fd, now.data(), now.size(), 0) &&
-         IsWithinReach(header, head.lastTime, now);
+         IsWithinReach(header, head.lastTime, now) && ReadRowsBefore(fd, rowsBefore) &&
+         rowsBefore == head.rowsBefore;
 }
 
 bool Journal::IsOfCutFile(int fd) const {
@@ -155,6 +157,20 @@ bool Journal::Undo(int fd) const {
     }
     former += extent.size;
   }
+  return true;
+}
+
+bool Journal::ReadRowsBefore(int fd, std::uint64_t& checksum) const {
+  const std::vector<Extent> parts = FindRowsBefore(header, head.lastTime);
+  std::string rows(static_cast<std::size_t>(AddSizes(parts)), '\0');
+  char* end = rows.data();
+  for (const Extent& part : parts) {
+    if (!ReadAll(fd, end, part.size, part.offset)) {
+      return false;
+    }
+    end += part.size;
+  }
+  checksum = ComputeChecksum(rows);
   return true;
 }
 

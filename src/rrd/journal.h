@@ -32,6 +32,7 @@ struct JournalHead {
   std::int64_t lastTime = 0;
   std::uint64_t mustSync = 0;
   FileIdentity file;
+  std::uint64_t rowsBefore = 0;  // their checksum
 };
 
 // The content of a rollback journal: everything that an update may change in a file, as it was
@@ -46,6 +47,7 @@ class Journal {
   bool Parse(std::string journalBytes);
 
   // Whether the open file is the one that the journal belongs to, as the update may have left it.
+  // Another one that was written over it has other rows before the update.
   bool Fits(int fd) const;
 
   // Whether the open file is that one and has lost its end, or cannot be read to see it.
@@ -63,6 +65,7 @@ class Journal {
 
  private:
   std::uint64_t FindSize() const;
+  bool ReadRowsBefore(int fd, std::uint64_t& checksum) const;
 
   JournalHead head;
   std::string header;

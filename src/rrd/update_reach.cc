@@ -45,6 +45,35 @@ bool IsSame(const std::string& lhs, const std::string& rhs, std::uint64_t begin,
 
 }  // namespace
 
+std::vector<Extent> FindRowsBefore(const std::string& header, long long lastTime) {
+  constexpr std::uint64_t MOST = 64;
+  const auto head = ReadStructure<stat_head_t>(header, 0);
+  const HeaderLayout layout(head, GetLiveHeadSize(head));
+  if (HasPrediction(header, layout, head)) {
+    return {};
+  }
+  const std::uint64_t rowSize = head.ds_cnt * sizeof(rrd_value_t);
+  std::vector<Extent> extents;
+  std::uint64_t archiveStart = layout.end;
+  for (unsigned long i = 0; i < head.rra_cnt; ++i) {
+    const auto archive = ReadStructure<rra_def_t>(header, layout.archives, i);
+    const std::uint64_t end =
+        ReadStructure<rra_ptr_t>(header, layout.positions, i).cur_row + std::uint64_t{1};
+    const std::uint64_t left =
+        archive.row_cnt - CountRowsToCome(header, layout, head, archive, lastTime);
+    const std::uint64_t count = std::min(MOST, left);
+    const std::uint64_t afterStart = std::min(count, end);
+    extents.push_back({archiveStart + (end - afterStart) * rowSize, afterStart * rowSize});
+    if (afterStart < count) {
+      const std::uint64_t beforeEnd = count - afterStart;
+      extents.push_back(
+          {archiveStart + (archive.row_cnt - beforeEnd) * rowSize, beforeEnd * rowSize});
+    }
+    archiveStart += archive.row_cnt * rowSize;
+  }
+  return extents;
+}
+
 std::vector<Extent> FindReach(const std::string& header, long long lastTime) {
   const auto head = ReadStructure<stat_head_t>(header, 0);
   const HeaderLayout layout(head, GetLiveHeadSize(head));

@@ -17,6 +17,9 @@ struct Extent {
 // than is changed, but never less.
 std::vector<Extent> FindReach(const std::string& header, long long lastTime);
 
+// The newest rows of each archive that such an update leaves as they are; some dozens at most.
+std::vector<Extent> FindRowsBefore(const std::string& header, long long lastTime);
+
 // Whether `now` is a header that such an update may have left at any point of interruption.
 bool IsWithinReach(const std::string& header, long long lastTime, const std::string& now);
 

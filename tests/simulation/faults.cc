@@ -100,8 +100,11 @@ void Device::Kill(Source& source) {
 // The journal that lies there changes nothing of a backup, nor of another source's file that looks
 // like the torn one.
 void Device::KillAndRestore(Source& source) {
-  KillUpdate(source, MakeBatch(source), source.durability);
   const Model& model = source.model;
+  Samples batch = MakeBatch(source);
+  // One that fills all rows leaves nothing by which another file is told from the torn one.
+  batch.erase(batch.lower_bound(model.last + model.rowCount / 2 * model.step), batch.end());
+  KillUpdate(source, batch, source.durability);
   const auto twin = std::find_if(sources.begin(), sources.end(), [&](const Source& other) {
     return &other != &source && other.model.step == model.step &&
            other.model.rowCount == model.rowCount;
