@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -41,7 +42,7 @@ bool IsToFail(const char* name, const void* caller) {
 template <typename Result, typename... Arguments>
 Result CallOrFail(const char* name, const void* caller, Arguments... arguments) {
   if (IsToFail(name, caller)) {
-    errno = mode == Mode::Interrupted ? EINTR : EIO;
+    errno = mode == Mode::Interrupted ? EINTR : mode == Mode::Once ? EIO : EROFS;
     return static_cast<Result>(-1);
   }
   return reinterpret_cast<Result (*)(Arguments...)>(dlsym(RTLD_NEXT, name))(arguments...);
@@ -114,17 +115,21 @@ class FailingCalls : public FaultyFile {
   }
 
   void FailEach(const std::string& name, const std::function<void()>& prepare,
-                const Operation& operation) const {
+                const Operation& operation, StatusCode expected = StatusCode::Success) const {
     SCOPED_TRACE(name);
     for (const Mode howToFail : {Mode::Once, Mode::FromThenOn, Mode::Interrupted}) {
-      FailEachCall(prepare, operation, StatusCode::Success, [&](int call) {
+      FailEachCall(prepare, operation, expected, [&](int call) {
         const StatusCode status = Run(howToFail, call, operation);
         return std::pair(status, callCount >= call);
       });
     }
   }
 
-  const std::function<void()> make = [this] { MakeFile(); };
+  // The journal is to be given to another user, if this one may do that.
+  const std::function<void()> make = [this] {
+    MakeFile();
+    static_cast<void>(chown(path.c_str(), 65534, 65534) + chmod(path.c_str(), 0666));
+  };
 };
 
 TEST_F(FailingCalls, OfRrdClient) {
@@ -135,6 +140,10 @@ TEST_F(FailingCalls, OfRrdClient) {
   FailEach("Fetch", make, [&] {
     Rrd::FetchResult result;
     return client.Fetch(path, START, END, result);
+  });
+  FailEach("FetchRows", make, [&] {
+    Rrd::FetchResult result;
+    return client.FetchRows(path, 0, 0, START, END, result);
   });
   FailEach("Describe", make, [&] {
     Rrd::FileDescription description;
@@ -154,6 +163,13 @@ TEST_F(FailingCalls, OfRrdClient) {
                     StatusCode::Success);
         },
         [&] { return Store(durability); });
+    // Of a batch whose second sample is refused; what is stored of the first one is undone.
+    FailEach(
+        "UpdateAtomically, refused", make,
+        [&] {
+          return client.UpdateAtomically(path, {{-5, 1}, {END, 2}}, durability);
+        },
+        StatusCode::Failure);
   }
 }
 
@@ -170,14 +186,38 @@ TEST_F(FailingCalls, OfTheUndoingOfAnUpdate) {
         static_cast<void>(Run(Mode::FromThenOn, commit, [&] { return Store(durability); }));
       } while (!HasJournal());
     };
-    FailEach("Fetch", interrupt, [&] {
+    const Operation fetch = [&] {
       Rrd::FetchResult result;
       return client.Fetch(path, START, END, result);
-    });
+    };
+    FailEach("Fetch", interrupt, fetch);
     FailEach("Update", interrupt, [&] {
       return client.Update(path, std::map<long long, double>{{END, 1}});
     });
     FailEach("UpdateAtomically", interrupt, [&] { return Store(durability); });
+    callCount = 1;
+    for (int call = 1; callCount >= call; ++call) {  // it is all that tells of the update
+      interrupt();
+      std::filesystem::resize_file(path, std::filesystem::file_size(path) - 8);
+      EXPECT_NE(Run(Mode::Once, call, fetch), StatusCode::Success);
+      EXPECT_TRUE(HasJournal());
+    }
+    if (geteuid() == 0) {
+      std::filesystem::permissions(directory.GetPath(), std::filesystem::perms(0755));
+      FailEach(
+          "Fetch by a user who may not write",
+          [&] {
+            interrupt();
+            ASSERT_EQ(chown(path.c_str(), 0, 0) + chmod(path.c_str(), 0644), 0);
+          },
+          [&] {
+            EXPECT_EQ(seteuid(65534), 0);
+            const StatusCode status = fetch();
+            EXPECT_EQ(seteuid(0), 0);
+            return status;
+          },
+          StatusCode::Failure);
+    }
   }
 }
 

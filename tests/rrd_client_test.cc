@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "support/legacy_file.h"
@@ -66,10 +67,38 @@ TEST_F(RrdFile, RefusesWhat32BitsDoNotHold) {
   }
 }
 
+TEST_F(RrdFile, HasRowsOfEveryWindow) {
+  constexpr long long FAR = 1LL << 40;
+  constexpr double MISSING = -1;
+  Rrd::FetchResult result;
+  for (const auto& [start, end, expected] :
+       {std::tuple(START, START + 60, std::vector<double>{0, 0.125}),
+        std::tuple(START - 59, START + 1, std::vector<double>{0, 0.125}),
+        std::tuple(START + 89 * 60, START + 90 * 60, std::vector<double>{89 / 8.0, MISSING}),
+        std::tuple(START - 660, START - 540, std::vector<double>{MISSING, MISSING, MISSING}),
+        std::tuple(-90LL, -30LL, std::vector<double>{MISSING, MISSING})}) {
+    ASSERT_EQ(client.FetchRows(path, 0, 0, start, end, result), StatusCode::Success);
+    std::vector<double> rows(result.GetData(), result.GetData() + result.GetSampleCount());
+    for (double& row : rows) {
+      row = std::isnan(row) ? MISSING : row;
+    }
+    EXPECT_EQ(rows, expected) << start;
+    EXPECT_EQ(result.GetEndTime(), START + (end - START + 59 + FAR * 60) / 60 * 60 - FAR * 60);
+  }
+  for (const auto& [archive, source, start, end] :
+       {std::tuple(1UL, 0UL, START, START), std::tuple(0UL, 1UL, START, START),
+        std::tuple(0UL, 0UL, START + 1, START), std::tuple(0UL, 0UL, -FAR - 1, START),
+        std::tuple(0UL, 0UL, START, FAR + 1), std::tuple(0UL, 0UL, 0LL, FAR)}) {
+    EXPECT_EQ(client.FetchRows(path, archive, source, start, end, result), StatusCode::Failure);
+    EXPECT_EQ(result.GetSampleCount(), 2u);
+  }
+}
+
 TEST_F(RrdFile, StaysAsItWasWhenACallFails) {
   const long long end = START + 89 * 60;
   const std::string before = ReadFile(path);
   EXPECT_EQ(client.Update(path, {{end, 1}, {end + 60, 2}}), StatusCode::Failure);
+  EXPECT_EQ(client.Update(path, {{1LL << 41, 1}}), StatusCode::Failure);
   EXPECT_EQ(client.Migrate(path, 60, end, 5, 5, 100), StatusCode::Failure);
   EXPECT_EQ(client.Create(path, -60, end, 0, 1, 100), StatusCode::Failure);
   EXPECT_TRUE(ReadFile(path) == before);

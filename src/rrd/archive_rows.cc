@@ -1,6 +1,7 @@
 #include "rrd/archive_rows.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <limits>
 #include <vector>
 
@@ -55,9 +56,10 @@ const char* ArchiveRows::ReadFound(int fd, const FileGate::Rows& rows, long long
   const unsigned long long row = (rows.oldest + index) % rowCount;
   const unsigned long long beforeEnd = std::min(wanted, rowCount - row);
   double* const target = values.get() + (from - first) / length;
+  errno = 0;
   const bool isRead = ReadRun(fd, rows, row, beforeEnd, target) &&
                       ReadRun(fd, rows, 0, wanted - beforeEnd, target + beforeEnd);
-  return isRead ? nullptr : CUT_OFF_FAULT;
+  return isRead ? nullptr : errno == 0 ? CUT_OFF_FAULT : "its rows cannot be read";
 }
 
 // Rows as they lie in the file, one behind the other.

@@ -36,12 +36,13 @@ constexpr long MICROSECONDS = 1000000;
 constexpr char TOO_LARGE[] = "it has too many data sources or archives for a file of this machine";
 constexpr char CUT_OFF[] = "its header is cut off";
 
-// Reads from the start of the file; less than `size` only where the file ends.
-std::string ReadStart(int fd, std::size_t size) {
-  std::string bytes(size, '\0');
+// Reads from the start of the file; less than `size` only where the file ends. False when it cannot
+// be read.
+bool ReadStart(int fd, std::size_t size, std::string& bytes) {
+  bytes.resize(size);
   const ssize_t count = pread(fd, bytes.data(), size, 0);
   bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-  return bytes;
+  return count >= 0;
 }
 
 bool IsSpanSafe(long long start, long long end) {
@@ -231,10 +232,13 @@ const char* FileGate::ReadFile(int fd) {
   if (status.st_size > LARGEST) {
     return "it is too large for this machine";
   }
-  header = ReadStart(fd, USUAL_HEADER);
+  bool isRead = ReadStart(fd, USUAL_HEADER, header);
   const std::uint64_t size = FindHeaderSize(header);
   if (size > header.size() && size <= LARGEST_HEADER) {
-    header = ReadStart(fd, static_cast<std::size_t>(size));
+    isRead = ReadStart(fd, static_cast<std::size_t>(size), header);
+  }
+  if (!isRead) {
+    return "it cannot be read";
   }
   return CheckHeader(static_cast<std::uint64_t>(status.st_size));
 }

@@ -41,8 +41,6 @@ const std::string DS_DEFINITION_PREFIX = "DS:element:GAUGE:";
 const std::string MIGRATION_DS_DEFINITION_PREFIX = "DS:element=element[1]:GAUGE:";
 const std::string RRA_DEFINITION_PREFIX = "RRA:LAST:0.99999:1:";
 
-constexpr char TOO_LATE[] = "sample time beyond 32 bits";
-
 using Rrd::FARTHEST_TIME;
 using Rrd::FileGate;
 using Rrd::LockedFile;
@@ -51,10 +49,14 @@ std::time_t SecondBefore(long long time) {
   return static_cast<std::time_t>(static_cast<unsigned long long>(time) - 1);
 }
 
-// With a 32-bit long, the RRD library stores nonsense for a sample after January 2038.
-bool IsTooLate(const std::map<long long, double>& samples) {
-  return sizeof(long) == 4 && !samples.empty() &&
-         samples.rbegin()->first > std::numeric_limits<long>::max();
+// The RRD library would store such a sample, and spoil the file. With a 32-bit long, it stores
+// nonsense for a time after January 2038.
+const char* FindTimeFault(const std::map<long long, double>& samples) {
+  const long long last = samples.empty() ? 0 : samples.rbegin()->first;
+  if (last > std::numeric_limits<long>::max()) {
+    return "sample time beyond 32 bits";
+  }
+  return last > FARTHEST_TIME ? "sample time out of range" : nullptr;
 }
 
 // The data source names of a successful fetch.
@@ -109,9 +111,12 @@ struct GuardedFile {
   // The path by which the RRD library reads the file.
   const char* GetName() const { return name.c_str(); }
 
-  // Why the RRD library must not be called; null when it may. The two below are for a fetch and for
-  // a migration.
+  // Why the RRD library must not be called; null when it may. Those below are for an update, a
+  // fetch and a migration.
   const char* GetFault() const { return Choose(gate.GetFault()); }
+  const char* GetUpdateFault(const std::map<long long, double>& samples) const {
+    return GetFault() == nullptr ? FindTimeFault(samples) : GetFault();
+  }
   const char* GetFetchFault(long long start, long long end) const {
     return Choose(gate.GetFetchFault(start, end));
   }
@@ -241,8 +246,8 @@ class SampleTexts {
 
 // The time up to which an update may fill rows. The RRD library counts a negative time from now.
 long long FindLastTime(const std::map<long long, double>& samples) {
-  const bool isKnown = samples.begin()->first >= 0 && samples.rbegin()->first <= FARTHEST_TIME;
-  return isKnown ? samples.rbegin()->first : std::numeric_limits<long long>::max();
+  return samples.begin()->first >= 0 ? samples.rbegin()->first
+                                     : std::numeric_limits<long long>::max();
 }
 
 struct UpdateResult {
@@ -270,8 +275,7 @@ UpdateResult StoreAtomically(const std::string& path, const std::map<long long, 
     return {false,
             "opening '" + path + "': " + std::generic_category().message(file.lock.GetError())};
   }
-  const char* const fault =
-      file.GetFault() == nullptr && IsTooLate(samples) ? TOO_LATE : file.GetFault();
+  const char* const fault = file.GetUpdateFault(samples);
   if (fault != nullptr) {
     return {false, fault};
   }
@@ -447,8 +451,7 @@ StatusCode RrdClient::Update(const std::string& path,
   const std::vector<const char*> arguments = texts.Get();
   const auto store = [&]() -> UpdateResult {
     const GuardedFile file(path, LockedFile::Use::Update);
-    const char* const fault =
-        file.GetFault() == nullptr && IsTooLate(samples) ? TOO_LATE : file.GetFault();
+    const char* const fault = file.GetUpdateFault(samples);
     return fault == nullptr ? CallUpdate(path, arguments) : UpdateResult{false, fault};
   };
   return EndUpdate(path, arguments, store());
