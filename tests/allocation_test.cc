@@ -85,6 +85,13 @@ TEST_F(AllocationFailure, InRrdClient) {
         },
         source == path ? StatusCode::Success : StatusCode::Failure);
     FailEach(
+        "FetchRows " + source,
+        [&] {
+          Rrd::FetchResult result;
+          return client.FetchRows(source, 0, 0, START, END, result);
+        },
+        source == path ? StatusCode::Success : StatusCode::Failure);
+    FailEach(
         "Describe " + source,
         [&] {
           Rrd::FileDescription description;

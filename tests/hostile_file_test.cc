@@ -176,12 +176,21 @@ std::vector<RefusedFile> ListRefusedFiles() {
   constexpr std::size_t PREDICTED = sizeof(stat_head_t) + sizeof(ds_def_t) +
                                     offsetof(rra_def_t, par) +
                                     RRA_dependent_rra_idx * sizeof(unival);
+  constexpr std::size_t VIOLATIONS =
+      PREDICTED + (RRA_window_len - RRA_dependent_rra_idx) * sizeof(unival);
+  constexpr std::size_t SMOOTHING =  // the upper half of a double
+      PREDICTED + (RRA_seasonal_smoothing_window - RRA_dependent_rra_idx) * sizeof(unival) + 4;
+  constexpr std::size_t MICROSECONDS = sizeof(stat_head_t) + sizeof(ds_def_t) + sizeof(rra_def_t) +
+                                       offsetof(live_head_t, last_up_usec);
   const std::vector<RrdFileBytes::Archive> one = {{"LAST", 3, 1}};
   const std::string whole = RrdFileBytes{}.Make();
   const std::string computed = RrdFileBytes{1, one, 60, LAST, "0003", "COMPUTE"}.Make();
   const std::string predicted = RrdFileBytes{1, {{"FAILURES", 3, 1}}}.Make();
+  const std::string seasonal = RrdFileBytes{1, {{"SEASONAL", 3, 1}}}.Make();
   const std::string times = "the times of an archive are out of range";
   const std::string step = "its step is out of range";
+  const std::string update = "its last update is out of range";
+  const std::string text = "a text of a data source does not end";
   const std::string empty = "it has no data source or no archive";
   const std::string tooMany = "it has too many data sources or archives for a file of this machine";
   const std::string formula = "a formula of it cannot be computed";
@@ -193,6 +202,9 @@ std::vector<RefusedFile> ListRefusedFiles() {
     }
     return bytes;
   };
+  const auto fill = [](std::string bytes, std::size_t offset, std::size_t count) {
+    return bytes.replace(offset, count, count, 'x');
+  };
   std::vector<RefusedFile> files = {
       {empty, RrdFileBytes{0, {{"LAST", 100000, 1}}}.Make()},
       {empty, RrdFileBytes{1, {}}.Make()},
@@ -200,17 +212,30 @@ std::vector<RefusedFile> ListRefusedFiles() {
       {sizeof(long) == 4 ? times : step, RrdFileBytes{1, one, ~0UL}.Make()},
       {times, RrdFileBytes{1, {{"LAST", 3, 0}}}.Make()},
       {times, RrdFileBytes{1, {{"LAST", 3, ~0UL / 4}}, 2}.Make()},
-      {"its last update is out of range", RrdFileBytes{1, one, 60, -1}.Make()},
+      {times, RrdFileBytes{1, {{"LAST", 0, 1}}}.Make()},
+      {update, RrdFileBytes{1, one, 60, -1}.Make()},
+      {update, put(whole, {{MICROSECONDS, 1000000}})},
+      {update, put(whole, {{MICROSECONDS, ~0UL}})},
       {"its version is unknown", RrdFileBytes{1, one, 60, LAST, "0006"}.Make()},
       {"the name of a consolidation function does not end",
        RrdFileBytes{1, {{"LASTLASTLASTLASTLAST", 3, 1}}}.Make()},
-      {"a text of a data source does not end",
-       RrdFileBytes{1, one, 60, LAST, "0003", std::string(20, 'G')}.Make()},
+      {text, RrdFileBytes{1, one, 60, LAST, "0003", std::string(20, 'G')}.Make()},
+      {text, fill(whole, sizeof(stat_head_t), DS_NAM_SIZE)},
+      {text, fill(whole, MICROSECONDS + sizeof(long), LAST_DS_LEN)},
       {formula, computed},
       {formula, put(computed, {{FORMULA, 0}})},   // without an end
       {formula, put(computed, {{FORMULA, 32}})},  // with nothing before its end
       {prediction, predicted},
-      {prediction, put(predicted, {{PREDICTED, 1}})},  // from no archive
+      {formula, put(computed, {{FORMULA, 0xFFFF0001}, {FORMULA + 4, 32}})},  // of no data source
+      {prediction, put(predicted, {{PREDICTED, 1}})},                        // from no archive
+      {prediction, put(predicted, {{VIOLATIONS, 29}})},
+      {prediction, RrdFileBytes{1, {{"SEASONAL", 1, 1}}}.Make()},
+      {prediction, put(seasonal, {{SMOOTHING, 0x40000000}})},  // 2
+      {prediction, put(seasonal, {{SMOOTHING, 0xBFF00000}})},  // -1
+      {prediction,
+       put(RrdFileBytes{1, {{"HWPREDICT", 3, 1}, {"LAST", 3, 1}}}.Make(), {{PREDICTED, 1}})},
+      {prediction, put(RrdFileBytes{1, {{"HWPREDICT", 3, 1}, {std::string(20, 'M'), 3, 1}}}.Make(),
+                       {{PREDICTED, 1}})},
       {"it is of another machine", put(whole, {{offsetof(stat_head_t, float_cookie), MANY}})},
       {tooMany, put(whole, {{SOURCES, MANY}})},
       {tooMany, put(whole, {{SOURCES, 2000}, {ARCHIVES, 2000}})},
@@ -244,12 +269,13 @@ TEST(HostileFile, IsRefusedWithAReason) {
     EXPECT_EQ(client.GetLastTimestamp(path, last), StatusCode::Failure);
     EXPECT_EQ(client.GetInterval(path, step), StatusCode::Failure);
     EXPECT_EQ(client.Fetch(path, LAST, LAST + 60, result), StatusCode::Failure);
+    EXPECT_EQ(client.FetchRows(path, 0, 0, LAST, LAST + 60, result), StatusCode::Failure);
     EXPECT_EQ(client.Update(path, {{LAST + 600, 1}}), StatusCode::Failure);
     EXPECT_EQ(client.Migrate(path, 60, LAST, 0, 1, 5), StatusCode::Failure);
     EXPECT_EQ(Failure::IsLocked(), reason == "could not lock RRD");
     EXPECT_TRUE(first == -1 && last == -1 && step == 7);
     const Lines lines = log.Take();
-    EXPECT_EQ(lines.size(), 7u);
+    EXPECT_EQ(lines.size(), 8u);
     for (const std::string& line : lines) {
       EXPECT_NE(line.find("[" + reason + "]"), std::string::npos) << line;
     }

@@ -89,8 +89,12 @@ class LockedFile : public testing::Test {
 // While another process writes a header, it may have any fault.
 TEST_F(LockedFile, IsNotJudgedByItsHeader) {
   Rrd::FetchResult result;
-  ASSERT_EQ(truncate(path.c_str(), 200), 0);
   refused = ALL;
+  EXPECT_EQ(client.FetchRows(path, 0, 0, START, START + 120, result), StatusCode::Failure);
+  EXPECT_TRUE(Failure::IsLocked());
+  EXPECT_EQ(client.Migrate(path, 60, START + 120, NAN, NAN, 50), StatusCode::Failure);
+  EXPECT_TRUE(Failure::IsLocked());
+  ASSERT_EQ(truncate(path.c_str(), 200), 0);
   EXPECT_EQ(client.Fetch(path, START, START + 120, result), StatusCode::Failure);
   EXPECT_TRUE(Failure::IsLocked());
   refused = NONE;

@@ -294,7 +294,10 @@ TEST(RrdClientCalls, APinnedFileIsReadByItsDescriptor) {
   static_cast<void>(client.GetInterval(PATH, interval));
   static_cast<void>(client.Fetch(PATH, 600, 1200, result));
   static_cast<void>(client.Migrate(PATH, 300, 1700000000, -40.5, NAN, 2016));
-  ASSERT_EQ(rrd.calls.size(), 5u);
+  static_cast<void>(client.Fetch("/none", 600, 1200, result));
+  ASSERT_EQ(rrd.calls.size(), 6u);
+  EXPECT_NE(rrd.calls.back().find(" /none "), std::string::npos);
+  rrd.calls.pop_back();
   for (const std::string& call : rrd.calls) {
     EXPECT_NE(call.find(" /proc/self/fd/"), std::string::npos) << call;
     EXPECT_EQ(call.find(PATH) != std::string::npos, call.find("create2") == 0) << call;

@@ -174,7 +174,7 @@ StatusCode ComputeDelta(const double* first, const double* last, double& value, 
   const auto count = static_cast<unsigned int>(last - first + 1);
   const double* const firstValid = SearchForFirstValidSample(first, count);
   const double* const lastValid = SearchForLastValidSample(last, count);
-  if (firstValid == nullptr || lastValid == nullptr || firstValid == lastValid) {
+  if (firstValid == lastValid) {
     return SetMissing(value, valid);
   }
   value = ToValue(*lastValid - *firstValid);
