@@ -100,7 +100,9 @@ TEST_F(RrdFile, StaysAsItWasWhenACallFails) {
   EXPECT_EQ(client.Update(path, {{end, 1}, {end + 60, 2}}), StatusCode::Failure);
   EXPECT_EQ(client.Update(path, {{1LL << 41, 1}}), StatusCode::Failure);
   EXPECT_EQ(client.Migrate(path, 60, end, 5, 5, 100), StatusCode::Failure);
+  EXPECT_EQ(client.Migrate(path, 60, 1LL << 41, 0, 1, 100), StatusCode::Failure);
   EXPECT_EQ(client.Create(path, -60, end, 0, 1, 100), StatusCode::Failure);
+  EXPECT_EQ(client.Create(path, 60, 1LL << 41, 0, 1, 100), StatusCode::Failure);
   EXPECT_TRUE(ReadFile(path) == before);
 }
 

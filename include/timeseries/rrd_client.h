@@ -63,7 +63,8 @@ class NVX_TIMESERIES_EXPORT RrdClient {
   // Stores samples, time to value, in one call; the earliest must be later than the last update.
   // Values keep six digits after the point, and NaN is a missing sample. Where a long has 32 bits,
   // a sample after 2038-01-19T03:14:07Z is refused, and all others with it: the RRD library would
-  // store nonsense.
+  // store nonsense. Everywhere one after 2^40 is, and such a start of Create and Migrate: nothing
+  // could open the file any more.
   virtual StatusCode Update(const std::string& path,
                             const std::map<long long, double>& samples) const;
 

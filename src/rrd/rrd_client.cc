@@ -59,6 +59,11 @@ const char* FindTimeFault(const std::map<long long, double>& samples) {
   return last > FARTHEST_TIME ? "sample time out of range" : nullptr;
 }
 
+// The last update of a file that no operation could open.
+const char* FindStartFault(long long startTime) {
+  return startTime > FARTHEST_TIME ? "start time out of range" : nullptr;
+}
+
 // The data source names of a successful fetch.
 class NameList {
  public:
@@ -120,7 +125,10 @@ struct GuardedFile {
   const char* GetFetchFault(long long start, long long end) const {
     return Choose(gate.GetFetchFault(start, end));
   }
-  const char* GetMigrationFault() const { return Choose(gate.GetMigrationFault()); }
+  const char* GetMigrationFault(long long startTime) const {
+    const char* const fault = Choose(gate.GetMigrationFault());
+    return fault == nullptr ? FindStartFault(startTime) : fault;
+  }
 
   LockedFile lock;
   FileGate gate;
@@ -434,10 +442,11 @@ StatusCode RrdClient::Create(const std::string& path, long long step, long long 
                              double minimum, double maximum, unsigned int rowCount) const {
   const Definitions definitions(DS_DEFINITION_PREFIX, step, minimum, maximum, rowCount);
   const char* arguments[] = {definitions.dataSource.c_str(), definitions.archive.c_str()};
-  if (rrd_create_r(path.c_str(), static_cast<unsigned long>(step),
-                   static_cast<std::time_t>(startTime), 2, arguments) == -1) {
-    KeepReason(nullptr);
-    LogCreateError("Create", nullptr, path, definitions);
+  const char* const fault = FindStartFault(startTime);
+  if (fault != nullptr || rrd_create_r(path.c_str(), static_cast<unsigned long>(step),
+                                       static_cast<std::time_t>(startTime), 2, arguments) == -1) {
+    KeepReason(fault);
+    LogCreateError("Create", fault, path, definitions);
     rrd_clear_error();
     return StatusCode::Failure;
   }
@@ -472,7 +481,7 @@ StatusCode RrdClient::Migrate(const std::string& path, long long step, long long
   constexpr int MAY_OVERWRITE = 0;
   const GuardedFile file(path);
   const char* sources[] = {file.GetName(), nullptr};
-  const char* const fault = file.GetMigrationFault();
+  const char* const fault = file.GetMigrationFault(startTime);
   if (fault != nullptr || rrd_create_r2(path.c_str(), static_cast<unsigned long>(step),
                                         static_cast<std::time_t>(startTime), MAY_OVERWRITE, sources,
                                         nullptr, 2, arguments) == -1) {
