@@ -45,6 +45,9 @@ Result CallOrFail(const char* name, const void* caller, Arguments... arguments) 
     errno = mode == Mode::Interrupted ? EINTR : mode == Mode::Once ? EIO : EROFS;
     return static_cast<Result>(-1);
   }
+  if (std::strstr(name, "sync") != nullptr) {
+    return 0;  // which takes long and shows nothing here
+  }
   return reinterpret_cast<Result (*)(Arguments...)>(dlsym(RTLD_NEXT, name))(arguments...);
 }
 
@@ -195,12 +198,13 @@ TEST_F(FailingCalls, OfTheUndoingOfAnUpdate) {
       return client.Update(path, std::map<long long, double>{{END, 1}});
     });
     FailEach("UpdateAtomically", interrupt, [&] { return Store(durability); });
-    callCount = 1;
-    for (int call = 1; callCount >= call; ++call) {  // it is all that tells of the update
+    bool hasFailed = true;
+    for (int call = 1; hasFailed; ++call) {  // the journal is all that tells of the update
       interrupt();
       std::filesystem::resize_file(path, std::filesystem::file_size(path) - 8);
       EXPECT_NE(Run(Mode::Once, call, fetch), StatusCode::Success);
-      EXPECT_TRUE(HasJournal());
+      EXPECT_TRUE(HasJournal()) << call;
+      hasFailed = callCount >= call;
     }
     if (geteuid() == 0) {
       std::filesystem::permissions(directory.GetPath(), std::filesystem::perms(0755));

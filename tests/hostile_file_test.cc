@@ -170,6 +170,7 @@ struct RefusedFile {
 
 std::vector<RefusedFile> ListRefusedFiles() {
   constexpr unsigned long MANY = 1UL << 30;
+  constexpr long FAR = std::numeric_limits<long>::max();
   constexpr std::size_t SOURCES = offsetof(stat_head_t, ds_cnt);
   constexpr std::size_t ARCHIVES = offsetof(stat_head_t, rra_cnt);
   constexpr std::size_t FORMULA = sizeof(stat_head_t) + offsetof(ds_def_t, par);
@@ -214,6 +215,7 @@ std::vector<RefusedFile> ListRefusedFiles() {
       {times, RrdFileBytes{1, {{"LAST", 3, ~0UL / 4}}, 2}.Make()},
       {times, RrdFileBytes{1, {{"LAST", 0, 1}}}.Make()},
       {update, RrdFileBytes{1, one, 60, -1}.Make()},
+      {update, RrdFileBytes{1, one, 60, sizeof(long) == 8 ? FAR : -1}.Make()},
       {update, put(whole, {{MICROSECONDS, 1000000}})},
       {update, put(whole, {{MICROSECONDS, ~0UL}})},
       {"its version is unknown", RrdFileBytes{1, one, 60, LAST, "0006"}.Make()},

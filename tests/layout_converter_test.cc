@@ -219,6 +219,7 @@ TEST_F(LayoutConverterTest, ReportsFaultsOfTheMachine) {
     EXPECT_EQ(converter.GetReason(), reason);
   };
   fs::copy_file(source, "file");
+  EXPECT_STREQ(GetLayoutName(Layout(99)), "unknown");
   expect(42, "none", "new", "Cannot open 'none': No such file or directory");
   expect(28, ".", "new", "'.' is no regular file");
   expect(28, "file", "./file", "'./file' is the source itself");

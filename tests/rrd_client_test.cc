@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "support/legacy_file.h"
+#include "support/resource_limit.h"
 #include "support/temporary_directory.h"
 
 using namespace nvx::TimeSeriesDatabase;
@@ -91,6 +92,31 @@ TEST_F(RrdFile, HasRowsOfEveryWindow) {
         std::tuple(0UL, 0UL, START, FAR + 1), std::tuple(0UL, 0UL, 0LL, FAR)}) {
     EXPECT_EQ(client.FetchRows(path, archive, source, start, end, result), StatusCode::Failure);
     EXPECT_EQ(result.GetSampleCount(), 2u);
+  }
+  if (IS_SANITIZED == 0) {
+    const ResourceLimit memory(RLIMIT_AS, 512 << 20);
+    EXPECT_EQ(client.FetchRows(path, 0, 0, START - (60LL << 27) + 60, START, result),
+              StatusCode::Failure);
+    EXPECT_STREQ(Failure::GetReason(), "out of memory");
+  }
+}
+
+TEST_F(RrdFile, IsToldFromOneOfAnotherShape) {
+  Rrd::FileDescription description;
+  ASSERT_EQ(client.Describe(path, description), StatusCode::Success);
+  EXPECT_TRUE(description.HasShapeOfCreate());
+  using Description = Rrd::FileDescription;
+  for (void (*change)(Description&) : {
+           +[](Description& other) { other.dataSources[0].name = "x"; },
+           +[](Description& other) { other.dataSources[0].type = "COUNTER"; },
+           +[](Description& other) { other.dataSources.push_back(other.dataSources[0]); },
+           +[](Description& other) { other.archives.push_back(other.archives[0]); },
+           +[](Description& other) { other.archives[0].consolidation = "AVERAGE"; },
+           +[](Description& other) { other.archives[0].stepsPerRow = 2; },
+       }) {
+    Description other = description;
+    change(other);
+    EXPECT_FALSE(other.HasShapeOfCreate());
   }
 }
 

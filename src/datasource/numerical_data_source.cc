@@ -211,12 +211,12 @@ StatusCode NumericalDataSource::ComputeDelta(const TimeWindow& window, const Fet
   point.date = window.start;
   const double* const first = result.GetData();
   const double* const last = first + (result.GetSampleCount() - 1);
+  // GCOVR_EXCL_START: ComputeDelta refuses null pointers alone, and there are none
   if (DataFunctions::ComputeDelta(first, last, point.value, point.quality) != StatusCode::Success) {
-    // GCOVR_EXCL_START: ComputeDelta refuses null pointers alone, and there are none
     NVX_FAILURE("fetched result not consistent");
     return StatusCode::Failure;
-    // GCOVR_EXCL_STOP
   }
+  // GCOVR_EXCL_STOP
   points.push_back(point);
   return StatusCode::Success;
 }
