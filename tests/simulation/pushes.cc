@@ -61,7 +61,9 @@ void Device::CheckPush(const Server::Run& run, bool isDone, bool isRemembered) {
       Expect(std::isnan(row->second) || points.count(row->first) == 1,
              source.id + ": not sent: the point of " + std::to_string(row->first));
     }
-    if (isDone || !points.empty()) {
+    const bool hasNothing = std::all_of(rows.upper_bound(source.reached), rows.end(),
+                                        [](const auto& row) { return std::isnan(row.second); });
+    if (isDone || !points.empty() || hasNothing) {
       source.reached = std::max(source.reached, source.model.GetNewest());
     }
     if (isRemembered && !points.empty()) {
