@@ -7,7 +7,6 @@
 #include <ctime>
 #include <filesystem>
 #include <optional>
-#include <string_view>
 #include <system_error>
 
 #include "base/command_error.h"
@@ -19,6 +18,8 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
+
+namespace fs = std::filesystem;
 
 constexpr long long SECONDS_A_DAY = 86'400;
 constexpr char FROM_BACKUP[] = "take it from a backup";
@@ -71,31 +72,29 @@ unsigned long long CountExcluded(const PatientClient& client, const std::string&
 // file: it undoes an update that was interrupted, and removes the journal, whatever is in it.
 class FormerJournal {
  public:
-  explicit FormerJournal(const std::string& path) {
-    std::error_code ignored;
-    journalPath = std::filesystem::canonical(path, ignored).string() + JOURNAL_SUFFIX;
-    const FileDescriptor journal(
-        open(journalPath.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    isThere = journal.IsOpen();
-    hasMark = ReadStart(journal.Get(), MARK.size()) == MARK;
-  }
+  explicit FormerJournal(const std::string& path)
+      : file(fs::canonical(path, ignored)),
+        lastWrite(fs::last_write_time(file, ignored)),
+        isThere(IsThere()) {}
 
-  // Nothing while it is still there.
-  std::optional<Finding> FindRemoval() const {
-    if (!isThere || access(journalPath.c_str(), F_OK) == 0) {
+  // Nothing while it is still there. What is undone is written to the file.
+  std::optional<Finding> FindRemoval() {
+    if (!isThere || IsThere()) {
       return std::nullopt;
     }
-    return hasMark ? Finding{"an update was interrupted", "it is undone now", Finding::Kind::Undone}
-                   : Finding{std::string(JOURNAL) + " was no journal",
-                             "it was ignored and is removed now", Finding::Kind::IgnoredJournal};
+    return fs::last_write_time(file, ignored) != lastWrite
+               ? Finding{"an update was interrupted", "it is undone now", Finding::Kind::Undone}
+               : Finding{std::string(JOURNAL) + " was no journal of it",
+                         "it was ignored and is removed now", Finding::Kind::IgnoredJournal};
   }
 
  private:
-  static constexpr std::string_view MARK = "NVXUNDO1";
+  bool IsThere() const { return access((file.string() + JOURNAL_SUFFIX).c_str(), F_OK) == 0; }
 
-  std::string journalPath;
-  bool isThere = false;
-  bool hasMark = false;
+  std::error_code ignored;
+  fs::path file;
+  fs::file_time_type lastWrite;
+  bool isThere;
 };
 
 // Why the library does not take a file; none for one that it takes, which `file` describes then.
@@ -117,7 +116,7 @@ std::optional<Finding> FindDamage(const PatientClient& client, const std::string
 
 std::vector<Finding> CheckFile(const PatientClient& client, const std::string& path,
                                const std::string& zeltId) {
-  const FormerJournal journal(path);
+  FormerJournal journal(path);
   Rrd::FileDescription file;
   if (const std::optional<Finding> damage = FindDamage(client, path, zeltId, file)) {
     return {*damage};
