@@ -218,6 +218,15 @@ TEST_F(AtomicUpdate, IsUndoneByWhoeverComesNext) {
     EXPECT_TRUE(ReadFile(path) == before);
     EXPECT_FALSE(fs::exists(journal));
   }
+  for (const auto& [command, words] :
+       {std::pair("check", "topo:x: an update was interrupted: it is undone now\n"),
+        std::pair("recover", "topo:x: the interrupted update is undone\n")}) {
+    InterruptUpdate();
+    const std::vector<std::string> arguments = {NVX_TIMESERIES, "-d", directory.GetPath(), command,
+                                                "topo:x"};
+    EXPECT_EQ(RunProgram(arguments).output, words);
+    EXPECT_TRUE(ReadFile(path) == before);
+  }
   InterruptUpdate();
   EXPECT_EQ(client.Migrate(path, 60, START + 240, NAN, NAN, 50), StatusCode::Success);
   EXPECT_EQ(client.Fetch(path, START + 120, START + 180, samples), StatusCode::Success);
