@@ -1,6 +1,5 @@
 #include "arguments/zone_text.h"
 
-#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -10,6 +9,7 @@
 
 #include "arguments/nearest_word.h"
 #include "base/command_error.h"
+#include "base/digest.h"
 #include "timeseries/date/date.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -112,14 +112,6 @@ std::string FindNameInPath(fs::path path) {
 std::string ReadFile(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-std::string ComputeDigest(const std::string& text) {
-  std::uint64_t hash = 0xcbf29ce484222325;  // FNV-1a
-  for (const char character : text) {
-    hash = (hash ^ static_cast<unsigned char>(character)) * 0x100000001b3;
-  }
-  return std::to_string(hash);
 }
 
 }  // namespace

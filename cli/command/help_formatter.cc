@@ -68,10 +68,15 @@ std::string HelpFormatter::make_subcommand(const CLI::App* command) const {
 }
 
 std::string HelpFormatter::make_footer(const CLI::App* app) const {
-  const std::string footer = app->get_footer();
+  std::string text;
+  if (!app->get_footer().empty()) {
+    text = Wrap(app->get_footer(), WIDTH) + "\n";
+  }
   const auto example = EXAMPLES.find(app->get_name());
-  return (footer.empty() ? "" : Wrap(footer, WIDTH) + "\n") +
-         (example == EXAMPLES.end() ? "" : "\nExample:\n  " + example->second + "\n");
+  if (example != EXAMPLES.end()) {
+    text += "\nExample:\n  " + example->second + "\n";
+  }
+  return text;
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -58,7 +58,8 @@ nlohmann::ordered_json Describe(const Source& source) {
   entry["step"] = file.step;
   entry["rows"] = ChooseFinest(source).archive->rowCount;
   entry["size"] = std::filesystem::file_size(source.path);
-  entry["state"] = !first ? "empty" : isStale ? "stale" : "fresh";
+  const char* const state = !first ? "empty" : isStale ? "stale" : "fresh";
+  entry["state"] = state;
   return entry;
 }
 

@@ -16,7 +16,9 @@ void CsvWriter::AppendHeader(std::string& text) {
   text += shape.isForSeries || shape.isSeveral ? ",id" : "";
   text += !shape.isForSeries && shape.hasSources ? ",source" : "";
   for (const auto& label : shape.isForSeries ? shape.labels : Labels()) {
-    text += label.first == ID_LABEL ? "" : "," + QuoteCsv(label.first);
+    if (label.first != ID_LABEL) {
+      text += ',' + QuoteCsv(label.first);
+    }
   }
   for (const std::string& name : shape.names) {
     text += "," + name;
@@ -29,10 +31,10 @@ void CsvWriter::Begin(const Series& series, int /*round*/, std::string& text) {
   names = shape.isForSeries || shape.isSeveral ? "," + QuoteCsv(series.zeltId) : "";
   names += !shape.isForSeries && shape.hasSources ? "," + QuoteCsv(series.source) : "";
   for (const auto& label : shape.isForSeries ? shape.labels : Labels()) {
-    const auto own = series.labels.find(label.first);
-    names += label.first == ID_LABEL      ? ""
-             : own == series.labels.end() ? ","
-                                          : "," + QuoteCsv(own->second);
+    if (label.first != ID_LABEL) {
+      const auto own = series.labels.find(label.first);
+      names += ',' + QuoteCsv(own == series.labels.end() ? std::string() : own->second);
+    }
   }
 }
 

@@ -13,7 +13,7 @@ inline std::string QuoteCsv(const std::string& text) {
   }
   std::string quoted = "\"";
   for (const char character : text) {
-    quoted += character == '"' ? "\"\"" : std::string(1, character);
+    quoted.append(character == '"' ? 2 : 1, character);
   }
   return quoted + '"';
 }

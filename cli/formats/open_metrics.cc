@@ -1,7 +1,6 @@
 #include "formats/open_metrics.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <utility>
 
@@ -13,17 +12,17 @@ namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 bool IsLabelName(const std::string& name) {
-  constexpr char FIRST[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_";
-  return name.find_first_not_of(std::string(FIRST) + "0123456789") == std::string::npos &&
-         std::isdigit(static_cast<unsigned char>(name.front())) == 0 && name.rfind("__", 0) != 0;
+  constexpr char CHARACTERS[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_";
+  return name.find_first_not_of(CHARACTERS) == std::string::npos && name.front() > '9' &&
+         name.rfind("__", 0) != 0;
 }
 
 void AppendEscaped(const std::string& value, std::string& text) {
   for (const char character : value) {
-    if (character == '\\' || character == '"') {
+    if (character == '\\' || character == '"' || character == '\n') {
       text += '\\';
     }
-    text += character == '\n' ? "\\n" : std::string(1, character);
+    text += character == '\n' ? 'n' : character;
   }
 }
 

@@ -30,7 +30,10 @@ struct Question {
 
   // The names of the values of a point.
   std::vector<std::string> GetValueNames() const {
-    return functions.size() == 1 ? std::vector<std::string>{"value"} : GetNames(functions);
+    if (functions.size() == 1) {
+      return {"value"};
+    }
+    return GetNames(functions);
   }
 };
 

@@ -97,7 +97,10 @@ void TellOrThrow(const CommandError& error, bool isSeveral, Context& context) {
 }  // namespace
 
 std::string SelectedFile::GetKey() const {
-  return path.empty() ? zeltId : std::filesystem::path(path).filename().string();
+  if (path.empty()) {
+    return zeltId;
+  }
+  return std::filesystem::path(path).filename();
 }
 
 std::string SelectedFile::GetPathOfExisting(Context& context) const {
@@ -148,9 +151,12 @@ void Selection::SortByScope() {
 std::vector<std::string> ListDataSources(const std::string& directory, Context& context) {
   std::set<std::string> zeltIds;
   const StatusCode status = context.MakeDatabase(directory).ListDataSources(zeltIds);
-  Require(status, directory,
-          status == StatusCode::Failure ? "none of its files is named after an id"
-                                        : DescribeUnreadable(directory));
+  if (status == StatusCode::Failure) {
+    throw CommandError(directory, "none of its files is named after an id", status);
+  }
+  if (status != StatusCode::Success) {
+    throw CommandError(directory, DescribeUnreadable(directory), status);
+  }
   return {zeltIds.begin(), zeltIds.end()};
 }
 
@@ -199,7 +205,7 @@ Selection SelectTree(const SelectionOptions& options, Context& context) {
     selection.files.push_back(MakeFileOfPath(whole, path, labels));
   }
   if (selection.files.empty()) {
-    throw CommandError(*options.tree, "has no RRD file", StatusCode::NotFound);
+    throw CommandError("--exclude", "no data source is left", StatusCode::NotFound);
   }
   return selection;
 }
@@ -210,9 +216,10 @@ Selection SelectTree(const SelectionOptions& options, Context& context) {
   if (!options.excluded.empty()) {
     throw CommandError("--exclude", "no data source is left", StatusCode::NotFound);
   }
-  throw directories.size() > 1
-      ? CommandError("the directories", "none has any of the data sources", StatusCode::NotFound)
-      : CommandError(directories.front(), "has no data source", StatusCode::NotFound);
+  if (directories.size() > 1) {
+    throw CommandError("the directories", "none has any of the data sources", StatusCode::NotFound);
+  }
+  throw CommandError(directories.front(), "has no data source", StatusCode::NotFound);
 }
 
 }  // namespace

@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
-#include <new>
 #include <string_view>
 
+#include "push/url_text.h"
 #include "replace/interruption.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -84,28 +84,22 @@ bool HttpClient::Received::IsWhole(long status) const noexcept {
 
 template <typename Value>
 void HttpClient::Set(CURLoption option, Value value) {
-  if (curl_easy_setopt(handle.get(), option, value) != CURLE_OK) {
-    throw std::bad_alloc();
-  }
+  RequireMemory(curl_easy_setopt(handle.get(), option, value) == CURLE_OK);
 }
 
 void HttpClient::AddHeader(const std::string& line) {
   curl_slist* const longer = curl_slist_append(headers.get(), line.c_str());
-  if (longer == nullptr) {
-    throw std::bad_alloc();
-  }
+  RequireMemory(longer != nullptr);
   static_cast<void>(headers.release());  // the longer list owns it
   headers.reset(longer);
 }
 
 HttpClient::HttpClient(const WriteAddress& address, const SendOptions& options)
     : handle(curl_easy_init()) {
-  if (handle == nullptr) {
-    throw std::bad_alloc();
-  }
+  RequireMemory(handle != nullptr);
   AddHeader("Content-Encoding: gzip");
   AddHeader("Content-Type: text/plain; charset=utf-8");
-  AddHeader("Expect:");  // do not wait for 100 Continue
+  AddHeader("Expect:");  // no wait until the server answers 100 Continue
   if (!address.authorization.empty()) {
     AddHeader("Authorization: " + address.authorization);
   }

@@ -4,12 +4,12 @@
 #include <zlib.h>
 
 #include <algorithm>
-#include <new>
 #include <nlohmann/json.hpp>
 #include <thread>
 #include <utility>
 
 #include "base/command_error.h"
+#include "push/url_text.h"
 #include "replace/interruption.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -22,16 +22,19 @@ constexpr long TOO_LARGE = 413;
 
 // The server's own words about what is wrong. Other text may be an echo of what it was sent.
 std::string FindError(const HttpAnswer& answer) {
-  const auto json = nlohmann::json::parse(answer.text, nullptr, false);
-  const auto error = json.is_object() ? json.find("error") : json.end();
-  return error != json.end() && error->is_string() ? error->get<std::string>() : "";
+  auto json = nlohmann::json::parse(answer.text, nullptr, false);
+  if (json.is_object() && json["error"].is_string()) {
+    return json["error"].get<std::string>();
+  }
+  return "";
 }
 
 // InfluxDB has taken the other lines. Other servers drop what is older than they keep and say
 // nothing.
 bool HasDroppedOldOnes(const HttpAnswer& answer) {
   constexpr std::string_view DROPPED = "partial write: points beyond retention policy dropped";
-  return answer.status == 400 && FindError(answer).compare(0, DROPPED.size(), DROPPED) == 0;
+  const std::string error = FindError(answer);
+  return answer.status == 400 && error.compare(0, DROPPED.size(), DROPPED) == 0;
 }
 
 std::string Describe(const HttpAnswer& answer, const SecretMask& mask) {
@@ -41,8 +44,8 @@ std::string Describe(const HttpAnswer& answer, const SecretMask& mask) {
   if (words.empty() && answer.status == 200) {
     words = "a page, not a confirmation";
   }
-  return "the server answers " + std::to_string(answer.status) +
-         (words.empty() ? "" : ": " + words);
+  const char* const colon = words.empty() ? "" : ": ";
+  return "the server answers " + std::to_string(answer.status) + colon + words;
 }
 
 // The text as a gzip file.
@@ -50,10 +53,8 @@ std::string Gzip(std::string_view text) {
   constexpr int GZIP_WINDOW = 15 + 16;  // the largest window, in the form of gzip
   constexpr int MEMORY_LEVEL = 8;
   z_stream stream{};
-  if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, GZIP_WINDOW, MEMORY_LEVEL,
-                   Z_DEFAULT_STRATEGY) != Z_OK) {
-    throw std::bad_alloc();
-  }
+  RequireMemory(deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, GZIP_WINDOW, MEMORY_LEVEL,
+                             Z_DEFAULT_STRATEGY) == Z_OK);
   std::string compressed(deflateBound(&stream, static_cast<uLong>(text.size())), '\0');
   // zlib reads its input through a pointer that is not const.
   stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
@@ -71,7 +72,7 @@ std::string_view TakeLines(std::string_view lines, std::size_t size) {
   if (lines.size() <= size) {
     return lines;
   }
-  const std::size_t end = lines.rfind('\n', size == 0 ? 0 : size - 1);
+  const std::size_t end = lines.rfind('\n', size - 1);
   return lines.substr(0, (end == std::string_view::npos ? lines.find('\n') : end) + 1);
 }
 
@@ -98,8 +99,10 @@ HttpSender::Reply HttpSender::Post(const std::string& body) {
   TellProxy();
   Reply reply;
   if (!answer.problem.empty()) {
-    const std::string words = address.mask.Hide(answer.problem);
-    reply.reason = words.empty() ? "the server does not answer" : words;
+    reply.reason = address.mask.Hide(answer.problem);
+    if (reply.reason.empty()) {
+      reply.reason = "the server does not answer";
+    }
     reply.isFinal = answer.isFinal;
     return reply;
   }
@@ -121,8 +124,9 @@ void HttpSender::TellProxy() {
     return;
   }
   const bool isOpen = address.url.compare(0, 5, "http:") == 0;
+  const bool isSeen = isOpen && address.HasCredentials();
   PrintMessage(address.name + ": sent over the proxy of the variable " + variable +
-               (isOpen && address.HasCredentials() ? ", which sees the token or password" : ""));
+               (isSeen ? ", which sees the token or password" : ""));
 }
 
 // Waits before the request is repeated; throws SendError when that would be after the deadline.
@@ -132,7 +136,7 @@ void HttpSender::WaitForNext(const Reply& reply, Clock::time_point deadline,
   const Clock::time_point now = Clock::now();
   const Clock::time_point end =
       std::max(now + reply.wantedPause, std::min<Clock::time_point>(now + pause, deadline));
-  if (now >= deadline || end > deadline) {
+  if (end > deadline) {
     throw SendError(reply.reason + "; given up, since --retry-for is " +
                         std::to_string(options.retryTime.count()) + " s",
                     StatusCode::Unavailable);

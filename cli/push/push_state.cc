@@ -74,8 +74,8 @@ ConfirmedByServer ReadJsonState(const std::string& path) {
 
 long long ComputeChecksum(const std::string& server, const PushedSeries& series, long long time) {
   std::string row;
-  for (const std::string& field : {server, series.directory, series.kind, series.zeltId}) {
-    row += std::to_string(field.size()) + ' ' + field;
+  for (const auto* field : {&server, &series.directory, &series.kind, &series.zeltId}) {
+    row += std::to_string(field->size()) + ' ' + *field;
   }
   row += std::to_string(time);
   return static_cast<long long>(
@@ -84,10 +84,14 @@ long long ComputeChecksum(const std::string& server, const PushedSeries& series,
 
 // Makes the table in an empty file.
 void RequireTable(StateDatabase& database) {
-  Statement schema(database, "SELECT sql FROM sqlite_master WHERE name NOT LIKE 'sqlite_%'");
-  if (!schema.Step()) {
+  Statement schema(database,
+                   "SELECT group_concat(sql) FROM sqlite_master WHERE name NOT LIKE 'sqlite_%'");
+  schema.Step();
+  const std::string tables = schema.GetBytes(0);
+  if (tables.empty()) {
+    schema.Reset();
     database.Run(TABLE);
-  } else if (schema.GetBytes(0) != TABLE || schema.Step()) {
+  } else if (tables != TABLE) {
     throw DatabaseError("it has other tables", SQLITE_NOTADB);
   }
 }
@@ -108,7 +112,8 @@ void Write(const std::string& server, const ConfirmedTimes& times, StateDatabase
 
 void RequireSound(StateDatabase& database) {
   Statement check(database, "PRAGMA quick_check(1)");
-  if (!check.Step() || check.GetBytes(0) != "ok") {
+  check.Step();
+  if (check.GetBytes(0) != "ok") {
     throw DatabaseError("it is damaged", SQLITE_CORRUPT);
   }
 }
@@ -139,7 +144,7 @@ void SetAside(const std::string& path) {
 std::string PushState::FindDefaultPath(const std::string& name) {
   const fs::path directory = FindStateDirectory() / "nvx-timeseries";
   std::error_code error;
-  fs::create_directories(directory, error);  // if this fails, so does saving, which is reported
+  fs::create_directories(directory, error);  // a failure shows in that of saving
   const fs::path path = directory / (name + ".db");
   if (!fs::exists(path, error)) {
     fs::rename(directory / (name + ".json"), path, error);  // as it was named before
@@ -160,7 +165,8 @@ PushState::PushState(const std::string& statePath, const std::string& server)
 
 void PushState::Open() {
   std::error_code error;
-  if (fs::is_directory(path, error) && fs::is_empty(path, error)) {
+  const fs::path named = path;
+  if (fs::is_directory(named, error) && fs::is_empty(named, error)) {
     SetAside(path);
   }
   for (;;) {

@@ -1,20 +1,20 @@
 #include "push/state_database.h"
 
+#include <string_view>
+
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
 
 // How long to wait for another program that reads the file.
 constexpr int LOCK_MILLISECONDS = 2000;
 
-[[noreturn]] void Fail(sqlite3* database, int code) {
-  throw DatabaseError(database == nullptr ? sqlite3_errstr(code) : sqlite3_errmsg(database), code);
-}
-
-void RequireDone(sqlite3* database, int code) {
-  if (code != SQLITE_OK) {
-    Fail(database, code);
+void Require(int wanted, sqlite3* database, int code) {
+  if (code != wanted) {
+    throw DatabaseError(sqlite3_errmsg(database), code);
   }
 }
+
+void RequireDone(sqlite3* database, int code) { Require(SQLITE_OK, database, code); }
 
 }  // namespace
 
@@ -62,16 +62,17 @@ void Statement::Bind(int parameter, long long number) {
 
 bool Statement::Step() {
   const int code = sqlite3_step(handle.get());
-  if (code != SQLITE_ROW && code != SQLITE_DONE) {
-    Fail(database.Get(), code);
+  if (code == SQLITE_ROW) {
+    return true;
   }
-  return code == SQLITE_ROW;
+  Require(SQLITE_DONE, database.Get(), code);
+  return false;
 }
 
 std::string Statement::GetBytes(int column) const {
   const auto* const bytes = static_cast<const char*>(sqlite3_column_blob(handle.get(), column));
   const int size = sqlite3_column_bytes(handle.get(), column);
-  return bytes == nullptr ? "" : std::string(bytes, static_cast<std::size_t>(size));
+  return std::string(std::string_view(bytes, static_cast<std::size_t>(size)));
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

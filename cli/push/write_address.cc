@@ -5,16 +5,15 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <new>
 #include <sstream>
 #include <string_view>
 #include <system_error>
 
 #include "base/command_error.h"
+#include "base/digest.h"
 #include "push/url_text.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
@@ -38,8 +37,8 @@ std::string Get(const Url& url, CURLUPart part, unsigned int flags = 0) {
   return text;
 }
 
-void Set(const Url& url, CURLUPart part, const char* text, unsigned int flags = 0) {
-  if (curl_url_set(url.get(), part, text, flags) != CURLUE_OK) {
+void Set(const Url& url, CURLUPart part, const char* text) {
+  if (curl_url_set(url.get(), part, text, 0) != CURLUE_OK) {
     Refuse(EXAMPLE);
   }
 }
@@ -59,9 +58,7 @@ Url Parse(const std::string& text) {
     Refuse(EXAMPLE);
   }
   Url url(curl_url());
-  if (url == nullptr) {
-    throw std::bad_alloc();
-  }
+  RequireMemory(url != nullptr);
   Set(url, CURLUPART_URL, text.c_str());
   return url;
 }
@@ -72,14 +69,6 @@ std::string Decode(const std::string& text) {
     Refuse("%00 stands in a parameter");
   }
   return decoded;
-}
-
-std::string Hash(const std::string& text) {
-  std::uint64_t hash = 0xcbf29ce484222325;  // FNV-1a
-  for (const char character : text) {
-    hash = (hash ^ static_cast<unsigned char>(character)) * 0x100000001b3;
-  }
-  return std::to_string(hash);
 }
 
 // Base64, without the padding.
@@ -95,7 +84,10 @@ std::string EncodeBase64(const std::string& text) {
       encoded += DIGITS[bits >> (bitCount - DIGIT_BITS) & 63];
     }
   }
-  return bitCount == 0 ? encoded : encoded + DIGITS[bits << (DIGIT_BITS - bitCount) & 63];
+  if (bitCount > 0) {
+    encoded += DIGITS[bits << (DIGIT_BITS - bitCount) & 63];
+  }
+  return encoded;
 }
 
 bool IsKnown(const std::string& key) {
@@ -110,39 +102,46 @@ std::string DescribeParameter(const std::string& key, const std::string& paramet
     return parameter;
   }
   const std::size_t sign = parameter.find('=');
-  const std::string value = sign == std::string::npos ? parameter : parameter.substr(sign + 1);
+  const std::string value = parameter.substr(sign + 1);  // all of one without a value
   address.mask.Add(value);
   address.mask.Add(Decode(value));
   address.hasHiddenParameters = true;
-  return sign == std::string::npos ? "*" : key + "=*";
+  if (sign == std::string::npos) {
+    return "*";
+  }
+  return key + "=*";
 }
 
 // A file name that stands for a name of any length.
 std::string MakeFileName(const std::string& name) {
   constexpr std::size_t LONGEST = 200;
-  const std::string encoded = EncodeUrlPart(name);
-  return encoded.size() <= LONGEST ? encoded : encoded.substr(0, LONGEST) + Hash(name);
+  std::string encoded = EncodeUrlPart(name);
+  if (encoded.size() > LONGEST) {
+    encoded.replace(LONGEST, std::string::npos, ComputeDigest(name));
+  }
+  return encoded;
 }
 
-// Takes the user and the password out of the query; the rest becomes part of the name.
+// Takes the user and the password out of the query; the rest, each with a '&' behind it, becomes
+// part of the name.
 std::string TakeParameters(const std::string& query, WriteAddress& address) {
   std::istringstream parameters(query);
   std::string rest;
+  char separator = '?';
   for (std::string parameter; std::getline(parameters, parameter, '&');) {
     const std::size_t sign = parameter.find('=');
     const std::string key = Decode(parameter.substr(0, sign));
-    const std::string value = sign == std::string::npos ? "" : parameter.substr(sign + 1);
     if (key == "u" || key == "p") {
       if (sign == std::string::npos) {
         Refuse("its parameter " + key + " has no value");
       }
-      (key == "u" ? address.user : address.password) = Decode(value);
+      (key == "u" ? address.user : address.password) = Decode(parameter.substr(sign + 1));
     } else if (key == "precision") {
       Refuse("the precision of the timestamps is given by the command itself");
     } else if (!parameter.empty()) {
-      const bool isFirst = rest.empty();
-      rest += (isFirst ? "" : "&") + parameter;
-      address.name += (isFirst ? "?" : "&") + DescribeParameter(key, parameter, address);
+      rest += parameter + '&';
+      address.name += separator + DescribeParameter(key, parameter, address);
+      separator = '&';
     }
   }
   return rest;
@@ -185,9 +184,8 @@ std::string ReadSecretFile(const std::string& path) {
   }
   namespace fs = std::filesystem;
   std::error_code error;
-  const fs::file_status status = fs::status(path, error);
-  if (status.type() == fs::file_type::regular &&
-      (status.permissions() & fs::perms::others_read) != fs::perms::none) {
+  const fs::perms permissions = fs::status(path, error).permissions();
+  if ((permissions & fs::perms::others_read) != fs::perms::none) {
     PrintMessage(path + ": every user can read this secret; chmod 600 keeps it");
   }
   return line;
@@ -195,7 +193,7 @@ std::string ReadSecretFile(const std::string& path) {
 
 void ReadSecrets(const Secrets& secrets, WriteAddress& address) {
   const bool hasUser = !address.user.empty() || !address.password.empty();
-  if ((hasUser ? 1 : 0) + (secrets.userFile ? 1 : 0) + (secrets.tokenFile ? 1 : 0) > 1) {
+  if (hasUser && (secrets.userFile || secrets.tokenFile)) {
     Refuse("a user in it, --user-file and --token-file exclude each other");
   }
   if (secrets.userFile) {
@@ -209,8 +207,8 @@ void ReadSecrets(const Secrets& secrets, WriteAddress& address) {
   }
   if (secrets.tokenFile) {
     const std::string token = ReadSecretFile(*secrets.tokenFile);
-    const bool hasScheme = token.find(' ') != std::string::npos;
-    address.authorization = hasScheme ? token : "Token " + token;
+    const char* const scheme = token.find(' ') == std::string::npos ? "Token " : "";
+    address.authorization = scheme + token;
     address.mask.Add(token.substr(token.find(' ') + 1));
   }
   AddPair(address);
@@ -230,8 +228,7 @@ WriteAddress ReadWriteAddress(const std::string& text, const Secrets& secrets) {
   Set(url, CURLUPART_QUERY, nullptr);
   address.name = Get(url, CURLUPART_URL);
   const std::string rest = TakeParameters(query, address);
-  Set(url, CURLUPART_QUERY, rest.empty() ? nullptr : rest.c_str());
-  Set(url, CURLUPART_QUERY, "precision=s", CURLU_APPENDQUERY);
+  Set(url, CURLUPART_QUERY, (rest + "precision=s").c_str());
   address.url = Get(url, CURLUPART_URL);
   address.fileName = MakeFileName(address.name);
   ReadSecrets(secrets, address);

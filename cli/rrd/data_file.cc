@@ -80,7 +80,6 @@ ComparedSamples CompareSamples(const PatientClient& client, const std::string& o
           hasRow && piece.GetData()[(time - piece.GetStartTime()) / newStep] == sample;
       ++(isKept ? compared.keptCount : compared.lostCount);
     }
-    return true;
   };
   if (WalkRows(client, oldPath, static_cast<long long>(oldFile.step), oldRows.firstTime,
                oldRows.lastTime, compare) != StatusCode::Success) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 
@@ -17,9 +18,11 @@ template <typename Item, typename Name>
 std::string CountAndName(const std::vector<Item>& items, const std::string& thing, Name name) {
   constexpr std::size_t MAXIMUM_NAMED_COUNT = 8;
   std::string names;
-  for (std::size_t i = 0; i < items.size() && i <= MAXIMUM_NAMED_COUNT; ++i) {
-    names += (i == 0 ? "" : ", ") + (i == MAXIMUM_NAMED_COUNT ? "..." : name(items[i]));
+  for (std::size_t i = 0; i < std::min(items.size(), MAXIMUM_NAMED_COUNT); ++i) {
+    const char* const separator = i == 0 ? "" : ", ";
+    names += separator + name(items[i]);
   }
+  names += items.size() > MAXIMUM_NAMED_COUNT ? ", ..." : "";
   return Count(items.size(), thing) + " (" + names + ")";
 }
 

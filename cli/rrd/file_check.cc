@@ -60,7 +60,6 @@ unsigned long long CountExcluded(const PatientClient& client, const std::string&
   unsigned long long count = 0;
   const auto countOne = [&](long long /*time*/, double value) {
     count += value < source.minimum || value > source.maximum ? 1 : 0;
-    return true;
   };
   Require(WalkRows(client, path, static_cast<long long>(file.step), archive.firstTime,
                    archive.lastTime, countOne),

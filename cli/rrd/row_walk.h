@@ -16,8 +16,8 @@ inline bool HasRows(const Rrd::FetchResult& rows, long long step, long long firs
 }
 
 // Reads the rows of the only archive of a file from `first` to `last`, in pieces, so that memory
-// does not grow with the file. `consume` gets the time and the value of each row, and returns
-// whether to go on. The status is that of a fetch that failed.
+// does not grow with the file. `consume` gets the time and the value of each row. The status is
+// that of a fetch that failed.
 template <typename Consumer>
 StatusCode WalkRows(const PatientClient& client, const std::string& path, long long step,
                     long long first, long long last, const Consumer& consume) {
@@ -33,9 +33,7 @@ StatusCode WalkRows(const PatientClient& client, const std::string& path, long l
       return StatusCode::Failure;
     }
     for (long long time = start; time <= end; time += step) {
-      if (!consume(time, rows.GetData()[(time - rows.GetStartTime()) / step])) {
-        return StatusCode::Success;
-      }
+      consume(time, rows.GetData()[(time - rows.GetStartTime()) / step]);
     }
   }
   return StatusCode::Success;

@@ -62,7 +62,6 @@ void StoredSamples::MakeRoomUntil(long long latest) {
       firstDropped = droppedCount == 0 ? time : firstDropped;
       ++droppedCount;
     }
-    return true;
   });
 }
 
@@ -73,7 +72,7 @@ bool StoredSamples::WasEmpty() const {
   }
   bool isEmpty = true;
   ReadRows(description.archives.front().firstTime, description.archives.front().lastTime,
-           [&isEmpty](long long /*time*/, double value) { return isEmpty = std::isnan(value); });
+           [&isEmpty](long long /*time*/, double value) { isEmpty &= std::isnan(value); });
   return isEmpty;
 }
 
