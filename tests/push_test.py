@@ -600,7 +600,7 @@ class PushTest(unittest.TestCase):
         directory = self.make_file("weeks", 700, 3600, 800, 345600)  # 29 days from a Monday on
         self.run_program("update", "topo:a", f"@{345600 + 3600 * 701}:inf", directory=directory)
         self.assertIn("1 infinite values left out", self.push(recorder.url, directory=directory).stderr)
-        for arguments, count in ((["2h"], 350), (["12h"], 58), (["2d"], 14), (["2d", "--day-start", "06:00"], 14), (["1w"], 4),
+        for arguments, count in ((["2h"], 350), (["12h"], 58), (["2d"], 14), (["2d", "--day-start", "06:00"], 15), (["1w"], 4),
                                  (["1w", "--week-start", "sunday"], 4), (["2w"], 2), (["2mo"], 0)):
             for sent in (count, 0):
                 result = self.push(recorder.url, "--interval", *arguments, directory=directory, status=int(count == 0))

@@ -69,8 +69,8 @@ class Chart {
   std::size_t ChooseRows(const ChartSize& size, std::size_t legendRows) const {
     const std::size_t taken = legendRows + 4;  // three lines below, and the next prompt
     const std::size_t left = size.rows > taken ? size.rows - taken : 0;
-    const std::size_t wanted = std::min(left, size.columns / COLUMNS_A_ROW);
-    return std::max(wanted - wanted % 2, LEAST_ROWS - 1) + 1;
+    const std::size_t most = std::min(left, size.columns / COLUMNS_A_ROW);
+    return std::max(most + most % 2, LEAST_ROWS + 1) - 1;
   }
 
   double GetPart(const Date::Date& date) const {

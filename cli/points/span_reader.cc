@@ -193,7 +193,9 @@ void SpanReader::Tell() const {
   for (const SpanArchives& part : parts) {
     const std::string own =
         DescribeSegments(part.segments, intervals.complete.start.timestamp, end);
-    text += (text.empty() || own.empty() ? "" : ", ") + own;
+    if (text.find(own) == std::string::npos) {  // archives may answer for several functions
+      text += (text.empty() ? "" : ", ") + own;
+    }
   }
   if (!text.empty() && !isEmpty) {
     PrintMessage(source.fileName + ": read from " + text);
