@@ -9,8 +9,10 @@
 #include <sys/mman.h>
 #include <sys/wait.h>
 
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <map>
 
 #include "convert/conversion_plan.h"
 #include "convert/in_place_conversion.h"
@@ -26,7 +28,28 @@ namespace {
 
 std::string exchangeWith;  // another user puts this in place of a directory that was just made
 
+std::map<std::string, int> faults;  // the errors of the calls that fail
+
+template <typename Call, typename... Arguments>
+int CallOrFail(Call* /*call*/, const char* name, int error, Arguments... arguments) {
+  errno = error;
+  return error == 0 ? reinterpret_cast<Call*>(dlsym(RTLD_NEXT, name))(arguments...) : -1;
+}
+
 }  // namespace
+
+extern "C" {
+int linkat(int from, const char* name, int to, const char* other, int flags) noexcept {
+  return CallOrFail(linkat, "linkat", flags == 0 ? 0 : faults["linkat"], from, name, to, other,
+                    flags);
+}
+int renameat(int from, const char* name, int to, const char* other) noexcept {
+  return CallOrFail(renameat, "renameat", faults["renameat"], from, name, to, other);
+}
+int renameat2(int from, const char* name, int to, const char* other, unsigned int flags) noexcept {
+  return CallOrFail(renameat2, "renameat2", faults["renameat2"], from, name, to, other, flags);
+}
+}
 
 extern "C" char* mkdtemp(char* path) noexcept {
   static const auto make = reinterpret_cast<char* (*)(char*)>(dlsym(RTLD_NEXT, "mkdtemp"));
@@ -206,6 +229,26 @@ TEST(FileReplacement, PutsNothingInPlaceOfAFileThatChanged) {
   WriteFile(path, "made meanwhile");
   EXPECT_THROW(replacement.PutInPlace(), FileError);
   EXPECT_EQ(ReadFile(path), "made meanwhile");
+}
+
+// Some file systems have no hard links, others cannot tell whether a new name is free.
+TEST(ConvertInPlace, LosesNoFileWhereCallsFail) {
+  const std::map<std::string, int> cases[] = {{{"linkat", EPERM}},
+                                              {{"linkat", EPERM}, {"renameat2", EINVAL}},
+                                              {{"linkat", EIO}},
+                                              {{"renameat", EIO}}};
+  for (const auto& given : cases) {
+    const TemporaryDirectory temporary;
+    WriteFile(temporary.GetPath("a.rrd"), ReadLegacy("gauge"));
+    faults = given;
+    const bool isDone =
+        ConvertInPlace({temporary.GetPath()}, {".old", false, {}}).AreAllConverted();
+    faults.clear();
+    EXPECT_EQ(isDone, given.count("linkat") > 0 && given.at("linkat") == EPERM);
+    EXPECT_EQ(ReadFile(temporary.GetPath("a.rrd")) + ReadFile(temporary.GetPath("a.rrd.old")),
+              (isDone ? ReadConverted("gauge") : "") + ReadLegacy("gauge"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(temporary.GetPath()), {}), isDone ? 2 : 1);
+  }
 }
 
 TEST(FileReplacement, LeavesNothingWhenItIsInterrupted) {

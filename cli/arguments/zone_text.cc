@@ -19,7 +19,6 @@ namespace fs = std::filesystem;
 
 constexpr char LOCAL[] = "local";
 constexpr char LOCAL_FILE[] = "/etc/localtime";
-constexpr char LOCAL_NAME_FILE[] = "/etc/timezone";
 
 // cctz would open any path, and what else it takes for a zone has a colon in its name.
 bool IsNameOfDatabase(const std::string& name) {
@@ -63,23 +62,13 @@ struct LocalZone {
   std::string name;
 };
 
-std::string ReadLocalName() {
-  std::string name;
-  std::ifstream(LOCAL_NAME_FILE) >> name;
-  return name;
-}
-
 LocalZone FindLocalZone() {
   // NOLINTNEXTLINE(concurrency-mt-unsafe): no thread of the program changes a variable
   if (const char* const variable = std::getenv("TZ")) {
     const std::string name = variable[0] == ':' ? variable + 1 : variable;
     return {std::string("TZ=") + variable, name.empty() ? "UTC" : name};
   }
-  std::error_code error;
-  if (fs::exists(LOCAL_FILE, error)) {
-    return {LOCAL_FILE, LOCAL_FILE};
-  }
-  return {LOCAL_NAME_FILE, ReadLocalName()};
+  return {LOCAL_FILE, LOCAL_FILE};
 }
 
 cctz::time_zone LoadLocalZone() {
@@ -121,13 +110,11 @@ std::string IdentifyZone(const cctz::time_zone& zone) {
   if (path.empty() || path[0] != '/') {
     return path;
   }
-  std::string name = FindNameInPath(path);
-  const std::string rules = ReadFile(path);
-  if (name.empty() && path == LOCAL_FILE) {
-    name = ReadLocalName();  // which may be of another zone than the file
-    name = ReadFile(GetDatabase() / name) == rules ? name : "";
+  const std::string name = FindNameInPath(path);
+  if (!name.empty() && IsNameOfDatabase(name)) {
+    return name;
   }
-  return !name.empty() && IsNameOfDatabase(name) ? name : "rules " + ComputeDigest(rules);
+  return "rules " + ComputeDigest(ReadFile(path));
 }
 
 cctz::time_zone LoadZone(const std::string& name) {

@@ -41,8 +41,9 @@ void AddPath(const std::string& shownPath, ConversionPlan& plan, ConversionSumma
     std::error_code error;
     const fs::file_type type = fs::symlink_status(path, error).type();
     if (error) {
-      summary.AddFailed(shownPath, {error.message(), StatusCode::CannotOpen});
-    } else if (type == fs::file_type::directory) {
+      throw FileError(error.message(), StatusCode::CannotOpen);
+    }
+    if (type == fs::file_type::directory) {
       AddTree(path, shownPath, plan, summary);
     } else if (type == fs::file_type::regular) {
       AddFile(path, shownPath, plan);

@@ -90,9 +90,10 @@ std::string Canvas::GetSample(std::size_t curve) const {
 
 std::string Canvas::Colour(const std::string& text, std::size_t curve) const {
   constexpr std::size_t COLOUR_COUNT = 6;
-  return drawing == Drawing::ColouredBraille
-             ? "\x1b[3" + std::to_string(1 + curve % COLOUR_COUNT) + "m" + text + "\x1b[0m"
-             : text;
+  if (drawing != Drawing::ColouredBraille) {
+    return text;
+  }
+  return "\x1b[3" + std::to_string(1 + curve % COLOUR_COUNT) + "m" + text + "\x1b[0m";
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

@@ -90,9 +90,9 @@ void RowReader::Fetch(const ChosenArchive& chosen, long long first, long long la
   fetchedArchive = chosen.archive;
   if (source.isByArchive) {
     const auto archive = static_cast<unsigned long>(chosen.archive - source.file.archives.data());
-    Require(source.context.rrdClient.FetchRows(source.path, archive, source.column, first, last,
-                                               fetched),
-            source.name, std::string("its rows cannot be read: ") + Failure::GetReason());
+    const StatusCode status = source.context.rrdClient.FetchRows(
+        source.path, archive, source.column, first, last, fetched);
+    Require(status, source.name, std::string("its rows cannot be read: ") + Failure::GetReason());
     return RequireStill(archive, std::max(first, chosen.archive->firstTime));
   }
   const Rrd::ArchiveDescription* const read = source.file.FindArchive(first);
@@ -111,8 +111,8 @@ void RowReader::Fetch(const ChosenArchive& chosen, long long first, long long la
 // Rows that have left an archive are read as missing ones.
 void RowReader::RequireStill(unsigned long archive, long long first) const {
   Rrd::FileDescription now;
-  Require(source.context.rrdClient.Describe(source.path, now), source.name,
-          std::string("its file cannot be read: ") + Failure::GetReason());
+  const StatusCode status = source.context.rrdClient.Describe(source.path, now);
+  Require(status, source.name, std::string("its file cannot be read: ") + Failure::GetReason());
   if (archive >= now.archives.size() || now.archives[archive].firstTime > first) {
     throw CommandError(source.name,
                        "its rows have moved on while they were read, from " + FormatUtc(first),

@@ -42,7 +42,8 @@ off_t FindWholeSize(const PatientClient& client, int fd, const std::string& path
     const off_t middle = low + (high - low) / 2;
     (IsWhole(client, fd, path, middle, file) ? high : low) = middle;
   }
-  RequireArgument(IsWhole(client, fd, path, high, file), Failure::GetReason());
+  const bool isWhole = IsWhole(client, fd, path, high, file);
+  RequireArgument(isWhole, Failure::GetReason());
   return high;
 }
 
