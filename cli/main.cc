@@ -183,7 +183,7 @@ ExitStatus ExplainUsage(const CLI::App& app, const CLI::ParseError& error) {
   return EXIT_WRONG_USAGE;
 }
 
-// GCOVR_EXCL_START: the process ends in it, without its counts
+// GCOVR_EXCL_START: a process that ends by a signal writes no counts
 // Ends by the signal itself, as a shell expects of a command that was interrupted.
 [[noreturn]] void EndBySignal(int signal) {
   std::cout.flush();
@@ -237,7 +237,7 @@ int FlushOutput(int exitStatus) {
   }
   if (IsReaderGone()) {
     std::signal(SIGPIPE, SIG_DFL);
-    std::raise(SIGPIPE);  // GCOVR_EXCL_LINE: the process ends, without its counts
+    std::raise(SIGPIPE);  // GCOVR_EXCL_LINE: as above
   }
   PrintMessage(CommandError("standard output", "cannot be written", StatusCode::IoError).GetText());
   return EXIT_FAILED;
@@ -250,7 +250,7 @@ int RunAndFlush(int argc, char** argv) {
       RrdClient::PinFiles();
     }
     return FlushOutput(Run(argc, argv));
-    // GCOVR_EXCL_START: a test that the count leaves out takes the memory
+    // GCOVR_EXCL_START: reached by command_allocation_test, which is too slow to be counted
   } catch (const std::bad_alloc&) {
     std::fputs("nvx-timeseries: out of memory\n", stderr);  // which needs none
   } catch (const std::exception& exception) {

@@ -5,7 +5,7 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// A number that other texts do not have by accident, the same on every machine (FNV-1a).
+// A number that two texts hardly share, the same on every machine (FNV-1a).
 inline std::string ComputeDigest(const std::string& text) {
   std::uint64_t hash = 0xcbf29ce484222325;
   for (const char character : text) {

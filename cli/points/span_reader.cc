@@ -179,9 +179,7 @@ void SpanReader::PrepareIntervals(std::optional<long long> confirmed) {
 std::optional<long long> SpanReader::FindBegin() const {
   std::optional<long long> begin;
   for (const SpanArchives& part : parts) {
-    if (!part.segments.empty()) {
-      begin = std::max(begin, std::optional(part.segments.front().begin));
-    }
+    begin = std::max(begin, std::optional(part.segments.front().begin));
   }
   return begin;
 }

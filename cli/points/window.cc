@@ -84,13 +84,13 @@ std::string DescribeClockChange(const TimeWindow& window, long long intervalLeng
       break;
     }
     const long long seconds = std::abs(change.to - change.from);
-    if (seconds % intervalLength == 0) {
-      continue;
+    if (seconds % intervalLength != 0) {
+      if (seconds == HALF_AN_HOUR) {
+        return ": the clocks change by half an hour in it; the intervals 30m and 1d work";
+      }
+      return ": the clocks change by " + std::to_string(seconds) +
+             " s in it; the interval 1d works";
     }
-    if (seconds == HALF_AN_HOUR) {
-      return ": the clocks change by half an hour in it; the intervals 30m and 1d work";
-    }
-    return ": the clocks change by " + std::to_string(seconds) + " s in it; the interval 1d works";
   }
   return "";
 }

@@ -99,7 +99,7 @@ HttpClient::HttpClient(const WriteAddress& address, const SendOptions& options)
   RequireMemory(handle != nullptr);
   AddHeader("Content-Encoding: gzip");
   AddHeader("Content-Type: text/plain; charset=utf-8");
-  AddHeader("Expect:");  // no wait until the server answers 100 Continue
+  AddHeader("Expect:");  // the text follows at once, without 100 Continue
   if (!address.authorization.empty()) {
     AddHeader("Authorization: " + address.authorization);
   }

@@ -144,7 +144,7 @@ void SetAside(const std::string& path) {
 std::string PushState::FindDefaultPath(const std::string& name) {
   const fs::path directory = FindStateDirectory() / "nvx-timeseries";
   std::error_code error;
-  fs::create_directories(directory, error);  // a failure shows in that of saving
+  fs::create_directories(directory, error);  // a failure is told when it is saved
   const fs::path path = directory / (name + ".db");
   if (!fs::exists(path, error)) {
     fs::rename(directory / (name + ".json"), path, error);  // as it was named before

@@ -13,7 +13,7 @@ namespace {
 
 std::atomic<const std::string*> pending{nullptr};  // the message; none while nothing is read
 
-// GCOVR_EXCL_START: the process ends in it, without its counts
+// GCOVR_EXCL_START: a process that ends in a handler writes no counts
 // Calls nothing but what a handler may call.
 void End(int signal) {
   const std::string* const message = pending;
