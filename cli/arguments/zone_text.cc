@@ -110,7 +110,7 @@ std::string IdentifyZone(const cctz::time_zone& zone) {
   if (path.empty() || path[0] != '/') {
     return path;
   }
-  const std::string name = FindNameInPath(path);
+  std::string name = FindNameInPath(path);
   if (!name.empty() && IsNameOfDatabase(name)) {
     return name;
   }

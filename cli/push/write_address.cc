@@ -117,7 +117,8 @@ std::string MakeFileName(const std::string& name) {
   constexpr std::size_t LONGEST = 200;
   std::string encoded = EncodeUrlPart(name);
   if (encoded.size() > LONGEST) {
-    encoded.replace(LONGEST, std::string::npos, ComputeDigest(name));
+    encoded.resize(LONGEST);
+    encoded += ComputeDigest(name);
   }
   return encoded;
 }
