@@ -47,11 +47,11 @@ std::optional<Choices<PointFunction>::value_type> FindPercentile(const std::stri
   return std::pair(decimals.empty() ? name : name + '.' + decimals, MakePercentile(thousandths));
 }
 
-// At least one word.
+// Also the empty words, which are no functions.
 std::vector<std::string> SplitAtCommas(const std::string& names) {
   std::vector<std::string> words;
-  std::istringstream rest(names);
-  for (std::string word; std::getline(rest, word, ',') || words.empty();) {
+  std::istringstream rest(names + ',');
+  for (std::string word; std::getline(rest, word, ',');) {
     words.push_back(word);
   }
   return words;
