@@ -393,7 +393,7 @@ TEST_F(AtomicUpdate, IgnoresADamagedJournal) {
   Random random;
   // A checksum that is right, of a size or a header that is none or ends elsewhere.
   for (const auto& [place, change] :
-       {std::pair(16, -8), {16, -3}, {24, 8}, {24, -8}, {49, -4}, {88, 8}}) {
+       {std::pair(std::size_t{16}, -8), {16, -3}, {24, 8}, {24, -8}, {49, -4}, {88, 8}}) {
     std::string damaged = bytes;
     damaged[place] = static_cast<char>(damaged[place] + change);
     std::uint64_t size = 0;

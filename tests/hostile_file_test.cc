@@ -174,13 +174,12 @@ std::vector<RefusedFile> ListRefusedFiles() {
   constexpr std::size_t SOURCES = offsetof(stat_head_t, ds_cnt);
   constexpr std::size_t ARCHIVES = offsetof(stat_head_t, rra_cnt);
   constexpr std::size_t FORMULA = sizeof(stat_head_t) + offsetof(ds_def_t, par);
-  constexpr std::size_t PREDICTED = sizeof(stat_head_t) + sizeof(ds_def_t) +
-                                    offsetof(rra_def_t, par) +
-                                    RRA_dependent_rra_idx * sizeof(unival);
-  constexpr std::size_t VIOLATIONS =
-      PREDICTED + (RRA_window_len - RRA_dependent_rra_idx) * sizeof(unival);
+  constexpr std::size_t PARAMETERS =
+      sizeof(stat_head_t) + sizeof(ds_def_t) + offsetof(rra_def_t, par);
+  constexpr std::size_t PREDICTED = PARAMETERS + RRA_dependent_rra_idx * sizeof(unival);
+  constexpr std::size_t VIOLATIONS = PARAMETERS + RRA_window_len * sizeof(unival);
   constexpr std::size_t SMOOTHING =  // the upper half of a double
-      PREDICTED + (RRA_seasonal_smoothing_window - RRA_dependent_rra_idx) * sizeof(unival) + 4;
+      PARAMETERS + RRA_seasonal_smoothing_window * sizeof(unival) + 4;
   constexpr std::size_t MICROSECONDS = sizeof(stat_head_t) + sizeof(ds_def_t) + sizeof(rra_def_t) +
                                        offsetof(live_head_t, last_up_usec);
   const std::vector<RrdFileBytes::Archive> one = {{"LAST", 3, 1}};
