@@ -35,6 +35,17 @@ std::uint64_t AddSizes(const std::vector<Extent>& extents) {
   return size;
 }
 
+// Reads the parts of the file one behind the other.
+bool ReadExtents(int fd, const std::vector<Extent>& extents, char* target) {
+  for (const Extent& extent : extents) {
+    if (!ReadAll(fd, target, extent.size, extent.offset)) {
+      return false;
+    }
+    target += extent.size;
+  }
+  return true;
+}
+
 }  // namespace
 
 bool ReadIdentity(int fd, FileIdentity& identity) {
@@ -64,12 +75,8 @@ bool Journal::Copy(int fd, const std::string& fileHeader, long long lastTime,
   head.size = FindSize();
   bytes.resize(static_cast<std::size_t>(head.size));
   std::memcpy(bytes.data() + sizeof head, header.data(), header.size());
-  char* end = bytes.data() + sizeof head + header.size();
-  for (const Extent& extent : extents) {
-    if (!ReadAll(fd, end, extent.size, extent.offset)) {
-      return false;
-    }
-    end += extent.size;
+  if (!ReadExtents(fd, extents, bytes.data() + sizeof head + header.size())) {
+    return false;
   }
   std::memcpy(bytes.data(), &head, sizeof head);
   head.checksum = ComputeChecksum(std::string_view(bytes).substr(CHECKED));
@@ -163,12 +170,8 @@ bool Journal::Undo(int fd) const {
 bool Journal::ReadRowsBefore(int fd, std::uint64_t& checksum) const {
   const std::vector<Extent> parts = FindRowsBefore(header, head.lastTime);
   std::string rows(static_cast<std::size_t>(AddSizes(parts)), '\0');
-  char* end = rows.data();
-  for (const Extent& part : parts) {
-    if (!ReadAll(fd, end, part.size, part.offset)) {
-      return false;
-    }
-    end += part.size;
+  if (!ReadExtents(fd, parts, rows.data())) {
+    return false;
   }
   checksum = ComputeChecksum(rows);
   return true;
