@@ -43,33 +43,53 @@ bool IsSame(const std::string& lhs, const std::string& rhs, std::uint64_t begin,
   return lhs.compare(begin, end - begin, rhs, begin, end - begin) == 0;
 }
 
+// The rows of an archive, the first of which follows the last.
+struct Ring {
+  std::uint64_t start;
+  std::uint64_t rowSize;
+  std::uint64_t rowCount;
+  std::uint64_t next;    // the row after the newest one
+  std::uint64_t toCome;  // rows
+};
+
+std::vector<Ring> ListRings(const std::string& header, const HeaderLayout& layout,
+                            const stat_head_t& head, long long lastTime) {
+  const std::uint64_t rowSize = head.ds_cnt * sizeof(rrd_value_t);
+  std::vector<Ring> rings;
+  std::uint64_t start = layout.end;
+  for (unsigned long i = 0; i < head.rra_cnt; ++i) {
+    const auto archive = ReadStructure<rra_def_t>(header, layout.archives, i);
+    const std::uint64_t next =
+        (ReadStructure<rra_ptr_t>(header, layout.positions, i).cur_row + std::uint64_t{1}) %
+        archive.row_cnt;
+    rings.push_back({start, rowSize, archive.row_cnt, next,
+                     CountRowsToCome(header, layout, head, archive, lastTime)});
+    start += archive.row_cnt * rowSize;
+  }
+  return rings;
+}
+
+void AddRows(const Ring& ring, std::uint64_t first, std::uint64_t count,
+             std::vector<Extent>& extents) {
+  const std::uint64_t beforeEnd = std::min(count, ring.rowCount - first);
+  extents.push_back({ring.start + first * ring.rowSize, beforeEnd * ring.rowSize});
+  if (beforeEnd < count) {
+    extents.push_back({ring.start, (count - beforeEnd) * ring.rowSize});
+  }
+}
+
 }  // namespace
 
 std::vector<Extent> FindRowsBefore(const std::string& header, long long lastTime) {
   constexpr std::uint64_t MOST = 64;
   const auto head = ReadStructure<stat_head_t>(header, 0);
   const HeaderLayout layout(head, GetLiveHeadSize(head));
-  if (HasPrediction(header, layout, head)) {
-    return {};
-  }
-  const std::uint64_t rowSize = head.ds_cnt * sizeof(rrd_value_t);
   std::vector<Extent> extents;
-  std::uint64_t archiveStart = layout.end;
-  for (unsigned long i = 0; i < head.rra_cnt; ++i) {
-    const auto archive = ReadStructure<rra_def_t>(header, layout.archives, i);
-    const std::uint64_t end =
-        ReadStructure<rra_ptr_t>(header, layout.positions, i).cur_row + std::uint64_t{1};
-    const std::uint64_t left =
-        archive.row_cnt - CountRowsToCome(header, layout, head, archive, lastTime);
-    const std::uint64_t count = std::min(MOST, left);
-    const std::uint64_t afterStart = std::min(count, end);
-    extents.push_back({archiveStart + (end - afterStart) * rowSize, afterStart * rowSize});
-    if (afterStart < count) {
-      const std::uint64_t beforeEnd = count - afterStart;
-      extents.push_back(
-          {archiveStart + (archive.row_cnt - beforeEnd) * rowSize, beforeEnd * rowSize});
+  if (!HasPrediction(header, layout, head)) {
+    for (const Ring& ring : ListRings(header, layout, head, lastTime)) {
+      const std::uint64_t count = std::min(MOST, ring.rowCount - ring.toCome);
+      AddRows(ring, (ring.next + ring.rowCount - count) % ring.rowCount, count, extents);
     }
-    archiveStart += archive.row_cnt * rowSize;
   }
   return extents;
 }
@@ -77,25 +97,14 @@ std::vector<Extent> FindRowsBefore(const std::string& header, long long lastTime
 std::vector<Extent> FindReach(const std::string& header, long long lastTime) {
   const auto head = ReadStructure<stat_head_t>(header, 0);
   const HeaderLayout layout(head, GetLiveHeadSize(head));
-  const std::uint64_t rowSize = head.ds_cnt * sizeof(rrd_value_t);
   if (HasPrediction(header, layout, head)) {
+    const std::uint64_t rowSize = head.ds_cnt * sizeof(rrd_value_t);
     const std::uint64_t end = layout.end + CountRows(header, layout, head) * rowSize;
     return {{layout.liveHead, end - layout.liveHead}};
   }
   std::vector<Extent> extents = {{layout.liveHead, layout.end - layout.liveHead}};
-  std::uint64_t archiveStart = layout.end;
-  for (unsigned long i = 0; i < head.rra_cnt; ++i) {
-    const auto archive = ReadStructure<rra_def_t>(header, layout.archives, i);
-    const std::uint64_t count = CountRowsToCome(header, layout, head, archive, lastTime);
-    const std::uint64_t first =
-        (ReadStructure<rra_ptr_t>(header, layout.positions, i).cur_row + std::uint64_t{1}) %
-        archive.row_cnt;
-    const std::uint64_t beforeEnd = std::min(count, archive.row_cnt - first);
-    extents.push_back({archiveStart + first * rowSize, beforeEnd * rowSize});
-    if (beforeEnd < count) {
-      extents.push_back({archiveStart, (count - beforeEnd) * rowSize});
-    }
-    archiveStart += archive.row_cnt * rowSize;
+  for (const Ring& ring : ListRings(header, layout, head, lastTime)) {
+    AddRows(ring, ring.next, ring.toCome, extents);
   }
   return extents;
 }
