@@ -6,8 +6,6 @@
 #include "support/dates.h"
 #include "support/log_capture.h"
 #include "support/table.h"
-#include "timeseries/date/time_round_helper.h"
-#include "timeseries/time_helper.h"
 
 using namespace nvx::TimeSeriesDatabase;
 using Unit = CalendarUnit;
@@ -58,38 +56,14 @@ TEST(Calendar, FindsTheBoundsOfAnInterval) {
   });
 }
 
-TEST(Calendar, TreatsQueryIntervalsTheSame) {
+TEST(Calendar, TakesAFullPeriodForTheWindowItself) {
   LogCapture log(3);
-  const long long change = ToSeconds("2021-03-28T03:00:00+02:00");
-  for (unsigned char number = 0; number < 14; ++number) {
-    const QueryInterval query{number};
-    const CalendarInterval interval = ToCalendarInterval(query);
-    for (const long long instant : {change - 1801, change, change + 77, change + 20 * 86400}) {
-      const Date::Date from = Window(instant, 0, "Europe/Paris").start;
-      Date::Date expected = from;
-      Date::Date date = from;
-      Date::TimeRoundHelper::RoundDownTime(query, expected);
-      EXPECT_EQ(Calendar::RoundDown(interval, date), StatusCode::Success);
-      EXPECT_EQ(date.timestamp, expected.timestamp);
-      expected = date = from;
-      Date::TimeRoundHelper::RoundUpTime(query, expected);
-      EXPECT_EQ(Calendar::RoundUp(interval, date), StatusCode::Success);
-      EXPECT_EQ(date.timestamp, expected.timestamp);
-      if (query != QueryInterval::FullPeriod) {
-        TimeHelper::ComputeNextDate(query, from, expected);
-        EXPECT_EQ(Calendar::ComputeNextDate(interval, from, date), StatusCode::Success);
-        EXPECT_EQ(date.timestamp, expected.timestamp);
-      }
-    }
-  }
-  EXPECT_TRUE(log.Take().empty());
-
-  // FullPeriod is the window itself, and has no bounds of its own.
   const CalendarInterval full = ToCalendarInterval(QueryInterval::FullPeriod);
   const TimeWindow window = Window(7, 99);
   std::vector<Date::Date> bounds;
   EXPECT_EQ(Calendar::ListBounds(full, window, bounds), StatusCode::Success);
   EXPECT_TRUE(bounds.size() == 2 && bounds[0].timestamp == 7 && bounds[1].timestamp == 99);
+  EXPECT_TRUE(log.Take().empty());
   Date::Date next = window.start;
   EXPECT_EQ(Calendar::ComputeNextDate(full, window.end, next), StatusCode::InvalidArgument);
   EXPECT_EQ(next.timestamp, 7);

@@ -1,14 +1,11 @@
 #include "timeseries/data_functions.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <limits>
 #include <sstream>
 #include <utility>
 
 #include "support/log_capture.h"
-#include "support/random.h"
 #include "support/table.h"
 
 using namespace nvx::TimeSeriesDatabase;
@@ -81,49 +78,6 @@ TEST(DataFunctions, TakeEmptyRunsAndRefuseNullPointers) {
   }
   EXPECT_EQ(DataFunctions::SearchForFirstValidSample(nullptr, 0), nullptr);
   EXPECT_EQ(DataFunctions::SearchForLastValidSample(nullptr, 0), nullptr);
-}
-
-// With gaps, infinities and equal values. Of two samples, only the first counts.
-std::vector<double> MakeRun(Random& random) {
-  constexpr double INFINITE = std::numeric_limits<double>::infinity();
-  const long long values = random.Pick(std::vector<long long>{3, 100, 1000000});
-  const long long specials = random.Pick(std::vector<long long>{0, 1, 10, 95});
-  std::vector<double> run(static_cast<std::size_t>(random.Between(1, random.Between(1, 300))));
-  for (double& sample : run) {
-    sample = random.Between(0, 99) >= specials
-                 ? static_cast<double>(random.Between(-values, values)) * 0.125
-                 : random.Pick(std::vector<double>{NAN, NAN, INFINITE, -INFINITE});
-  }
-  return run;
-}
-
-TEST(DataFunctions, APercentileIsThatOfTheSortedRun) {
-  Random random;
-  std::vector<unsigned int> percentages = {1, DataFunctions::MEDIAN, 95000, 99900, 99999, 100000};
-  percentages.push_back(static_cast<unsigned int>(random.Between(1, 100000)));
-  std::vector<DataFunction> functions;
-  std::transform(percentages.begin(), percentages.end(), std::back_inserter(functions), Percentile);
-  for (int count = 0; count < 10000; ++count) {
-    const std::vector<double> run = MakeRun(random);
-    std::vector<double> sorted = run.size() == 2 ? std::vector<double>{run[0]} : run;
-    const std::size_t length = sorted.size();
-    sorted.erase(std::remove_if(sorted.begin(), sorted.end(), [](double v) { return v != v; }),
-                 sorted.end());
-    std::sort(sorted.begin(), sorted.end());
-    for (std::size_t i = 0; i < functions.size(); ++i) {
-      double value = 7;
-      bool isValid = sorted.size() != length;
-      EXPECT_EQ(functions[i](run.data(), run.data() + run.size() - 1, value, isValid),
-                StatusCode::Success);
-      std::size_t rank = 1;
-      while (rank * 100000 < sorted.size() * percentages[i]) {
-        ++rank;
-      }
-      ASSERT_TRUE(sorted.empty() ? std::isnan(value) : value == sorted[rank - 1])
-          << percentages[i] << " of " << testing::PrintToString(run) << " is " << value;
-      ASSERT_EQ(isValid, sorted.size() == length);
-    }
-  }
 }
 
 TEST(DataFunctions, RanksAreExact) {

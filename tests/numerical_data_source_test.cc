@@ -230,21 +230,6 @@ TEST_F(Query, SeveralFunctionsCanBeAppliedToOneFetch) {
   EXPECT_EQ(values, (std::vector<double>{0, 10, 190, 200, 7, 7}));
 }
 
-TEST_F(Query, NoWindowReachesBeyondTheSamples) {
-  LogCapture log(2);
-  for (const long long start : {-7 * HOUR, -30LL, 59LL, START - 1, START + 199 * 60 + 30}) {
-    for (const long long length : {60LL, 61LL, HOUR, 5 * HOUR, 100 * HOUR}) {
-      for (unsigned char interval = 0; interval < 14; ++interval) {
-        const TimeWindow window = Window(start, start + length);
-        const StatusCode rc = source.FetchAverage(window, QueryInterval(interval), points);
-        EXPECT_TRUE(rc == StatusCode::PartialData || rc == StatusCode::OutOfRange)
-            << start << " " << length << " " << int{interval};
-        EXPECT_EQ(source.FetchDelta(window, QueryInterval(interval), points), rc);
-      }
-    }
-  }
-}
-
 TEST_F(Query, ThreadsWithObjectsOfTheirOwnAreIndependent) {
   LogCapture log(3);
   std::vector<std::thread> threads;

@@ -175,7 +175,7 @@ TEST(Query, AnswersAsThePrintedSamplesDo) {
   std::size_t compared = 0;
   for (int files = IS_SLOW != 0 ? 40 : 200; files > 0; --files) {
     RandomFile file(random.Pick(zones), random);
-    for (int query = 0; query < 14 * 4; ++query) {
+    for (int query = 0; query < 14 * 5; ++query) {
       const QueryInterval interval{static_cast<unsigned char>(query % 14)};
       compared += file.Prove(interval, random.Pick(FUNCTIONS));
       compared += query % 2 == 0 ? file.ProveBounds(random.Pick(FUNCTIONS)) : 0;

@@ -102,16 +102,17 @@ inline Answer Last(const Run& run) {
   return ReduceOwn(run, [](const Run& valid) { return valid.back(); });
 }
 
-inline Answer Percentile95(const Run& run) {
+template <unsigned int THOUSANDTHS>
+Answer Percentile(const Run& run) {
   return ReduceOwn(run, [](Run valid) {
     std::sort(valid.begin(), valid.end());
-    return valid[(valid.size() * 95 + 99) / 100 - 1];
+    return valid[(valid.size() * THOUSANDTHS + 99999) / 100000 - 1];
   });
 }
 
-inline DataFunction MakePercentile95() {
+inline DataFunction MakePercentile(unsigned int thousandths) {
   DataFunction function;
-  EXPECT_EQ(DataFunctions::MakePercentile(95000, function), StatusCode::Success);
+  EXPECT_EQ(DataFunctions::MakePercentile(thousandths, function), StatusCode::Success);
   return function;
 }
 
@@ -132,7 +133,9 @@ inline const Function FUNCTIONS[] = {
     {"count", DataFunctions::ComputeCount, Count},
     {"first", DataFunctions::ComputeFirst, First},
     {"last", DataFunctions::ComputeLast, Last},
-    {"percentile", MakePercentile95(), Percentile95},
+    {"p0.001", MakePercentile(1), Percentile<1>},
+    {"median", MakePercentile(DataFunctions::MEDIAN), Percentile<DataFunctions::MEDIAN>},
+    {"p95", MakePercentile(95000), Percentile<95000>},
 };
 
 // By the operation that callers use for it.
