@@ -12,7 +12,7 @@ import time
 
 PROGRAM, FETCH_SERVER = sys.argv[1:]
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests/support"))
-from victoria_metrics import VictoriaMetrics  # noqa: E402
+from servers import VictoriaMetrics  # noqa: E402
 
 FILES, SAMPLES, ROWS, BEGIN, STEP = 10000, 60, 1440, 1700000040, 60
 

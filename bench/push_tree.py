@@ -13,7 +13,7 @@ import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests"))
 from programs_test import PROGRAM, PROGRAMS, RRDTOOL, make, run  # noqa: E402
-from victoria_metrics import VictoriaMetrics  # noqa: E402
+from servers import VictoriaMetrics  # noqa: E402
 
 
 def make_tree(directory):

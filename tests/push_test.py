@@ -12,7 +12,6 @@ import pathlib
 import resource
 import shutil
 import signal
-import socket
 import sqlite3
 import ssl
 import subprocess
@@ -21,109 +20,15 @@ import tempfile
 import time
 import unittest
 import urllib.parse
-import urllib.request
 import zlib
 
 PROGRAM, FETCH_SERVER, DATA = sys.argv[1:4]
 sys.path.insert(0, f"{DATA}/../support")
 import hostile_answers  # noqa: E402
 from recorder import Recorder  # noqa: E402
+from servers import InfluxDb, VictoriaMetrics, find_free_port  # noqa: E402
 
 SOURCES = {"Temperature": "temperature", "Pressure": "pressure", "Wind": "wind"}
-
-
-def find_free_port():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
-
-
-def fetch(program, package):
-    found = subprocess.run([FETCH_SERVER, program, package], capture_output=True, text=True)
-    if found.returncode != 0:
-        raise unittest.SkipTest(f"no {package} to be had here: {found.stderr[-200:]}")
-    return found.stdout.splitlines()[0]
-
-
-def get(url):
-    with urllib.request.urlopen(url, timeout=30) as answer:
-        return answer.read().decode()
-
-
-class Server:
-    """A server's program in a directory of its own, which a restart keeps."""
-
-    def __init__(self, directory):
-        self.directory = directory
-        self.port = find_free_port()
-        self.url = f"http://127.0.0.1:{self.port}"
-        self.start()
-
-    def start(self):
-        log = open(f"{self.directory}/log", "ab")
-        self.process = subprocess.Popen(self.get_command(), stdout=log, stderr=log,
-                                        start_new_session=True)
-        log.close()
-        for _ in range(600):
-            try:
-                get(self.url + self.PING)
-                return
-            except OSError:
-                time.sleep(0.05)
-        raise RuntimeError(pathlib.Path(f"{self.directory}/log").read_text()[-2000:])
-
-    def stop(self, number=signal.SIGKILL):
-        os.killpg(self.process.pid, number)
-        self.process.wait()
-
-
-class VictoriaMetrics(Server):
-    PING = "/health"
-    WRITE = "/write"
-    STOP = signal.SIGTERM  # it confirms what it has not yet written
-
-    def get_command(self):
-        return [fetch("victoria-metrics", "victoria-metrics"), "-retentionPeriod=100y",
-                f"-storageDataPath={self.directory}/data", f"-httpListenAddr=127.0.0.1:{self.port}"]
-
-    def read(self):
-        get(self.url + "/internal/force_flush")
-        answer = get(self.url + "/api/v1/export?match[]=topo_value")
-        series = [json.loads(line) for line in answer.splitlines()]
-        return {one["metric"]["id"]: dict(zip((t // 1000 for t in one["timestamps"]), one["values"]))
-                for one in series}
-
-
-class InfluxDb(Server):
-    PING = "/ping"
-    WRITE = "/write?db=home"
-    STOP = signal.SIGKILL
-
-    def get_command(self):
-        config = f"{self.directory}/config"
-        pathlib.Path(config).write_text(f"""
-reporting-disabled = true
-bind-address = "127.0.0.1:{find_free_port()}"
-[meta]
-dir = "{self.directory}/meta"
-[data]
-dir = "{self.directory}/data"
-wal-dir = "{self.directory}/wal"
-[http]
-bind-address = "127.0.0.1:{self.port}"
-""")
-        return [fetch("influxd", "influxdb"), "-config", config]
-
-    def start(self):
-        super().start()
-        query = urllib.parse.urlencode({"q": "CREATE DATABASE home"}).encode()
-        urllib.request.urlopen(self.url + "/query", query, timeout=30).close()
-
-    def read(self):
-        query = {"db": "home", "epoch": "s", "q": "SELECT value FROM topo GROUP BY id"}
-        answer = json.loads(get(f"{self.url}/query?{urllib.parse.urlencode(query)}"))
-        return {one["tags"]["id"]: dict(map(tuple, one["values"]))
-                for one in answer["results"][0]["series"]}
 
 
 class PushTest(unittest.TestCase):
@@ -176,28 +81,25 @@ class PushTest(unittest.TestCase):
 
     def check_server(self, kind):
         """A year arrives; and the server goes away during a push, and comes back."""
-        server = kind(self.home.name)
-        self.addCleanup(server.stop)
-        self.push(server.url + kind.WRITE, "--label", "device=d 1")
-        sent = {}
-        for row in csv.DictReader(io.StringIO(self.export("csv"))):
-            if row["value"]:
-                name = row["id"].partition(":")[2]
-                sent.setdefault(name, {})[int(row["timestamp"])] = float(row["value"])
-        self.assertEqual(server.read(), sent)
-        self.assertEqual(sum(map(len, sent.values())), 26277)
+        server = kind(FETCH_SERVER, f"{self.home.name}/server")
+        self.addCleanup(server.end)
+        url = server.url + kind.WRITE
+        self.push(url, "--label", "device=d 1")
+        sent = {(row["id"].replace("topo:", "device=d 1,id="), int(row["timestamp"])): float(row["value"])
+                for row in csv.DictReader(io.StringIO(self.export("csv"))) if row["value"]}
+        self.assertEqual(server.read("topo_value"), (sent, 26277))
         state = f"{self.home.name}/other"
-        command = [PROGRAM, "-d", self.make_long_file(), "push", server.url + kind.WRITE, "--state", state]
+        command = [PROGRAM, "-d", self.make_long_file(), "push", url, "--state", state]
         with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE) as push:
             while not os.path.exists(state):
                 time.sleep(0.001)
-            server.stop(kind.STOP)
+            server.end()
             time.sleep(0.5)
             server.start()
             error = push.communicate(timeout=60)[1]
         self.assertEqual(push.returncode, 0, error)
         self.assertIn(b"trying again", error)
-        self.assertEqual(len(server.read()["a"]), 200000)
+        self.assertEqual(len(server.read("topo_value")[0]), 26277 + 200000)
 
     def test_victoria_metrics(self):
         self.check_server(VictoriaMetrics)
