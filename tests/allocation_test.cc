@@ -8,8 +8,8 @@
 
 #include "nvx/workstation/in_memory_redis_client.h"
 #include "support/faulty_file.h"
+#include "support/files.h"
 #include "support/leaks_of_librrd.h"
-#include "support/legacy_file.h"
 #include "support/limited_memory.h"
 #include "timeseries/data_functions.h"
 #include "timeseries/rrd/database.h"

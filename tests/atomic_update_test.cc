@@ -19,12 +19,11 @@
 #include <utility>
 
 #include "rrd/checksum.h"
-#include "support/legacy_file.h"
+#include "support/files.h"
 #include "support/log_capture.h"
+#include "support/one_file.h"
 #include "support/random.h"
 #include "support/run_program.h"
-#include "support/temporary_directory.h"
-#include "timeseries/rrd_client.h"
 
 namespace fs = std::filesystem;
 using namespace nvx::TimeSeriesDatabase;
@@ -62,7 +61,7 @@ extern "C" int flock(int fd, int operation) noexcept {
 
 namespace {
 
-class AtomicUpdate : public testing::Test {
+class AtomicUpdate : public OneFile {
  protected:
   AtomicUpdate() {
     fs::permissions(directory.GetPath(), fs::perms(0755));
@@ -109,10 +108,7 @@ class AtomicUpdate : public testing::Test {
     return line.substr(begin, line.rfind(']') - begin);
   }
 
-  const TemporaryDirectory directory;
-  const std::string path = directory.GetPath("topo_x.rrd");
   const std::string journal = path + "-journal";
-  const RrdClient client;
 };
 
 TEST_F(AtomicUpdate, StoresWhatTheRrdLibraryDoes) {

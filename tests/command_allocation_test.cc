@@ -14,8 +14,8 @@
 #include <iterator>
 #include <set>
 
+#include "support/files.h"
 #include "support/leaks_of_librrd.h"
-#include "support/legacy_file.h"
 #include "support/limited_memory.h"
 #include "support/temporary_directory.h"
 #include "timeseries/rrd_client.h"

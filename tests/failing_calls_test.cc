@@ -13,8 +13,8 @@
 #include <filesystem>
 
 #include "support/faulty_file.h"
+#include "support/files.h"
 #include "support/leaks_of_librrd.h"
-#include "support/legacy_file.h"
 #include "support/rrd_file.h"
 #include "timeseries/rrd/tool/layout_converter.h"
 #include "timeseries/rrd/tool/sanitizer.h"

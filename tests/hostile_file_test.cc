@@ -16,17 +16,18 @@
 #include <limits>
 
 #include "support/command.h"
+#include "support/files.h"
 #include "support/leaks_of_librrd.h"
-#include "support/legacy_file.h"
 #include "support/log_capture.h"
+#include "support/one_file.h"
 #include "support/random.h"
 #include "support/rrd_file.h"
-#include "support/temporary_directory.h"
-#include "timeseries/rrd_client.h"
 
 using namespace nvx::TimeSeriesDatabase;
 
 namespace {
+
+using HostileFile = OneFile;
 
 constexpr long long LAST = 1700005400;
 
@@ -95,7 +96,7 @@ std::string Mutate(std::string bytes, Random& random) {
   return bytes;
 }
 
-TEST(HostileFile, NeverBringsTheCommandDown) {
+TEST_F(HostileFile, NeverBringsTheCommandDown) {
   constexpr int ROUNDS = IS_SLOW != 0 ? 5 : 50;
 #if defined(__SANITIZE_ADDRESS__)
   constexpr long LARGEST = 2 << 20;  // including what the sanitizer needs
@@ -109,7 +110,6 @@ TEST(HostileFile, NeverBringsTheCommandDown) {
       ReadFile(TEST_DATA "/fuzz/rrd/compute.rrd"),
       ReadFile(TEST_DATA "/fuzz/rrd/prediction.rrd"),
   };
-  const TemporaryDirectory directory;
   const std::string kept = testing::TempDir() + "hostile.rrd";
   Random random;
   for (int round = 0; round < ROUNDS; ++round) {
@@ -133,9 +133,7 @@ TEST(HostileFile, NeverBringsTheCommandDown) {
   }
 }
 
-TEST(HostileFile, MayBeWrittenOverWhileItIsRead) {
-  const TemporaryDirectory directory;
-  const std::string path = directory.GetPath("topo_x.rrd");
+TEST_F(HostileFile, MayBeWrittenOverWhileItIsRead) {
   const std::string messages = directory.GetPath("messages");
   const std::string bytes = RrdFileBytes{1, {{"LAST", 50000, 1}}}.Make();
   WriteAnew(path, bytes);
@@ -253,10 +251,7 @@ std::vector<RefusedFile> ListRefusedFiles() {
   return files;
 }
 
-TEST(HostileFile, IsRefusedWithAReason) {
-  const TemporaryDirectory directory;
-  const std::string path = directory.GetPath("a.rrd");
-  const RrdClient client;
+TEST_F(HostileFile, IsRefusedWithAReason) {
   const auto expectRefusal = [&](const std::string& reason) {
     SCOPED_TRACE(reason);
     LogCapture log(3);
@@ -296,10 +291,7 @@ TEST(HostileFile, IsRefusedWithAReason) {
   expectRefusal("it is no regular file");
 }
 
-TEST(FileGate, AcceptsEveryFileThatTheRrdLibraryReads) {
-  const TemporaryDirectory directory;
-  const std::string path = directory.GetPath("a.rrd");
-  const RrdClient client;
+TEST_F(HostileFile, IsNoneThatTheRrdLibraryReads) {
   const auto expectWhole = [&](const std::string& bytes) {
     WriteAnew(path, bytes);
     long long last = 0;
@@ -321,10 +313,7 @@ TEST(FileGate, AcceptsEveryFileThatTheRrdLibraryReads) {
   }
 }
 
-TEST(HostileFile, IsFetchedFromTheArchiveThatIsExpected) {
-  const TemporaryDirectory directory;
-  const std::string path = directory.GetPath("a.rrd");
-  const RrdClient client;
+TEST_F(HostileFile, IsFetchedFromTheArchiveThatIsExpected) {
   Random random;
   constexpr const char* FUNCTIONS[] = {"LAST", "LAST", "AVERAGE", "MIN", "MAX", "no function", ""};
   for (int i = 0; i < 400; ++i) {
@@ -345,20 +334,14 @@ TEST(HostileFile, IsFetchedFromTheArchiveThatIsExpected) {
   }
 }
 
-TEST(HostileFile, LeavesNoErrorForTheNextFile) {
-  const TemporaryDirectory directory;
-  const std::string path = directory.GetPath("a.rrd");
-  const RrdClient client;
+TEST_F(HostileFile, LeavesNoErrorForTheNextFile) {
   const LogCapture log(0);
   WriteAnew(path, RrdFileBytes{}.Make());
   EXPECT_EQ(client.Migrate(directory.GetPath("none.rrd"), 60, LAST, 0, 1, 5), StatusCode::Failure);
   EXPECT_EQ(client.Update(path, {{LAST + 600, 1}}), StatusCode::Success);
 }
 
-TEST(HostileFile, IsNotFetchedIntoMoreMemoryThanItHas) {
-  const TemporaryDirectory directory;
-  const std::string path = directory.GetPath("a.rrd");
-  const RrdClient client;
+TEST_F(HostileFile, IsNotFetchedIntoMoreMemoryThanItHas) {
   const LogCapture log(0);
   for (const char* function : {"LAST", "AVERAGE"}) {
     WriteAnew(path, RrdFileBytes{400, {{function, 1, 1}}, 1}.Make());

@@ -7,7 +7,7 @@
 #include <regex>
 
 #include "support/changed_bytes.h"
-#include "support/legacy_file.h"
+#include "support/files.h"
 #include "support/log_capture.h"
 #include "support/rrd_file.h"
 #include "support/run_program.h"

@@ -13,11 +13,10 @@
 #include <vector>
 
 #include "support/command.h"
+#include "support/files.h"
 #include "support/leaks_of_librrd.h"
-#include "support/legacy_file.h"
-#include "support/temporary_directory.h"
+#include "support/one_file.h"
 #include "timeseries/host.h"
-#include "timeseries/rrd_client.h"
 
 namespace {
 
@@ -67,7 +66,7 @@ namespace {
 
 constexpr long long START = 1700000040;  // a multiple of 60
 
-class LockedFile : public testing::Test {
+class LockedFile : public OneFile {
  protected:
   LockedFile() {
     nvx::Log::RootLogger::GetInstance().SetLevel(KoraLogLevel::None);
@@ -80,10 +79,6 @@ class LockedFile : public testing::Test {
     EXPECT_EQ(client.Create(path, 60, START, NAN, NAN, 100), StatusCode::Success);
     EXPECT_EQ(client.Update(path, {{START + 60, 1}, {START + 120, 2}}), StatusCode::Success);
   }
-
-  const TemporaryDirectory directory;
-  const std::string path = directory.GetPath("topo_x.rrd");
-  const RrdClient client;
 };
 
 // While another process writes a header, it may have any fault.

@@ -13,9 +13,9 @@
 #include <tuple>
 #include <vector>
 
-#include "support/legacy_file.h"
+#include "support/files.h"
+#include "support/one_file.h"
 #include "support/resource_limit.h"
-#include "support/temporary_directory.h"
 
 using namespace nvx::TimeSeriesDatabase;
 
@@ -38,16 +38,12 @@ std::map<long long, double> Ramp(int count) {
   return samples;
 }
 
-class RrdFile : public testing::Test {
+class RrdFile : public OneFile {
  protected:
   RrdFile() {
     EXPECT_EQ(client.Create(path, 60, START - 60, NAN, NAN, 100), StatusCode::Success);
     EXPECT_EQ(client.Update(path, Ramp(90)), StatusCode::Success);
   }
-
-  const TemporaryDirectory directory;
-  const std::string path = directory.GetPath("a.rrd");
-  const RrdClient client;
 };
 
 // With a 32-bit long, the RRD library would return nonsense or corrupt the heap.

@@ -17,11 +17,11 @@
 #include <iostream>
 #include <set>
 
+#include "support/files.h"
 #include "support/interrupted_process.h"
+#include "support/one_file.h"
 #include "support/random.h"
-#include "support/temporary_directory.h"
 #include "timeseries/host.h"
-#include "timeseries/rrd_client.h"
 
 using namespace nvx::TimeSeriesDatabase;
 
@@ -66,20 +66,9 @@ Batch MakeBatch(long long start, int count) {
   return batch;
 }
 
-std::string ReadBytes(const std::string& path) {
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd == -1) {
-    return "";
-  }
-  std::string bytes(static_cast<std::size_t>(lseek(fd, 0, SEEK_END)), '\0');
-  EXPECT_EQ(pread(fd, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
-  close(fd);
-  return bytes;
-}
-
 // Changes the differing bytes in place, so that the journal still belongs to the file.
 void WriteBytes(const std::string& path, const std::string& bytes) {
-  const std::string now = ReadBytes(path);
+  const std::string now = ReadFile(path);
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
   for (std::size_t start = 0; start < bytes.size(); start += PAGE) {
     if (now.compare(std::min(start, now.size()), PAGE, bytes, start, PAGE) != 0) {
@@ -97,7 +86,7 @@ void UpdateByLibrary(const std::string& path, const Batch& batch) {
 }
 
 // A full file of some shape, and the same file after one more batch.
-class InterruptedUpdate : public testing::TestWithParam<Shape> {
+class InterruptedUpdate : public OneFile, public testing::WithParamInterface<Shape> {
  protected:
   enum class State { Before, After, Torn };
 
@@ -115,11 +104,11 @@ class InterruptedUpdate : public testing::TestWithParam<Shape> {
                                       Durability::Power),
               StatusCode::Success);
     batch = MakeBatch(START + (FILLED + batchSize) * STEP, batchSize);
-    before = ReadBytes(path);
+    before = ReadFile(path);
     const std::string copy = directory.GetPath("copy.rrd");
     WriteBytes(copy, before);
     UpdateByLibrary(copy, batch);
-    after = ReadBytes(copy);
+    after = ReadFile(copy);
     ASSERT_NE(before, after);
   }
 
@@ -138,7 +127,7 @@ class InterruptedUpdate : public testing::TestWithParam<Shape> {
     if (client.GetLastTimestamp(path, last) != StatusCode::Success) {
       return State::Torn;
     }
-    const std::string now = ReadBytes(path);
+    const std::string now = ReadFile(path);
     return now == before ? State::Before : now == after ? State::After : State::Torn;
   }
 
@@ -146,13 +135,10 @@ class InterruptedUpdate : public testing::TestWithParam<Shape> {
   std::string KillWithJournal(long store) const {
     Reset();
     EXPECT_TRUE(KillAtStore([&] { StoreBatch(Durability::Power); }, store));
-    return ReadBytes(path);
+    return ReadFile(path);
   }
 
-  const TemporaryDirectory directory;
-  const std::string path = directory.GetPath("topo_x.rrd");
   const std::string journal = path + "-journal";
-  const RrdClient client;
   Batch batch;
   std::string before;
   std::string after;
@@ -194,17 +180,17 @@ TEST_P(InterruptedUpdate, ByALossOfPowerIsUndone) {
   }
   Random random;
   Prepare(GetParam(), 60);
-  const std::string keptJournal = ReadBytes(journal);
+  const std::string keptJournal = ReadFile(journal);
   const long storeCount = CountStores([&] { StoreBatch(Durability::Process); });
   std::vector<std::string> images = {before, after};
   std::string fullJournal;
   for (int i = 0; i < 6; ++i) {
     images.push_back(KillWithJournal(random.Between(1, storeCount)));
-    fullJournal = ReadBytes(journal);
+    fullJournal = ReadFile(journal);
   }
   Reset();
   StoreBatch(Durability::Power);
-  const std::string idleJournal = ReadBytes(journal);
+  const std::string idleJournal = ReadFile(journal);
 
   long states = 0;
   long wrong = 0;

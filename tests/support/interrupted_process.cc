@@ -12,13 +12,9 @@
 
 namespace {
 
-struct Counter {
-  long stores;
-};
-
 // Shared with the child.
-Counter* const counter = static_cast<Counter*>(
-    mmap(nullptr, sizeof(Counter), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+long& storeCount = *static_cast<long*>(
+    mmap(nullptr, sizeof(long), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
 
 bool isCounting = false;
 long lastStore = 0;
@@ -26,7 +22,7 @@ void* mapping = nullptr;
 std::size_t mappingSize = 0;
 
 void CountStore() {
-  if (++counter->stores == lastStore) {
+  if (++storeCount == lastStore) {
     kill(getpid(), SIGKILL);
   }
 }
@@ -104,7 +100,7 @@ extern "C" void* mmap(void* address, std::size_t size, int protection, int flags
 #pragma GCC visibility pop
 
 bool KillAtStore(const std::function<void()>& work, long store) {
-  counter->stores = 0;
+  storeCount = 0;
   lastStore = store;
   return IsKilled(Start([&] {
     CatchStores();
@@ -122,7 +118,7 @@ bool CountCall() {
 
 long CountStores(const std::function<void()>& work) {
   KillAtStore(work, 0);
-  return counter->stores;
+  return storeCount;
 }
 
 bool KillAfter(const std::function<void()>& work, long microseconds) {

@@ -2,20 +2,12 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <fstream>
 #include <iterator>
 #include <random>
 #include <string>
 #include <vector>
 
-inline std::string ReadFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-inline void WriteFile(const std::string& path, const std::string& content) {
-  std::ofstream(path, std::ios::binary) << content;
-}
+#include "support/files.h"
 
 // The measured files, each in both layouts.
 constexpr const char* LEGACY_NAMES[] = {"gauge", "two-sources", "daily-many", "never-updated"};

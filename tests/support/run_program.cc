@@ -1,39 +1,19 @@
 #include "support/run_program.h"
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
-#include <memory>
-#include <stdexcept>
 
-namespace {
-
-using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-
-// A file without name, so that no amount of output can block the program.
-File MakeFile() {
-  File file(std::tmpfile(), std::fclose);
-  return file != nullptr ? std::move(file) : throw std::runtime_error("no temporary file");
-}
-
-std::string ReadAll(std::FILE* file) {
-  std::string content;
-  std::rewind(file);
-  for (int byte = std::fgetc(file); byte != EOF; byte = std::fgetc(file)) {
-    content += static_cast<char>(byte);
-  }
-  return content;
-}
-
-}  // namespace
+#include "support/files.h"
+#include "support/temporary_directory.h"
 
 ProgramResult RunProgram(const std::vector<std::string>& command,
                          const std::vector<std::string>& variables) {
-  const File in = MakeFile();
-  const File out = MakeFile();
-  const File err = MakeFile();
+  const TemporaryDirectory directory;  // files, so that no amount of output can block the program
+  const std::string output = directory.GetPath("output");
+  const std::string error = directory.GetPath("error");
   std::vector<char*> arguments;
   for (const std::string& argument : command) {
     arguments.push_back(const_cast<char*>(argument.c_str()));
@@ -42,9 +22,9 @@ ProgramResult RunProgram(const std::vector<std::string>& command,
 
   const pid_t child = fork();
   if (child == 0) {
-    dup2(fileno(in.get()), STDIN_FILENO);
-    dup2(fileno(out.get()), STDOUT_FILENO);
-    dup2(fileno(err.get()), STDERR_FILENO);
+    dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
+    dup2(open(output.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDOUT_FILENO);
+    dup2(open(error.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDERR_FILENO);
     for (const std::string& variable : variables) {
       putenv(const_cast<char*>(variable.c_str()));
     }
@@ -55,7 +35,7 @@ ProgramResult RunProgram(const std::vector<std::string>& command,
   waitpid(child, &status, 0);
   ProgramResult result;
   result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  result.output = ReadAll(out.get());
-  result.error = ReadAll(err.get());
+  result.output = ReadFile(output);
+  result.error = ReadFile(error);
   return result;
 }
