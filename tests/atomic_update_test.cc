@@ -95,6 +95,11 @@ class AtomicUpdate : public OneFile {
     ASSERT_EQ(rrd_last_r(path.c_str()), START + 180);
   }
 
+  ProgramResult Run(std::vector<std::string> command) const {
+    command.insert(command.begin(), {NVX_TIMESERIES, "-d", directory.GetPath()});
+    return RunProgram(command);
+  }
+
   // The words of a failed query; none of a query that finds the last update.
   std::string Query(long long expectedLast) {
     LogCapture log;
@@ -218,9 +223,7 @@ TEST_F(AtomicUpdate, IsUndoneByWhoeverComesNext) {
        {std::pair("check", "topo:x: an update was interrupted: it is undone now\n"),
         std::pair("recover", "topo:x: the interrupted update is undone\n")}) {
     InterruptUpdate();
-    const std::vector<std::string> arguments = {NVX_TIMESERIES, "-d", directory.GetPath(), command,
-                                                "topo:x"};
-    EXPECT_EQ(RunProgram(arguments).output, words);
+    EXPECT_EQ(Run({command, "topo:x"}).output, words);
     EXPECT_TRUE(ReadFile(path) == before);
   }
   InterruptUpdate();
@@ -228,6 +231,37 @@ TEST_F(AtomicUpdate, IsUndoneByWhoeverComesNext) {
   EXPECT_EQ(client.Fetch(path, START + 120, START + 180, samples), StatusCode::Success);
   EXPECT_EQ(samples.GetData()[0], 2);
   EXPECT_TRUE(std::isnan(samples.GetData()[1]));
+}
+
+// What is made of the file is made of it as it was before.
+TEST_F(AtomicUpdate, IsUndoneBeforeTheFileIsExportedOrConverted) {
+  const std::string before = ReadFile(path);
+  const std::string made = directory.GetPath("made");
+  const std::string layout = sizeof(long) == 4 ? "64bit" : "arm32-time64";
+  const auto convertTo = [&](const std::string& last) {
+    EXPECT_EQ(Run({"convert", "--to", layout, path, last}).status, 0);
+    return ReadFile(last == made ? made : path);
+  };
+  const std::string expected = convertTo(made);
+  InterruptUpdate();
+  EXPECT_EQ(Run({"export", "topo:x", "--format", "csv"}).status, 0);
+  EXPECT_TRUE(ReadFile(path) == before);
+
+  fs::remove(made);
+  InterruptUpdate();
+  EXPECT_TRUE(convertTo(made) == expected);
+  EXPECT_TRUE(ReadFile(path) == before);
+
+  InterruptUpdate();
+  EXPECT_TRUE(convertTo("--in-place") == expected);
+
+  WriteFile(path, before);
+  InterruptUpdate();
+  fs::resize_file(path, before.size() - 8);
+  const ProgramResult recovery = Run({"recover", "topo:x", "--in-place"});
+  EXPECT_EQ(recovery.status, 0);
+  EXPECT_NE(recovery.error.find("warning: its last update was interrupted"), std::string::npos);
+  EXPECT_FALSE(fs::exists(journal));
 }
 
 // Batches after that of the journal are not undone.

@@ -229,21 +229,16 @@ class Killed : public testing::Test {
     fs::current_path(directory.GetPath());
   }
 
-  static ProgramResult Run(const std::string& words,
-                           const std::vector<std::string>& variables = {}) {
-    std::istringstream list(words);
-    std::vector<std::string> command = {NVX_TIMESERIES};
-    command.insert(command.end(), std::istream_iterator<std::string>(list), {});
-    return RunProgram(command, variables);
-  }
-
   const TemporaryDirectory directory;
 };
 
 class Crash : public Killed, public testing::WithParamInterface<Command> {
  protected:
   static int RunCommand(const std::vector<std::string>& variables = {}) {
-    return Run(GetParam().words, variables).status;
+    std::istringstream words(GetParam().words);
+    std::vector<std::string> command = {NVX_TIMESERIES};
+    command.insert(command.end(), std::istream_iterator<std::string>(words), {});
+    return RunProgram(command, variables).status;
   }
 
   const bool isConversion = GetParam().words.rfind("convert", 0) == 0;
@@ -290,45 +285,6 @@ TEST_F(Killed, ImportStoresWholeBatchesAndGoesOn) {
       echo $((kills > 10))
     done)");
   EXPECT_EQ(result.output, "1\n1\n");
-}
-
-// What is made of a file with an interrupted update is made of the file as it was before.
-TEST_F(Killed, UpdateIsUndoneBeforeTheFileIsExportedOrConverted) {
-  const std::string layout = sizeof(long) == 4 ? "64bit" : "arm32-time64";
-  MakeDataSource();
-  const std::string before = ReadFile("topo_m.rrd");
-  const std::string journal = "topo_m.rrd-journal";
-  const auto interrupt = [&] {
-    for (int i = 1; ReadFile("topo_m.rrd") == before && i < 10; ++i) {
-      (void)Run("update topo:m 1000000140:3", {LOADED, "NVX_END_AT=" + std::to_string(i)});
-    }
-    ASSERT_TRUE(fs::exists(journal));
-  };
-  const auto convert = [&](const std::string& source, const std::string& converted) {
-    EXPECT_EQ(Run("convert --to " + layout + " " + source + " " + converted).status, 0);
-    return ReadFile(converted);
-  };
-  fs::copy_file("topo_m.rrd", "before");
-  const std::string expected = convert("before", "expected");
-  interrupt();
-  EXPECT_EQ(Run("export topo:m --format csv").status, 0);
-  EXPECT_TRUE(ReadFile("topo_m.rrd") == before);
-
-  interrupt();
-  EXPECT_TRUE(convert("topo_m.rrd", "converted") == expected);
-  EXPECT_TRUE(ReadFile("topo_m.rrd") == before);
-
-  interrupt();
-  EXPECT_EQ(Run("convert --in-place --to " + layout + " topo_m.rrd").status, 0);
-  EXPECT_TRUE(ReadFile("topo_m.rrd") == expected);
-
-  WriteFile("topo_m.rrd", before);
-  interrupt();
-  fs::resize_file("topo_m.rrd", before.size() - 8);
-  const auto recovery = Run("recover topo:m --in-place");
-  EXPECT_EQ(recovery.status, 0);
-  EXPECT_NE(recovery.error.find("warning: its last update was interrupted"), std::string::npos);
-  EXPECT_FALSE(fs::exists(journal));
 }
 
 TEST_P(Crash, LeavesEveryPathOldOrNewWhenThePowerFails) {

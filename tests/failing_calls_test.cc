@@ -136,22 +136,9 @@ class FailingCalls : public FaultyFile {
 };
 
 TEST_F(FailingCalls, OfRrdClient) {
-  FailEach("GetLastTimestamp", make, [&] {
-    long long time = 0;
-    return client.GetLastTimestamp(path, time);
-  });
-  FailEach("Fetch", make, [&] {
-    Rrd::FetchResult result;
-    return client.Fetch(path, START, END, result);
-  });
-  FailEach("FetchRows", make, [&] {
-    Rrd::FetchResult result;
-    return client.FetchRows(path, 0, 0, START, END, result);
-  });
-  FailEach("Describe", make, [&] {
-    Rrd::FileDescription description;
-    return client.Describe(path, description);
-  });
+  for (const auto& [name, read] : ListReads(path)) {
+    FailEach(name, make, read);
+  }
   FailEach("Update", make, [&] {
     return client.Update(path, std::map<long long, double>{{END, 1}});
   });
@@ -189,10 +176,7 @@ TEST_F(FailingCalls, OfTheUndoingOfAnUpdate) {
         static_cast<void>(Run(Mode::FromThenOn, commit, [&] { return Store(durability); }));
       } while (!HasJournal());
     };
-    const Operation fetch = [&] {
-      Rrd::FetchResult result;
-      return client.Fetch(path, START, END, result);
-    };
+    const Operation fetch = ListReads(path).at("Fetch");
     FailEach("Fetch", interrupt, fetch);
     FailEach("Update", interrupt, [&] {
       return client.Update(path, std::map<long long, double>{{END, 1}});

@@ -36,6 +36,42 @@ class FaultyFile : public testing::Test {
     ASSERT_EQ(client.Update(path, samples), StatusCode::Success);
   }
 
+  // The client's reading operations by their names.
+  std::map<std::string, Operation> ListReads(const std::string& source) const {
+    return {
+        {"GetFirstTimestamp",
+         [=] {
+           long long time = 0;
+           return client.GetFirstTimestamp(source, 0, time);
+         }},
+        {"GetLastTimestamp",
+         [=] {
+           long long time = 0;
+           return client.GetLastTimestamp(source, time);
+         }},
+        {"GetInterval",
+         [=] {
+           unsigned long step = 0;
+           return client.GetInterval(source, step);
+         }},
+        {"Fetch",
+         [=] {
+           Rrd::FetchResult result;
+           return client.Fetch(source, START, END, result);
+         }},
+        {"FetchRows",
+         [=] {
+           Rrd::FetchResult result;
+           return client.FetchRows(source, 0, 0, START, END, result);
+         }},
+        {"Describe",
+         [=] {
+           Rrd::FileDescription description;
+           return client.Describe(source, description);
+         }},
+    };
+  }
+
   // Runs the operation, on a file made by `prepare`, with the first, the second and each further
   // call failing. `run` returns its status, and whether that call came at all.
   template <typename Run>
