@@ -41,13 +41,15 @@ RedisAddress At(const std::string& url) {
 
 TEST(RedisAddress, ReadsTwoFormsOfAnUrl) {
   ForEachRow("redis_urls.txt", [](const Row& row) {
-    RedisAddress address;
-    std::string problem;
-    const StatusCode status = RedisAddress::Parse(row["url"], address, problem);
-    const bool isRead = status == StatusCode::Success;
-    EXPECT_EQ(isRead ? address.ToText() : problem, row["address or problem"]);
-    EXPECT_EQ(address.password, row["password"]);
-    EXPECT_EQ(status, isRead ? StatusCode::Success : StatusCode::InvalidArgument);
+    for (const std::string& url : SplitFields(row["urls"], ';')) {
+      RedisAddress address;
+      std::string problem;
+      const StatusCode status = RedisAddress::Parse(url, address, problem);
+      const bool isRead = status == StatusCode::Success;
+      EXPECT_EQ(isRead ? address.ToText() : problem, row["address or problem"]) << url;
+      EXPECT_EQ(address.password, row["password"]) << url;
+      EXPECT_EQ(status, isRead ? StatusCode::Success : StatusCode::InvalidArgument) << url;
+    }
   });
   RedisAddress address;
   std::string problem;
