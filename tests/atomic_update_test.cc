@@ -6,7 +6,6 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,6 +18,7 @@
 #include <utility>
 
 #include "rrd/checksum.h"
+#include "support/child.h"
 #include "support/files.h"
 #include "support/log_capture.h"
 #include "support/one_file.h"
@@ -78,8 +78,7 @@ class AtomicUpdate : public OneFile {
 
   // A process that ends when it has stored a batch of one more sample, before it counts.
   void InterruptUpdate() {
-    const pid_t child = fork();
-    if (child == 0) {
+    const int status = RunInChild([this] {
       onSync = [](const std::string& name) {
         if (name == "topo_x.rrd" && ReadFile("topo_x.rrd-journal").rfind("NVXUNDO", 0) == 0) {
           std::raise(SIGKILL);
@@ -87,11 +86,9 @@ class AtomicUpdate : public OneFile {
       };
       fs::current_path(directory.GetPath());
       (void)client.UpdateAtomically(path, {{START + 180, 3}}, Durability::Power);
-      _exit(1);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFSIGNALED(status));
+      return 1;
+    });
+    ASSERT_EQ(status, 128 + SIGKILL);
     ASSERT_EQ(rrd_last_r(path.c_str()), START + 180);
   }
 

@@ -21,10 +21,6 @@ std::vector<std::string> ListTranscripts() {
   return names;
 }
 
-std::string GetName(const testing::TestParamInfo<std::string>& transcript) {
-  return transcript.param;
-}
-
 class Transcript : public testing::TestWithParam<std::string> {};
 
 TEST_P(Transcript, IsRepeated) {
@@ -40,7 +36,8 @@ TEST_P(Transcript, IsRepeated) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(CommandLine, Transcript, testing::ValuesIn(ListTranscripts()), GetName);
+INSTANTIATE_TEST_SUITE_P(CommandLine, Transcript, testing::ValuesIn(ListTranscripts()),
+                         [](const auto& transcript) { return transcript.param; });
 
 // On disks with room for 0 to 19 blocks of 4 KiB, the commands succeed or leave everything as it
 // was.

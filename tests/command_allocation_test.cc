@@ -3,7 +3,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +13,7 @@
 #include <iterator>
 #include <set>
 
+#include "support/child.h"
 #include "support/files.h"
 #include "support/leaks_of_librrd.h"
 #include "support/limited_memory.h"
@@ -30,7 +30,7 @@ constexpr long long START = 1700000040;  // a multiple of 60
 
 // What is left of a command.
 struct Outcome {
-  int status = 0;  // as wait has it
+  int status = 0;  // 128 and more after a signal
   bool isDone = false;
   std::string output;
   std::string messages;
@@ -54,8 +54,8 @@ class CommandAllocations : public testing::Test {
     MakeFile();
     command.insert(command.begin(), {"nvx-timeseries", "-d", database.c_str()});
     command.push_back(nullptr);
-    const pid_t child = fork();
-    if (child == 0) {
+    Outcome outcome;
+    outcome.status = RunInChild([&] {
       dup2(open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
       dup2(open(messages.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
       alarm(60);
@@ -65,15 +65,13 @@ class CommandAllocations : public testing::Test {
       const bool isDone = LimitedMemory::granted >= 0;
       LimitedMemory::granted = LimitedMemory::ALL;
       std::cout.flush();
-      _exit(status + (isDone ? DONE : 0));
-    }
-    Outcome outcome;
-    EXPECT_EQ(waitpid(child, &outcome.status, 0), child);
+      return status + (isDone ? DONE : 0);
+    });
     // Who opens the file next undoes what could not be undone without memory.
     long long last = 0;
     EXPECT_EQ(RrdClient().GetLastTimestamp(path, last), StatusCode::Success);
-    outcome.isDone = WIFEXITED(outcome.status) && WEXITSTATUS(outcome.status) >= DONE;
-    outcome.status -= outcome.isDone ? W_EXITCODE(DONE, 0) : 0;
+    outcome.isDone = outcome.status >= DONE && outcome.status < 128;
+    outcome.status -= outcome.isDone ? DONE : 0;
     outcome.output = ReadFile(output);
     outcome.messages = ReadFile(messages);
     for (const auto& entry : std::filesystem::directory_iterator(database)) {
@@ -98,7 +96,7 @@ class CommandAllocations : public testing::Test {
       if (now.status == 0) {
         ASSERT_EQ(now.output, whole.output);
       } else {
-        ASSERT_EQ(now.status, W_EXITCODE(1, 0));
+        ASSERT_EQ(now.status, 1);
         ASSERT_EQ(now.messages.rfind("nvx-timeseries: ", 0), 0U);
         ASSERT_EQ(now.messages.find('\n'), now.messages.size() - 1);
       }

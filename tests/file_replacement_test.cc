@@ -17,6 +17,7 @@
 #include "convert/conversion_plan.h"
 #include "convert/in_place_conversion.h"
 #include "replace/file_error.h"
+#include "support/child.h"
 #include "support/legacy_file.h"
 #include "support/resource_limit.h"
 #include "support/temporary_directory.h"
@@ -257,19 +258,16 @@ TEST(FileReplacement, LeavesNothingWhenItIsInterrupted) {
   {
     LockedDirectory lock(directory);
     FileReplacement replacement(lock, "a.rrd");
-    const pid_t child = fork();
-    if (child == 0) {
+    const int status = RunInChild([&] {
       std::raise(SIGTERM);
       try {
         replacement.PutInPlace();
       } catch (const Interrupted& interrupted) {
-        _exit(interrupted.signal);
+        return interrupted.signal;
       }
-      _exit(0);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == SIGTERM);
+      return 0;
+    });
+    EXPECT_EQ(status, SIGTERM);
   }
   EXPECT_TRUE(fs::is_empty(temporary.GetPath()));
 }

@@ -15,6 +15,7 @@
 #include <fstream>
 #include <limits>
 
+#include "support/child.h"
 #include "support/command.h"
 #include "support/files.h"
 #include "support/leaks_of_librrd.h"
@@ -145,14 +146,11 @@ TEST_F(HostileFile, MayBeWrittenOverWhileItIsRead) {
   }
   bool isSeen = false;
   for (int i = 0; i < 4000 && !isSeen && !HasFailure(); ++i) {
-    const pid_t reader = fork();
-    if (reader == 0) {
+    const int status = RunInChild([&] {
       SendMessagesTo(messages);
-      _exit(RunInProcess({"query", "topo:x", "--interval", "1d", "-d", directory.GetPath()}));
-    }
-    int status = 0;
-    waitpid(reader, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status));
+      return RunInProcess({"query", "topo:x", "--interval", "1d", "-d", directory.GetPath()});
+    });
+    EXPECT_LT(status, 128);
     isSeen =
         ReadFile(messages).find(path + ": it was changed while it was read\n") != std::string::npos;
   }

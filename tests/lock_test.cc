@@ -21,10 +21,9 @@
 namespace {
 
 constexpr int NONE = 0;
-constexpr int ALL = -1;  // from the first one on
 
 std::string lockedPath;
-int refused = NONE;  // the number of the lock that is refused; negative: with those after it
+int refused = NONE;  // the number of the lock that is refused; negative: from that one on
 int lockCount = 0;   // of the file at `lockedPath`
 
 bool IsRefused(int fd, int command) {
@@ -80,23 +79,6 @@ class LockedFile : public OneFile {
     EXPECT_EQ(client.Update(path, {{START + 60, 1}, {START + 120, 2}}), StatusCode::Success);
   }
 };
-
-// While another process writes a header, it may have any fault.
-TEST_F(LockedFile, IsNotJudgedByItsHeader) {
-  Rrd::FetchResult result;
-  refused = ALL;
-  EXPECT_EQ(client.FetchRows(path, 0, 0, START, START + 120, result), StatusCode::Failure);
-  EXPECT_TRUE(Failure::IsLocked());
-  EXPECT_EQ(client.Migrate(path, 60, START + 120, NAN, NAN, 50), StatusCode::Failure);
-  EXPECT_TRUE(Failure::IsLocked());
-  ASSERT_EQ(truncate(path.c_str(), 200), 0);
-  EXPECT_EQ(client.Fetch(path, START, START + 120, result), StatusCode::Failure);
-  EXPECT_TRUE(Failure::IsLocked());
-  refused = NONE;
-  EXPECT_EQ(client.Fetch(path, START, START + 120, result), StatusCode::Failure);
-  EXPECT_STREQ(Failure::GetReason(), "its header is cut off");
-  EXPECT_EQ(Failure::GetKind(), FailureKind::Other);
-}
 
 // The RRD library stores the first sample, for now, and refuses the second one. Without a lock the
 // file is put back by who opens it next.

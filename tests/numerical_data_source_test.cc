@@ -233,34 +233,28 @@ TEST_F(Query, SeveralFunctionsCanBeAppliedToOneFetch) {
 TEST_F(Query, ThreadsWithObjectsOfTheirOwnAreIndependent) {
   LogCapture log(3);
   std::vector<std::thread> threads;
-  std::vector<int> wrong(4);
-  for (std::size_t number = 0; number < wrong.size(); ++number) {
+  for (const int number : {1, 2, 3, 4}) {
     threads.emplace_back([&, number] {
-      const RrdClient ownRrd;
       const std::string ownPath = directory.GetPath(std::to_string(number) + ".rrd");
-      const double value = static_cast<double>(number) + 1;
-      wrong[number] +=
-          ownRrd.Create(ownPath, 60, START - 60, NAN, NAN, 1000) == StatusCode::Success ? 0 : 1;
+      const TimeWindow window = Window(START, START + HOUR, "Europe/Paris");
+      RrdClient client;
+      EXPECT_EQ(client.Create(ownPath, 60, START - 60, NAN, NAN, 1000), StatusCode::Success);
       for (int i = 0; i < 50; ++i) {
-        const StatusCode updated = ownRrd.Update(ownPath, {{START + 60 * i, value * i}});
-        RrdClient client;
+        EXPECT_EQ(client.Update(ownPath, {{START + 60 * i, 1.0 * number * i}}),
+                  StatusCode::Success);
         Rrd::NumericalDataSource own(ownPath, redis, client);
         Rrd::NumericalDataSource missing(ownPath + "x", redis, client);
         std::vector<NumericalDataPoint> answer;
-        const StatusCode fetched = own.FetchDelta(Window(START, START + HOUR, "Europe/Paris"),
-                                                  QueryInterval::Hour, answer);
-        const bool isRight = updated == StatusCode::Success && fetched == StatusCode::Success &&
-                             missing.FetchDelta(Window(START, START + HOUR), QueryInterval::Hour,
-                                                answer) == StatusCode::Failure &&
-                             answer.size() == 1 && (i == 0 || answer[0].value == value * i);
-        wrong[number] += isRight ? 0 : 1;
+        EXPECT_EQ(own.FetchDelta(window, QueryInterval::Hour, answer), StatusCode::Success);
+        EXPECT_EQ(missing.FetchDelta(window, QueryInterval::Hour, answer), StatusCode::Failure);
+        EXPECT_EQ(answer.size(), 1U);
+        EXPECT_TRUE(i == 0 || answer[0].value == number * i);
       }
     });
   }
   for (std::thread& thread : threads) {
     thread.join();
   }
-  EXPECT_EQ(wrong, std::vector<int>(4));
   EXPECT_EQ(log.Take().size(), 4u * 50 * 2);
 }
 

@@ -50,8 +50,6 @@ const Shape SHAPES[] = {
      {"DS:element:GAUGE:300:U:U", "RRA:AVERAGE:0.5:1:200", "RRA:HWPREDICT:300:0.1:0.0035:24"}},
 };
 
-std::string ShapeName(const testing::TestParamInfo<Shape>& shape) { return shape.param.name; }
-
 bool IsLong() { return std::getenv("NVX_STRESS") != nullptr; }
 
 // The number of repetitions, in the short proof and in the long one.
@@ -298,6 +296,14 @@ constexpr int BATCH_SIZE = 60;
 
 double ValueOf(long long time) { return static_cast<double>(time % 100003); }
 
+Batch MakeRingBatch(long long last, int count) {
+  Batch batch;
+  for (int i = 1; i <= count; ++i) {
+    batch[last + i * STEP] = ValueOf(last + i * STEP);
+  }
+  return batch;
+}
+
 // Whole batches, and all of the ring.
 bool IsBetweenBatches(const Rrd::FetchResult& rows) {
   int count = 0;
@@ -338,10 +344,7 @@ void WriteForever(const std::string& path, bool isAtomic) {
   for (int i = 0;; ++i) {
     long long last = 0;
     if (client.GetLastTimestamp(path, last) == StatusCode::Success) {
-      Batch batch;
-      for (int k = 1; k <= BATCH_SIZE; ++k) {
-        batch[last + k * STEP] = ValueOf(last + k * STEP);
-      }
+      const Batch batch = MakeRingBatch(last, BATCH_SIZE);
       (void)(isAtomic ? client.UpdateAtomically(path, batch, Durability::Process)
                       : client.Update(path, batch));
     }
@@ -355,11 +358,7 @@ const Reads& KillWriters(int killCount, bool isAtomic) {
   const std::string path = directory.GetPath("topo_x.rrd");
   const RrdClient client;
   EXPECT_EQ(client.Create(path, STEP, START, NAN, NAN, RING), StatusCode::Success);
-  Batch batch;
-  for (int k = 1; k <= 10 * BATCH_SIZE; ++k) {
-    batch[START + k * STEP] = ValueOf(START + k * STEP);
-  }
-  UpdateByLibrary(path, batch);
+  UpdateByLibrary(path, MakeRingBatch(START, 10 * BATCH_SIZE));
   auto* const reads =
       new (mmap(nullptr, sizeof(Reads), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))
           Reads{};
@@ -398,6 +397,7 @@ TEST(KilledWriters, LeaveReadersAStateBetweenTwoBatches) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Shapes, InterruptedUpdate, testing::ValuesIn(SHAPES), ShapeName);
+INSTANTIATE_TEST_SUITE_P(Shapes, InterruptedUpdate, testing::ValuesIn(SHAPES),
+                         [](const auto& shape) { return shape.param.name; });
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +9,7 @@
 
 #include "simulation/device.h"
 #include "simulation/disk.h"
+#include "support/child.h"
 #include "support/command.h"
 #include "support/interrupted_process.h"
 #include "support/resource_limit.h"
@@ -278,13 +278,7 @@ int Device::Run(const std::vector<std::string>& arguments, int (*command)(int, c
 }
 
 int Device::RunInChild(const std::vector<std::string>& arguments) const {
-  const pid_t child = fork();
-  if (child == 0) {
-    _exit(Run(arguments, RunCommand));
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return ::RunInChild([&] { return Run(arguments, RunCommand); });
 }
 
 }  // namespace nvx::TimeSeriesDatabase::Simulation

@@ -5,13 +5,14 @@
 #include <poll.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <zlib.h>
 
 #include <csignal>
 #include <cstring>
 #include <stdexcept>
+
+#include "support/child.h"
 
 namespace nvx::TimeSeriesDatabase::Simulation {
 namespace {
@@ -107,9 +108,7 @@ Server::Run Server::Serve(const std::function<int()>& work, int confirmedCount,
     close(connection);
   }
   close(life[0]);
-  int status = 0;
-  waitpid(child, &status, 0);
-  run.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  run.status = WaitFor(child);
   return run;
 }
 

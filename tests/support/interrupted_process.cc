@@ -2,13 +2,14 @@
 
 #include <sys/mman.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <ucontext.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
+
+#include "support/child.h"
 
 namespace {
 
@@ -72,10 +73,7 @@ pid_t Start(const std::function<void()>& work) {
   return child;
 }
 
-bool IsKilled(pid_t child) {
-  int status = 0;
-  return waitpid(child, &status, 0) == child && WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
-}
+bool IsKilled(pid_t child) { return WaitFor(child) == 128 + SIGKILL; }
 
 }  // namespace
 

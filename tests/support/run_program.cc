@@ -1,11 +1,11 @@
 #include "support/run_program.h"
 
 #include <fcntl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
 
+#include "support/child.h"
 #include "support/files.h"
 #include "support/temporary_directory.h"
 
@@ -20,8 +20,8 @@ ProgramResult RunProgram(const std::vector<std::string>& command,
   }
   arguments.push_back(nullptr);
 
-  const pid_t child = fork();
-  if (child == 0) {
+  ProgramResult result;
+  result.status = RunInChild([&] {
     dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
     dup2(open(output.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDOUT_FILENO);
     dup2(open(error.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDERR_FILENO);
@@ -29,12 +29,8 @@ ProgramResult RunProgram(const std::vector<std::string>& command,
       putenv(const_cast<char*>(variable.c_str()));
     }
     execvp(arguments[0], arguments.data());
-    _exit(127);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  ProgramResult result;
-  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return 127;
+  });
   result.output = ReadFile(output);
   result.error = ReadFile(error);
   return result;
