@@ -169,8 +169,7 @@ TEST_F(AtomicUpdate, StoresNothingOfABatchThatIsRefused) {
 TEST_F(AtomicUpdate, SyncsInOrder) {
   std::vector<std::string> syncs;
   const std::string directoryName = fs::path(directory.GetPath()).filename();
-  const std::string before = ReadFile(path);
-  std::string file = before;
+  std::string file;
   onSync = [&](const std::string& name) {
     const bool isStored = ReadFile(path) != file;
     syncs.push_back(name + (isStored ? ", stored, " : ", ") + ReadFile(journal).substr(0, 7));
@@ -267,12 +266,11 @@ TEST_F(AtomicUpdate, IsUndoneOnlyInItsFile) {
   const std::string bytes = ReadFile(journal);
   const std::string copy = directory.GetPath("copy.rrd");
   fs::copy_file(path, copy);
-  const std::string small = directory.GetPath("small.rrd");
-  ASSERT_EQ(client.Create(small, 60, START, NAN, NAN, 2), StatusCode::Success);
-  const std::string other = directory.GetPath("other.rrd");
-  ASSERT_EQ(client.Create(other, 30, START, NAN, NAN, 100), StatusCode::Success);
-  const std::string fresh = directory.GetPath("fresh.rrd");
-  ASSERT_EQ(client.Create(fresh, 60, START, NAN, NAN, 100), StatusCode::Success);
+  const auto overwrite = [this](int step, unsigned int rows) {
+    const std::string other = directory.GetPath("other.rrd");
+    ASSERT_EQ(client.Create(other, step, START, NAN, NAN, rows), StatusCode::Success);
+    WriteFile(path, ReadFile(other));
+  };
   // With a newest row that the update cannot have reached; with another row before it.
   std::string jumped = ReadFile(path);
   std::string twin = jumped;
@@ -284,9 +282,9 @@ TEST_F(AtomicUpdate, IsUndoneOnlyInItsFile) {
       [&] {
         ASSERT_EQ(RunProgram({"rrdtool", "update", path, "1700000280:4"}).status, 0);
       },
-      [&] { WriteFile(path, ReadFile(small)); },  // an older backup of fewer rows, over the file
-      [&] { WriteFile(path, ReadFile(other)); },  // of another step
-      [&] { WriteFile(path, ReadFile(fresh)); },
+      [&] { overwrite(60, 2); },    // with an older backup of fewer rows
+      [&] { overwrite(30, 100); },  // of another step
+      [&] { overwrite(60, 100); },
       [&] { WriteFile(path, jumped); },
       [&] { WriteFile(path, twin); },
       [&] { fs::rename(copy, path); },

@@ -97,25 +97,6 @@ TEST_F(RrdFile, HasRowsOfEveryWindow) {
   }
 }
 
-TEST_F(RrdFile, IsToldFromOneOfAnotherShape) {
-  Rrd::FileDescription description;
-  ASSERT_EQ(client.Describe(path, description), StatusCode::Success);
-  EXPECT_TRUE(description.HasShapeOfCreate());
-  using Description = Rrd::FileDescription;
-  for (void (*change)(Description&) : {
-           +[](Description& other) { other.dataSources[0].name = "x"; },
-           +[](Description& other) { other.dataSources[0].type = "COUNTER"; },
-           +[](Description& other) { other.dataSources.push_back(other.dataSources[0]); },
-           +[](Description& other) { other.archives.push_back(other.archives[0]); },
-           +[](Description& other) { other.archives[0].consolidation = "AVERAGE"; },
-           +[](Description& other) { other.archives[0].stepsPerRow = 2; },
-       }) {
-    Description other = description;
-    change(other);
-    EXPECT_FALSE(other.HasShapeOfCreate());
-  }
-}
-
 TEST_F(RrdFile, StaysAsItWasWhenACallFails) {
   const long long end = START + 89 * 60;
   const std::string before = ReadFile(path);
