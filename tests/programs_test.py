@@ -196,16 +196,11 @@ def check(name, labels, definitions, path, directory):
     if definitions is None:  # it is read when it is converted
         assert "convert" in run(PROGRAM, "info", path).stdout
         assert "convert" in run(PROGRAM, "query", path, "--interval", "1h", status=1).stderr
+        run(PROGRAM, "convert", "--in-place", path, "--to", "native")
     else:
         run(PROGRAM, "convert", path, f"{directory}/other", "--to", "arm32-time64")
-        os.rename(f"{directory}/other", f"{directory}/{os.path.basename(path)}.foreign")
-        path, native = f"{directory}/{os.path.basename(path)}.foreign", path
-    run(PROGRAM, "convert", path, f"{directory}/native", "--to", "native")
-    if definitions is None:
-        os.replace(f"{directory}/native", path)
-    else:
-        assert open(f"{directory}/native", "rb").read() == open(native, "rb").read()
-        path = native
+        run(PROGRAM, "convert", f"{directory}/other", f"{directory}/native", "--to", "native")
+        assert open(f"{directory}/native", "rb").read() == open(path, "rb").read()
     check_info(path)
     check_query(path)
     count = count_rows(path)
