@@ -65,22 +65,6 @@ class SanitizerTest : public ::testing::Test {
   LogCapture log{3};
 };
 
-TEST_F(SanitizerTest, ConvertsToEqualBytesInPlaceOfAnyFile) {
-  nvx::Log::RootLogger::GetInstance().SetLevel(nv::kora::KoraLogLevel::Trace);
-  WriteFile("new", std::string(1 << 20, 'x'));
-  for (const std::string name : LEGACY_NAMES) {
-    const std::string legacy = TEST_DATA "/legacy/" + name + ".legacy.rrd";
-    EXPECT_EQ(Convert(legacy, "new"), 0);
-    EXPECT_TRUE(ReadFile("new") == ReadConverted(name)) << name;
-    const std::string trace = "7" + COMPONENT + "[trace] ";
-    const std::string size = std::to_string(fs::file_size(legacy));
-    EXPECT_EQ(log.Take(),
-              (Lines{trace + "Convert: Converting RRD file '" + legacy + "' to 'new'",
-                     trace + "OpenFile: File size of '" + legacy + "' is " + size + " bytes",
-                     trace + "Convert: '" + legacy + "' successfully converted to 'new'"}));
-  }
-}
-
 // The calls of read and of write by this thread so far.
 std::pair<long long, long long> CountCalls() {
   std::ifstream file("/proc/thread-self/io");
