@@ -70,10 +70,7 @@ TEST(Calendar, TakesAFullPeriodForTheWindowItself) {
 }
 
 TEST(Calendar, RefusesInvalidIntervals) {
-  struct {
-    CalendarInterval interval;
-    std::string fault;
-  } const cases[] = {
+  const std::pair<CalendarInterval, std::string> cases[] = {
       {{Unit(8)}, "unknown unit or start of the week"},
       {{Unit::Week, 1, 0, WeekStart(2)}, "unknown unit or start of the week"},
       {{Unit::Year, 0}, "the count is 0"},
@@ -87,23 +84,22 @@ TEST(Calendar, RefusesInvalidIntervals) {
       {{Unit::FullPeriod, 2}, "the unit does not have this count"},
   };
   const TimeWindow window = Window(0, 9 * 86400);
-  for (const auto& refused : cases) {
+  for (const auto& [interval, fault] : cases) {
     LogCapture log(3);
-    EXPECT_EQ(refused.interval.IsValid(), StatusCode::InvalidArgument);
+    EXPECT_EQ(interval.IsValid(), StatusCode::InvalidArgument);
     const Lines lines = log.Take();
     ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].find("3" + COMPONENT + "Interval is invalid: " + refused.fault + ", unit="),
-              0u)
+    EXPECT_EQ(lines[0].find("3" + COMPONENT + "Interval is invalid: " + fault + ", unit="), 0u)
         << lines[0];
 
     TimeWindow adjusted = window;
     std::vector<Date::Date> bounds(3);
-    EXPECT_EQ(Calendar::RoundDown(refused.interval, adjusted.end), StatusCode::InvalidArgument);
-    EXPECT_EQ(Calendar::RoundUp(refused.interval, adjusted.end), StatusCode::InvalidArgument);
-    EXPECT_EQ(Calendar::ComputeNextDate(refused.interval, adjusted.start, adjusted.end),
+    EXPECT_EQ(Calendar::RoundDown(interval, adjusted.end), StatusCode::InvalidArgument);
+    EXPECT_EQ(Calendar::RoundUp(interval, adjusted.end), StatusCode::InvalidArgument);
+    EXPECT_EQ(Calendar::ComputeNextDate(interval, adjusted.start, adjusted.end),
               StatusCode::InvalidArgument);
-    EXPECT_EQ(Calendar::AdjustTimeWindow(refused.interval, adjusted), StatusCode::InvalidArgument);
-    EXPECT_EQ(Calendar::ListBounds(refused.interval, window, bounds), StatusCode::InvalidArgument);
+    EXPECT_EQ(Calendar::AdjustTimeWindow(interval, adjusted), StatusCode::InvalidArgument);
+    EXPECT_EQ(Calendar::ListBounds(interval, window, bounds), StatusCode::InvalidArgument);
     EXPECT_TRUE(adjusted.end.timestamp == window.end.timestamp && bounds.size() == 3);
   }
 }

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <sstream>
+#include <tuple>
 #include <utility>
 
 #include "support/log_capture.h"
@@ -81,19 +82,16 @@ TEST(DataFunctions, TakeEmptyRunsAndRefuseNullPointers) {
 }
 
 TEST(DataFunctions, RanksAreExact) {
-  struct {
-    unsigned int thousandths;
-    std::size_t count;
-    double rank;
-  } const cases[] = {{99900, 1000, 999}, {99900, 1001, 1000}, {95000, 20, 19}, {95000, 21, 20},
-                     {7000, 100, 7},     {55000, 100, 55},    {1, 100000, 1},  {1, 100001, 2},
-                     {100000, 17, 17},   {29000, 100, 29},    {50000, 4, 2},   {50000, 5, 3}};
-  for (const auto& exact : cases) {
-    std::vector<double> run(exact.count);
+  const std::tuple<unsigned int, std::size_t, double> cases[] = {
+      {99900, 1000, 999}, {99900, 1001, 1000}, {95000, 20, 19}, {95000, 21, 20},
+      {7000, 100, 7},     {55000, 100, 55},    {1, 100000, 1},  {1, 100001, 2},
+      {100000, 17, 17},   {29000, 100, 29},    {50000, 4, 2},   {50000, 5, 3}};
+  for (const auto& [thousandths, count, rank] : cases) {
+    std::vector<double> run(count);
     for (std::size_t i = 0; i < run.size(); ++i) {
       run[i] = static_cast<double>(run.size() - i);
     }
-    ExpectResult(Percentile(exact.thousandths), run, std::to_string(exact.rank) + " good");
+    ExpectResult(Percentile(thousandths), run, std::to_string(rank) + " good");
   }
 }
 

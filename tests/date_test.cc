@@ -66,11 +66,7 @@ TEST(Date, InitializeReadsUtcAndShowsTheZone) {
 }
 
 TEST(Date, CivilTimesAreReadInTheirZone) {
-  struct {
-    cctz::civil_second civilTime;
-    const char* zone;
-    long long timestamp;
-  } const cases[] = {
+  const std::tuple<cctz::civil_second, const char*, long long> cases[] = {
       {cctz::civil_second(2024, 1, 1), "Europe/Berlin", 1704063600},
       {cctz::civil_second(2021, 3, 28, 2, 30), "Europe/Paris", 1616893200},   // skipped
       {cctz::civil_second(2021, 10, 31, 2, 30), "Europe/Paris", 1635640200},  // repeated
@@ -78,11 +74,11 @@ TEST(Date, CivilTimesAreReadInTheirZone) {
       {cctz::civil_second(2011, 12, 30, 12), "Pacific/Apia", 1325239200},     // no such day
       {cctz::civil_second(1969, 12, 31, 23, 59, 59), "UTC", -1},
   };
-  for (const auto& local : cases) {
+  for (const auto& [civilTime, zone, timestamp] : cases) {
     Date::Date date;
-    EXPECT_EQ(date.InitializeFromCivilTime(local.civilTime, local.zone), StatusCode::Success);
-    EXPECT_EQ(date.timestamp, local.timestamp) << local.civilTime << " in " << local.zone;
-    EXPECT_EQ(date.timeZone.name(), local.zone);
+    EXPECT_EQ(date.InitializeFromCivilTime(civilTime, zone), StatusCode::Success);
+    EXPECT_EQ(date.timestamp, timestamp) << civilTime << " in " << zone;
+    EXPECT_EQ(date.timeZone.name(), zone);
   }
 }
 

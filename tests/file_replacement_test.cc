@@ -13,6 +13,7 @@
 #include <csignal>
 #include <filesystem>
 #include <map>
+#include <tuple>
 
 #include "convert/conversion_plan.h"
 #include "convert/in_place_conversion.h"
@@ -80,22 +81,20 @@ TEST(Resolve, FollowsLinksAndNamesWhatIsNotThere) {
   };
   EXPECT_EQ(resolve("toFile"), "it is a symbolic link to nothing");
   WriteFile(base + "/a/b/file", "");
-  struct {
-    const char* path;
-    const char* resolved;
-  } const cases[] = {{"toFile", "/a/b/file"},
-                     {"a/../a/again", "/a/b/file"},
-                     {"toDirectory/new", "/a/b/new"},
-                     {"toDirectory", "/a/b"},
-                     {"toDirectory/", "/a/b"},
-                     {"toDirectory/..", "/a"},
-                     {"a/.", "/a"},
-                     {"new", "/new"},
-                     {"new/x", "the directory cannot be opened: No such file or directory"},
-                     {"a/b/file/x", "the directory cannot be opened: Not a directory"},
-                     {"round", "it has too many symbolic links"}};
-  for (const auto& given : cases) {
-    EXPECT_EQ(resolve(given.path), given.resolved) << given.path;
+  const std::pair<const char*, const char*> cases[] = {
+      {"toFile", "/a/b/file"},
+      {"a/../a/again", "/a/b/file"},
+      {"toDirectory/new", "/a/b/new"},
+      {"toDirectory", "/a/b"},
+      {"toDirectory/", "/a/b"},
+      {"toDirectory/..", "/a"},
+      {"a/.", "/a"},
+      {"new", "/new"},
+      {"new/x", "the directory cannot be opened: No such file or directory"},
+      {"a/b/file/x", "the directory cannot be opened: Not a directory"},
+      {"round", "it has too many symbolic links"}};
+  for (const auto& [path, resolved] : cases) {
+    EXPECT_EQ(resolve(path), resolved) << path;
   }
   EXPECT_EQ(Resolve("/").GetPath(), "/");
   EXPECT_EQ(Resolve("x").GetPath(), fs::current_path() / "x");
@@ -144,17 +143,13 @@ TEST(LockedDirectory, GivesUpWaitingForAnother) {
 // Where another user may have given the name, nothing is removed.
 TEST(LockedDirectory, RemovesWhatAKilledProcessHasLeft) {
   constexpr uid_t USER = 65534;
-  struct {
-    uid_t owner;
-    fs::perms permissions;
-    bool isRemoved;
-  } const cases[] = {{geteuid(), fs::perms(0700), true},
-                     {geteuid(), fs::perms(0770), false},
-                     {geteuid(), fs::perms(0702), false},
-                     {geteuid(), fs::perms(01777), false},
-                     {USER, fs::perms(0700), false}};
-  for (const auto& given : cases) {
-    if (geteuid() != 0 && given.owner == USER) {
+  const std::tuple<uid_t, fs::perms, bool> cases[] = {{geteuid(), fs::perms(0700), true},
+                                                      {geteuid(), fs::perms(0770), false},
+                                                      {geteuid(), fs::perms(0702), false},
+                                                      {geteuid(), fs::perms(01777), false},
+                                                      {USER, fs::perms(0700), false}};
+  for (const auto& [owner, permissions, isRemoved] : cases) {
+    if (geteuid() != 0 && owner == USER) {
       continue;  // only root can act as another user
     }
     const TemporaryDirectory temporary;
@@ -163,12 +158,12 @@ TEST(LockedDirectory, RemovesWhatAKilledProcessHasLeft) {
     fs::create_directories(left);
     WriteFile(left + "/topo_a.rrd", "half");
     WriteFile(others, "a user's");
-    fs::permissions(temporary.GetPath(), given.permissions);
-    ASSERT_EQ(chown(temporary.GetPath().c_str(), given.owner, given.owner), 0);
+    fs::permissions(temporary.GetPath(), permissions);
+    ASSERT_EQ(chown(temporary.GetPath().c_str(), owner, owner), 0);
     const Directory directory(Resolve(temporary.GetPath("x")).directory);
     { const LockedDirectory lock(directory); }
-    EXPECT_EQ(fs::exists(left), !given.isRemoved);
-    EXPECT_EQ(ReadFile(left + "/topo_a.rrd"), given.isRemoved ? "" : "half");
+    EXPECT_EQ(fs::exists(left), !isRemoved);
+    EXPECT_EQ(ReadFile(left + "/topo_a.rrd"), isRemoved ? "" : "half");
     EXPECT_EQ(ReadFile(others), "a user's");
   }
 }

@@ -159,12 +159,8 @@ TEST_F(HostileFile, MayBeWrittenOverWhileItIsRead) {
   EXPECT_TRUE(isSeen);
 }
 
-struct RefusedFile {
-  std::string reason;
-  std::string bytes;
-};
-
-std::vector<RefusedFile> ListRefusedFiles() {
+// The reason and the bytes of each.
+std::vector<std::pair<std::string, std::string>> ListRefusedFiles() {
   constexpr unsigned long MANY = 1UL << 30;
   constexpr long FAR = std::numeric_limits<long>::max();
   constexpr std::size_t SOURCES = offsetof(stat_head_t, ds_cnt);
@@ -201,7 +197,7 @@ std::vector<RefusedFile> ListRefusedFiles() {
   const auto fill = [](std::string bytes, std::size_t offset, std::size_t count) {
     return bytes.replace(offset, count, count, 'x');
   };
-  std::vector<RefusedFile> files = {
+  std::vector<std::pair<std::string, std::string>> files = {
       {empty, RrdFileBytes{0, {{"LAST", 100000, 1}}}.Make()},
       {empty, RrdFileBytes{1, {}}.Make()},
       {step, RrdFileBytes{1, one, 0}.Make()},
@@ -274,9 +270,9 @@ TEST_F(HostileFile, IsRefusedWithAReason) {
       EXPECT_NE(line.find("[" + reason + "]"), std::string::npos) << line;
     }
   };
-  for (const RefusedFile& file : ListRefusedFiles()) {
-    WriteAnew(path, file.bytes);
-    expectRefusal(file.reason);
+  for (const auto& [reason, bytes] : ListRefusedFiles()) {
+    WriteAnew(path, bytes);
+    expectRefusal(reason);
   }
   const int writer = open(path.c_str(), O_RDWR);  // which may just be changing what it looks like
   struct flock lock {};

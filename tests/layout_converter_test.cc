@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <map>
 #include <regex>
+#include <tuple>
 
 #include "support/changed_bytes.h"
 #include "support/files.h"
@@ -77,11 +78,7 @@ TEST_F(LayoutConverterTest, ConvertsTheFilesOfEveryMachineToTheRightBytes) {
 
 // Files of the oldest version begin at the same row everywhere.
 TEST_F(LayoutConverterTest, WritesWhatTheOtherMachineWrote) {
-  const struct {
-    std::string source;
-    std::string other;
-    Layout layout;
-  } pairs[] = {
+  const std::tuple<std::string, std::string, Layout> pairs[] = {
       {"amd64", "i386", Layout::I386},
       {"amd64", "i386-time64", Layout::I386Time64},
       {"i386", "amd64", Layout::Bits64},

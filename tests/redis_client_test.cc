@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "support/log_capture.h"
@@ -245,11 +246,7 @@ class StrangeServer {
 
 TEST(RedisClient, RefusesStrangeAnswersAndWaitsOnlyOnce) {
   const std::string page(4096, 'x');
-  struct {
-    std::string sent;
-    std::string more;
-    const char* problem;
-  } const cases[] = {
+  const std::tuple<std::string, std::string, std::string> cases[] = {
       {"", "", "no answer in time"},
       {"$1000\r\n", "x", "no answer in time"},
       {"+", page, "its answer is too long"},
@@ -261,15 +258,15 @@ TEST(RedisClient, RefusesStrangeAnswersAndWaitsOnlyOnce) {
       {"*1\r\n", page, "not the answer of a Redis server"},
       {"+OK\r\n", "", "not the answer of a Redis server"},
   };
-  for (const auto& server : cases) {
-    StrangeServer strange({server.sent}, server.more);
+  for (const auto& [sent, more, reason] : cases) {
+    StrangeServer strange({sent}, more);
     RedisClient client(At("redis://" + strange.place), SHORT);
     std::string value = "before";
     std::string problem;
     EXPECT_EQ(client.HashGet("hash", "f", value, problem), StatusCode::Unavailable);
-    EXPECT_EQ(problem, "redis://" + strange.place + ": " + server.problem) << server.sent;
+    EXPECT_EQ(problem, "redis://" + strange.place + ": " + reason) << sent;
     EXPECT_EQ(value, "before");
-    if (server.problem == std::string("no answer in time")) {
+    if (reason == "no answer in time") {
       EXPECT_EQ(client.HashGet("hash", "f", value, problem), StatusCode::Unavailable);
       EXPECT_EQ(problem, "redis://" + strange.place + ": gave no answer in time a moment ago");
     }

@@ -129,13 +129,6 @@ class InterruptedUpdate : public OneFile, public testing::WithParamInterface<Sha
     return now == before ? State::Before : now == after ? State::After : State::Torn;
   }
 
-  // The file and its journal in the middle of a batch.
-  std::string KillWithJournal(long store) const {
-    Reset();
-    EXPECT_TRUE(KillAtStore([&] { StoreBatch(Durability::Power); }, store));
-    return ReadFile(path);
-  }
-
   const std::string journal = path + "-journal";
   Batch batch;
   std::string before;
@@ -183,7 +176,9 @@ TEST_P(InterruptedUpdate, ByALossOfPowerIsUndone) {
   std::vector<std::string> images = {before, after};
   std::string fullJournal;
   for (int i = 0; i < 6; ++i) {
-    images.push_back(KillWithJournal(random.Between(1, storeCount)));
+    Reset();  // and into the middle of a batch
+    ASSERT_TRUE(KillAtStore([&] { StoreBatch(Durability::Power); }, random.Between(1, storeCount)));
+    images.push_back(ReadFile(path));
     fullJournal = ReadFile(journal);
   }
   Reset();
