@@ -239,8 +239,8 @@ std::vector<std::pair<std::string, std::string>> ListRefusedFiles() {
   };
   // The operators beside those that read and write nothing else.
   for (const int operation : {3, 7, 33, 36, 37, 40, 43, 47, 49, 54, 68, 70}) {
-    files.push_back({formula, put(computed, {{FORMULA, static_cast<unsigned long>(operation)},
-                                             {FORMULA + 4, 32}})});
+    files.emplace_back(formula, put(computed, {{FORMULA, static_cast<unsigned long>(operation)},
+                                               {FORMULA + 4, 32}}));
   }
   return files;
 }
