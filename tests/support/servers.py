@@ -104,7 +104,7 @@ bind-address = "127.0.0.1:{self.port}"
         self.get("/query", urllib.parse.urlencode({"q": "CREATE DATABASE home"}).encode())
 
     def read(self, name):
-        """As that of the other server, of the points of one tag."""
+        """The same of this server; the name is that of a measurement, "_" and that of its field."""
         measurement, field = name.split("_")
         query = {"db": "home", "epoch": "s", "q": f"SELECT {field} FROM {measurement} GROUP BY *"}
         answer = json.loads(self.get(f"/query?{urllib.parse.urlencode(query)}"))
