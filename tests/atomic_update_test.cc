@@ -158,7 +158,17 @@ TEST_F(AtomicUpdate, StoresNothingOfABatchThatIsRefused) {
     EXPECT_TRUE(ReadFile(path) == before);
     EXPECT_EQ(Query(START + 120), "");
   }
-  EXPECT_EQ(client.UpdateAtomically(path, {}, Durability::Process), StatusCode::Failure);
+  const std::string text = directory.GetPath("text.rrd");
+  WriteFile(text, "no RRD file");
+  const std::string circle = directory.GetPath("circle.rrd");
+  fs::create_symlink("circle.rrd", circle);
+  for (const auto& [file, samples, words] :
+       {std::tuple(path, Batch(), std::string("Not enough arguments")),
+        {text, batch, "reached EOF while loading header rrd->stat_head"},
+        {circle, batch, "opening '" + circle + "': Too many levels of symbolic links"}}) {
+    EXPECT_EQ(client.UpdateAtomically(file, samples, Durability::Process), StatusCode::Failure);
+    EXPECT_EQ(Failure::GetReason(), words);
+  }
   EXPECT_EQ(client.UpdateAtomically(path, {{1LL << 41, 1}}, Durability::Process),
             StatusCode::Failure);
   EXPECT_TRUE(ReadFile(path) == before);
@@ -354,10 +364,13 @@ TEST_F(AtomicUpdate, HasWordsForWhatItCannotDo) {
   EXPECT_EQ(Query(0), "could not lock RRD");
   close(fd);
   if (geteuid() == 0) {
-    ASSERT_EQ(seteuid(65534), 0);
-    EXPECT_EQ(Query(0), "an interrupted update is to be undone, which needs write permission");
-    EXPECT_EQ(Failure::GetKind(), FailureKind::NotUndone);
-    ASSERT_EQ(seteuid(0), 0);
+    for (const mode_t mode : {0600U, 0644U}) {
+      ASSERT_EQ(chmod(journal.c_str(), mode), 0);
+      ASSERT_EQ(seteuid(65534), 0);
+      EXPECT_EQ(Query(0), "an interrupted update is to be undone, which needs write permission");
+      EXPECT_EQ(Failure::GetKind(), FailureKind::NotUndone);
+      ASSERT_EQ(seteuid(0), 0);
+    }
     ASSERT_EQ(chown(journal.c_str(), 65534, 65534), 0);
     EXPECT_EQ(chown(path.c_str(), 65533, 65533), 0);
     EXPECT_EQ(Query(0), "its journal belongs to another user");

@@ -88,6 +88,7 @@ TEST_F(DatabaseTest, ListsTheIdsOfItsFiles) {
   EXPECT_EQ(list({"before"}, StatusCode::Success), Ids{"before"});
   LogCapture log;
   EXPECT_EQ(list({}, StatusCode::Failure), Ids{});
+  EXPECT_STREQ(Failure::GetReason(), "no file is named after an id");
   EXPECT_EQ(log.Take(),
             (Lines{NoScope("x.rrd"), "7" + DATABASE + "[trace] InsertZeltId: Failed to retrieve " +
                                          "zelt id from file [x.rrd]"}));

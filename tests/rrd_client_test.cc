@@ -73,7 +73,9 @@ TEST_F(RrdFile, HasRowsOfEveryWindow) {
         std::tuple(START - 59, START + 1, std::vector<double>{0, 0.125}),
         std::tuple(START + 89 * 60, START + 90 * 60, std::vector<double>{89 / 8.0, MISSING}),
         std::tuple(START - 660, START - 540, std::vector<double>{MISSING, MISSING, MISSING}),
-        std::tuple(-90LL, -30LL, std::vector<double>{MISSING, MISSING})}) {
+        std::tuple(-90LL, -30LL, std::vector<double>{MISSING, MISSING}),
+        std::tuple(-FAR, 60 - FAR, std::vector<double>{MISSING, MISSING}),
+        std::tuple(FAR - 60, FAR, std::vector<double>{MISSING, MISSING})}) {
     ASSERT_EQ(client.FetchRows(path, 0, 0, start, end, result), StatusCode::Success);
     std::vector<double> rows(result.GetData(), result.GetData() + result.GetSampleCount());
     for (double& row : rows) {

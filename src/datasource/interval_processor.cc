@@ -30,6 +30,7 @@ IntervalProcessor::IntervalProcessor(const DataFunction& function, IntervalItera
 
 StatusCode IntervalProcessor::Process(std::vector<NumericalDataPoint>& points) {
   StatusCode rc = iterator.Initialize();
+  // unreached: EndOfIteration, for a valid window has an interval
   if (rc != StatusCode::Success && rc != StatusCode::EndOfIteration) {
     NVX_ERROR("Failed to initialize iterator");
     return rc;

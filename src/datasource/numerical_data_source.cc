@@ -15,10 +15,6 @@ namespace {
 const std::string COMPONENT_NAME = "TimeSeriesDatabase::Rrd::NumericalDataSource";
 constexpr int FIRST_ARCHIVE = 0;
 
-bool IsSameZone(const cctz::time_zone& lhs, const cctz::time_zone& rhs) {
-  return lhs == rhs || lhs.name() == rhs.name();
-}
-
 // Log lines name the operation that the caller called.
 StatusCode CheckBounds(const std::vector<Date::Date>& bounds) {
   if (bounds.size() < 2) {
@@ -32,7 +28,7 @@ StatusCode CheckBounds(const std::vector<Date::Date>& bounds) {
                      bound->timestamp);
       return StatusCode::InvalidArgument;
     }
-    if (!IsSameZone(former.timeZone, bound->timeZone)) {
+    if (former.timeZone != bound->timeZone) {
       NVX_FAILURE_IN("Fetch", "Timezones of bounds are different [%s] [%s]",
                      former.timeZone.name().c_str(), bound->timeZone.name().c_str());
       return StatusCode::InvalidArgument;
@@ -202,6 +198,7 @@ StatusCode NumericalDataSource::ComputeDelta(const TimeWindow& window, const Fet
                                              std::vector<NumericalDataPoint>& points) {
   NVX_TRACE("time-window='%s', NumberOfPoints=%u", TimeWindowToString(window).c_str(),
             result.GetSampleCount());
+  // unreached: data of no samples
   if (result.GetData() == nullptr || result.GetSampleCount() == 0) {
     NVX_FAILURE("fetched result is empty");
     return StatusCode::Failure;

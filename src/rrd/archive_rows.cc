@@ -59,6 +59,7 @@ const char* ArchiveRows::ReadFound(int fd, const FileGate::Rows& rows, long long
   errno = 0;
   const bool isRead = ReadRun(fd, rows, row, beforeEnd, target) &&
                       ReadRun(fd, rows, 0, wanted - beforeEnd, target + beforeEnd);
+  // unreached: a file that is cut off between the gate and here
   return isRead ? nullptr : errno == 0 ? CUT_OFF_FAULT : "its rows cannot be read";
 }
 

@@ -145,6 +145,7 @@ bool FileGate::Lock(int fd) {
   struct flock lock {};
   lock.l_type = F_RDLCK;
   lock.l_whence = SEEK_SET;
+  // unreached: EACCES, of other systems, and what file systems without locks say
   return fcntl(fd, F_SETLK, &lock) == 0 || (errno != EAGAIN && errno != EACCES);
 }
 
@@ -160,6 +161,7 @@ FileGate::FileGate(std::string fileHeader, std::uint64_t fileSize) : header(std:
 
 bool FileGate::IsFileLocked(const std::string& path) {
   const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  // unreached: a lock that is gone again
   return file.IsOpen() && !Lock(file.Get());
 }
 

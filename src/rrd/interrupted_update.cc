@@ -18,6 +18,7 @@ namespace {
 
 constexpr char NOT_UNDONE[] = "an interrupted update cannot be undone";
 
+// unreached: EPERM, of files that nobody may change
 bool IsPermissionMissing() { return errno == EACCES || errno == EPERM || errno == EROFS; }
 
 // Whether the journal is whole; errno is 0 unless a call failed. A journal is at most as large as
@@ -77,6 +78,7 @@ bool HasPendingJournal(const std::string& journalPath) {
 const char* FindInterruptedUpdate(int fd, const std::string& journalPath) {
   const Descriptor file(OpenJournal(journalPath, O_RDONLY));
   if (!file.IsOpen()) {
+    // unreached: a journal that is gone since it was looked for
     return errno == ENOENT         ? nullptr
            : IsPermissionMissing() ? PERMISSION_FAULT
                                    : JOURNAL_CLOSED_FAULT;

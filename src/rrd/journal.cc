@@ -23,6 +23,7 @@ constexpr std::uint64_t IDLE_MARK = 0x31454C444958564E;
 constexpr std::size_t CHECKED = offsetof(JournalHead, size);
 
 bool IsSameFile(const FileIdentity& lhs, const FileIdentity& rhs) {
+  // unreached: an inode that another file was given
   return lhs.inode == rhs.inode && lhs.birthSeconds == rhs.birthSeconds &&
          lhs.birthNanoseconds == rhs.birthNanoseconds;
 }

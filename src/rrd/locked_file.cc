@@ -24,6 +24,7 @@ bool TakeLock(int fd) { return flock(fd, LOCK_EX | LOCK_NB) == 0; }
 bool IsNamed(const std::string& path, int fd) {
   struct stat opened {};
   struct stat named {};
+  // unreached: a file of the same number on another file system
   return fstat(fd, &opened) == 0 && lstat(path.c_str(), &named) == 0 &&
          opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
 }

@@ -463,7 +463,10 @@ StatusCode RrdClient::Update(const std::string& path,
   const auto store = [&]() -> UpdateResult {
     const GuardedFile file(path, LockedFile::Use::Update);
     const char* const fault = file.GetUpdateFault(samples);
-    return fault == nullptr ? CallUpdate(path, arguments) : UpdateResult{false, fault};
+    if (fault != nullptr) {
+      return {false, fault};
+    }
+    return CallUpdate(path, arguments);
   };
   return EndUpdate(path, arguments, store());
 }

@@ -54,7 +54,7 @@ Transaction::~Transaction() {
   }
   try {
     Undo();
-  } catch (const std::bad_alloc&) {  // the journal stays, for who opens the file next
+  } catch (...) {  // the journal stays, for who opens the file next
   }
 }
 
@@ -79,7 +79,10 @@ std::string Transaction::Begin(const std::string& header, long long lastTime) {
     MakeIdle();
     return problem;
   }
-  return mustSync && isNew ? SyncDirectory() : "";
+  if (!mustSync || !isNew) {
+    return "";
+  }
+  return SyncDirectory();
 }
 
 std::string Transaction::OpenJournalFile() {
@@ -110,8 +113,7 @@ std::string Transaction::OpenKeptJournal() {
 
 std::string Transaction::SyncDirectory() const {
   const std::string& path = file.GetJournalPath();
-  const std::size_t slash = path.rfind('/');
-  const std::string name = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  const std::string name = path.substr(0, path.rfind('/') + 1) + '.';
   const Descriptor directory(open(name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   return directory.IsOpen() && fsync(directory.Get()) == 0
              ? ""
@@ -166,6 +168,7 @@ void Transaction::Undo() {
   if (errno != 0) {
     return;  // that could not be seen
   }
+  // unreached: a file that came in the place of this one
   const bool isUndone = !isMine || journal.IsUndone(file.Get());
   if (isUndone || (journal.Undo(file.Get()) &&
                    (durability == Durability::Process || fdatasync(file.Get()) == 0))) {

@@ -46,6 +46,7 @@ void ComputeNextDate(QueryInterval interval, const Date::Date& from, Date::Date&
 bool ConvertStringDateToUnixTime(const std::string& text, long long& seconds) {
   std::tm utc{};
   unsigned short unused = 0;
+  // unreached: a date that can be read and has no time
   const bool isRead =
       DateTime::Encoder::FromString(text, utc, unused) && DateTime::Encoder::ToGmTime(utc, seconds);
   if (!isRead) {

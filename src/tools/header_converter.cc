@@ -171,6 +171,7 @@ StatusCode HeaderConverter::ComputeDataSize() {
   // A header may claim more archives than the file has bytes: do not allocate for them.
   const std::uint32_t justifiedSize = std::min(size, fileSize);
   const Buffer<rra_def_t> buffer(static_cast<rra_def_t*>(std::malloc(justifiedSize)));
+  // unreached: a null pointer for no bytes, which glibc does not give
   if (buffer == nullptr && justifiedSize != 0) {
     NVX_FAILURE("Out of memory for rraDef: %s", ErrorText());
     return StatusCode::OutOfMemory;
