@@ -55,22 +55,21 @@ class NVX_TIMESERIES_EXPORT RrdClient {
 
   // Makes a file and replaces an existing one. It has one gauge, whose value is missing when no
   // sample comes for two steps, and one archive of `rowCount` rows, the last value of each step. It
-  // takes samples later than `startTime`. Samples outside `minimum` to `maximum` are stored as
-  // missing; NaN means no bound.
+  // takes samples later than `startTime`, which itself may be up to 2^40, the year 36812. Samples
+  // outside `minimum` to `maximum` are stored as missing; NaN means no bound.
   virtual StatusCode Create(const std::string& path, long long step, long long startTime,
                             double minimum, double maximum, unsigned int rowCount) const;
 
   // Stores samples, time to value, in one call; the earliest must be later than the last update.
-  // Values keep six digits after the point, and NaN is a missing sample. Where a long has 32 bits,
-  // a sample after 2038-01-19T03:14:07Z is refused, and all others with it: the RRD library would
-  // store nonsense. Everywhere one after 2^40 is, and such a start of Create and Migrate: nothing
-  // could open the file any more.
+  // Values keep six digits after the point, and NaN is a missing sample. A sample after 2^40, or
+  // where a long has 32 bits after 2038-01-19T03:14:07Z, is refused, and all others with it: the
+  // RRD library would store nonsense, or a file that nothing can open any more.
   virtual StatusCode Update(const std::string& path,
                             const std::map<long long, double>& samples) const;
 
   // Replaces the file by one made with these arguments, as for Create, that has the samples of the
-  // old one up to `startTime`. On failure the old file is unchanged, and Failure reports a lock
-  // only if it was still held afterwards.
+  // old one up to `startTime`, which may be up to 2^40. On failure the old file is unchanged, and
+  // Failure reports a lock only if it was still held afterwards.
   virtual StatusCode Migrate(const std::string& path, long long step, long long startTime,
                              double minimum, double maximum, unsigned int rowCount) const;
 
