@@ -28,9 +28,11 @@ using namespace nvx::TimeSeriesDatabase;
 
 namespace {
 
+using FileGate = OneFile;
 using HostileFile = OneFile;
 
 constexpr long long LAST = 1700005400;
+constexpr std::size_t FORMULA = sizeof(stat_head_t) + offsetof(ds_def_t, par);
 
 void WriteAnew(const std::string& path, const std::string& bytes) {
   std::filesystem::remove(path);  // closing a truncated file would flush it to the disk
@@ -165,7 +167,6 @@ std::vector<std::pair<std::string, std::string>> ListRefusedFiles() {
   constexpr long FAR = std::numeric_limits<long>::max();
   constexpr std::size_t SOURCES = offsetof(stat_head_t, ds_cnt);
   constexpr std::size_t ARCHIVES = offsetof(stat_head_t, rra_cnt);
-  constexpr std::size_t FORMULA = sizeof(stat_head_t) + offsetof(ds_def_t, par);
   constexpr std::size_t PARAMETERS =
       sizeof(stat_head_t) + sizeof(ds_def_t) + offsetof(rra_def_t, par);
   constexpr std::size_t PREDICTED = PARAMETERS + RRA_dependent_rra_idx * sizeof(unival);
@@ -285,7 +286,7 @@ TEST_F(HostileFile, IsRefusedWithAReason) {
   expectRefusal("it is no regular file");
 }
 
-TEST_F(HostileFile, IsNoneThatTheRrdLibraryReads) {
+TEST_F(FileGate, AcceptsEveryFileThatTheRrdLibraryReads) {
   const auto expectWhole = [&](const std::string& bytes) {
     WriteAnew(path, bytes);
     long long last = 0;
@@ -299,8 +300,17 @@ TEST_F(HostileFile, IsNoneThatTheRrdLibraryReads) {
   for (const char* version : {"0001", "0002", "0003", "0004", "0005"}) {
     expectWhole(RrdFileBytes{1, {{"LAST", 3, 1}}, 60, LAST, version}.Make());
   }
+  expectWhole(RrdFileBytes{1, {{"LAST", 3, 1}}, 60, 0}.Make());
   expectWhole(RrdFileBytes{}.Make() + std::string(8, '\0'));  // old files end with an unused word
   expectWhole(RrdFileBytes{400, {{"LAST", 3, 1}, {"MAX", 3, 1}}}.Make());
+  // The first and the last operator of each range that a formula may have.
+  for (const std::uint32_t operation : {0, 2, 4, 6, 8, 31, 34, 35, 38, 39, 44, 46, 50, 53, 69}) {
+    std::string computed = RrdFileBytes{1, {{"LAST", 3, 1}}, 60, LAST, "0003", "COMPUTE"}.Make();
+    const std::uint32_t formula[] = {operation, 32};
+    std::memcpy(&computed[FORMULA], formula, sizeof formula);
+    expectWhole(computed);
+    EXPECT_STREQ(Failure::GetReason(), "all its data sources are computed");
+  }
   if (sizeof(long) == 8) {  // as on the machine that wrote them
     expectWhole(ReadFile(TEST_DATA "/fuzz/rrd/compute.rrd"));
     expectWhole(ReadFile(TEST_DATA "/fuzz/rrd/prediction.rrd"));

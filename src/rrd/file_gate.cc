@@ -197,6 +197,11 @@ const char* FileGate::GetFetchFault(long long start, long long end) const {
   return isBounded ? nullptr : "the window is too long";
 }
 
+const char* FileGate::GetUpdateFault() const {
+  const bool isRefused = fault == nullptr && !header.empty() && !takesReadings;
+  return isRefused ? "all its data sources are computed" : fault;
+}
+
 const char* FileGate::GetMigrationFault() const {
   if (fault != nullptr) {
     return fault;
@@ -282,10 +287,12 @@ const char* FileGate::ReadParts(const stat_head_t& head, const HeaderLayout& lay
     return "its last update is out of range";
   }
   sourceCount = head.ds_cnt;
+  takesReadings = false;
   for (unsigned long i = 0; i < head.ds_cnt; ++i) {
     if (const char* const sourceFault = FindSourceFault(header, layout, i)) {
       return sourceFault;
     }
+    takesReadings |= !IsComputed(ReadStructure<ds_def_t>(header, layout.dataSources, i));
   }
   description = {};
   newestRows.clear();

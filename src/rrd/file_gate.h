@@ -48,6 +48,10 @@ class FileGate {
   // the archive or a GiB.
   const char* GetFetchFault(long long start, long long end) const;
 
+  // The same for an update. Where no data source takes a reading, the RRD library writes through
+  // pointers that were never set.
+  const char* GetUpdateFault() const;
+
   // The same for a migration, in which the RRD library computes the length of a row with 31 bits.
   const char* GetMigrationFault() const;
 
@@ -76,6 +80,7 @@ class FileGate {
   std::string header;
   const char* fault = nullptr;
   unsigned long sourceCount = 0;
+  bool takesReadings = false;
   FileDescription description;            // the step and the archives alone
   std::vector<unsigned long> newestRows;  // of each archive
 };

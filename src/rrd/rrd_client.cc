@@ -122,7 +122,8 @@ struct GuardedFile {
   // fetch and a migration.
   const char* GetFault() const { return Choose(gate.GetFault()); }
   const char* GetUpdateFault(const std::map<long long, double>& samples) const {
-    return GetFault() == nullptr ? FindTimeFault(samples) : GetFault();
+    const char* const fault = Choose(gate.GetUpdateFault());
+    return fault == nullptr ? FindTimeFault(samples) : fault;
   }
   const char* GetFetchFault(long long start, long long end) const {
     return Choose(gate.GetFetchFault(start, end));
