@@ -18,6 +18,7 @@
 #include <utility>
 
 #include "rrd/checksum.h"
+#include "rrd/journal.h"
 #include "support/child.h"
 #include "support/files.h"
 #include "support/log_capture.h"
@@ -274,6 +275,11 @@ TEST_F(AtomicUpdate, IsUndoneBeforeTheFileIsExportedOrConverted) {
 TEST_F(AtomicUpdate, IsUndoneOnlyInItsFile) {
   InterruptUpdate();
   const std::string bytes = ReadFile(journal);
+  struct statx status {};
+  ASSERT_EQ(statx(AT_FDCWD, path.c_str(), 0, STATX_BTIME, &status), 0);
+  Rrd::JournalHead head;
+  std::memcpy(&head, bytes.data(), sizeof head);
+  EXPECT_EQ(head.file.birthSeconds, status.stx_btime.tv_sec);  // the inode may be another's later
   const std::string copy = directory.GetPath("copy.rrd");
   fs::copy_file(path, copy);
   const auto overwrite = [this](int step, unsigned int rows) {

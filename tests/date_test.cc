@@ -152,6 +152,7 @@ TEST(Date, AShorterMonthIsLogged) {
   Date::Date date = At("2021-01-31T15:00:00+01:00");
   date.AddMonths(1);
   EXPECT_EQ(log.Take(), Lines{"6[TimeSeriesDatabase::Date::Date] AddMonths: Months overflow [1]"});
+  EXPECT_EQ(date.ToText(), "2021-02-28T00:00:00.000+01:00");
   date.AddMonths(1);
   EXPECT_TRUE(log.Take().empty());
 }

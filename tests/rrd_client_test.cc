@@ -100,15 +100,18 @@ TEST_F(RrdFile, HasRowsOfEveryWindow) {
 }
 
 TEST_F(RrdFile, StaysAsItWasWhenACallFails) {
+  constexpr long long LATEST = 1LL << 40;
   const long long end = START + 89 * 60;
   const std::string before = ReadFile(path);
   EXPECT_EQ(client.Update(path, {{end, 1}, {end + 60, 2}}), StatusCode::Failure);
-  EXPECT_EQ(client.Update(path, {{1LL << 41, 1}}), StatusCode::Failure);
+  EXPECT_EQ(client.Update(path, {{LATEST + 1, 1}}), StatusCode::Failure);
   EXPECT_EQ(client.Migrate(path, 60, end, 5, 5, 100), StatusCode::Failure);
-  EXPECT_EQ(client.Migrate(path, 60, 1LL << 41, 0, 1, 100), StatusCode::Failure);
+  EXPECT_EQ(client.Migrate(path, 60, LATEST + 1, 0, 1, 100), StatusCode::Failure);
   EXPECT_EQ(client.Create(path, -60, end, 0, 1, 100), StatusCode::Failure);
-  EXPECT_EQ(client.Create(path, 60, 1LL << 41, 0, 1, 100), StatusCode::Failure);
+  EXPECT_EQ(client.Create(path, 60, LATEST + 1, 0, 1, 100), StatusCode::Failure);
   EXPECT_TRUE(ReadFile(path) == before);
+  EXPECT_EQ(client.Update(path, {{LATEST, 1}}), StatusCode::Success);
+  EXPECT_EQ(client.Create(path, 60, LATEST, 0, 1, 100), StatusCode::Success);
 }
 
 TEST_F(RrdFile, KeepsAFailureForEachThread) {
