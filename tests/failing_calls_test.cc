@@ -1,6 +1,6 @@
 // Each system call of each operation fails, once, or it and all after it, or a write is
-// interrupted: the operation tells it or does without, leaves no descriptor open, and the file has
-// what it had or what it was to get.
+// interrupted, before it began or in the middle: the operation tells it or does without, leaves no
+// descriptor open, and the file has what it had or what it was to get.
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -21,7 +21,7 @@
 
 namespace {
 
-enum class Mode { None, Once, FromThenOn, Interrupted };
+enum class Mode { None, Once, FromThenOn, Interrupted, Cut };
 
 Mode mode = Mode::None;
 int failing = 0;  // the number of the call that fails
@@ -30,7 +30,8 @@ int callCount = 0;
 // Only calls of the library itself are counted.
 bool IsToFail(const char* name, const void* caller) {
   Dl_info object{};
-  if (mode == Mode::None || (mode == Mode::Interrupted && std::strcmp(name, "write") != 0) ||
+  const bool isOfWrites = mode == Mode::Interrupted || mode == Mode::Cut;
+  if (mode == Mode::None || (isOfWrites && std::strcmp(name, "write") != 0) ||
       dladdr(caller, &object) == 0 ||
       std::strstr(object.dli_fname, "libnvx-timeseries-database") == nullptr) {
     return false;
@@ -39,16 +40,26 @@ bool IsToFail(const char* name, const void* caller) {
   return mode == Mode::FromThenOn ? callCount >= failing : callCount == failing;
 }
 
+template <typename Argument>
+Argument Shorten(Argument argument) {
+  return argument;
+}
+size_t Shorten(size_t size) { return size - size / 2; }
+
 template <typename Result, typename... Arguments>
 Result CallOrFail(const char* name, const void* caller, Arguments... arguments) {
+  const auto call = reinterpret_cast<Result (*)(Arguments...)>(dlsym(RTLD_NEXT, name));
   if (IsToFail(name, caller)) {
+    if (mode == Mode::Cut) {
+      return call(Shorten(arguments)...);
+    }
     errno = mode == Mode::Interrupted ? EINTR : mode == Mode::Once ? EIO : EROFS;
     return static_cast<Result>(-1);
   }
   if (std::strstr(name, "sync") != nullptr) {
     return 0;  // which takes long and shows nothing here
   }
-  return reinterpret_cast<Result (*)(Arguments...)>(dlsym(RTLD_NEXT, name))(arguments...);
+  return call(arguments...);
 }
 
 }  // namespace
@@ -120,7 +131,7 @@ class FailingCalls : public FaultyFile {
   void FailEach(const std::string& name, const std::function<void()>& prepare,
                 const Operation& operation, StatusCode expected = StatusCode::Success) const {
     SCOPED_TRACE(name);
-    for (const Mode howToFail : {Mode::Once, Mode::FromThenOn, Mode::Interrupted}) {
+    for (const Mode howToFail : {Mode::Once, Mode::FromThenOn, Mode::Interrupted, Mode::Cut}) {
       FailEachCall(prepare, operation, expected, [&](int call) {
         const StatusCode status = Run(howToFail, call, operation);
         return std::pair(status, callCount >= call);
