@@ -211,8 +211,12 @@ TEST_F(Query, SeveralFunctionsCanBeAppliedToOneFetch) {
   }
   Rrd::FetchResult samples;
   ASSERT_EQ(rrd.Fetch(path, START, START + 200 * 60, samples), StatusCode::Success);
-  for (const std::vector<Date::Date>& some : {{}, bounds}) {
-    EXPECT_EQ(Rrd::ProcessBounds(some, samples, DataFunctions::ComputeMaximum, points),
+  Rrd::FetchResult fewer;  // than the bounds have
+  ASSERT_EQ(rrd.Fetch(path, START, START + 100 * 60, fewer), StatusCode::Success);
+  std::vector<Date::Date> none;
+  for (const auto& [some, fetched] :
+       {std::tie(none, samples), std::tie(bounds, samples), std::tie(bounds, fewer)}) {
+    EXPECT_EQ(Rrd::ProcessBounds(some, fetched, DataFunctions::ComputeMaximum, points),
               StatusCode::Success);
   }
   int count = 0;
@@ -227,7 +231,7 @@ TEST_F(Query, SeveralFunctionsCanBeAppliedToOneFetch) {
   for (const NumericalDataPoint& point : points) {
     values.push_back(point.value);
   }
-  EXPECT_EQ(values, (std::vector<double>{0, 10, 190, 200, 7, 7}));
+  EXPECT_EQ(values, (std::vector<double>{0, 10, 190, 200, 0, 10, 100, 100, 7, 7}));
 }
 
 TEST_F(Query, ThreadsWithObjectsOfTheirOwnAreIndependent) {
