@@ -264,6 +264,7 @@ std::string Decide(const Examinations& fitting, RecognisedFile& file) {
   const auto isRight = [&](const Examination& examination) {
     return examination.GetAgreement() >= needed;
   };
+  // unreached: two layouts with which a file agrees in all
   const auto right = std::find_if(fitting.begin(), fitting.end(), isRight);
   if (right != fitting.end() && std::count_if(fitting.begin(), fitting.end(), isRight) == 1) {
     file = right->GetFile();
