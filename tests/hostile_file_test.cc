@@ -203,6 +203,8 @@ std::vector<std::pair<std::string, std::string>> ListRefusedFiles() {
       {empty, RrdFileBytes{1, {}}.Make()},
       {step, RrdFileBytes{1, one, 0}.Make()},
       {sizeof(long) == 4 ? times : step, RrdFileBytes{1, one, ~0UL}.Make()},
+      {sizeof(long) == 4 ? step : times,
+       RrdFileBytes{1, one, static_cast<unsigned long>(1ULL << 40)}.Make()},
       {times, RrdFileBytes{1, {{"LAST", 3, 0}}}.Make()},
       {times, RrdFileBytes{1, {{"LAST", 3, ~0UL / 4}}, 2}.Make()},
       {times, RrdFileBytes{1, {{"LAST", 0, 1}}}.Make()},
