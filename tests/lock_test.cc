@@ -80,6 +80,23 @@ class LockedFile : public OneFile {
   }
 };
 
+// While another process writes a header, it may have any fault.
+TEST_F(LockedFile, IsNotJudgedByItsHeader) {
+  Rrd::FetchResult result;
+  refused = -1;
+  EXPECT_EQ(client.FetchRows(path, 0, 0, START, START + 120, result), StatusCode::Failure);
+  EXPECT_TRUE(Failure::IsLocked());
+  EXPECT_EQ(client.Migrate(path, 60, START + 120, NAN, NAN, 50), StatusCode::Failure);
+  EXPECT_TRUE(Failure::IsLocked());
+  ASSERT_EQ(truncate(path.c_str(), 200), 0);
+  EXPECT_EQ(client.Fetch(path, START, START + 120, result), StatusCode::Failure);
+  EXPECT_TRUE(Failure::IsLocked());
+  refused = NONE;
+  EXPECT_EQ(client.Fetch(path, START, START + 120, result), StatusCode::Failure);
+  EXPECT_STREQ(Failure::GetReason(), "its header is cut off");
+  EXPECT_EQ(Failure::GetKind(), FailureKind::Other);
+}
+
 // The RRD library stores the first sample, for now, and refuses the second one. Without a lock the
 // file is put back by who opens it next.
 TEST_F(LockedFile, HasNoHalfOfABatch) {

@@ -55,6 +55,7 @@ bool ReadIdentity(int fd, FileIdentity& identity) {
     return false;
   }
   identity = {status.stx_size, status.stx_ino, 0, 0};
+  // unreached: a file system without times of birth
   if ((status.stx_mask & STATX_BTIME) != 0) {
     identity.birthSeconds = status.stx_btime.tv_sec;
     identity.birthNanoseconds = status.stx_btime.tv_nsec;

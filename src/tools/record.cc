@@ -149,6 +149,7 @@ std::string Record::ConvertTo(const Machine& target, std::string_view unions,
     const FieldType type = field.type;
     const bool fits =
         type == FieldType::Union ? item.ConvertUnion(unions[index]) : item.Convert(type);
+    // unreached: a second number of one record that does not fit
     if (!fits && misfit.empty()) {
       const std::string element = field.count == 1 ? "" : "[" + std::to_string(index) + "]";
       const std::string name = std::string(structure.name) + "." + std::string(field.name);
