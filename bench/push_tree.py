@@ -51,7 +51,7 @@ def measure(work):
 def main():
     with tempfile.TemporaryDirectory() as directory, tempfile.TemporaryDirectory() as data:
         size = make_tree(directory)
-        server = VictoriaMetrics(sys.argv[4], data)
+        server = VictoriaMetrics(sys.argv[4], f"{data}/server")
         try:
             push = [PROGRAM, "push", server.url + "/write", "--tree", directory, "--state", f"{data}/state"]
             sent, seconds = measure(lambda: run(*push))

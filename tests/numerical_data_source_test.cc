@@ -251,7 +251,7 @@ TEST_F(Query, ThreadsWithObjectsOfTheirOwnAreIndependent) {
         std::vector<NumericalDataPoint> answer;
         EXPECT_EQ(own.FetchDelta(window, QueryInterval::Hour, answer), StatusCode::Success);
         EXPECT_EQ(missing.FetchDelta(window, QueryInterval::Hour, answer), StatusCode::Failure);
-        EXPECT_EQ(answer.size(), 1U);
+        ASSERT_EQ(answer.size(), 1U);
         EXPECT_TRUE(i == 0 || answer[0].value == number * i);
       }
     });

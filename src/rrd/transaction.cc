@@ -168,7 +168,7 @@ void Transaction::Undo() {
   if (errno != 0) {
     return;  // that could not be seen
   }
-  // unreached: a file that came in the place of this one
+  // unreached: another file that has taken this one's place
   const bool isUndone = !isMine || journal.IsUndone(file.Get());
   if (isUndone || (journal.Undo(file.Get()) &&
                    (durability == Durability::Process || fdatasync(file.Get()) == 0))) {

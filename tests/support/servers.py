@@ -18,7 +18,7 @@ def find_free_port():
 
 
 class Server:
-    """A server's program in a directory of its own, which a restart keeps."""
+    """A server's program in a directory of its own, which a restart keeps; its log lies beside it."""
 
     def __init__(self, fetch_server, directory):
         found = subprocess.run([fetch_server, *self.PACKAGE], capture_output=True, text=True)
