@@ -50,13 +50,6 @@ using Tree = std::map<std::string, std::string>;
 
 const fs::file_time_type OLD_TIME = fs::file_time_type::clock::now() - std::chrono::hours(1);
 
-// Adds a file that cannot be converted.
-void MakeDataSource() {
-  const RrdClient client;
-  ASSERT_EQ(client.Create("topo_m.rrd", 60, 1000000000, 0, 9, 5), StatusCode::Success);
-  ASSERT_EQ(client.Update("topo_m.rrd", {{1000000020, 1}, {1000000080, 2}}), StatusCode::Success);
-}
-
 void MakeTree(bool hasDataSource) {
   for (const auto& entry : fs::directory_iterator(".")) {
     fs::remove_all(entry);
@@ -66,8 +59,10 @@ void MakeTree(bool hasDataSource) {
     WriteFile((name == "gauge" ? "" : "a/") + name + ".rrd", ReadLegacy(name));
   }
   WriteFile("two-sources.rrd", ReadConverted("two-sources"));
-  if (hasDataSource) {
-    MakeDataSource();
+  if (hasDataSource) {  // which cannot be converted
+    const RrdClient client;
+    ASSERT_EQ(client.Create("topo_m.rrd", 60, 1000000000, 0, 9, 5), StatusCode::Success);
+    ASSERT_EQ(client.Update("topo_m.rrd", {{1000000020, 1}, {1000000080, 2}}), StatusCode::Success);
   }
   fs::create_directory("a/.nvx-convert-abc123");
   WriteFile("a/.nvx-convert-abc123/gauge.rrd", "left by another run");

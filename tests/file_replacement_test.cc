@@ -282,7 +282,6 @@ class Attack : public testing::Test {
     WriteFile(victim, "precious");
     fs::permissions(secret, fs::perms::owner_read | fs::perms::owner_write);
     ASSERT_EQ(chown(inside.GetPath().c_str(), USER, USER), 0);
-    fs::create_symlink(secret, inside.GetPath("swap"));
     Restore();
     rounds = static_cast<int*>(
         mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));

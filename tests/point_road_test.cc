@@ -22,6 +22,7 @@
 #include "support/leaks_of_librrd.h"
 #include "support/random.h"
 #include "support/temporary_directory.h"
+#include "support/transcript.h"
 
 using namespace nvx::TimeSeriesDatabase;
 using namespace nvx::TimeSeriesDatabase::CommandLine;
@@ -41,34 +42,23 @@ struct File {
   std::string zeltId;
   long long step;
   long long sampleCount;
-  std::vector<std::string> archives;
+  std::vector<const char*> archives;
 };
 
 const std::vector<File> FILES = {
-    {"topo:minutes", 60, 9000, {"LAST:0.9:1:10000"}},
-    {"topo:full", 60, 9000, {"LAST:0.9:1:3000"}},
-    {"topo:odd", 7, 5000, {"LAST:0.9:1:6000"}},
-    {"topo:quarters", 900, 4000, {"LAST:0.9:1:5000"}},
-    {"topo:hours", 3600, 3000, {"LAST:0.9:1:2000"}},
-    {"topo:days", 86400, 300, {"AVERAGE:0.5:1:400", "AVERAGE:0.5:7:90"}},
-    {"topo:several", 60, 9000, {"AVERAGE:0.5:1:600", "LAST:0.5:5:700", "LAST:0.5:60:500"}},
-    {"topo:coarse", 60, 3000, {"LAST:0.5:6:1000", "LAST:0.5:1:900"}},
-    {"topo:single", 60, 1, {"LAST:0.9:1:100"}},
-    {"topo:empty", 60, 0, {"LAST:0.9:1:100"}},
+    {"topo:minutes", 60, 9000, {"RRA:LAST:0.9:1:10000"}},
+    {"topo:full", 60, 9000, {"RRA:LAST:0.9:1:3000"}},
+    {"topo:odd", 7, 5000, {"RRA:LAST:0.9:1:6000"}},
+    {"topo:quarters", 900, 4000, {"RRA:LAST:0.9:1:5000"}},
+    {"topo:hours", 3600, 3000, {"RRA:LAST:0.9:1:2000"}},
+    {"topo:days", 86400, 300, {"RRA:AVERAGE:0.5:1:400", "RRA:AVERAGE:0.5:7:90"}},
+    {"topo:many", 60, 9000, {"RRA:AVERAGE:0.5:1:600", "RRA:LAST:0.5:5:700", "RRA:LAST:0.5:60:500"}},
+    {"topo:coarse", 60, 3000, {"RRA:LAST:0.5:6:1000", "RRA:LAST:0.5:1:900"}},
+    {"topo:single", 60, 1, {"RRA:LAST:0.9:1:100"}},
+    {"topo:empty", 60, 0, {"RRA:LAST:0.9:1:100"}},
 };
 
-// The status of a command and what it prints.
-struct Outcome {
-  int status = 0;
-  std::string output;
-  std::string messages;
-
-  bool operator==(const Outcome& other) const {
-    return status == other.status && output == other.output && messages == other.messages;
-  }
-};
-
-Outcome RunCaptured(const std::vector<std::string>& arguments) {
+ProgramResult RunCaptured(const std::vector<std::string>& arguments) {
   std::ostringstream output;
   std::ostringstream messages;
   auto* const formerOutput = std::cout.rdbuf(output.rdbuf());
@@ -105,17 +95,11 @@ class PointRoad : public testing::Test {
   void Make(const File& file) const {
     const std::string path = directory.GetPath("topo_" + file.zeltId.substr(5) + ".rrd");
     const std::string source = "DS:element:GAUGE:" + std::to_string(2 * file.step) + ":U:U";
-    std::vector<std::string> definitions = {source};
-    for (const std::string& archive : file.archives) {
-      definitions.push_back("RRA:" + archive);
-    }
-    std::vector<const char*> arguments;
-    for (const std::string& definition : definitions) {
-      arguments.push_back(definition.c_str());
-    }
+    std::vector<const char*> definitions = {source.c_str()};
+    definitions.insert(definitions.end(), file.archives.begin(), file.archives.end());
     const long long first = BEGIN - BEGIN % file.step;
     ASSERT_EQ(rrd_create_r(path.c_str(), static_cast<unsigned long>(file.step), first,
-                           static_cast<int>(arguments.size()), arguments.data()),
+                           static_cast<int>(definitions.size()), definitions.data()),
               0);
     std::map<long long, double> samples;
     for (long long i = 1; i <= file.sampleCount; ++i) {
@@ -205,12 +189,12 @@ class PointRoad : public testing::Test {
   }
 
   static bool HasAverages(const std::string& zeltId) {
-    return zeltId == "topo:days" || zeltId == "topo:several";
+    return zeltId == "topo:days" || zeltId == "topo:many";
   }
 
   // The points that push sends, in the form of export's output.
-  Outcome Push(const std::string& zeltId, const QuestionOptions& options,
-               std::optional<long long> confirmed) {
+  ProgramResult Push(const std::string& zeltId, const QuestionOptions& options,
+                     std::optional<long long> confirmed) {
     Question question = ReadQuestion(options);
     question.isResumable = true;
     AnswerShape shape;
@@ -221,27 +205,28 @@ class PointRoad : public testing::Test {
       shape.labels[CONSOLIDATION_LABEL];
     }
     CsvWriter writer(shape);
-    Outcome outcome;
+    ProgramResult result{0, "", ""};
     try {
       const SelectedFile file{directory.GetPath(), zeltId, {}, ""};
       for (const Source& source : OpenSources(question, file, {}, context)) {
-        writer.Begin(MakeSeries(file, source, {}), 0, outcome.output);
+        writer.Begin(MakeSeries(file, source, {}), 0, result.output);
         const auto stream = MakePointStream(question, source, confirmed);
         stream->Stream([&](const Piece& piece) {
-          writer.Append(piece, outcome.output);
+          writer.Append(piece, result.output);
           return true;
         });
-        outcome.status = stream->IsPartialData() ? 3 : 0;
+        result.status = stream->IsPartialData() ? 3 : 0;
       }
     } catch (const CommandError& error) {
-      outcome = {error.GetExitStatus(), "", error.GetText()};
+      result = {error.GetExitStatus(), "", error.GetText()};
     }
-    return outcome;
+    return result;
   }
 
-  void ExpectAsPushed(const File& file, const QuestionOptions& options, const Outcome& exported) {
-    const Outcome pushed = Push(file.zeltId, options, std::nullopt);
-    EXPECT_EQ(pushed.status, exported.status) << pushed.messages << exported.messages;
+  void ExpectAsPushed(const File& file, const QuestionOptions& options,
+                      const ProgramResult& exported) {
+    const ProgramResult pushed = Push(file.zeltId, options, std::nullopt);
+    EXPECT_EQ(pushed.status, exported.status) << pushed.error << exported.error;
     EXPECT_EQ(pushed.output, exported.output);
     const auto lineCount = std::count(exported.output.begin(), exported.output.end(), '\n');
     if (lineCount > 2 && exported.status == 0) {
@@ -251,8 +236,8 @@ class PointRoad : public testing::Test {
         std::getline(lines, line);
       }
       const long long confirmed = std::stoll(line);
-      const Outcome rest = Push(file.zeltId, options, confirmed);
-      EXPECT_EQ(rest.output, LeaveOut(exported.output, confirmed)) << rest.messages;
+      const ProgramResult rest = Push(file.zeltId, options, confirmed);
+      EXPECT_EQ(rest.output, LeaveOut(exported.output, confirmed)) << rest.error;
       ++resumed;
     }
   }
@@ -269,7 +254,8 @@ class PointRoad : public testing::Test {
   }
 
   // The library's points for a window whose start lies on a row.
-  void ExpectAsFetched(const File& file, const QuestionOptions& options, const Outcome& queried) {
+  void ExpectAsFetched(const File& file, const QuestionOptions& options,
+                       const ProgramResult& queried) {
     const Question question = ReadQuestion(options);
     TimeWindow window;
     window.start.timeZone = question.zone;
@@ -339,14 +325,14 @@ TEST_F(PointRoad, IsTheSameForEveryCommand) {
     const auto ask = [&](const char* command, const char* format) {
       return RunCaptured(MakeArguments(command, file.zeltId, format, options));
     };
-    const Outcome exported = ask("export", "csv");
+    const ProgramResult exported = ask("export", "csv");
     answered += exported.status != 1 ? 1 : 0;
     if (options.interval) {
       for (const char* const format : {"table", "line-protocol"}) {
-        EXPECT_TRUE(ask("query", format) == ask("export", format)) << format;
+        EXPECT_EQ(Show(ask("query", format)), Show(ask("export", format))) << format;
       }
-      const Outcome queried = ask("query", "csv");
-      EXPECT_EQ(queried.status, exported.status) << queried.messages << exported.messages;
+      const ProgramResult queried = ask("query", "csv");
+      EXPECT_EQ(queried.status, exported.status) << queried.error << exported.error;
       if (options.from && options.to && options.interval != "all" && !options.isPartial &&
           queried.status != 2 && !HasAverages(file.zeltId)) {
         ExpectAsFetched(file, options, queried);
@@ -368,7 +354,7 @@ TEST_F(PointRoad, IsTheSameForEveryCommand) {
 
 TEST_F(PointRoad, GivesInPiecesWhatOneFetchGives) {
   constexpr long long ROWS = 2'300'000;  // more than are read at once
-  const File file{"topo:long", 1, 0, {"MAX:0.5:1:40000", "LAST:0.9:2:1200000"}};
+  const File file{"topo:long", 1, 0, {"RRA:MAX:0.5:1:40000", "RRA:LAST:0.9:2:1200000"}};
   Make(file);
   for (long long begin = BEGIN + 100; begin < BEGIN + ROWS; begin += 230'000) {
     std::map<long long, double> samples;

@@ -12,7 +12,6 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -182,9 +181,6 @@ ssize_t write(int fd, const void* data, std::size_t size) {
 }
 ssize_t pwrite(int fd, const void* data, std::size_t size, off_t offset) {
   return Write(pwrite, "pwrite64", fd, data, size, offset);
-}
-ssize_t sendfile(int to, int from, off_t* offset, std::size_t size) noexcept {
-  return Change(sendfile, "sendfile64", to, from, offset, size);
 }
 int ftruncate(int fd, off_t size) noexcept { return Change(ftruncate, "ftruncate64", fd, size); }
 int fsync(int fd) { return RecordSync(fd, Change(fsync, "fsync", fd)); }

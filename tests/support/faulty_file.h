@@ -40,20 +40,10 @@ class FaultyFile : public testing::Test {
   std::map<std::string, Operation> ListReads(const std::string& source) const {
     return {
         {"GetFirstTimestamp",
-         [=] {
-           long long time = 0;
-           return client.GetFirstTimestamp(source, 0, time);
-         }},
+         [=, time = 0LL]() mutable { return client.GetFirstTimestamp(source, 0, time); }},
         {"GetLastTimestamp",
-         [=] {
-           long long time = 0;
-           return client.GetLastTimestamp(source, time);
-         }},
-        {"GetInterval",
-         [=] {
-           unsigned long step = 0;
-           return client.GetInterval(source, step);
-         }},
+         [=, time = 0LL]() mutable { return client.GetLastTimestamp(source, time); }},
+        {"GetInterval", [=, step = 0UL]() mutable { return client.GetInterval(source, step); }},
         {"Fetch",
          [=] {
            Rrd::FetchResult result;
