@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/mman.h>
-#include <sys/wait.h>
 
 #include <cerrno>
 #include <csignal>
@@ -285,16 +284,13 @@ class Attack : public testing::Test {
     Restore();
     rounds = static_cast<int*>(
         mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    attacker = fork();
-    if (attacker == 0) {
-      Swap();
-    }
+    attacker = StartChild([this] { return Swap(); });
   }
 
   void TearDown() override {
     if (attacker > 0) {
       kill(attacker, SIGKILL);
-      waitpid(attacker, nullptr, 0);
+      WaitFor(attacker);
     }
   }
 
@@ -307,11 +303,11 @@ class Attack : public testing::Test {
     fs::rename(fresh, inside.GetPath("a.rrd"));
   }
 
-  [[noreturn]] void Swap() const {
+  int Swap() const {
     const std::string path = inside.GetPath("a.rrd");
     const std::string swap = inside.GetPath("swap");
     if (setgid(USER) != 0 || setuid(USER) != 0) {
-      _exit(1);
+      return 1;
     }
     while (true) {
       renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, swap.c_str(), RENAME_EXCHANGE);

@@ -49,8 +49,8 @@ void SendMessagesTo(const std::string& path) {
 
 // Runs every command on each file, which is restored before each. At its end, `kept` is the file at
 // which a command went wrong.
-[[noreturn]] void RunCommands(const std::string& directory, const std::vector<std::string>& files,
-                              const std::string& kept) {
+int RunCommands(const std::string& directory, const std::vector<std::string>& files,
+                const std::string& kept) {
   std::vector<std::vector<std::string>> commands = {
       {"info", "topo:x", "--format", "json"},
       {"query", "topo:x", "--interval", "1m", "--from", "last-1d", "--format", "csv"},
@@ -76,11 +76,11 @@ void SendMessagesTo(const std::string& path) {
       command.insert(command.end(), {"-d", directory});
       const int status = RunInProcess(command);
       if (status != 0 && status != 1 && status != 3) {
-        _exit(status);
+        return status;
       }
     }
   }
-  _exit(0);
+  return 0;
 }
 
 std::string Mutate(std::string bytes, Random& random) {
@@ -120,10 +120,7 @@ TEST_F(HostileFile, NeverBringsTheCommandDown) {
     while (files.size() < 100) {
       files.push_back(Mutate(seeds[files.size() % seeds.size()], random));
     }
-    const pid_t child = fork();
-    if (child == 0) {
-      RunCommands(directory.GetPath(), files, kept);
-    }
+    const pid_t child = StartChild([&] { return RunCommands(directory.GetPath(), files, kept); });
     int status = 0;
     rusage usage{};
     ASSERT_EQ(wait4(child, &status, 0, &usage), child);
@@ -140,12 +137,11 @@ TEST_F(HostileFile, MayBeWrittenOverWhileItIsRead) {
   const std::string messages = directory.GetPath("messages");
   const std::string bytes = RrdFileBytes{1, {{"LAST", 50000, 1}}}.Make();
   WriteAnew(path, bytes);
-  const pid_t writer = fork();
-  if (writer == 0) {
+  const pid_t writer = StartChild([&]() -> int {
     while (true) {
       WriteFile(path, bytes);
     }
-  }
+  });
   bool isSeen = false;
   for (int i = 0; i < 4000 && !isSeen && !HasFailure(); ++i) {
     const int status = RunInChild([&] {
@@ -157,7 +153,7 @@ TEST_F(HostileFile, MayBeWrittenOverWhileItIsRead) {
         ReadFile(messages).find(path + ": it was changed while it was read\n") != std::string::npos;
   }
   kill(writer, SIGKILL);
-  waitpid(writer, nullptr, 0);
+  WaitFor(writer);
   EXPECT_TRUE(isSeen);
 }
 

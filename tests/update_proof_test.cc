@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 #include <rrd.h>
 #include <sys/mman.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,6 +16,7 @@
 #include <iostream>
 #include <set>
 
+#include "support/child.h"
 #include "support/files.h"
 #include "support/interrupted_process.h"
 #include "support/one_file.h"
@@ -359,11 +359,10 @@ const Reads& KillWriters(int killCount, bool isAtomic) {
           Reads{};
   std::vector<pid_t> readers;
   for (int i = 0; i < 2; ++i) {
-    readers.push_back(fork());
-    if (readers.back() == 0) {
+    readers.push_back(StartChild([&] {
       ReadUntilEnd(path, *reads);
-      _exit(0);
-    }
+      return 0;
+    }));
   }
   Random random;
   for (int i = 0; i < killCount; ++i) {
@@ -372,8 +371,7 @@ const Reads& KillWriters(int killCount, bool isAtomic) {
   }
   reads->isOver = true;
   for (const pid_t reader : readers) {
-    int status = 0;
-    EXPECT_EQ(waitpid(reader, &status, 0), reader);
+    EXPECT_EQ(WaitFor(reader), 0);
   }
   std::cout << reads->killed << " kills; reads: " << reads->good << " right, " << reads->locked
             << " refused, " << reads->wrong << " wrong\n";

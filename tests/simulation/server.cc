@@ -84,11 +84,10 @@ Server::Run Server::Serve(const std::function<int()>& work, int confirmedCount,
                           Answer answer) const {
   int life[2];  // of the child
   Require(pipe2(life, O_CLOEXEC) == 0);
-  const pid_t child = fork();
-  if (child == 0) {
+  const pid_t child = StartChild([&] {
     close(socket);
-    _exit(work());
-  }
+    return work();
+  });
   close(life[1]);
   Run run;
   pollfd events[] = {{socket, POLLIN, 0}, {life[0], POLLIN, 0}};

@@ -64,15 +64,6 @@ void CatchStores() {
 void CatchStores() {}
 #endif
 
-pid_t Start(const std::function<void()>& work) {
-  const pid_t child = fork();
-  if (child == 0) {
-    work();
-    _exit(0);
-  }
-  return child;
-}
-
 bool IsKilled(pid_t child) { return WaitFor(child) == 128 + SIGKILL; }
 
 }  // namespace
@@ -100,10 +91,11 @@ extern "C" void* mmap(void* address, std::size_t size, int protection, int flags
 bool KillAtStore(const std::function<void()>& work, long store) {
   storeCount = 0;
   lastStore = store;
-  return IsKilled(Start([&] {
+  return IsKilled(StartChild([&] {
     CatchStores();
     isCounting = true;
     work();
+    return 0;
   }));
 }
 
@@ -120,7 +112,10 @@ long CountStores(const std::function<void()>& work) {
 }
 
 bool KillAfter(const std::function<void()>& work, long microseconds) {
-  const pid_t child = Start(work);
+  const pid_t child = StartChild([&] {
+    work();
+    return 0;
+  });
   usleep(static_cast<useconds_t>(microseconds));
   kill(child, SIGKILL);
   return IsKilled(child);

@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "support/child.h"
 #include "support/run_program.h"
 
 namespace {
@@ -47,13 +48,11 @@ void RedisServer::Restart() {
     arguments.push_back(argument.data());
   }
   arguments.push_back(nullptr);
-  process = fork();
-  if (process == 0) {
+  process = StartChild([&] {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
-    execv(arguments[0], arguments.data());
-    _exit(127);
-  }
+    return execv(arguments[0], arguments.data());
+  });
   while (!Answers(socket)) {
     if (waitpid(process, nullptr, WNOHANG) != 0) {
       process = 0;
@@ -66,7 +65,7 @@ void RedisServer::Restart() {
 void RedisServer::Kill() {
   if (process != 0) {
     kill(process, SIGKILL);
-    waitpid(process, nullptr, 0);
+    WaitFor(process);
     process = 0;
   }
 }
