@@ -8,19 +8,16 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <iterator>
 #include <set>
 
 #include "support/child.h"
+#include "support/command.h"
 #include "support/files.h"
 #include "support/leaks_of_librrd.h"
 #include "support/limited_memory.h"
-#include "support/temporary_directory.h"
-#include "timeseries/rrd_client.h"
-
-int RunCommand(int argc, char** argv);  // the main function of the command line
+#include "support/one_file.h"
 
 using namespace nvx::TimeSeriesDatabase;
 
@@ -38,15 +35,13 @@ struct Outcome {
   std::string content;
 };
 
-class CommandAllocations : public testing::Test {
+class CommandAllocations : public OneFile {
  protected:
   void SetUp() override {
-    const RrdClient client;
-    const std::string model = directory.GetPath("topo_x.rrd");
-    ASSERT_EQ(client.Create(model, 60, START - 60, NAN, NAN, 100), StatusCode::Success);
-    ASSERT_EQ(client.Update(model, std::map<long long, double>{{START, 1}, {START + 60, 2}}),
+    ASSERT_EQ(client.Create(path, 60, START - 60, NAN, NAN, 100), StatusCode::Success);
+    ASSERT_EQ(client.Update(path, std::map<long long, double>{{START, 1}, {START + 60, 2}}),
               StatusCode::Success);
-    sound = ReadFile(model);
+    sound = ReadFile(path);
   }
 
   // In a child, in which the command may have that many allocations.
@@ -69,7 +64,7 @@ class CommandAllocations : public testing::Test {
     });
     // Who opens the file next undoes what could not be undone without memory.
     long long last = 0;
-    EXPECT_EQ(RrdClient().GetLastTimestamp(path, last), StatusCode::Success);
+    EXPECT_EQ(client.GetLastTimestamp(file, last), StatusCode::Success);
     outcome.isDone = outcome.status >= DONE && outcome.status < 128;
     outcome.status -= outcome.isDone ? DONE : 0;
     outcome.output = ReadFile(output);
@@ -77,7 +72,7 @@ class CommandAllocations : public testing::Test {
     for (const auto& entry : std::filesystem::directory_iterator(database)) {
       outcome.files.insert(entry.path().filename());
     }
-    outcome.content = ReadFile(path);
+    outcome.content = ReadFile(file);
     return outcome;
   }
 
@@ -117,13 +112,12 @@ class CommandAllocations : public testing::Test {
   void MakeFile() const {
     std::filesystem::remove_all(database);
     std::filesystem::create_directory(database);
-    std::ofstream(path, std::ios::binary) << sound;
+    WriteFile(file, sound);
   }
 
   static constexpr int DONE = 64;  // added to the status of a command that had enough
-  const TemporaryDirectory directory;
   const std::string database = directory.GetPath("database");
-  const std::string path = database + "/topo_x.rrd";
+  const std::string file = database + "/topo_x.rrd";
   const std::string output = directory.GetPath("output");
   const std::string messages = directory.GetPath("messages");
   std::string sound;

@@ -242,17 +242,6 @@ class PointRoad : public testing::Test {
     }
   }
 
-  static StatusCode Fetch(Rrd::NumericalDataSource source, const TimeWindow& window,
-                          const Interval& interval, const DataFunction& compute,
-                          std::vector<NumericalDataPoint>& points) {
-    if (interval.GetQueryInterval()) {
-      return source.Fetch(window, *interval.GetQueryInterval(), compute, points);
-    }
-    std::vector<Date::Date> bounds;
-    const StatusCode status = Calendar::ListBounds(interval.GetCalendar(), window, bounds);
-    return status == StatusCode::Success ? source.Fetch(bounds, compute, points) : status;
-  }
-
   // The library's points for a window whose start lies on a row.
   void ExpectAsFetched(const File& file, const QuestionOptions& options,
                        const ProgramResult& queried) {
@@ -262,8 +251,11 @@ class PointRoad : public testing::Test {
     window.end.timeZone = question.zone;
     window.start.timestamp = std::stoll(*options.from);
     window.end.timestamp = std::stoll(*options.to);
-    if (!options.isUnadjusted && Calendar::AdjustTimeWindow(question.interval->GetCalendar(),
-                                                            window) != StatusCode::Success) {
+    const CalendarInterval interval = question.interval->GetCalendar();
+    std::vector<Date::Date> bounds;
+    if ((!options.isUnadjusted &&
+         Calendar::AdjustTimeWindow(interval, window) != StatusCode::Success) ||
+        Calendar::ListBounds(interval, window, bounds) != StatusCode::Success) {
       EXPECT_EQ(queried.status, 1);
       return;
     }
@@ -282,8 +274,7 @@ class PointRoad : public testing::Test {
         ASSERT_EQ(DataFunctions::MakeIntegral(static_cast<unsigned long>(rowLength), compute),
                   StatusCode::Success);
       }
-      status = Fetch(context.MakeDataSource(source.path), window, *question.interval, compute,
-                     points[i]);
+      status = context.MakeDataSource(source.path).Fetch(bounds, compute, points[i]);
     }
     if (status != StatusCode::Success && status != StatusCode::PartialData) {
       EXPECT_EQ(queried.status, 1);

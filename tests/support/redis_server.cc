@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "support/arguments.h"
 #include "support/child.h"
 #include "support/run_program.h"
 
@@ -43,11 +44,7 @@ RedisServer::RedisServer(const std::string& socketPath, const std::vector<std::s
 
 void RedisServer::Restart() {
   Kill();
-  std::vector<char*> arguments;
-  for (std::string& argument : command) {
-    arguments.push_back(argument.data());
-  }
-  arguments.push_back(nullptr);
+  const std::vector<char*> arguments = PointTo(command);
   process = StartChild([&] {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);

@@ -5,21 +5,17 @@
 
 #include <cstdlib>
 
+#include "support/arguments.h"
 #include "support/child.h"
 #include "support/files.h"
 #include "support/temporary_directory.h"
 
-ProgramResult RunProgram(const std::vector<std::string>& command,
+ProgramResult RunProgram(std::vector<std::string> command,
                          const std::vector<std::string>& variables) {
   const TemporaryDirectory directory;  // files, so that no amount of output can block the program
   const std::string output = directory.GetPath("output");
   const std::string error = directory.GetPath("error");
-  std::vector<char*> arguments;
-  for (const std::string& argument : command) {
-    arguments.push_back(const_cast<char*>(argument.c_str()));
-  }
-  arguments.push_back(nullptr);
-
+  const std::vector<char*> arguments = PointTo(command);
   ProgramResult result;
   result.status = RunInChild([&] {
     dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);

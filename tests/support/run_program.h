@@ -11,5 +11,5 @@ struct ProgramResult {
 
 // Runs a program with its arguments, nothing at its standard input, and waits for its end.
 // Variables, "NAME=value", are added to the environment.
-ProgramResult RunProgram(const std::vector<std::string>& command,
+ProgramResult RunProgram(std::vector<std::string> command,
                          const std::vector<std::string>& variables = {});
