@@ -24,17 +24,13 @@ std::vector<CalendarInterval> ListIntervals() {
       {Unit::Week},    {Unit::Quarter}, {Unit::Year},     {Unit::Year, 3},  {Unit::Day, 2},
       {Unit::Day, 5},  {Unit::Week, 3}, {Unit::Month, 5}, {Unit::Month, 2}, {Unit::Hour, 2},
       {Unit::Hour, 5}, {Unit::Hour, 6}, {Unit::Hour, 24}};
+  intervals.push_back({Unit::Week, 1, 0, WeekStart::Sunday});
+  intervals.push_back({Unit::Week, 3, 0, WeekStart::Sunday});
   for (const unsigned int start : {1800U, 9000U, 21600U}) {
     for (const Unit unit : {Unit::Day, Unit::Week, Unit::Month, Unit::Quarter, Unit::Year}) {
       intervals.push_back({unit, 1, start});
     }
-  }
-  const std::size_t count = intervals.size();
-  for (std::size_t i = 0; i < count; ++i) {
-    if (intervals[i].unit == Unit::Week) {
-      intervals.push_back(intervals[i]);
-      intervals.back().weekStart = WeekStart::Sunday;
-    }
+    intervals.push_back({Unit::Week, 1, start, WeekStart::Sunday});
   }
   return intervals;
 }
