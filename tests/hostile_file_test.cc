@@ -302,7 +302,8 @@ TEST_F(FileGate, AcceptsEveryFileThatTheRrdLibraryReads) {
   expectWhole(RrdFileBytes{}.Make() + std::string(8, '\0'));  // old files end with an unused word
   expectWhole(RrdFileBytes{400, {{"LAST", 3, 1}, {"MAX", 3, 1}}}.Make());
   // The first and the last operator of each range that a formula may have.
-  for (const std::uint32_t operation : {0, 2, 4, 6, 8, 31, 34, 35, 38, 39, 44, 46, 50, 53, 69}) {
+  for (const unsigned int operation :
+       {0U, 2U, 4U, 6U, 8U, 31U, 34U, 35U, 38U, 39U, 44U, 46U, 50U, 53U, 69U}) {
     std::string computed = RrdFileBytes{1, {{"LAST", 3, 1}}, 60, LAST, "0003", "COMPUTE"}.Make();
     const std::uint32_t formula[] = {operation, 32};
     std::memcpy(&computed[FORMULA], formula, sizeof formula);
