@@ -15,6 +15,11 @@ namespace {
 const std::string COMPONENT_NAME = "TimeSeriesDatabase::Rrd::NumericalDataSource";
 constexpr int FIRST_ARCHIVE = 0;
 
+bool IsSameZone(const cctz::time_zone& lhs, const cctz::time_zone& rhs) {
+  // unreached: zones of two copies of cctz, of which each has an object of its own for a name
+  return lhs == rhs || lhs.name() == rhs.name();
+}
+
 // Log lines name the operation that the caller called.
 StatusCode CheckBounds(const std::vector<Date::Date>& bounds) {
   if (bounds.size() < 2) {
@@ -28,7 +33,7 @@ StatusCode CheckBounds(const std::vector<Date::Date>& bounds) {
                      bound->timestamp);
       return StatusCode::InvalidArgument;
     }
-    if (former.timeZone != bound->timeZone) {
+    if (!IsSameZone(former.timeZone, bound->timeZone)) {
       NVX_FAILURE_IN("Fetch", "Timezones of bounds are different [%s] [%s]",
                      former.timeZone.name().c_str(), bound->timeZone.name().c_str());
       return StatusCode::InvalidArgument;
