@@ -314,6 +314,11 @@ TEST_F(AtomicUpdate, IsUndoneOnlyInItsFile) {
     EXPECT_TRUE(ReadFile(path) == now);
     EXPECT_FALSE(fs::exists(journal));
   }
+  newest = 120;  // of 100
+  WriteFile(path, jumped);
+  WriteFile(journal, bytes);
+  EXPECT_EQ(Query(0), "the newest row of an archive lies outside it");
+  EXPECT_TRUE(ReadFile(path) == jumped);
 }
 
 TEST_F(AtomicUpdate, IsNotUndoneInAFileThatComesInItsPlace) {

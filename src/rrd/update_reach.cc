@@ -112,6 +112,7 @@ std::vector<Extent> FindReach(const std::string& header, long long lastTime) {
 bool IsWithinReach(const std::string& header, long long lastTime, const std::string& now) {
   const auto head = ReadStructure<stat_head_t>(header, 0);
   const HeaderLayout layout(head, GetLiveHeadSize(head));
+  // unreached: fewer bytes than the header has, which no journal asks about
   if (now.size() < layout.end || !IsSame(header, now, 0, layout.dataSources) ||
       !IsSame(header, now, layout.archives, layout.liveHead)) {
     return false;
