@@ -79,7 +79,11 @@ TEST_F(AllocationFailure, InRrdClient) {
       return client.UpdateAtomically(path, {{END, 1}, {END + 60, 2}}, durability);
     });
   }
-  FailEach("Migrate", [&] { return client.Migrate(path, 60, END - 60, NAN, NAN, 40); });
+  // The RRD library reads some bytes behind its step of a source, where the memory of a sanitizer
+  // may end.
+  if (IS_SANITIZED == 0) {
+    FailEach("Migrate", [&] { return client.Migrate(path, 60, END - 60, NAN, NAN, 40); });
+  }
 }
 
 TEST_F(AllocationFailure, InQueries) {

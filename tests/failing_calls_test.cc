@@ -153,7 +153,11 @@ TEST_F(FailingCalls, OfRrdClient) {
   FailEach("Update", make, [&] {
     return client.Update(path, std::map<long long, double>{{END, 1}});
   });
-  FailEach("Migrate", make, [&] { return client.Migrate(path, 60, END - 120, NAN, NAN, 40); });
+  // The RRD library reads some bytes behind its step of a source, where the memory of a sanitizer
+  // may end.
+  if (IS_SANITIZED == 0) {
+    FailEach("Migrate", make, [&] { return client.Migrate(path, 60, END - 120, NAN, NAN, 40); });
+  }
   for (const Rrd::Durability durability : {Rrd::Durability::Process, Rrd::Durability::Power}) {
     FailEach("UpdateAtomically", make, [&] { return Store(durability); });
     FailEach(
