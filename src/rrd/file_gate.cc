@@ -198,8 +198,17 @@ const char* FileGate::GetFetchFault(long long start, long long end) const {
 }
 
 const char* FileGate::GetUpdateFault() const {
-  const bool isRefused = fault == nullptr && !header.empty() && !takesReadings;
-  return isRefused ? "all its data sources are computed" : fault;
+  if (fault != nullptr || header.empty()) {
+    return fault;
+  }
+  const auto head = ReadStructure<stat_head_t>(header, 0);
+  const HeaderLayout layout(head, GetLiveHeadSize(head));
+  for (unsigned long i = 0; i < head.ds_cnt; ++i) {
+    if (!IsComputed(ReadStructure<ds_def_t>(header, layout.dataSources, i))) {
+      return nullptr;
+    }
+  }
+  return "all its data sources are computed";
 }
 
 const char* FileGate::GetMigrationFault() const {
@@ -287,12 +296,10 @@ const char* FileGate::ReadParts(const stat_head_t& head, const HeaderLayout& lay
     return "its last update is out of range";
   }
   sourceCount = head.ds_cnt;
-  takesReadings = false;
   for (unsigned long i = 0; i < head.ds_cnt; ++i) {
     if (const char* const sourceFault = FindSourceFault(header, layout, i)) {
       return sourceFault;
     }
-    takesReadings |= !IsComputed(ReadStructure<ds_def_t>(header, layout.dataSources, i));
   }
   description = {};
   newestRows.clear();

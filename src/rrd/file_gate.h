@@ -80,7 +80,6 @@ class FileGate {
   std::string header;
   const char* fault = nullptr;
   unsigned long sourceCount = 0;
-  bool takesReadings = false;
   FileDescription description;            // the step and the archives alone
   std::vector<unsigned long> newestRows;  // of each archive
 };

@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <new>
 #include <system_error>
 #include <thread>
 
