@@ -72,8 +72,10 @@ void Pusher::PushSource(const SelectedFile& file, const Source& source, bool isT
     return TellOlder(source, *confirmed);
   }
   const std::unique_ptr<PointStream> stream = MakePointStream(question, source, confirmed);
-  if (confirmed) {
-    TellGap(source, *confirmed, stream->FindBegin());
+  if (const auto begin = stream->FindBegin(); confirmed && begin) {
+    TellLostRows(source, *confirmed, *begin);
+  } else if (confirmed) {
+    TellLostSamples(source, *confirmed);
   }
   if (stream->IsEmpty()) {
     return;
@@ -94,30 +96,35 @@ void Pusher::TellOlder(const Source& source, long long confirmed) const {
   context.NotePartialData();
 }
 
-// Samples that had left the file before they were sent.
-void Pusher::TellGap(const Source& source, long long confirmed,
-                     std::optional<long long> beginOfRows) const {
-  long long next = confirmed + (beginOfRows ? 0 : 1);  // a row stands for the time before its own
-  if (question.interval) {
-    Date::Date start;
-    start.timeZone = question.zone;
-    start.timestamp = confirmed;
-    next = question.interval->ComputeNext(start).timestamp;
+long long Pusher::FindIntervalAfter(long long confirmed) const {
+  Date::Date start;
+  start.timeZone = question.zone;
+  start.timestamp = confirmed;
+  return question.interval->ComputeNext(start).timestamp;
+}
+
+// A row stands for the time before its own.
+void Pusher::TellLostRows(const Source& source, long long confirmed, long long begin) const {
+  const long long next = question.interval ? FindIntervalAfter(confirmed) : confirmed;
+  if (begin > next) {
+    TellLost(source.name + ": the rows", next, begin);
   }
-  long long first = beginOfRows.value_or(0);
-  long long lastLost = first;
-  if (!beginOfRows) {
-    const ChosenArchive chosen = ChooseArchive(source, next);
-    next = RoundUp(next, chosen.rowLength);
-    first = chosen.archive->firstTime;
-    lastLost = first - chosen.rowLength;
+}
+
+void Pusher::TellLostSamples(const Source& source, long long confirmed) const {
+  const long long next = question.interval ? FindIntervalAfter(confirmed) : confirmed + 1;
+  const ChosenArchive chosen = ChooseArchive(source, next);
+  const long long begin = RoundUp(next, chosen.rowLength);
+  if (chosen.archive->firstTime > begin) {
+    TellLost(source.name + ": the samples", begin, chosen.archive->firstTime - chosen.rowLength);
   }
-  if (first > next) {
-    PrintMessage(source.name + (beginOfRows ? ": the rows from " : ": the samples from ") +
-                 FormatUtc(next) + " to " + FormatUtc(lastLost) +
-                 " are no longer in its file, and not sent");
-    context.NotePartialData();
-  }
+}
+
+// What had left the file before it was sent.
+void Pusher::TellLost(const std::string& what, long long from, long long to) const {
+  PrintMessage(what + " from " + FormatUtc(from) + " to " + FormatUtc(to) +
+               " are no longer in its file, and not sent");
+  context.NotePartialData();
 }
 
 // False for a series whose lines were refused: no later ones may be confirmed.

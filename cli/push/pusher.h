@@ -37,8 +37,10 @@ class Pusher {
   void PushFile(const SelectedFile& file);
   void PushSource(const SelectedFile& file, const Source& source, bool isTold);
   void TellOlder(const Source& source, long long confirmed) const;
-  void TellGap(const Source& source, long long confirmed,
-               std::optional<long long> beginOfRows) const;
+  long long FindIntervalAfter(long long confirmed) const;
+  void TellLostRows(const Source& source, long long confirmed, long long begin) const;
+  void TellLostSamples(const Source& source, long long confirmed) const;
+  void TellLost(const std::string& what, long long from, long long to) const;
   bool Add(const Piece& piece, const PushedSeries& series);
   void SendBatch();
   void Send(const std::vector<Part>& parts);
