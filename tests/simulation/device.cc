@@ -106,8 +106,8 @@ long long Device::Live() {
 
 void Device::Expect(bool isTrue, const std::string& what) const {
   if (!isTrue) {
-    throw Difference("day " + std::to_string(age / DAY) + ": " + what + " (" +
-                     Failure::GetReason() + ")");
+    throw Difference("day " + std::to_string(age / DAY) + ": " + what +
+                     " (the last failure: " + Failure::GetReason() + ")");
   }
 }
 

@@ -30,7 +30,7 @@ auto Call(Function& /*standIn*/, const char* name, Arguments... arguments) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name))(arguments...);
 }
 
-// A call of the system that changes something: a process can be killed before it.
+// A call of the system that changes a file or a name: a process can be killed before it.
 template <typename Function, typename... Arguments>
 auto Change(Function& standIn, const char* name, Arguments... arguments) {
   CountCall();
@@ -118,6 +118,20 @@ int unlink(const char* path) noexcept { return Change(unlink, "unlink", path); }
 int rename(const char* from, const char* to) noexcept { return Change(rename, "rename", from, to); }
 int renameat(int fromFd, const char* from, int toFd, const char* to) noexcept {
   return Change(renameat, "renameat", fromFd, from, toFd, to);
+}
+int renameat2(int fromFd, const char* from, int toFd, const char* to, unsigned int flags) noexcept {
+  return Change(renameat2, "renameat2", fromFd, from, toFd, to, flags);
+}
+int linkat(int fromFd, const char* from, int toFd, const char* to, int flags) noexcept {
+  return Change(linkat, "linkat", fromFd, from, toFd, to, flags);
+}
+int unlinkat(int fd, const char* path, int flags) noexcept {
+  return Change(unlinkat, "unlinkat", fd, path, flags);
+}
+char* mkdtemp(char* path) noexcept { return Change(mkdtemp, "mkdtemp", path); }
+int ftruncate(int fd, off_t size) noexcept { return Change(ftruncate, "ftruncate64", fd, size); }
+int fallocate(int fd, int mode, off_t offset, off_t size) {
+  return Change(fallocate, "fallocate64", fd, mode, offset, size);
 }
 ssize_t write(int fd, const void* data, std::size_t size) {
   return Change(write, "write", fd, data, size);

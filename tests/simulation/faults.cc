@@ -262,7 +262,7 @@ void Device::Convert(Source& source) {
 
 // Once until it is killed, if it lives so long, and once to its end.
 void Device::RunTwice(const std::vector<std::string>& arguments) {
-  const bool isKilled = KillAtStore([&] { Run(arguments, RunCommand); }, random.Between(1, 12));
+  const bool isKilled = KillAtStore([&] { Run(arguments, RunCommand); }, random.Between(1, 20));
   figures["commands that were killed"] += isKilled ? 1 : 0;
   Expect(RunInChild(arguments) == 0, "a command failed: " + ReadBytes(messages).value_or(""));
 }

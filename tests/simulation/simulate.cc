@@ -2,6 +2,7 @@
 // time. Ends with 1 at the first difference from the model.
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
@@ -16,18 +17,54 @@ namespace {
 using namespace nvx::TimeSeriesDatabase::Simulation;
 
 volatile unsigned long seed;
-volatile std::sig_atomic_t isEnough = 0;
 
-void TellSeed(int signal) {
-  std::cerr << "seed " << seed << ": signal " << signal << std::endl;
+template <typename... Words>
+void TellSeed(const Words&... words) {
+  std::cerr << "seed " << seed << ", ";
+  (std::cerr << ... << words) << "\nagain: scripts/simulate " << seed << '-' << seed << std::endl;
+}
+
+void EndBySignal(int signal) {
+  TellSeed("signal ", signal);
   std::_Exit(128 + signal);
 }
 
-void Finish(int /*signal*/) { isEnough = 1; }
+// One that ends the program waits for the end of the life; so it does in the children, who would
+// tell it as a difference.
+void HoldInterruptions() {
+  sigset_t held;
+  sigemptyset(&held);
+  sigaddset(&held, SIGINT);
+  sigaddset(&held, SIGTERM);
+  sigprocmask(SIG_BLOCK, &held, nullptr);
+}
 
-unsigned long GetFirstSeed() {
-  const char* const wanted = std::getenv("NVX_TEST_SEED");
-  return wanted == nullptr ? 1 : std::strtoul(wanted, nullptr, 10);
+bool IsInterrupted() {
+  sigset_t pending;
+  sigpending(&pending);
+  return sigismember(&pending, SIGINT) == 1 || sigismember(&pending, SIGTERM) == 1;
+}
+
+// Reads a number from 1 on, and moves behind it; 0 for anything else.
+unsigned long ReadNumber(const char*& text) {
+  char* end = nullptr;
+  errno = 0;
+  const unsigned long number = *text >= '0' && *text <= '9' ? std::strtoul(text, &end, 10) : 0;
+  text = end == nullptr ? text : end;
+  return errno == 0 ? number : 0;
+}
+
+// Sets the first seed, and returns the last one; 0 if the text is wrong.
+unsigned long ReadSeeds(const char* text) {
+  const unsigned long number = ReadNumber(text);
+  if (*text == '-') {
+    seed = number;
+    const unsigned long last = ReadNumber(++text);
+    return *text == '\0' && number > 0 && number <= last ? last : 0;
+  }
+  const char* wanted = std::getenv("NVX_TEST_SEED");
+  seed = wanted == nullptr ? 1 : ReadNumber(wanted);
+  return *text == '\0' && number > 0 && seed > 0 ? seed + number - 1 : 0;
 }
 
 // What a failed life leaves behind is removed, and its seed told.
@@ -35,8 +72,7 @@ long long Live(Figures& figures) {
   try {
     return Device(seed, figures).Live();
   } catch (const std::exception& difference) {
-    std::cerr << "seed " << seed << ", " << difference.what() << "\nagain: simulate " << seed << '-'
-              << seed << std::endl;
+    TellSeed(difference.what());
     return -1;
   }
 }
@@ -44,27 +80,22 @@ long long Live(Figures& figures) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::string seeds = argc == 2 ? argv[1] : "";
-  char* end = nullptr;
-  const unsigned long number = std::strtoul(seeds.c_str(), &end, 10);
-  const bool isRange = *end == '-';
-  seed = isRange ? number : GetFirstSeed();
-  const unsigned long last = isRange ? std::strtoul(end + 1, &end, 10) : seed + number - 1;
-  if (seeds.empty() || *end != '\0' || number == 0) {
-    std::cerr << "usage: simulate COUNT or simulate FIRST-LAST\n";
+  const unsigned long last = argc == 2 ? ReadSeeds(argv[1]) : 0;
+  if (last == 0) {
+    std::cerr << "usage: scripts/simulate SEEDS, a COUNT of lives or FIRST-LAST\n";
     return 2;
   }
+  HoldInterruptions();
   std::signal(SIGXFSZ, SIG_IGN);
-  std::signal(SIGSEGV, TellSeed);
-  std::signal(SIGABRT, TellSeed);
-  std::signal(SIGINT, Finish);  // after this life
-  std::signal(SIGTERM, Finish);
+  for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) {
+    std::signal(signal, EndBySignal);
+  }
   nvx::Log::RootLogger::GetInstance().SetLevel(nv::kora::KoraLogLevel::None);
   std::cout << "seeds " << seed << '-' << last << std::endl;
   Figures figures;
   double seconds = 0;
   long long age = 0;
-  for (; seed <= last && age >= 0 && isEnough == 0; seed = seed + 1) {
+  for (; seed <= last && age >= 0 && !IsInterrupted(); seed = seed + 1) {
     age = Live(figures);
     seconds += static_cast<double>(std::max(0LL, age));
   }

@@ -8,6 +8,8 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <stdexcept>
+#include <string>
 
 #include "support/child.h"
 
@@ -64,7 +66,13 @@ void CatchStores() {
 void CatchStores() {}
 #endif
 
-bool IsKilled(pid_t child) { return WaitFor(child) == 128 + SIGKILL; }
+bool IsKilled(pid_t child) {
+  const int status = WaitFor(child);
+  if (status != 0 && status != 128 + SIGKILL) {
+    throw std::runtime_error("a child process ended with " + std::to_string(status));
+  }
+  return status != 0;
+}
 
 }  // namespace
 

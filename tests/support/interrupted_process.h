@@ -11,7 +11,8 @@
 #define MACHINE_CAN_COUNT_STORES 0
 #endif
 
-// Whether it was killed; otherwise it has ended by itself. 0 for no kill.
+// Whether it was killed; otherwise it has ended by itself. Throws where it has crashed. 0 for no
+// kill.
 bool KillAtStore(const std::function<void()>& work, long store);
 
 // For calls of the system that change a file, which a program then makes itself: in such a child
