@@ -11,6 +11,7 @@
 #include "support/files.h"
 #include "support/leaks_of_librrd.h"
 #include "support/limited_memory.h"
+#include "timeseries/calendar.h"
 #include "timeseries/data_functions.h"
 #include "timeseries/rrd/database.h"
 #include "timeseries/rrd/tool/layout_converter.h"
@@ -123,6 +124,19 @@ TEST_F(AllocationFailure, InQueries) {
              std::vector<NumericalDataPoint> sums;
              return source.Fetch(window, QueryInterval::OneMinute, DataFunctions::ComputeSum, sums);
            }));
+  FailEach("FetchDelta", query([&](Rrd::NumericalDataSource& source) {
+             std::vector<NumericalDataPoint> deltas;
+             return source.FetchDelta(window, QueryInterval::FullPeriod, deltas);
+           }));
+  FailEach(
+      "Fetch of bounds", query([&](Rrd::NumericalDataSource& source) {
+        DataFunction median;
+        std::vector<Date::Date> bounds;
+        std::vector<NumericalDataPoint> medians;
+        const StatusCode made = DataFunctions::MakePercentile(DataFunctions::MEDIAN, median);
+        const StatusCode listed = Calendar::ListBounds({CalendarUnit::Minute, 5}, window, bounds);
+        return std::max({made, listed, source.Fetch(bounds, median, medians)});
+      }));
   FailEach(
       "AdjustTimeWindow",
       [&] {
