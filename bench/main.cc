@@ -26,15 +26,20 @@ void PrintRowApart(const Bench::Row& row) {
 
 int main(int argc, char** argv) {
   const std::string wanted = argc > 1 ? argv[1] : "";
-  std::fputs(Bench::HEADINGS, stdout);
-  std::fflush(stdout);
+  bool isAnyWanted = false;
   for (const auto list : {Bench::ListQueryRows, Bench::ListSqlRows, Bench::ListStorageRows,
                           Bench::ListCatalogueRows, Bench::ListCommandRows}) {
     for (const Bench::Row& row : list()) {
       if ((row.work + row.rival).find(wanted) != std::string::npos) {
+        std::fputs(isAnyWanted ? "" : Bench::HEADINGS, stdout);
+        std::fflush(stdout);
+        isAnyWanted = true;
         PrintRowApart(row);
       }
     }
   }
-  return EXIT_SUCCESS;
+  if (!isAnyWanted) {
+    std::fprintf(stderr, "timeseries-bench: no row has '%s'\n", wanted.c_str());
+  }
+  return isAnyWanted ? EXIT_SUCCESS : EXIT_FAILURE;
 }

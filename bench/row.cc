@@ -114,6 +114,12 @@ std::string FormatTime(double seconds) {
   return seconds < 1 ? Format("%.2f ms", seconds * 1e3) : Format("%.2f s", seconds);
 }
 
+// With the rate of the rows, if there is a count of them.
+std::string FormatSide(double seconds, double rowCount) {
+  return FormatTime(seconds) +
+         (rowCount == 0 ? "" : Format(", %.2f million rows a second", rowCount / seconds / 1e6));
+}
+
 std::string FormatMemory(long kibibytes) {
   return Format("%.1f MiB", static_cast<double>(kibibytes) / 1024);
 }
@@ -162,9 +168,10 @@ void PrintRow(const Row& row) {
     Compare(ours, theirs);
     const double ourTime = Median(ours.times);
     const double theirTime = Median(theirs.times);
-    std::printf("%s | %s | %s | %s | %s | %s |\n", FormatTime(ourTime).c_str(),
-                FormatTime(theirTime).c_str(), FormatRatio(row.goal, ourTime, theirTime).c_str(),
-                goal.c_str(), FormatMemory(ours.peak).c_str(), FormatMemory(theirs.peak).c_str());
+    std::printf("%s | %s | %s | %s | %s | %s |\n", FormatSide(ourTime, row.rowCount).c_str(),
+                FormatSide(theirTime, row.rowCount).c_str(),
+                FormatRatio(row.goal, ourTime, theirTime).c_str(), goal.c_str(),
+                FormatMemory(ours.peak).c_str(), FormatMemory(theirs.peak).c_str());
   } catch (const NotHere& missing) {
     std::printf("| | not measured: %s | %s | | |\n", missing.reason.c_str(), goal.c_str());
   }

@@ -42,6 +42,7 @@ struct Row {
   std::string rival;
   Goal goal;
   std::function<Contest()> enter;
+  double rowCount = 0;  // of the answer, where its rate is of interest
 };
 
 struct NotHere {
