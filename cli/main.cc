@@ -21,6 +21,7 @@
 #include "arguments/scope_text.h"
 #include "base/command_error.h"
 #include "command/commands.h"
+#include "command/decimal.h"
 #include "command/help_formatter.h"
 #include "replace/interruption.h"
 
@@ -97,12 +98,12 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
       ->check([](const std::string& text) {
         return LOG_LEVELS.count(text) == 0 ? "unknown log level " + text : "";
       });
-  app.add_option_function<unsigned int>(
-         "--lock-timeout",
-         [&context](unsigned int seconds) {
-           context.rrdClient.SetPatience(std::chrono::seconds(seconds));
-         },
-         "How long to wait for a file that another process uses (default: 10)")
+  TakeDecimal(app.add_option_function<unsigned int>(
+                  "--lock-timeout",
+                  [&context](unsigned int seconds) {
+                    context.rrdClient.SetPatience(std::chrono::seconds(seconds));
+                  },
+                  "How long to wait for a file that another process uses (default: 10)"))
       ->type_name("SECONDS")
       ->take_last()
       ->check(CLI::Range(0U, LONGEST_WAIT));

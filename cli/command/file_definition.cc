@@ -8,6 +8,7 @@
 #include "arguments/zone_text.h"
 #include "base/command_error.h"
 #include "base/time_text.h"
+#include "command/decimal.h"
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -25,12 +26,11 @@ constexpr double NO_BOUND = std::numeric_limits<double>::quiet_NaN();
 CLI::Option* AddDefinitionOptions(CLI::App& command, FileDefinition& definition,
                                   const DefinitionHelp& help) {
   command.add_option("ID", definition.zeltId, "Data source")->required()->type_name("");
-  CLI::Option* const step =
-      command.add_option("--step", definition.step, "Seconds from one sample to the next")
-          ->type_name("S");
-  command
-      .add_option("--rows", definition.rowCount,
-                  "How many steps the file keeps (" + help.rowsDefault + ")")
+  CLI::Option* const step = TakeDecimal(command.add_option("--step", definition.step,
+                                                           "Seconds from one sample to the next"))
+                                ->type_name("S");
+  TakeDecimal(command.add_option("--rows", definition.rowCount,
+                                 "How many steps the file keeps (" + help.rowsDefault + ")"))
       ->type_name("N");
   command
       .add_option("--start", definition.startText,
@@ -38,13 +38,13 @@ CLI::Option* AddDefinitionOptions(CLI::App& command, FileDefinition& definition,
       ->type_name("TIME");
   command.add_option("--zone", definition.zoneName, "Time zone of TIME (default: UTC)")
       ->type_name("ZONE");
-  command
-      .add_option("--min", definition.minimum,
-                  "Lower values are stored as missing (default: " + help.boundDefault + ")")
+  TakeNumber(
+      command.add_option("--min", definition.minimum,
+                         "Lower values are stored as missing (default: " + help.boundDefault + ")"))
       ->type_name("X");
-  command
-      .add_option("--max", definition.maximum,
-                  "Higher values are stored as missing (default: " + help.boundDefault + ")")
+  TakeNumber(command.add_option(
+                 "--max", definition.maximum,
+                 "Higher values are stored as missing (default: " + help.boundDefault + ")"))
       ->type_name("Y");
   command.add_flag("--force", definition.isForced, help.force);
   return step;

@@ -4,6 +4,7 @@
 
 #include "base/command_error.h"
 #include "command/commands.h"
+#include "command/decimal.h"
 #include "command/question_options.h"
 #include "command/shared_options.h"
 #include "points/selected_files.h"
@@ -70,9 +71,9 @@ void Push(const PushCommandOptions& options, Context& context) {
 
 void AddSecondsOption(CLI::App& command, const std::string& name, std::chrono::seconds& value,
                       unsigned int least, const std::string& help) {
-  command
-      .add_option_function<unsigned int>(
-          name, [&value](unsigned int seconds) { value = std::chrono::seconds(seconds); }, help)
+  TakeDecimal(
+      command.add_option_function<unsigned int>(
+          name, [&value](unsigned int seconds) { value = std::chrono::seconds(seconds); }, help))
       ->type_name("SECONDS")
       ->check(CLI::Range(least, LONGEST_TIME));
 }
