@@ -23,13 +23,31 @@ SpanRows::SpanRows(const Question& question, const Source& askedSource,
   }
   begin = window->start.timestamp - (question.from ? 1 : 0);
   begin = std::max({begin, confirmed.value_or(begin), parts.front().segments.front().begin});
-  end = std::min(window->end.timestamp, parts.front().segments.back().end);
+  end = FindWholeEnd(std::min(window->end.timestamp, parts.front().segments.back().end));
   const auto isEarlier = [this](const Segment& segment) {
     const long long first = std::max(begin, segment.begin);
     return first < segment.end && RoundUp(first + 1, segment.chosen.rowLength) <= end;
   };
   const Segments& segments = parts.front().segments;
   isEmpty = std::none_of(segments.begin(), segments.end(), isEarlier);
+}
+
+// The end of the last row before which no time is left out. Behind a row that ends later, finer
+// ones would be of a time that does not follow.
+long long SpanRows::FindWholeEnd(long long windowEnd) const {
+  long long reached = begin;
+  for (const Segment& segment : parts.front().segments) {
+    const long long length = segment.chosen.rowLength;
+    if (segment.end > reached) {
+      reached = std::max(reached, segment.begin);
+      const long long last = RoundUp(segment.end, length);
+      if (last > windowEnd) {
+        return std::max(reached, windowEnd - windowEnd % length);
+      }
+      reached = last;
+    }
+  }
+  return windowEnd;
 }
 
 std::optional<long long> SpanRows::FindBegin() const {

@@ -22,6 +22,8 @@ class SpanRows : public PointStream {
   void Stream(const PieceConsumer& consume) override;
 
  private:
+  long long FindWholeEnd(long long windowEnd) const;
+
   const Source& source;
   std::deque<SpanArchives> parts;  // a single one
   long long begin = 0;             // rows end behind it
