@@ -18,6 +18,9 @@ constexpr std::size_t LOOK_AHEAD = 100;
 
 constexpr char VALUE_NAME[] = "value";
 constexpr char QUALITY_NAME[] = "quality";
+
+constexpr char TIMESTAMP_NAME[] = "timestamp";
+
 constexpr char BAD_QUALITY[] = "bad";
 
 bool IsFiniteNumber(const std::string& text) {
@@ -50,6 +53,9 @@ CsvReader::CsvReader(std::istream& input, const std::string& sourceName,
       columnNames[index] = "column " + std::to_string(index + 1);
     }
   }
+  // The text of a date has no seconds of an offset, so the timestamp beside it is read.
+  timeColumn = columnNames[0] == "date" && columnNames[1] == TIMESTAMP_NAME ? 1 : 0;
+  hasTimestamps = timeColumn == 1 || (columnNames[0] == TIMESTAMP_NAME && columnNames[1] == "id");
   const std::size_t quality = FindName(columnNames, QUALITY_NAME);
   if (quality < columnCount) {
     qualityColumn = quality;
@@ -72,9 +78,10 @@ std::optional<std::pair<long long, double>> CsvReader::Read() {
     Refuse(std::to_string(fields.size()) + " fields instead of " +
            std::to_string(columnNames.size()));
   }
-  const std::optional<long long> time = ParseTime(fields.front(), timeZone);
+  const std::string& timeText = fields[timeColumn];
+  const std::optional<long long> time = ParseTime((hasTimestamps ? "@" : "") + timeText, timeZone);
   if (!time) {
-    Refuse("'" + fields.front() + "' is not a time of the years 1 to 9999, such as " +
+    Refuse("'" + timeText + "' is not a time of the years 1 to 9999, such as " +
            "2021-03-28T01:00Z, 2021-03-28 or 1616893200");
   }
   const std::optional<double> value = ParseValue(fields[column]);
@@ -150,7 +157,7 @@ std::size_t CsvReader::FindOnlyNumericColumn() {
   std::size_t found = 0;
   for (std::size_t index = 1; index < columnNames.size(); ++index) {
     // Of two columns the second is meant, and a line is to blame for what is no number.
-    if ((columnNames.size() == 2 || IsNumeric(index)) && !IsTime(index)) {
+    if ((columnNames.size() == 2 || IsNumeric(index)) && index != timeColumn && !IsTime(index)) {
       candidates.push_back(columnNames[index]);
       found = index;
     }

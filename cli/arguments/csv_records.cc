@@ -14,6 +14,8 @@ constexpr std::size_t MAXIMUM_RECORD_SIZE = 65536;
 
 constexpr char QUOTE = '"';
 
+constexpr char BYTE_ORDER_MARK[] = "\xEF\xBB\xBF";
+
 }  // namespace
 
 CsvRecords::CsvRecords(std::istream& input, const std::string& sourceName)
@@ -59,6 +61,9 @@ bool CsvRecords::ReadLine() {
     return false;
   }
   line.assign(buffer.data(), stream.eof() ? taken : taken - 1);  // the line break is counted
+  if (lineNumber == 1 && line.rfind(BYTE_ORDER_MARK, 0) == 0) {
+    line.erase(0, sizeof BYTE_ORDER_MARK - 1);
+  }
   return true;
 }
 

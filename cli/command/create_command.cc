@@ -14,6 +14,7 @@
 #include "command/commands.h"
 #include "command/file_definition.h"
 #include "command/shared_options.h"
+#include "points/file_tree.h"
 #include "replace/file_error.h"
 #include "rrd/data_file.h"
 #include "rrd/sample_writer.h"
@@ -43,6 +44,9 @@ void WarnIfListedOtherwise(const std::string& zeltId, const std::string& path) {
     PrintMessage(zeltId + ": warning: its file " + fileName + " cannot be listed");
   } else if (listed != zeltId) {
     PrintMessage(zeltId + ": warning: its file " + fileName + " is listed as " + listed);
+  } else if (IsPath(zeltId)) {
+    PrintMessage(zeltId + ": warning: other commands take this id for a path; they find its file " +
+                 "as ./" + fileName);
   }
 }
 
@@ -168,10 +172,11 @@ void AddCreateCommand(CLI::App& app, Context& context) {
   CLI::App* const command = app.add_subcommand(
       "create", "Create the file of a data source, with --csv including samples");
   const auto options = std::make_shared<CreateOptions>();
-  AddDefinitionOptions(*command, options->definition,
-                       {"with --csv by default twice what its samples need, and a year",
-                        "10 seconds ago, with --csv one step before its first sample", "no bound",
-                        "Replace an existing file"})
+  AddDefinitionOptions(
+      *command, options->definition,
+      {"with --csv by default twice what its samples need, and a year",
+       "10 seconds ago, with --csv one step before its first sample", "no bound",
+       "Replace an existing file, and store samples of more than a day in the future"})
       ->required();
   AddCsvOptions(*command, options->csv,
                 "File of samples, all of which are stored or none, or '-' for standard input");

@@ -203,7 +203,11 @@ bool HasBoundOnRow(const Question& question, long long rowLength, Date::Date sta
 void RequireForward(const Question& question, const Source& source, const TimeWindow& window) {
   const bool isAsked = question.from || question.to || question.interval->IsWhole();
   if (isAsked && window.start.timestamp >= window.end.timestamp) {
-    throw CommandError(source.name, "from is not before to: " + TimeWindowToString(window));
+    throw CommandError(source.name, question.from || question.to
+                                        ? "from is not before to: " + TimeWindowToString(window)
+                                        : "there is a single sample, of " +
+                                              FormatUtc(source.file.lastUpdate) +
+                                              "; with --from or --to the window has a length");
   }
 }
 

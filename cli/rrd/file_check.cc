@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cmath>
 #include <ctime>
 #include <filesystem>
 #include <optional>
@@ -52,6 +53,13 @@ Finding DescribeDamage() {
   }
 }
 
+// An average of values at a bound may lie behind it by some of its last digits.
+bool IsOutside(double value, const Rrd::DataSourceDescription& source) {
+  constexpr double LAST_DIGITS = 1e-9;
+  return value < source.minimum - LAST_DIGITS * std::abs(source.minimum) ||
+         value > source.maximum + LAST_DIGITS * std::abs(source.maximum);
+}
+
 // The number of values outside the bounds of the file.
 unsigned long long CountExcluded(const PatientClient& client, const std::string& path,
                                  const std::string& zeltId, const Rrd::FileDescription& file) {
@@ -59,7 +67,7 @@ unsigned long long CountExcluded(const PatientClient& client, const std::string&
   const Rrd::DataSourceDescription& source = file.dataSources.front();
   unsigned long long count = 0;
   const auto countOne = [&](long long /*time*/, double value) {
-    count += value < source.minimum || value > source.maximum ? 1 : 0;
+    count += IsOutside(value, source) ? 1 : 0;
   };
   Require(WalkRows(client, path, static_cast<long long>(file.step), archive.firstTime,
                    archive.lastTime, countOne),
@@ -138,7 +146,8 @@ std::vector<Finding> CheckFile(const PatientClient& client, const std::string& p
     const auto excluded = CountExcluded(client, path, zeltId, file);
     if (excluded > 0) {
       findings.push_back({"values outside its bounds: " + std::to_string(excluded),
-                          "another program or the disk has changed them; take it from a backup"});
+                          "if migrate did not change the bounds, another program or the disk has "
+                          "changed them; take it from a backup then"});
     }
   }
   return findings;

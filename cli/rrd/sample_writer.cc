@@ -51,7 +51,10 @@ void SampleWriter::StoreBatch() {
     RequireNotEmpty(earliest);
     throw CommandError(
         name, "the sample of " + FormatUtc(earliest) + " is not later than " + FormatUtc(last) +
-                  ", the last update; --skip-past leaves out what the file has already");
+                  ", the last update; " +
+                  (earliest > formerLast
+                       ? "later samples of the same import are stored already: sort them by time"
+                       : "--skip-past leaves out what the file has already"));
   }
   const long long latest = batch.rbegin()->first;
   if (!policy.mayBeFuture && latest > std::time(nullptr) + SECONDS_A_DAY) {
