@@ -17,10 +17,8 @@ namespace {
 constexpr std::size_t LOOK_AHEAD = 100;
 
 constexpr char VALUE_NAME[] = "value";
-constexpr char QUALITY_NAME[] = "quality";
-
 constexpr char TIMESTAMP_NAME[] = "timestamp";
-
+constexpr char QUALITY_NAME[] = "quality";
 constexpr char BAD_QUALITY[] = "bad";
 
 bool IsFiniteNumber(const std::string& text) {
@@ -53,13 +51,14 @@ CsvReader::CsvReader(std::istream& input, const std::string& sourceName,
       columnNames[index] = "column " + std::to_string(index + 1);
     }
   }
-  // The text of a date has no seconds of an offset, so the timestamp beside it is read.
-  timeColumn = columnNames[0] == "date" && columnNames[1] == TIMESTAMP_NAME ? 1 : 0;
-  hasTimestamps = timeColumn == 1 || (columnNames[0] == TIMESTAMP_NAME && columnNames[1] == "id");
   const std::size_t quality = FindName(columnNames, QUALITY_NAME);
   if (quality < columnCount) {
     qualityColumn = quality;
   }
+  // The text of a date has no seconds of an offset, so the timestamp beside it is read.
+  const bool isAnswer = columnNames[0] == "date" && columnNames[1] == TIMESTAMP_NAME;
+  timeColumn = isAnswer && qualityColumn ? 1 : 0;
+  hasTimestamps = timeColumn == 1 || (columnNames[0] == TIMESTAMP_NAME && columnNames[1] == "id");
   if (columnName) {
     column = FindNamedColumn(columnNames, *columnName);
   } else if (FindName(columnNames, VALUE_NAME) < columnCount) {
