@@ -293,7 +293,8 @@ TEST_F(AtomicUpdate, IsUndoneOnlyInItsFile) {
   const std::size_t rows = twin.size() - 100 * sizeof(double);
   char& newest = jumped[rows - sizeof(unsigned long)];
   twin[rows + static_cast<std::size_t>((newest + 99) % 100) * sizeof(double)] ^= 1;
-  newest = static_cast<char>((newest + 50) % 100);
+  const char interrupted = newest;
+  newest = static_cast<char>((interrupted + 50) % 100);
   const std::function<void()> changes[] = {
       [&] {
         ASSERT_EQ(RunProgram({"rrdtool", "update", path, "1700000280:4"}).status, 0);
@@ -303,22 +304,26 @@ TEST_F(AtomicUpdate, IsUndoneOnlyInItsFile) {
       [&] { overwrite(60, 100); },
       [&] { WriteFile(path, jumped); },
       [&] { WriteFile(path, twin); },
-      [&] { fs::rename(copy, path); },
   };
-  for (const auto& change : changes) {
-    change();
+  const auto expectAsItIs = [&] {
     const std::string now = ReadFile(path);
     WriteFile(journal, bytes);
     const long long last = rrd_last_r(path.c_str());
     EXPECT_EQ(Query(last), "");
     EXPECT_TRUE(ReadFile(path) == now);
     EXPECT_FALSE(fs::exists(journal));
+  };
+  for (const auto& change : changes) {
+    change();
+    expectAsItIs();
   }
-  newest = 120;  // of 100
+  newest = static_cast<char>(interrupted + (interrupted == 0 ? 200 : 100));  // of 100
   WriteFile(path, jumped);
   WriteFile(journal, bytes);
   EXPECT_EQ(Query(0), "the newest row of an archive lies outside it");
   EXPECT_TRUE(ReadFile(path) == jumped);
+  fs::rename(copy, path);
+  expectAsItIs();
 }
 
 TEST_F(AtomicUpdate, IsNotUndoneInAFileThatComesInItsPlace) {

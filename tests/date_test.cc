@@ -82,6 +82,21 @@ TEST(Date, CivilTimesAreReadInTheirZone) {
   }
 }
 
+TEST(Date, DaysBeginAtTheirFirstHour) {
+  const std::string first = "2021-03-14T01:00:00.000-04:00";  // the clocks skip the one before
+  const std::string next = "2021-03-15T00:00:00.000-04:00";
+  const std::string third = "2021-03-16T00:00:00.000-04:00";
+  for (const auto& [text, day] :
+       {std::pair("2021-03-14T01:00:00-04:00", first), std::pair("2021-03-14T01:30:00-04:00", next),
+        std::pair("2021-03-14T01:00:01-04:00", next), std::pair("2021-03-14T13:01:00-04:00", next),
+        std::pair("2021-03-15T00:00:00-04:00", next),
+        std::pair("2021-03-15T00:30:00-04:00", third)}) {
+    Date::Date date = At(text, "America/Havana");
+    Date::Date::RoundUpTimeToDay(date);
+    EXPECT_EQ(date.ToText(), day) << text;
+  }
+}
+
 // As a path, or cut at the NUL, two of the names are files in the zone database.
 TEST(Date, UnknownZonesAreRefused) {
   std::string longName = "UTC";
