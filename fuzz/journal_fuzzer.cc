@@ -64,7 +64,8 @@ struct DataFile {
 std::uint64_t SumRowsBefore(const std::string& bytes, long long lastTime) {
   std::string rows;
   for (const Rrd::Extent& part : Rrd::FindRowsBefore(bytes, lastTime)) {
-    rows += bytes.substr(part.offset, part.size);
+    rows +=
+        bytes.substr(static_cast<std::size_t>(part.offset), static_cast<std::size_t>(part.size));
   }
   return Rrd::ComputeChecksum(rows);
 }

@@ -42,7 +42,7 @@ const double* RowReader::Read(const ChosenArchive& chosen, long long first, long
   padded.assign(static_cast<std::size_t>((last - first) / length + 1),
                 std::numeric_limits<double>::quiet_NaN());
   if (hasRows) {
-    std::copy_n(GetRow(from), (last - from) / length + 1, padded.begin() + (from - first) / length);
+    std::copy_n(GetRow(from), (last - from) / length + 1, padded.data() + (from - first) / length);
   }
   return padded.data();
 }

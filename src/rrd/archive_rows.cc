@@ -11,7 +11,7 @@ namespace nvx::TimeSeriesDatabase::Rrd {
 namespace {
 
 // Values that are read at once, of all data sources.
-constexpr unsigned long long BLOCK_SIZE = 1 << 13;
+constexpr std::size_t BLOCK_SIZE = 1 << 13;
 
 // The row of a time, or the next one.
 long long RoundUpToRow(long long time, long long length) {
@@ -40,7 +40,8 @@ const char* ArchiveRows::ReadFound(int fd, const FileGate::Rows& rows, long long
   if (count > std::max<std::uint64_t>(rows.archive->rowCount, LARGEST_FETCH)) {
     return "the window is too long";
   }
-  values.reset(static_cast<double*>(std::malloc(count * sizeof(double))));
+  // A GiB at most, or the rows of a file, which the gate lets be no larger than a long can count.
+  values.reset(static_cast<double*>(std::malloc(static_cast<std::size_t>(count) * sizeof(double))));
   if (values == nullptr) {
     return "out of memory";
   }
@@ -50,11 +51,11 @@ const char* ArchiveRows::ReadFound(int fd, const FileGate::Rows& rows, long long
   if (from > to) {
     return nullptr;
   }
-  const auto index = static_cast<unsigned long long>((from - rows.archive->firstTime) / length);
-  const auto wanted = static_cast<unsigned long long>((to - from) / length) + 1;
-  const unsigned long long rowCount = rows.archive->rowCount;
-  const unsigned long long row = (rows.oldest + index) % rowCount;
-  const unsigned long long beforeEnd = std::min(wanted, rowCount - row);
+  const auto index = static_cast<std::size_t>((from - rows.archive->firstTime) / length);
+  const auto wanted = static_cast<std::size_t>((to - from) / length) + 1;
+  const std::size_t rowCount = rows.archive->rowCount;
+  const auto row = static_cast<std::size_t>((rows.oldest + index) % rowCount);
+  const std::size_t beforeEnd = std::min(wanted, rowCount - row);
   double* const target = values.get() + (from - first) / length;
   errno = 0;
   const bool isRead = ReadRun(fd, rows, row, beforeEnd, target) &&
@@ -64,20 +65,20 @@ const char* ArchiveRows::ReadFound(int fd, const FileGate::Rows& rows, long long
 }
 
 // Rows as they lie in the file, one behind the other.
-bool ArchiveRows::ReadRun(int fd, const FileGate::Rows& rows, unsigned long long row,
-                          unsigned long long count, double* target) {
-  const unsigned long long columns = rows.sourceCount;
-  const unsigned long long most = std::max(1ULL, BLOCK_SIZE / columns);
+bool ArchiveRows::ReadRun(int fd, const FileGate::Rows& rows, std::size_t row, std::size_t count,
+                          double* target) {
+  const std::size_t columns = rows.sourceCount;
+  const std::size_t most = std::max<std::size_t>(1, BLOCK_SIZE / columns);
   std::vector<double> block;
   while (count > 0) {
-    const unsigned long long taken = std::min(count, most);
+    const std::size_t taken = std::min(count, most);
     // The last row ends with the wanted value, so that nothing is read after the end of the file.
     block.resize((taken - 1) * columns + 1);
     if (!ReadAll(fd, reinterpret_cast<char*>(block.data()), block.size() * sizeof(double),
-                 rows.position + row * columns * sizeof(double))) {
+                 rows.position + std::uint64_t{row} * columns * sizeof(double))) {
       return false;
     }
-    for (unsigned long long i = 0; i < taken; ++i) {
+    for (std::size_t i = 0; i < taken; ++i) {
       *target++ = block[i * columns];
     }
     row += taken;

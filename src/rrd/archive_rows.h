@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdlib>
 #include <memory>
 
@@ -30,8 +31,8 @@ class ArchiveRows {
   };
 
   const char* ReadFound(int fd, const FileGate::Rows& rows, long long start, long long end);
-  static bool ReadRun(int fd, const FileGate::Rows& rows, unsigned long long row,
-                      unsigned long long count, double* target);
+  static bool ReadRun(int fd, const FileGate::Rows& rows, std::size_t row, std::size_t count,
+                      double* target);
 
   long long first = 0;
   long long last = 0;

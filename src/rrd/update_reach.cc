@@ -38,9 +38,10 @@ bool HasPrediction(const std::string& header, const HeaderLayout& layout, const 
   return false;
 }
 
+// Neither header ends before `end`.
 bool IsSame(const std::string& lhs, const std::string& rhs, std::uint64_t begin,
             std::uint64_t end) {
-  return lhs.compare(begin, end - begin, rhs, begin, end - begin) == 0;
+  return std::equal(lhs.data() + begin, lhs.data() + end, rhs.data() + begin);
 }
 
 // The rows of an archive, the first of which follows the last.

@@ -64,9 +64,13 @@ StatusCode LayoutRewriter::RewriteHeader(FileReader& reader, FileWriter* writer)
        }},
       {FindVersion(file.version)->liveHead, 1, none},
       {PDP_PREP, file.dsCount,
-       [&](const Record&, std::uint64_t index) { return sources[index]->scratch; }},
+       [&](const Record&, std::uint64_t index) {
+         return sources[static_cast<std::size_t>(index)]->scratch;
+       }},
       {CDP_PREP, file.dsCount * file.rraCount,
-       [&](const Record&, std::uint64_t index) { return archives[index / file.dsCount]->scratch; }},
+       [&](const Record&, std::uint64_t index) {
+         return archives[static_cast<std::size_t>(index / file.dsCount)]->scratch;
+       }},
       {RRA_PTR, file.rraCount, none},
   };
   for (const Part& part : parts) {
