@@ -2,6 +2,7 @@
 
 #include <map>
 #include <sstream>
+#include <utility>
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 namespace {
@@ -45,26 +46,52 @@ std::string Wrap(const std::string& text, std::size_t width) {
 
 }  // namespace
 
+std::string HelpFormatter::make_help(const CLI::App* app, std::string name,
+                                     CLI::AppFormatMode mode) const {
+  return make_description(app) + make_usage(app, std::move(name)) + make_positionals(app) +
+         make_groups(app, mode) + make_subcommands(app, mode) + "\n" + make_footer(app);
+}
+
 std::string HelpFormatter::make_description(const CLI::App* app) const {
   return Wrap(app->get_description(), WIDTH) + "\n";
+}
+
+std::string HelpFormatter::make_usage(const CLI::App* app, std::string name) const {
+  std::string usage = "Usage: " + name + " [OPTIONS]";
+  for (const CLI::Option* option : app->get_options()) {
+    usage += option->get_positional() ? " " + make_option_usage(option) : "";
+  }
+  return usage + (app->get_subcommands({}).empty() ? "\n" : " [SUBCOMMAND]\n");
+}
+
+std::string HelpFormatter::make_group(std::string /*group*/, bool arePositionals,
+                                      std::vector<const CLI::Option*> options) const {
+  std::string text = arePositionals ? "\nPositionals:\n" : "\nOptions:\n";
+  for (const CLI::Option* option : options) {
+    text += make_option(option, arePositionals);
+  }
+  return text;
+}
+
+std::string HelpFormatter::make_subcommands(const CLI::App* app,
+                                            CLI::AppFormatMode /*mode*/) const {
+  std::string text;
+  for (const CLI::App* command : app->get_subcommands({})) {
+    text += text.empty() ? "\nSubcommands:\n" : "";
+    text += MakeEntry(command->get_name(), command->get_description());
+  }
+  return text;
+}
+
+std::string HelpFormatter::make_option(const CLI::Option* option, bool isPositional) const {
+  return MakeEntry(make_option_name(option, isPositional) + make_option_opts(option),
+                   option->get_description());
 }
 
 std::string HelpFormatter::make_option_opts(const CLI::Option* option) const {
   const std::size_t nameSize = 2 + option->get_name(false, true).size();
   const std::string text = Wrap(CLI::Formatter::make_option_opts(option), WIDTH - nameSize - 1);
   return text.empty() ? "" : " " + CLI::detail::find_and_replace(text, "\n", "\n      ");
-}
-
-std::string HelpFormatter::make_option_desc(const CLI::Option* option) const {
-  return Wrap(option->get_description(), WIDTH - get_column_width());
-}
-
-std::string HelpFormatter::make_subcommand(const CLI::App* command) const {
-  std::ostringstream out;
-  const std::size_t column = get_column_width();
-  CLI::detail::format_help(out, command->get_name(),
-                           Wrap(command->get_description(), WIDTH - column), column);
-  return out.str();
 }
 
 std::string HelpFormatter::make_footer(const CLI::App* app) const {
@@ -77,6 +104,20 @@ std::string HelpFormatter::make_footer(const CLI::App* app) const {
     text += "\nExample:\n  " + example->second + "\n";
   }
   return text;
+}
+
+std::string HelpFormatter::MakeEntry(const std::string& name,
+                                     const std::string& description) const {
+  const std::size_t column = get_column_width();
+  const std::string indent(column, ' ');
+  std::string entry = "  " + name;
+  if (entry.size() < column) {
+    entry.resize(column, ' ');
+  } else {
+    entry += "\n" + indent;
+  }
+  const std::string text = Wrap(description, WIDTH - column);
+  return entry + CLI::detail::find_and_replace(text, "\n", "\n" + indent) + "\n";
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine
