@@ -461,7 +461,8 @@ TEST_F(AtomicUpdate, IgnoresADamagedJournal) {
     damaged[place] = static_cast<char>(damaged[place] + change);
     std::uint64_t size = 0;
     std::memcpy(&size, &damaged[16], sizeof size);
-    const std::uint64_t sum = Rrd::ComputeChecksum(std::string_view(damaged).substr(16, size - 16));
+    const std::uint64_t sum = Rrd::ComputeChecksum(
+        std::string_view(damaged).substr(16, static_cast<std::size_t>(size - 16)));
     std::memcpy(&damaged[8], &sum, sizeof sum);
     WriteFile(journal, damaged);
     ASSERT_EQ(Query(START + 180), "") << place;

@@ -87,9 +87,9 @@ std::string Mutate(std::string bytes, Random& random) {
   constexpr unsigned long BITS = std::numeric_limits<unsigned long>::digits;
   constexpr unsigned long NUMBERS[] = {0, 1, 2, 28, 29, 60, 0x7FF8UL << (BITS - 16), ~0UL};
   for (auto changes = random() % 3 + 1; changes > 0; --changes) {
-    const std::size_t word = random() % (bytes.size() / sizeof(long)) * sizeof(long);
+    const std::size_t word = random.Below(bytes.size() / sizeof(long)) * sizeof(long);
     if (random() % 4 == 0) {
-      bytes[word + random() % sizeof(long)] = static_cast<char>(random());
+      bytes[word + random.Below(sizeof(long))] = static_cast<char>(random());
     } else {
       const unsigned long number =
           random() % 2 == 0 ? NUMBERS[random() % std::size(NUMBERS)] : 1UL << random() % BITS;
@@ -322,8 +322,7 @@ TEST_F(HostileFile, IsFetchedFromTheArchiveThatIsExpected) {
   for (int i = 0; i < 400; ++i) {
     RrdFileBytes file{1, {}};
     for (auto count = random() % 4 + 1; count > 0; --count) {
-      file.archives.push_back(
-          {FUNCTIONS[random() % std::size(FUNCTIONS)], random() % 9 + 1, random() % 4 + 1});
+      file.archives.push_back({random.Pick(FUNCTIONS), random.Below(9) + 1, random.Below(4) + 1});
     }
     WriteAnew(path, file.Make());
     const long long start = LAST - static_cast<long long>(random() % 4000);

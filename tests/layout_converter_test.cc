@@ -167,7 +167,8 @@ TEST_F(LayoutConverterTest, LeavesOutTheUnusedWordOfOldFiles) {
     const std::string bytes = ReadFile(name + ".rrd");
     for (const std::string& word :
          {std::string(4, '\0'), std::string(8, '\0'), std::string("\xff\xff\xff\xff\0\0\1\0", 8)}) {
-      WriteFile("old", bytes.substr(0, bytes.size() - whole.unusedSize) + word);
+      const auto size = static_cast<std::size_t>(bytes.size() - whole.unusedSize);
+      WriteFile("old", bytes.substr(0, size) + word);
       RecognisedFile file;
       ASSERT_EQ(static_cast<int>(converter.Recognise("old", file)), 0)
           << name << ": " << converter.GetReason();

@@ -140,14 +140,14 @@ TEST_P(InterruptedUpdate, AtAnyStoreIsUndone) {
     GTEST_SKIP() << "stores cannot be counted";
   }
   Prepare(GetParam(), 60);
-  const long storeCount = CountStores([&] { StoreBatch(Durability::Process); });
+  const long long storeCount = CountStores([&] { StoreBatch(Durability::Process); });
   ASSERT_EQ(Query(), State::After);
   const int killCount = Choose(25, 2500);
   const int compared = Choose(5, 100);  // with an update without a journal
   int torn = 0;
   int tornWithoutJournal = 0;
   for (int i = 0; i < killCount; ++i) {
-    const long store = 1 + i * (storeCount - 1) / (killCount - 1);
+    const long long store = 1 + i * (storeCount - 1) / (killCount - 1);
     const auto durability = i % 8 == 0 ? Durability::Power : Durability::Process;
     Reset();
     ASSERT_TRUE(KillAtStore([&] { StoreBatch(durability); }, store)) << store;
@@ -172,7 +172,7 @@ TEST_P(InterruptedUpdate, ByALossOfPowerIsUndone) {
   Random random;
   Prepare(GetParam(), 60);
   const std::string keptJournal = ReadFile(journal);
-  const long storeCount = CountStores([&] { StoreBatch(Durability::Process); });
+  const long long storeCount = CountStores([&] { StoreBatch(Durability::Process); });
   std::vector<std::string> images = {before, after};
   std::string fullJournal;
   for (int i = 0; i < 6; ++i) {
@@ -309,7 +309,7 @@ void ReadUntilEnd(const std::string& path, Reads& reads) {
 
 void WriteForever(const std::string& path) {
   const RrdClient client;
-  for (int i = 0;; ++i) {
+  while (true) {
     long long last = 0;
     if (client.GetLastTimestamp(path, last) == StatusCode::Success) {
       (void)client.UpdateAtomically(path, MakeRingBatch(last, BATCH_SIZE), Durability::Process);
@@ -337,7 +337,7 @@ TEST(KilledWriters, LeaveReadersAStateBetweenTwoBatches) {
   int killed = 0;
   Random random;
   for (int i = 0; i < killCount; ++i) {
-    const long pause = random.Between(500, IsLong() ? 200000 : 9000);
+    const long long pause = random.Between(500, IsLong() ? 200000 : 9000);
     killed += KillAfter([&] { WriteForever(path); }, pause) ? 1 : 0;
   }
   reads.isOver = true;

@@ -111,7 +111,7 @@ void Device::Expect(bool isTrue, const std::string& what) const {
   }
 }
 
-Device::Source& Device::PickSource() { return sources[random() % sources.size()]; }
+Device::Source& Device::PickSource() { return sources[random.Below(sources.size())]; }
 
 // Some days pass.
 void Device::Advance() {
@@ -152,8 +152,9 @@ void Device::Store(Source& source) {
   }
   Samples batch = source.waiting;
   if (random.Between(0, 3) == 0) {
-    batch.erase(std::next(batch.begin(), random.Between(1, static_cast<long long>(batch.size()))),
-                batch.end());
+    batch.erase(
+        std::next(batch.begin(), static_cast<std::ptrdiff_t>(random.Below(batch.size())) + 1),
+        batch.end());
   }
   Expect(client.UpdateAtomically(source.path, batch, source.durability) == StatusCode::Success,
          source.id + ": a batch was refused");

@@ -73,7 +73,7 @@ void Device::Attempt(Source& source,
 // Before any of its stores and changing calls, the first ones more often, if it has so many.
 std::optional<bool> Device::KillUpdate(const Source& source, const Samples& batch,
                                        Durability durability) {
-  const long moment = static_cast<long>(random.Between(1, 1LL << random.Between(2, 13)));
+  const long long moment = random.Between(1, 1LL << random.Between(2, 13));
   const bool isKilled =
       KillAtStore([&] { (void)client.UpdateAtomically(source.path, batch, durability); }, moment);
   figures["updates that were killed"] += isKilled ? 1 : 0;
@@ -187,7 +187,7 @@ void Device::Damage(Source& source) {
     std::fill_n(bytes.begin(), random.Between(8, size), static_cast<char>(random()));
   } else {  // what is read of it is not known, and need not be refused
     for (long long count = random.Between(1, 4); count > 0; --count) {
-      bytes[random() % std::min<std::size_t>(bytes.size(), 900)] = static_cast<char>(random());
+      bytes[random.Below(std::min<std::size_t>(bytes.size(), 900))] = static_cast<char>(random());
     }
   }
   OverwriteBytes(source.path, bytes);

@@ -16,13 +16,11 @@
 namespace {
 
 // Shared with the child.
-long& storeCount = *static_cast<long*>(
-    mmap(nullptr, sizeof(long), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+long long& storeCount = *static_cast<long long*>(
+    mmap(nullptr, sizeof(long long), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
 
 bool isCounting = false;
-long lastStore = 0;
-void* mapping = nullptr;
-std::size_t mappingSize = 0;
+long long lastStore = 0;
 
 void CountStore() {
   if (++storeCount == lastStore) {
@@ -31,6 +29,9 @@ void CountStore() {
 }
 
 #if MACHINE_CAN_COUNT_STORES
+void* mapping = nullptr;
+std::size_t mappingSize = 0;
+
 constexpr greg_t TRAP_FLAG = 0x100;
 
 greg_t& GetFlags(void* context) {
@@ -76,12 +77,12 @@ bool IsKilled(pid_t child) {
 
 }  // namespace
 
+#if MACHINE_CAN_COUNT_STORES
 #pragma GCC visibility push(default)
 // In place of the C library's, for the RRD library.
 extern "C" void* mmap(void* address, std::size_t size, int protection, int flags, int fd,
                       off_t offset) noexcept {
-  const bool isGuarded =
-      MACHINE_CAN_COUNT_STORES != 0 && isCounting && fd != -1 && (flags & MAP_SHARED) != 0;
+  const bool isGuarded = isCounting && fd != -1 && (flags & MAP_SHARED) != 0;
   if (isGuarded) {
     protection &= ~PROT_WRITE;
   }
@@ -95,8 +96,9 @@ extern "C" void* mmap(void* address, std::size_t size, int protection, int flags
   return mapped;
 }
 #pragma GCC visibility pop
+#endif
 
-bool KillAtStore(const std::function<void()>& work, long store) {
+bool KillAtStore(const std::function<void()>& work, long long store) {
   storeCount = 0;
   lastStore = store;
   return IsKilled(StartChild([&] {
@@ -114,12 +116,12 @@ bool CountCall() {
   return isCounting;
 }
 
-long CountStores(const std::function<void()>& work) {
+long long CountStores(const std::function<void()>& work) {
   KillAtStore(work, 0);
   return storeCount;
 }
 
-bool KillAfter(const std::function<void()>& work, long microseconds) {
+bool KillAfter(const std::function<void()>& work, long long microseconds) {
   const pid_t child = StartChild([&] {
     work();
     return 0;

@@ -13,7 +13,7 @@
 
 // Whether it was killed; otherwise it has ended by itself. Throws where it has crashed. 0 for no
 // kill.
-bool KillAtStore(const std::function<void()>& work, long store);
+bool KillAtStore(const std::function<void()>& work, long long store);
 
 // For calls of the system that change a file, which a program then makes itself: in such a child
 // each counts as a store, on every machine, and the child may end at it. False in any other
@@ -21,7 +21,7 @@ bool KillAtStore(const std::function<void()>& work, long store);
 bool CountCall();
 
 // How many stores the work has.
-long CountStores(const std::function<void()>& work);
+long long CountStores(const std::function<void()>& work);
 
 // Killed after so many microseconds.
-bool KillAfter(const std::function<void()>& work, long microseconds);
+bool KillAfter(const std::function<void()>& work, long long microseconds);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <iostream>
@@ -21,6 +22,9 @@ class Random {
 
   // 64 bits.
   std::uint64_t operator()() { return engine(); }
+
+  // Less than `count`.
+  std::size_t Below(std::size_t count) { return static_cast<std::size_t>(engine() % count); }
 
   // From `low` to `high`, both included.
   long long Between(long long low, long long high) {
