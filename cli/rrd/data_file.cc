@@ -70,8 +70,7 @@ ComparedSamples CompareSamples(const PatientClient& client, const std::string& o
         newRows.firstTime <= time && time <= newRows.lastTime && time % newStep == 0;
     if (hasRow && time > pieceEnd) {
       pieceEnd = std::min(newRows.lastTime, time + (PIECE_ROW_COUNT - 1) * newStep);
-      if (client.Fetch(newPath, time, pieceEnd, piece) != StatusCode::Success ||
-          !HasRows(piece, newStep, time, pieceEnd)) {
+      if (ReadRows(client, newPath, newStep, time, pieceEnd, piece) != StatusCode::Success) {
         throw FileError(PROBLEM, StatusCode::Failure);
       }
     }
