@@ -85,17 +85,25 @@ DEFINE_CALL(off64_t, lseek64, (int fd, off64_t offset, int base), fd, offset, ba
 DEFINE_CALL(int, lstat, (const char* path, struct stat* status), path, status)
 DEFINE_CALL(int, open, (const char* path, int flags, mode_t rights), path, flags, rights)
 DEFINE_CALL(int, open64, (const char* path, int flags, mode_t rights), path, flags, rights)
-DEFINE_CALL(ssize_t, pread, (int fd, void* data, size_t size, off_t offset), fd, data, size, offset)
 DEFINE_CALL(ssize_t, pread64, (int fd, void* data, size_t size, off64_t offset), fd, data, size,
             offset)
-DEFINE_CALL(ssize_t, pwrite, (int fd, const void* data, size_t size, off_t offset), fd, data, size,
-            offset)
+DEFINE_CALL(ssize_t, pwrite64, (int fd, const void* data, size_t size, off64_t offset), fd, data,
+            size, offset)
 DEFINE_CALL(ssize_t, read, (int fd, void* data, size_t size), fd, data, size)
 DEFINE_CALL(int, stat64, (const char* path, struct stat64* status), path, status)
 DEFINE_CALL(int, statx, (int fd, const char* path, int flags, unsigned int mask, void* status), fd,
             path, flags, mask, status)
 DEFINE_CALL(int, unlink, (const char* path), path)
 DEFINE_CALL(ssize_t, write, (int fd, const void* data, size_t size), fd, data, size)
+#if __SIZEOF_LONG__ == 8
+DEFINE_CALL(ssize_t, pread, (int fd, void* data, size_t size, off_t offset), fd, data, size, offset)
+DEFINE_CALL(ssize_t, pwrite, (int fd, const void* data, size_t size, off_t offset), fd, data, size,
+            offset)
+#else  // with times of 64 bits
+DEFINE_CALL(int, __fstat64_time64, (int fd, struct stat* status), fd, status)
+DEFINE_CALL(int, __lstat64_time64, (const char* path, struct stat* status), path, status)
+DEFINE_CALL(int, __stat64_time64, (const char* path, struct stat* status), path, status)
+#endif
 }
 #pragma GCC visibility pop
 

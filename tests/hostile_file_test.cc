@@ -169,8 +169,9 @@ std::vector<std::pair<std::string, std::string>> ListRefusedFiles() {
   constexpr std::size_t VIOLATIONS = PARAMETERS + RRA_window_len * sizeof(unival);
   constexpr std::size_t SMOOTHING =  // the upper half of a double
       PARAMETERS + RRA_seasonal_smoothing_window * sizeof(unival) + 4;
-  constexpr std::size_t MICROSECONDS = sizeof(stat_head_t) + sizeof(ds_def_t) + sizeof(rra_def_t) +
-                                       offsetof(live_head_t, last_up_usec);
+  constexpr std::size_t LIVE_HEAD = sizeof(stat_head_t) + sizeof(ds_def_t) + sizeof(rra_def_t);
+  constexpr std::size_t MICROSECONDS = LIVE_HEAD + offsetof(live_head_t, last_up_usec);
+  constexpr std::size_t LAST_READING = LIVE_HEAD + sizeof(live_head_t);
   const std::vector<RrdFileBytes::Archive> one = {{"LAST", 3, 1}};
   const std::string whole = RrdFileBytes{}.Make();
   const std::string computed = RrdFileBytes{1, one, 60, LAST, "0003", "COMPUTE"}.Make();
@@ -213,7 +214,7 @@ std::vector<std::pair<std::string, std::string>> ListRefusedFiles() {
        RrdFileBytes{1, {{"LASTLASTLASTLASTLAST", 3, 1}}}.Make()},
       {text, RrdFileBytes{1, one, 60, LAST, "0003", std::string(20, 'G')}.Make()},
       {text, fill(whole, sizeof(stat_head_t), DS_NAM_SIZE)},
-      {text, fill(whole, MICROSECONDS + sizeof(long), LAST_DS_LEN)},
+      {text, fill(whole, LAST_READING, LAST_DS_LEN)},
       {formula, computed},
       {formula, put(computed, {{FORMULA, 0}})},   // without an end
       {formula, put(computed, {{FORMULA, 32}})},  // with nothing before its end
