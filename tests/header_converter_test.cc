@@ -1,7 +1,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,6 +12,7 @@
 #include "support/changed_bytes.h"
 #include "support/legacy_file.h"
 #include "support/log_capture.h"
+#include "support/memory_limit.h"
 #include "support/resource_limit.h"
 #include "support/table.h"
 #include "support/temporary_directory.h"
@@ -110,20 +110,6 @@ TEST_F(SanitizerTest, RefusesAnythingButWholeLegacyFiles) {
                 "8556 bytes (556 + 8000)");
   fs::resize_file("source", (1ull << 32) + 8556);
   ExpectRefused(28, "CheckLimits: RRD file of 4294975852 bytes is too large to convert");
-}
-
-rlim_t GetMemorySize() {
-  rlim_t pages = 0;
-  std::ifstream("/proc/self/statm") >> pages;
-  return pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE));
-}
-
-// Neither the memory of a sanitizer nor that of an emulator can be limited.
-bool IsMemoryLimitable() {
-  constexpr int SIZE = 128 << 20;
-  const ResourceLimit limit(RLIMIT_AS, GetMemorySize() + SIZE / 2);
-  void* const memory = mmap(nullptr, SIZE, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  return IS_SANITIZED == 0 && (memory == MAP_FAILED || munmap(memory, SIZE) != 0);
 }
 
 TEST_F(SanitizerTest, ReportsEveryFaultOfTheMachine) {
