@@ -334,19 +334,22 @@ TEST(KilledWriters, LeaveReadersAStateBetweenTwoBatches) {
     }));
   }
   const int killCount = Choose(100, 6000);
-  int killed = 0;
+  int kills = 0;
+  bool isKilled = true;
   Random random;
-  for (int i = 0; i < killCount; ++i) {
+  // More of them where the readers are slow.
+  for (; isKilled && (kills < killCount || reads.good <= killCount) && kills < 100 * killCount;
+       ++kills) {
     const long long pause = random.Between(500, IsLong() ? 200000 : 9000);
-    killed += KillAfter([&] { WriteForever(path); }, pause) ? 1 : 0;
+    isKilled = KillAfter([&] { WriteForever(path); }, pause);
   }
   reads.isOver = true;
   for (const pid_t reader : readers) {
     EXPECT_EQ(WaitFor(reader), 0);
   }
-  std::cout << killed << " kills; reads: " << reads.good << " right, " << reads.locked
+  std::cout << kills << " kills; reads: " << reads.good << " right, " << reads.locked
             << " refused, " << reads.wrong << " wrong\n";
-  EXPECT_EQ(killed, killCount);
+  EXPECT_TRUE(isKilled);
   EXPECT_EQ(reads.wrong, 0);
   EXPECT_GT(reads.good, killCount);
 }
