@@ -41,6 +41,6 @@ REFUSING = [
         {"a": DROPPED}, [DROPPED], None)),
     make_answer(400, DROPPED + "=5"), make_answer(400, json.dumps({"message": DROPPED})),
     make_answer(400, json.dumps({"error": DROPPED})[:-1]), make_error(500, DROPPED), make_error(422, DROPPED),
-    b"\x00\x01 not HTTP at all\n", b"HTTP/0.9 204 No\r\n\r\n", b"HTTP/1.1 20 OK\r\n\r\n", b"HTTP/1.1 2040 OK\r\n\r\n",
+    b"\x00\x01 not HTTP at all\n", b"HTTP/0.9 204 No\r\n\r\n", b"HTTP/1.1 20 OK\r\n\r\n",
     b"204", b"ICY 204 OK\r\n\r\n", b"\r\n\r\n", b"HTTP/1.1 100 Continue\r\n\r\n", b"SSH-2.0-x\r\n",
 ]
