@@ -198,7 +198,8 @@ def check(name, labels, definitions, path, directory):
         assert "convert" in run(PROGRAM, "query", path, "--interval", "1h", status=1).stderr
         run(PROGRAM, "convert", "--in-place", path, "--to", "native")
     else:
-        run(PROGRAM, "convert", path, f"{directory}/other", "--to", "arm32-time64")
+        other = "arm32-time64" if "64bit" in run(PROGRAM, "info", path).stdout else "64bit"
+        run(PROGRAM, "convert", path, f"{directory}/other", "--to", other)
         run(PROGRAM, "convert", f"{directory}/other", f"{directory}/native", "--to", "native")
         assert open(f"{directory}/native", "rb").read() == open(path, "rb").read()
     check_info(path)
