@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <CLI/Version.hpp>
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
@@ -125,8 +126,9 @@ class CommandAllocations : public OneFile {
 
 // All commands begin alike, with the options of every command.
 TEST_F(CommandAllocations, OfEachCommand) {
-  FailEach({"query", "topo:x", "--interval", "1m"}, 0);
   const long first = CountForEmptyDirectory() * 9 / 10;
+  // CLI11 2.6 allocates memory in functions that must not throw, while it is told the options.
+  FailEach({"query", "topo:x", "--interval", "1m"}, CLI11_VERSION_MINOR < 6 ? 0 : first);
   FailEach({"export", "--tree", database.c_str(), "--format", "csv"}, first);
   const std::string made = database + "/made.txt";
   FailEach({"export", "topo:x", "--format", "openmetrics", "--output", made.c_str()}, first);
