@@ -128,7 +128,8 @@ class CommandAllocations : public OneFile {
 TEST_F(CommandAllocations, OfEachCommand) {
   const long first = CountForEmptyDirectory() * 9 / 10;
   // CLI11 2.6 allocates memory in functions that must not throw, while it is told the options.
-  FailEach({"query", "topo:x", "--interval", "1m"}, CLI11_VERSION_MINOR < 6 ? 0 : first);
+  const bool isEarlier = CLI11_VERSION_MAJOR == 2 && CLI11_VERSION_MINOR < 6;
+  FailEach({"query", "topo:x", "--interval", "1m"}, isEarlier ? 0 : first);
   FailEach({"export", "--tree", database.c_str(), "--format", "csv"}, first);
   const std::string made = database + "/made.txt";
   FailEach({"export", "topo:x", "--format", "openmetrics", "--output", made.c_str()}, first);

@@ -341,7 +341,12 @@ TEST(KilledWriters, LeaveReadersAStateBetweenTwoBatches) {
   for (; isKilled && (kills < killCount || reads.good <= killCount) && kills < 100 * killCount;
        ++kills) {
     const long long pause = random.Between(500, IsLong() ? 200000 : 9000);
-    isKilled = KillAfter([&] { WriteForever(path); }, pause);
+    try {
+      isKilled = KillAfter([&] { WriteForever(path); }, pause);
+    } catch (const std::exception& crash) {
+      isKilled = false;
+      ADD_FAILURE() << crash.what();
+    }
   }
   reads.isOver = true;
   for (const pid_t reader : readers) {

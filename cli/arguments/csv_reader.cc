@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <utility>
 
 #include "arguments/nearest_word.h"
@@ -55,10 +56,7 @@ CsvReader::CsvReader(std::istream& input, const std::string& sourceName,
   if (quality < columnCount) {
     qualityColumn = quality;
   }
-  // The text of a date has no seconds of an offset, so the timestamp beside it is read.
-  const bool isAnswer = columnNames[0] == "date" && columnNames[1] == TIMESTAMP_NAME;
-  timeColumn = isAnswer && qualityColumn ? 1 : 0;
-  hasTimestamps = timeColumn == 1 || (columnNames[0] == TIMESTAMP_NAME && columnNames[1] == "id");
+  isAnswer = columnNames[0] == "date" && columnNames[1] == TIMESTAMP_NAME && qualityColumn;
   if (columnName) {
     column = FindNamedColumn(columnNames, *columnName);
   } else if (FindName(columnNames, VALUE_NAME) < columnCount) {
@@ -77,10 +75,9 @@ std::optional<std::pair<long long, double>> CsvReader::Read() {
     Refuse(std::to_string(fields.size()) + " fields instead of " +
            std::to_string(columnNames.size()));
   }
-  const std::string& timeText = fields[timeColumn];
-  const std::optional<long long> time = ParseTime((hasTimestamps ? "@" : "") + timeText, timeZone);
+  const std::optional<long long> time = ReadTime(fields);
   if (!time) {
-    Refuse("'" + timeText + "' is not a time of the years 1 to 9999, such as " +
+    Refuse("'" + fields.front() + "' is not a time of the years 1 to 9999, such as " +
            "2021-03-28T01:00Z, 2021-03-28 or 1616893200");
   }
   const std::optional<double> value = ParseValue(fields[column]);
@@ -89,6 +86,19 @@ std::optional<std::pair<long long, double>> CsvReader::Read() {
   }
   const bool isBad = qualityColumn && fields[*qualityColumn] == BAD_QUALITY;
   return std::pair(*time, isBad ? std::nan("") : *value);
+}
+
+// The text of a date lacks the seconds of an offset, which the timestamp beside it in an answer
+// has. A timestamp of few digits is a time only where the header says so.
+std::optional<long long> CsvReader::ReadTime(const Fields& fields) const {
+  constexpr long long LOST_SECONDS = 60;
+  const std::optional<long long> time = ParseTime(fields.front(), timeZone);
+  if (isAnswer) {
+    const std::optional<long long> exact = ParseTime("@" + fields[1], timeZone);
+    return time && exact && std::abs(*exact - *time) < LOST_SECONDS ? exact : time;
+  }
+  const bool isTimestamp = !time && columnNames[0] == TIMESTAMP_NAME;
+  return isTimestamp ? ParseTime("@" + fields.front(), timeZone) : time;
 }
 
 void CsvReader::Refuse(const std::string& problem) const { records.Refuse(record.line, problem); }
@@ -156,7 +166,8 @@ std::size_t CsvReader::FindOnlyNumericColumn() {
   std::size_t found = 0;
   for (std::size_t index = 1; index < columnNames.size(); ++index) {
     // Of two columns the second is meant, and a line is to blame for what is no number.
-    if ((columnNames.size() == 2 || IsNumeric(index)) && index != timeColumn && !IsTime(index)) {
+    const bool isTime = (isAnswer && index == 1) || IsTime(index);
+    if ((columnNames.size() == 2 || IsNumeric(index)) && !isTime) {
       candidates.push_back(columnNames[index]);
       found = index;
     }

@@ -18,10 +18,9 @@ constexpr char CSV_HELP[] =
     "the columns. The value is the column called value, or else the only one with numbers. If "
     "there is a column called quality, a value of quality bad is a missing sample.";
 
-// Reads samples from records of equally many fields: a time in the first field, or in the second
-// one of what query answers, and the value in the field of one column. The first record is a header
-// unless it reads as a sample. Blank lines may stand at the end. Every operation throws
-// CommandError, which names the line.
+// Reads samples from records of equally many fields: a time in the first field and the value in the
+// field of one column. The first record is a header unless it reads as a sample. Blank lines may
+// stand at the end. Every operation throws CommandError, which names the line.
 class CsvReader {
  public:
   // Reads what is needed to know the columns. `sourceName` is for errors.
@@ -36,6 +35,7 @@ class CsvReader {
  private:
   using Fields = std::vector<std::string>;
 
+  std::optional<long long> ReadTime(const Fields& fields) const;
   bool ReadRecord();
   bool SkipBlankLines();
   bool IsHeader(const Fields& fields, const std::optional<std::string>& columnName) const;
@@ -48,8 +48,7 @@ class CsvReader {
   CsvRecords records;
   std::string name;
   cctz::time_zone timeZone;
-  std::size_t timeColumn = 0;
-  bool hasTimestamps = false;  // seconds of any number of digits, as query and export write them
+  bool isAnswer = false;  // of query, which has a date and a timestamp
   std::size_t column = 0;
   std::optional<std::size_t> qualityColumn;
   Fields columnNames;

@@ -12,7 +12,7 @@ unsigned int GetTerminalRows();
 // Whether the locale of the environment is one of UTF-8.
 bool IsUtf8Locale();
 
-// Whether standard output is a terminal with colours and NO_COLOR is not set, or empty.
+// Whether standard output is a terminal with colours and NO_COLOR is unset or empty.
 bool HasColours();
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

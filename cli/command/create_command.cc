@@ -45,8 +45,9 @@ void WarnIfListedOtherwise(const std::string& zeltId, const std::string& path) {
   } else if (listed != zeltId) {
     PrintMessage(zeltId + ": warning: its file " + fileName + " is listed as " + listed);
   } else if (IsPath(zeltId)) {
-    PrintMessage(zeltId + ": warning: other commands take this id for a path; they find its file " +
-                 "as ./" + fileName);
+    PrintMessage(zeltId +
+                 ": warning: commands that read, such as query, take this id for a path: " +
+                 "give them " + path);
   }
 }
 

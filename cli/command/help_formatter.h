@@ -6,8 +6,8 @@
 
 namespace nvx::TimeSeriesDatabase::CommandLine {
 
-// Writes help that fits in 80 columns, with an example for each command. The layout is its own, for
-// CLI11's is another one in each version.
+// Writes help that fits in 80 columns, with an example for each command. The layout is its own,
+// since CLI11's differs between versions.
 class HelpFormatter : public CLI::Formatter {
  public:
   std::string make_help(const CLI::App* app, std::string name,

@@ -32,8 +32,8 @@ SpanRows::SpanRows(const Question& question, const Source& askedSource,
   isEmpty = std::none_of(segments.begin(), segments.end(), isEarlier);
 }
 
-// The end of the last row before which no time is left out. Behind a row that ends later, finer
-// ones would be of a time that does not follow.
+// The end of the last row that ends in the window. A row that ends after the window ends the
+// answer: finer rows within its time would leave a gap.
 long long SpanRows::FindWholeEnd(long long windowEnd) const {
   long long reached = begin;
   for (const Segment& segment : parts.front().segments) {

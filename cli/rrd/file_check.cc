@@ -53,7 +53,7 @@ Finding DescribeDamage() {
   }
 }
 
-// An average of values at a bound may lie behind it by some of its last digits.
+// An average of values at a bound may exceed it by rounding.
 bool IsOutside(double value, const Rrd::DataSourceDescription& source) {
   constexpr double LAST_DIGITS = 1e-9;
   return value < source.minimum - LAST_DIGITS * std::abs(source.minimum) ||
@@ -146,8 +146,8 @@ std::vector<Finding> CheckFile(const PatientClient& client, const std::string& p
     const auto excluded = CountExcluded(client, path, zeltId, file);
     if (excluded > 0) {
       findings.push_back({"values outside its bounds: " + std::to_string(excluded),
-                          "if migrate did not change the bounds, another program or the disk has "
-                          "changed them; take it from a backup then"});
+                          "unless migrate changed the bounds, another program or the disk has "
+                          "changed these values: take the file from a backup"});
     }
   }
   return findings;

@@ -64,7 +64,9 @@ unsigned long ReadSeeds(const char* text) {
   }
   const char* wanted = std::getenv("NVX_TEST_SEED");
   seed = wanted == nullptr ? 1 : ReadNumber(wanted);
-  return *text == '\0' && number > 0 && seed > 0 ? seed + number - 1 : 0;
+  const bool isRead = *text == '\0' && (wanted == nullptr || *wanted == '\0');
+  const unsigned long last = seed + number - 1;
+  return isRead && number > 0 && seed > 0 && last >= seed ? last : 0;
 }
 
 // What a failed life leaves behind is removed, and its seed told.
