@@ -9,11 +9,11 @@ import subprocess
 import sys
 import tempfile
 import time
+from unittest import SkipTest
 
 PROGRAM, FETCH_SERVER = sys.argv[1:]
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests/support"))
 from servers import VictoriaMetrics  # noqa: E402
-from unittest import SkipTest  # noqa: E402
 
 FILES, SAMPLES, ROWS, BEGIN, STEP = 10000, 60, 1440, 1700000040, 60
 

@@ -166,8 +166,7 @@ std::size_t CsvReader::FindOnlyNumericColumn() {
   std::size_t found = 0;
   for (std::size_t index = 1; index < columnNames.size(); ++index) {
     // Of two columns the second is meant, and a line is to blame for what is no number.
-    const bool isTime = (isAnswer && index == 1) || IsTime(index);
-    if ((columnNames.size() == 2 || IsNumeric(index)) && !isTime) {
+    if ((columnNames.size() == 2 || IsNumeric(index)) && !IsTime(index)) {
       candidates.push_back(columnNames[index]);
       found = index;
     }
@@ -196,7 +195,9 @@ bool CsvReader::IsTime(std::size_t index) const {
     return index >= ahead.fields.size() ||
            (time && ParseTime(ahead.fields[index], timeZone) == time);
   };
-  return !recordsAhead.empty() && std::all_of(recordsAhead.begin(), recordsAhead.end(), saysTime);
+  const bool isTimestamp = isAnswer && index == 1;
+  return isTimestamp ||
+         (!recordsAhead.empty() && std::all_of(recordsAhead.begin(), recordsAhead.end(), saysTime));
 }
 
 }  // namespace nvx::TimeSeriesDatabase::CommandLine

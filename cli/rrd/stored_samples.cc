@@ -146,7 +146,7 @@ void StoredSamples::LookAtRows() {
       if (RoundUp(sample->time) > endOfRows) {
         endOfRows = std::min(lastTime / step * step,
                              std::max(RoundUp(sample->time), firstRow + PIECE_ROW_COUNT * step));
-        Require(rrdClient.Fetch(path, firstRow, endOfRows, rows), path,
+        Require(CommandLine::ReadRows(rrdClient, path, step, firstRow, endOfRows, rows), path,
                 "its samples cannot be read back");
       }
       if (!IsShown(*sample, rows)) {
